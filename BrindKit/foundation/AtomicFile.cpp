@@ -1,0 +1,104 @@
+#include "BrindKit/foundation/AtomicFile.hpp"
+
+#include "BrindKit/foundation/SecureRandom.hpp"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace brind::AtomicFile {
+
+namespace {
+
+std::string failure(std::string_view what, const std::filesystem::path& path) {
+    return std::string(what) + " " + path.string() + ": " + std::strerror(errno);
+}
+
+std::string randomSuffix() {
+    static constexpr char digits[] = "0123456789abcdef";
+    const auto bytes = SecureRandom::bytes(6);
+    std::string suffix;
+    for (const auto byte : bytes) {
+        suffix.push_back(digits[byte >> 4]);
+        suffix.push_back(digits[byte & 0x0F]);
+    }
+    return suffix;
+}
+
+} // namespace
+
+std::expected<void, std::string> write(const std::filesystem::path& path, std::string_view contents,
+                                       std::filesystem::perms mode) {
+    const std::filesystem::path temporary = path.string() + ".tmp-" + randomSuffix();
+    const int descriptor =
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, static_cast<mode_t>(mode));
+    if (descriptor < 0)
+        return std::unexpected(failure("couldn't create", temporary));
+
+    std::size_t written = 0;
+    while (written < contents.size()) {
+        const ssize_t count = ::write(descriptor, contents.data() + written, contents.size() - written);
+        if (count < 0) {
+            if (errno == EINTR)
+                continue;
+            const std::string message = failure("couldn't write", temporary);
+            ::close(descriptor);
+            ::unlink(temporary.c_str());
+            return std::unexpected(message);
+        }
+        written += static_cast<std::size_t>(count);
+    }
+    // The umask may have narrowed the mode at creation; set it exactly, then make the bytes durable
+    // before the rename makes them visible under the real name.
+    if (::fchmod(descriptor, static_cast<mode_t>(mode)) != 0 || ::fsync(descriptor) != 0) {
+        const std::string message = failure("couldn't flush", temporary);
+        ::close(descriptor);
+        ::unlink(temporary.c_str());
+        return std::unexpected(message);
+    }
+    ::close(descriptor);
+    if (::rename(temporary.c_str(), path.c_str()) != 0) {
+        const std::string message = failure("couldn't replace", path);
+        ::unlink(temporary.c_str());
+        return std::unexpected(message);
+    }
+    // Persist the rename itself.
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    const int folderDescriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (folderDescriptor >= 0) {
+        ::fsync(folderDescriptor);
+        ::close(folderDescriptor);
+    }
+    return {};
+}
+
+std::expected<std::string, std::string> read(const std::filesystem::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    if (!stream)
+        return std::unexpected(failure("couldn't open", path));
+    std::ostringstream contents;
+    contents << stream.rdbuf();
+    if (stream.bad())
+        return std::unexpected(failure("couldn't read", path));
+    return contents.str();
+}
+
+std::expected<void, std::string> ensureFolder(const std::filesystem::path& path, std::filesystem::perms mode) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error))
+        return {};
+    if (path.has_parent_path() && path.parent_path() != path) {
+        auto parent = ensureFolder(path.parent_path(), mode);
+        if (!parent)
+            return parent;
+    }
+    if (::mkdir(path.c_str(), static_cast<mode_t>(mode)) != 0 && errno != EEXIST)
+        return std::unexpected(failure("couldn't create folder", path));
+    return {};
+}
+
+} // namespace brind::AtomicFile

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace brind {
+
+/// The platform JSON value (nlohmann::json): objects keep their keys sorted, which makes every
+/// dump a stable, sorted, compact text.
+using JSON = nlohmann::json;
+
+namespace JSONText {
+
+/// Parses JSON without throwing; the error carries the reader's message.
+std::expected<JSON, std::string> parse(std::string_view text);
+
+/// Compact text with sorted keys; "/" is not escaped and ill-formed UTF-8 is replaced, never thrown.
+std::string compact(const JSON& value);
+
+/// Two-space indented text with sorted keys, for files people may read.
+std::string pretty(const JSON& value);
+
+} // namespace JSONText
+
+/// Lenient readers: a missing key or a value of another type is nothing.
+namespace JSONRead {
+
+const JSON* member(const JSON& object, std::string_view key);
+std::optional<std::string> string(const JSON& object, std::string_view key);
+std::optional<double> number(const JSON& object, std::string_view key);
+std::optional<bool> boolean(const JSON& object, std::string_view key);
+
+} // namespace JSONRead
+
+} // namespace brind

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <filesystem>
+
+namespace brind::Paths {
+
+/// The user's home folder ($HOME, else the password database).
+std::filesystem::path home();
+
+/// $XDG_DATA_HOME/vantaquill, default ~/.local/share/vantaquill: the application support folder.
+std::filesystem::path dataFolder();
+
+/// $XDG_CONFIG_HOME/vantaquill, default ~/.config/vantaquill: preferences.
+std::filesystem::path configFolder();
+
+/// ~/.config/vantaquill/cli-token, where the command reads its token (always under the home folder).
+std::filesystem::path cliTokenFile();
+
+} // namespace brind::Paths

@@ -1,0 +1,176 @@
+#include "BrindKit/foundation/URL.hpp"
+
+#include "BrindKit/foundation/Text.hpp"
+
+#include <uriparser/Uri.h>
+
+namespace brind {
+
+namespace {
+
+std::string range(const UriTextRangeA& range) {
+    if (!range.first || !range.afterLast)
+        return {};
+    return std::string(range.first, range.afterLast);
+}
+
+bool present(const UriTextRangeA& range) {
+    return range.first != nullptr;
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+bool isUnreserved(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
+           c == '_' || c == '~';
+}
+
+} // namespace
+
+std::optional<URL> URL::parse(std::string_view text) {
+    // uriparser reads up to a terminator; an embedded NUL would silently cut the text short.
+    if (text.find('\0') != std::string_view::npos)
+        return std::nullopt;
+    const std::string owned(text);
+    UriUriA uri;
+    const char* errorPosition = nullptr;
+    if (uriParseSingleUriExA(&uri, owned.data(), owned.data() + owned.size(), &errorPosition) != URI_SUCCESS)
+        return std::nullopt;
+
+    URL url;
+    url.scheme = range(uri.scheme);
+    const bool hasAuthority = present(uri.hostText) || uri.hostData.ip4 || uri.hostData.ip6 ||
+                              present(uri.hostData.ipFuture);
+    if (present(uri.userInfo))
+        url.userInfo = range(uri.userInfo);
+    if (hasAuthority) {
+        std::string host = range(uri.hostText);
+        if (uri.hostData.ip6 || present(uri.hostData.ipFuture))
+            host = "[" + host + "]";
+        url.host = host;
+    }
+    if (present(uri.portText))
+        url.port = range(uri.portText);
+
+    // The path spans from the first segment to the last; its leading "/" is implied by the flags.
+    std::string path;
+    for (const UriPathSegmentA* segment = uri.pathHead; segment; segment = segment->next) {
+        if (segment != uri.pathHead)
+            path.push_back('/');
+        path += range(segment->text);
+    }
+    if (uri.absolutePath || (hasAuthority && uri.pathHead))
+        path.insert(path.begin(), '/');
+    url.path = path;
+
+    if (present(uri.query))
+        url.query = range(uri.query);
+    if (present(uri.fragment))
+        url.fragment = range(uri.fragment);
+    uriFreeUriMembersA(&uri);
+    return url;
+}
+
+std::string URL::fileURL(std::string_view absolutePath) {
+    return "file://" + percentEncode(absolutePath, "/!$&'()*+,;=:@");
+}
+
+std::string URL::lowercasedScheme() const {
+    return Text::lowercased(scheme);
+}
+
+std::vector<std::string> URL::pathSegments() const {
+    std::vector<std::string> segments;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        const std::size_t end = std::min(path.find('/', start), path.size());
+        if (end > start)
+            segments.push_back(percentDecode(std::string_view(path).substr(start, end - start)));
+        start = end + 1;
+    }
+    return segments;
+}
+
+std::string URL::decodedPath() const {
+    return percentDecode(path);
+}
+
+std::vector<URL::QueryItem> URL::queryItems() const {
+    std::vector<QueryItem> items;
+    if (!query)
+        return items;
+    const std::string_view all(*query);
+    std::size_t start = 0;
+    while (start <= all.size()) {
+        const std::size_t end = std::min(all.find('&', start), all.size());
+        const std::string_view item = all.substr(start, end - start);
+        if (!item.empty()) {
+            const std::size_t equals = item.find('=');
+            if (equals == std::string_view::npos)
+                items.emplace_back(percentDecode(item), "");
+            else
+                items.emplace_back(percentDecode(item.substr(0, equals)), percentDecode(item.substr(equals + 1)));
+        }
+        start = end + 1;
+    }
+    return items;
+}
+
+std::string URL::percentDecode(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '%' && i + 2 < text.size()) {
+            const int high = hexValue(text[i + 1]);
+            const int low = hexValue(text[i + 2]);
+            if (high >= 0 && low >= 0) {
+                result.push_back(static_cast<char>(high << 4 | low));
+                i += 2;
+                continue;
+            }
+        }
+        result.push_back(text[i]);
+    }
+    return result;
+}
+
+std::string URL::percentEncode(std::string_view text, std::string_view keep) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string result;
+    result.reserve(text.size());
+    for (const char c : text) {
+        if (isUnreserved(c) || keep.find(c) != std::string_view::npos) {
+            result.push_back(c);
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(c);
+        result.push_back('%');
+        result.push_back(digits[byte >> 4]);
+        result.push_back(digits[byte & 0x0F]);
+    }
+    return result;
+}
+
+std::string URL::encodeQuery(const std::vector<QueryItem>& items) {
+    // Sub-delimiters that separate items ("&", "=", "+") are encoded; ":", "/", "?", "@", "," stay.
+    constexpr std::string_view keep = "!$'()*,;:@/?";
+    std::string query;
+    for (const auto& [name, value] : items) {
+        if (!query.empty())
+            query.push_back('&');
+        query += percentEncode(name, keep);
+        query.push_back('=');
+        query += percentEncode(value, keep);
+    }
+    return query;
+}
+
+} // namespace brind

@@ -1,0 +1,20 @@
+# Every dependency is a Debian package installed by scripts/setup.
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+find_package(nlohmann_json 3.10 REQUIRED)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
+pkg_check_modules(URIPARSER REQUIRED IMPORTED_TARGET liburiparser)
+
+# Standalone Asio is header-only and ships no CMake package.
+find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
+add_library(asio::asio INTERFACE IMPORTED)
+target_include_directories(asio::asio INTERFACE ${ASIO_INCLUDE_DIR})
+target_compile_definitions(asio::asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+
+if(BRIND_TESTS)
+  find_package(GTest REQUIRED)
+endif()
+if(BRIND_BENCH)
+  find_package(benchmark REQUIRED)
+endif()

@@ -1,0 +1,59 @@
+#include "BrindKit/foundation/Base64.hpp"
+#include "BrindKit/foundation/SHA256.hpp"
+#include "BrindKit/foundation/UUID.hpp"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using namespace brind;
+
+TEST(Base64, EncodesAndDecodesStandardText) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"\xff\xfe", "//4="}};
+    for (const auto& [plain, encoded] : cases) {
+        EXPECT_EQ(Base64::encode(plain), encoded);
+        EXPECT_EQ(Base64::decode(encoded), plain) << encoded;
+    }
+}
+
+TEST(Base64, RefusesAnythingButStrictStandardText) {
+    for (const char* text : {"Zg", "Zg=", "Z===", "Zm9v\n", "Zm 9v", "-_4=", "Zg==Zg==", "=Zg=", "Zm9v!"}) {
+        EXPECT_FALSE(Base64::decode(text)) << text;
+    }
+}
+
+TEST(Base64, URLFormSwapsAlphabetAndDropsPadding) {
+    EXPECT_EQ(Base64::encodeURL("\xff\xfe"), "__4");
+    EXPECT_EQ(Base64::encodeURL(std::string(32, '\xfb')).size(), 43u);
+}
+
+TEST(SHA256, MatchesKnownDigests) {
+    EXPECT_EQ(SHA256::hex(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    EXPECT_EQ(SHA256::hex("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+}
+
+TEST(UUID, RandomIdentifiersAreVersionFourAndDistinct) {
+    std::set<std::string> seen;
+    for (int i = 0; i < 100; ++i) {
+        const UUID uuid = UUID::random();
+        const std::string text = uuid.string();
+        EXPECT_EQ(text.size(), 36u);
+        EXPECT_EQ(text[14], '4');
+        EXPECT_TRUE(seen.insert(text).second);
+        EXPECT_EQ(UUID::parse(text), uuid);
+    }
+}
+
+TEST(UUID, ParsesEitherCaseAndRefusesOtherForms) {
+    const auto upper = UUID::parse("E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+    const auto lower = UUID::parse("e621e1f8-c36c-495a-93fc-0c247a3e6e5f");
+    ASSERT_TRUE(upper);
+    EXPECT_EQ(upper, lower);
+    EXPECT_EQ(lower->string(), "E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+    for (const char* text : {"", "E621E1F8C36C495A93FC0C247A3E6E5F", "E621E1F8-C36C-495A-93FC-0C247A3E6E5",
+                             "G621E1F8-C36C-495A-93FC-0C247A3E6E5F", "E621E1F8-C36C-495A-93FC_0C247A3E6E5F",
+                             "{E621E1F8-C36C-495A-93FC-0C247A3E6E5F}"}) {
+        EXPECT_FALSE(UUID::parse(text)) << text;
+    }
+}
