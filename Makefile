@@ -20,10 +20,10 @@ test: build
 	@cd $(BUILD_DIR) && ctest --output-on-failure -j $(JOBS)
 
 run: build
-	@$(BUILD_DIR)/vantaquill/vantaquill-island $(ARGS)
+	@$(BUILD_DIR)/bin/vantaquill-island $(ARGS)
 
 bench: build
-	@for b in $(BUILD_DIR)/bench/*Bench; do echo "== $$b"; $$b; done
+	@for b in $(BUILD_DIR)/bin/*Bench; do echo "== $$b"; $$b; done
 
 fuzz:
 	@BRIND_FUZZ=1 ./scripts/setup
