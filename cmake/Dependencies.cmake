@@ -11,6 +11,11 @@ find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)
 add_library(asio::asio INTERFACE IMPORTED)
 target_include_directories(asio::asio INTERFACE ${ASIO_INCLUDE_DIR})
 target_compile_definitions(asio::asio INTERFACE ASIO_STANDALONE ASIO_NO_DEPRECATED)
+# Asio 1.22 finds clang's coroutines only through the pre-standard <experimental/coroutine>; with
+# libstdc++ clang has the standard header, which Asio uses once told that co_await is available.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  target_compile_definitions(asio::asio INTERFACE ASIO_HAS_CO_AWAIT=1)
+endif()
 
 if(BRIND_TESTS)
   find_package(GTest REQUIRED)
