@@ -1,0 +1,52 @@
+#pragma once
+
+#include "BrindKit/foundation/JSON.hpp"
+
+#include <array>
+#include <cstddef>
+#include <expected>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace brind {
+
+/// One button of an expanded activity.
+struct ActivityAction {
+    enum class Role { normal, primary, destructive, cancel };
+
+    static constexpr std::array<Role, 4> allRoles{Role::normal, Role::primary, Role::destructive,
+                                                  Role::cancel};
+
+    /// Reported back to the poster when the button is pressed.
+    std::string id;
+    std::string label;
+    Role role = Role::normal;
+    /// A system symbol drawn before the label.
+    std::optional<std::string> symbol;
+
+    static std::string_view name(Role role);
+    static std::optional<Role> roleNamed(std::string_view name);
+
+    /// "id" and "label" are required strings; "role" defaults to normal when absent but an unknown
+    /// role is an error; "symbol" is optional.
+    static std::expected<ActivityAction, std::string> fromJSON(const JSON& value);
+    JSON toJSON() const;
+
+    friend bool operator==(const ActivityAction&, const ActivityAction&) = default;
+};
+
+} // namespace brind
+
+template <>
+struct std::hash<brind::ActivityAction> {
+    std::size_t operator()(const brind::ActivityAction& action) const noexcept {
+        const std::hash<std::string> text;
+        std::size_t seed = text(action.id);
+        seed = seed * 31 + text(action.label);
+        seed = seed * 31 + static_cast<std::size_t>(action.role);
+        seed = seed * 31 + (action.symbol ? text(*action.symbol) : 0x9e3779b9u);
+        return seed;
+    }
+};

@@ -1,0 +1,110 @@
+#include "BrindKit/island/HUDEvent.hpp"
+
+#include "BrindKit/island/UnitInterval.hpp"
+
+#include <utility>
+
+namespace brind {
+
+namespace {
+
+constexpr double quietVolume = 0.34;
+constexpr double mediumVolume = 0.67;
+constexpr double brightLevel = 0.5;
+
+} // namespace
+
+HUDEvent HUDEvent::make(Kind kind, std::optional<double> value, bool muted, std::optional<std::string> symbol,
+                        std::optional<std::string> label, std::optional<RGBA> tint) {
+    if (value)
+        value = UnitInterval::clamp(*value);
+    return HUDEvent{kind, value, muted, std::move(symbol), std::move(label), tint};
+}
+
+std::string HUDEvent::resolvedSymbol() const {
+    if (symbol)
+        return *symbol;
+    const double level = value.value_or(0);
+    switch (kind) {
+    case Kind::volume:
+        if (muted || level <= 0)
+            return "speaker.slash.fill";
+        if (level < quietVolume)
+            return "speaker.wave.1.fill";
+        if (level < mediumVolume)
+            return "speaker.wave.2.fill";
+        return "speaker.wave.3.fill";
+    case Kind::brightness:
+        return level < brightLevel ? "sun.min.fill" : "sun.max.fill";
+    case Kind::keyboardBacklight:
+        return level <= 0 ? "light.min" : "light.max";
+    case Kind::custom:
+        return "info.circle.fill";
+    }
+    std::unreachable();
+}
+
+std::string_view HUDEvent::name(Kind kind) {
+    switch (kind) {
+    case Kind::volume:
+        return "volume";
+    case Kind::brightness:
+        return "brightness";
+    case Kind::keyboardBacklight:
+        return "keyboardBacklight";
+    case Kind::custom:
+        return "custom";
+    }
+    std::unreachable();
+}
+
+std::optional<HUDEvent::Kind> HUDEvent::kindNamed(std::string_view text) {
+    for (const Kind kind : allKinds) {
+        if (name(kind) == text)
+            return kind;
+    }
+    return std::nullopt;
+}
+
+std::expected<HUDEvent, std::string> HUDEvent::fromJSON(const JSON& value) {
+    if (!value.is_object())
+        return std::unexpected(std::string("a HUD event must be a JSON object"));
+    const auto kindText = JSONRead::string(value, "kind");
+    if (!kindText)
+        return std::unexpected(std::string("missing the string \"kind\""));
+    const auto kind = kindNamed(*kindText);
+    if (!kind)
+        return std::unexpected("kind: unknown HUD kind " + *kindText);
+    const auto muted = JSONRead::boolean(value, "muted");
+    if (!muted)
+        return std::unexpected(std::string("missing the boolean \"muted\""));
+
+    HUDEvent event{*kind,
+                   JSONRead::number(value, "value"),
+                   *muted,
+                   JSONRead::string(value, "symbol"),
+                   JSONRead::string(value, "label"),
+                   std::nullopt};
+    if (const JSON* tint = JSONRead::member(value, "tint"); tint && !tint->is_null()) {
+        auto colour = RGBA::fromJSON(*tint);
+        if (!colour)
+            return std::unexpected("tint: " + colour.error());
+        event.tint = *colour;
+    }
+    return event;
+}
+
+JSON HUDEvent::toJSON() const {
+    JSON object = {{"kind", std::string(name(kind))}, {"muted", muted}};
+    if (value)
+        object["value"] = *value;
+    if (symbol)
+        object["symbol"] = *symbol;
+    if (label)
+        object["label"] = *label;
+    if (tint)
+        object["tint"] = tint->toJSON();
+    return object;
+}
+
+} // namespace brind

@@ -1,0 +1,104 @@
+#include "BrindKit/island/RGBA.hpp"
+
+#include "BrindKit/foundation/Text.hpp"
+#include "BrindKit/island/UnitInterval.hpp"
+
+#include <cmath>
+#include <cstdio>
+
+namespace brind {
+
+namespace {
+
+constexpr double opaqueThreshold = 0.999;
+constexpr double lightBackgroundLuminance = 0.5;
+constexpr double darkTextOpacity = 0.75;
+constexpr double lightTextOpacity = 0.9;
+
+int byteOf(double component) {
+    return static_cast<int>(std::lround(UnitInterval::clamp(component) * 255.0));
+}
+
+double linearised(double c) {
+    if (c <= 0.03928)
+        return c / 12.92;
+    return std::pow((c + 0.055) / 1.055, 2.4);
+}
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+} // namespace
+
+std::string RGBA::hex() const {
+    char text[10];
+    if (a < opaqueThreshold)
+        std::snprintf(text, sizeof text, "#%02X%02X%02X%02X", byteOf(r), byteOf(g), byteOf(b), byteOf(a));
+    else
+        std::snprintf(text, sizeof text, "#%02X%02X%02X", byteOf(r), byteOf(g), byteOf(b));
+    return text;
+}
+
+double RGBA::luminance() const {
+    return 0.2126 * linearised(r) + 0.7152 * linearised(g) + 0.0722 * linearised(b);
+}
+
+RGBA RGBA::contrastingText() const {
+    if (luminance() > lightBackgroundLuminance)
+        return RGBA{0, 0, 0, darkTextOpacity};
+    return RGBA{1, 1, 1, lightTextOpacity};
+}
+
+std::optional<RGBA> RGBA::fromHex(std::string_view text) {
+    std::string digits = Text::trimmed(text);
+    if (!digits.empty() && digits.front() == '#')
+        digits.erase(0, 1);
+    if (digits.size() == 3 || digits.size() == 4) {
+        std::string doubled;
+        for (const char c : digits)
+            doubled.append(2, c);
+        digits = std::move(doubled);
+    }
+    if (digits.size() != 6 && digits.size() != 8)
+        return std::nullopt;
+
+    unsigned bytes[4] = {0, 0, 0, 0xFF};
+    for (std::size_t i = 0; i < digits.size(); i += 2) {
+        const int high = hexDigit(digits[i]);
+        const int low = hexDigit(digits[i + 1]);
+        if (high < 0 || low < 0)
+            return std::nullopt;
+        bytes[i / 2] = static_cast<unsigned>(high * 16 + low);
+    }
+    return RGBA{bytes[0] / 255.0, bytes[1] / 255.0, bytes[2] / 255.0, bytes[3] / 255.0};
+}
+
+std::expected<RGBA, std::string> RGBA::fromJSON(const JSON& value) {
+    if (value.is_string()) {
+        const auto& text = value.get_ref<const std::string&>();
+        if (auto colour = fromHex(text))
+            return *colour;
+        return std::unexpected("not a hex colour: " + text);
+    }
+    if (!value.is_object())
+        return std::unexpected(std::string("a colour must be a hex string or an object with r, g, b"));
+    const auto r = JSONRead::number(value, "r");
+    const auto g = JSONRead::number(value, "g");
+    const auto b = JSONRead::number(value, "b");
+    if (!r || !g || !b)
+        return std::unexpected(std::string("a colour object needs the numbers r, g and b"));
+    return RGBA{*r, *g, *b, JSONRead::number(value, "a").value_or(1.0)};
+}
+
+JSON RGBA::toJSON() const {
+    return hex();
+}
+
+} // namespace brind

@@ -1,0 +1,286 @@
+#include "vantaquill/LiveActivityCenter.hpp"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+using namespace brind;
+using vq::LiveActivityCenter;
+using vq::ManualScheduler;
+using Result = ActivityQueue::PostResult;
+using Change = LiveActivityCenter::Change;
+
+namespace {
+
+LiveActivity activity(std::string id, ActivityPriority priority = ActivityPriority::normal,
+                      bool alert = false) {
+    LiveActivity made;
+    made.id = std::move(id);
+    made.source = "test";
+    made.title = "Title";
+    made.priority = priority;
+    made.alert = alert;
+    return made;
+}
+
+class Recorder {
+  public:
+    explicit Recorder(LiveActivityCenter& center) {
+        center.onChange = [this](Change change) { changes.push_back(change); };
+    }
+    int count(Change change) const {
+        return static_cast<int>(std::count(changes.begin(), changes.end(), change));
+    }
+    std::vector<Change> changes;
+};
+
+struct FakeProvider final : LiveActivityCenter::Provider {
+    FakeProvider(std::string name, std::vector<std::string>& log) : name(std::move(name)), log(log) {}
+    std::string id() const override { return name; }
+    void start(LiveActivityCenter& center) override {
+        log.push_back("start " + name);
+        LiveActivity posted = activity(name + ".1");
+        posted.source = name;
+        center.post(posted);
+    }
+    void stop() override { log.push_back("stop " + name); }
+    std::string name;
+    std::vector<std::string>& log;
+};
+
+struct CenterTest : ::testing::Test {
+    ManualScheduler scheduler;
+    LiveActivityCenter center{scheduler};
+};
+
+} // namespace
+
+TEST_F(CenterTest, PublishesTheOrderedListOnlyWhenItChanges) {
+    Recorder recorder(center);
+    EXPECT_EQ(center.post(activity("a")), Result::inserted);
+    EXPECT_EQ(center.post(activity("b", ActivityPriority::important)), Result::inserted);
+    ASSERT_EQ(center.activities().size(), 2u);
+    EXPECT_EQ(center.activities()[0].id, "b");
+    EXPECT_EQ(center.activities()[1].postedAt, scheduler.now());
+    EXPECT_EQ(recorder.count(Change::activities), 2);
+
+    EXPECT_EQ(center.post(activity("a")), Result::unchanged);
+    EXPECT_FALSE(center.end("missing"));
+    EXPECT_FALSE(center.dismiss("missing"));
+    EXPECT_EQ(recorder.count(Change::activities), 2);
+
+    EXPECT_TRUE(center.dismiss("a"));
+    // Suppressed by the dismissal: nothing stored, nothing to republish.
+    EXPECT_EQ(center.post(activity("a")), Result::suppressed);
+    EXPECT_EQ(recorder.count(Change::activities), 3);
+    EXPECT_EQ(center.activities().size(), 1u);
+}
+
+TEST_F(CenterTest, AlertsClearAfterTheirTimeUnlessCritical) {
+    center.post(activity("tea", ActivityPriority::important, true));
+    ASSERT_TRUE(center.alerting());
+    EXPECT_EQ(center.alerting()->id, "tea");
+    scheduler.advance(3.9);
+    EXPECT_TRUE(center.alerting());
+    scheduler.advance(0.1);
+    EXPECT_FALSE(center.alerting());
+    EXPECT_EQ(center.activities().size(), 1u);
+
+    center.post(activity("fire", ActivityPriority::critical, true));
+    scheduler.advance(60);
+    ASSERT_TRUE(center.alerting());
+    EXPECT_EQ(center.alerting()->id, "fire");
+    center.end("fire");
+    EXPECT_FALSE(center.alerting());
+
+    center.post(activity("quiet"));
+    EXPECT_FALSE(center.alerting());
+}
+
+TEST_F(CenterTest, UpdatesReAlertOnlyAtRaisedImportance) {
+    center.post(activity("n", ActivityPriority::normal, true));
+    scheduler.advance(5);
+    ASSERT_FALSE(center.alerting());
+
+    LiveActivity update = activity("n", ActivityPriority::normal, true);
+    update.title = "changed";
+    center.post(update);
+    EXPECT_FALSE(center.alerting()) << "a normal update does not alert again";
+
+    update.title = "changed again";
+    update.priority = ActivityPriority::important;
+    center.post(update);
+    ASSERT_TRUE(center.alerting());
+    EXPECT_EQ(center.alerting()->title, "changed again");
+
+    // An update of the activity being shown replaces it without restarting its time.
+    scheduler.advance(3);
+    update.title = "third";
+    update.alert = false;
+    center.post(update);
+    EXPECT_EQ(center.alerting()->title, "third");
+    scheduler.advance(1);
+    EXPECT_FALSE(center.alerting());
+}
+
+TEST_F(CenterTest, FlashReplacesTheHUDAndRestartsItsTime) {
+    Recorder recorder(center);
+    HUDEvent volume;
+    volume.kind = HUDEvent::Kind::volume;
+    volume.value = 0.5;
+    center.flash(volume);
+    EXPECT_EQ(center.hud(), volume);
+    EXPECT_EQ(center.hudSerial(), 1u);
+    scheduler.advance(1.0);
+    center.flash(volume);
+    EXPECT_EQ(center.hudSerial(), 2u);
+    scheduler.advance(1.0);
+    EXPECT_TRUE(center.hud()) << "the second flash restarted the 1.6 s";
+    scheduler.advance(0.6);
+    EXPECT_FALSE(center.hud());
+    EXPECT_EQ(recorder.count(Change::hud), 3);
+    EXPECT_EQ(scheduler.pendingCount(), 0u);
+}
+
+TEST_F(CenterTest, KeepsExactlyOneExpiryTimerWithAFloor) {
+    LiveActivity soon = activity("soon");
+    soon.expiresAt = scheduler.now() + 10;
+    LiveActivity later = activity("later");
+    later.expiresAt = scheduler.now() + 20;
+    center.post(later);
+    center.post(soon);
+    center.post(activity("forever"));
+    EXPECT_EQ(scheduler.pendingCount(), 1u);
+    EXPECT_EQ(scheduler.nextDue(), scheduler.now() + 10);
+
+    scheduler.advance(10);
+    EXPECT_EQ(center.activities().size(), 2u);
+    EXPECT_EQ(scheduler.nextDue(), scheduler.now() + 10);
+    scheduler.advance(10);
+    ASSERT_EQ(center.activities().size(), 1u);
+    EXPECT_EQ(center.activities()[0].id, "forever");
+    EXPECT_EQ(scheduler.pendingCount(), 0u);
+}
+
+TEST_F(CenterTest, AnExpiryCloserThanTheFloorFiresAfterTheFloor) {
+    LiveActivity overdue = activity("overdue");
+    overdue.expiresAt = scheduler.now() + 0.01;
+    center.post(overdue);
+    EXPECT_EQ(scheduler.nextDue(), scheduler.now() + LiveActivityCenter::expiryFloor);
+    scheduler.advance(0.04);
+    EXPECT_EQ(center.activities().size(), 1u);
+    scheduler.advance(0.01);
+    EXPECT_TRUE(center.activities().empty());
+
+    // A change at the very moment an expiry falls due re-arms the timer with the expiry in the
+    // past: it must wait for the floor instead of firing at once.
+    const Date start = scheduler.now();
+    auto poke = scheduler.schedule(1, [this] { center.post(activity("b")); });
+    LiveActivity due = activity("due");
+    due.expiresAt = start + 1;
+    center.post(due);
+    scheduler.advance(1);
+    EXPECT_EQ(scheduler.nextDue(), start + 1 + LiveActivityCenter::expiryFloor);
+    EXPECT_NE(center.queue().activity("due"), nullptr);
+    scheduler.advance(LiveActivityCenter::expiryFloor);
+    EXPECT_EQ(center.queue().activity("due"), nullptr);
+}
+
+TEST_F(CenterTest, ExpiryClearsTheAlertOfTheActivityItRemoves) {
+    LiveActivity critical = activity("c", ActivityPriority::critical, true);
+    critical.expiresAt = scheduler.now() + 30;
+    center.post(critical);
+    ASSERT_TRUE(center.alerting());
+    scheduler.advance(30);
+    EXPECT_FALSE(center.alerting());
+    EXPECT_TRUE(center.activities().empty());
+
+    center.post(activity("x", ActivityPriority::critical, true));
+    LiveActivity expired = activity("x");
+    expired.expiresAt = scheduler.now();
+    EXPECT_EQ(center.post(expired), Result::suppressed);
+    EXPECT_FALSE(center.alerting());
+    EXPECT_TRUE(center.activities().empty());
+}
+
+TEST_F(CenterTest, RoutesPressesByPrefixInRegistrationOrderThenToTheCatchAll) {
+    std::vector<std::string> calls;
+    center.handleActions("sdk.", [&](const std::string& id, const std::string& action) {
+        calls.push_back("sdk " + id + " " + action);
+    });
+    center.handleActions(
+        "sdk.lumetta.", [&](const std::string& id, const std::string&) { calls.push_back("lumetta " + id); });
+    center.handleActions("agent.", [&](const std::string&, const std::string&) { calls.push_back("agent"); });
+    center.onAction = [&](const std::string& id, const std::string& action) {
+        calls.push_back("any " + id + " " + action);
+    };
+
+    center.perform("sdk.lumetta.build", "cancel");
+    EXPECT_EQ(calls, (std::vector<std::string>{"sdk sdk.lumetta.build cancel", "lumetta sdk.lumetta.build",
+                                               "any sdk.lumetta.build cancel"}));
+
+    // Re-registering a prefix replaces its handler and moves it to the end.
+    calls.clear();
+    center.handleActions("sdk.",
+                         [&](const std::string&, const std::string&) { calls.push_back("sdk again"); });
+    center.perform("sdk.lumetta.x", "ok");
+    EXPECT_EQ(calls,
+              (std::vector<std::string>{"lumetta sdk.lumetta.x", "sdk again", "any sdk.lumetta.x ok"}));
+
+    calls.clear();
+    center.perform("timer", "stop");
+    EXPECT_EQ(calls, (std::vector<std::string>{"any timer stop"}));
+}
+
+TEST_F(CenterTest, StartsAndStopsProvidersOnceAndEndsTheirActivities) {
+    std::vector<std::string> log;
+    center.registerProvider(std::make_unique<FakeProvider>("media", log));
+    center.registerProvider(std::make_unique<FakeProvider>("battery", log));
+    ASSERT_NE(center.provider("media"), nullptr);
+    EXPECT_EQ(center.provider("wifi"), nullptr);
+
+    center.start("media");
+    center.start("media");
+    center.start("wifi");
+    center.stop("battery");
+    EXPECT_EQ(log, (std::vector<std::string>{"start media"}));
+    EXPECT_TRUE(center.isStarted("media"));
+    EXPECT_EQ(center.activities().size(), 1u);
+
+    center.start("battery");
+    center.post(activity("unrelated"));
+    center.stop("media");
+    EXPECT_FALSE(center.isStarted("media"));
+    EXPECT_EQ(center.queue().activity("media.1"), nullptr);
+    EXPECT_EQ(center.activities().size(), 2u);
+
+    center.stopAll();
+    EXPECT_EQ(log, (std::vector<std::string>{"start media", "start battery", "stop media", "stop battery"}));
+    ASSERT_EQ(center.activities().size(), 1u);
+    EXPECT_EQ(center.activities()[0].id, "unrelated");
+}
+
+TEST_F(CenterTest, EndAllRemovesOneSourceAndItsAlert) {
+    LiveActivity mine = activity("sdk.app.1", ActivityPriority::critical, true);
+    mine.source = "app";
+    center.post(mine);
+    center.post(activity("other"));
+    EXPECT_EQ(center.endAll("app"), std::vector<std::string>{"sdk.app.1"});
+    EXPECT_FALSE(center.alerting());
+    EXPECT_EQ(center.activities().size(), 1u);
+    EXPECT_TRUE(center.endAll("app").empty());
+}
+
+TEST(LiveActivityCenter, DroppingTheCenterCancelsItsTimers) {
+    ManualScheduler scheduler;
+    {
+        LiveActivityCenter center(scheduler);
+        LiveActivity item = activity("a", ActivityPriority::important, true);
+        item.expiresAt = scheduler.now() + 5;
+        center.post(item);
+        center.flash(HUDEvent{});
+        EXPECT_EQ(scheduler.pendingCount(), 3u);
+    }
+    EXPECT_EQ(scheduler.pendingCount(), 0u);
+    scheduler.advance(10);
+}

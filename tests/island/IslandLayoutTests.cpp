@@ -1,0 +1,182 @@
+#include "BrindKit/island/IslandLayout.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace brind;
+using Input = IslandLayout::Input;
+using LayoutSize = IslandLayout::Size;
+
+namespace {
+
+Input housing(double width = 185, double height = 32, LayoutSize size = LayoutSize::medium) {
+    Input input;
+    input.metrics = NotchMetrics{true, SizeF{width, height}, height};
+    input.size = size;
+    return input;
+}
+
+Input floating(LayoutSize size = LayoutSize::medium, double menuBar = 24) {
+    Input input;
+    input.metrics = NotchMetrics{false, SizeF{}, menuBar};
+    input.floating = true;
+    input.size = size;
+    return input;
+}
+
+/// Eight points per byte of text: enough to tell measured widths apart.
+double measure(std::string_view text, double) {
+    return 8.0 * static_cast<double>(text.size());
+}
+
+} // namespace
+
+TEST(IslandLayout, ClosedSizeFollowsTheHousingWithinMinimums) {
+    EXPECT_EQ(IslandLayout::closed(housing()), (SizeF{185, 32}));
+    Input shrunk = housing();
+    shrunk.widthOffset = -500;
+    shrunk.heightOffset = -100;
+    EXPECT_EQ(IslandLayout::closed(shrunk), (SizeF{60, 20}));
+    Input grown = housing();
+    grown.widthOffset = 10;
+    grown.heightOffset = 2;
+    EXPECT_EQ(IslandLayout::closed(grown), (SizeF{195, 34}));
+    EXPECT_EQ(IslandLayout::closed(floating(LayoutSize::small)), (SizeF{132, 32}));
+    EXPECT_EQ(IslandLayout::closed(floating(LayoutSize::large)), (SizeF{169, 32}));
+}
+
+TEST(IslandLayout, CompactUsesTheWiderWingOnBothSides) {
+    EXPECT_EQ(IslandLayout::compact(housing(), 40, 10), (SizeF{265, 32}));
+    EXPECT_EQ(IslandLayout::compact(housing(), 10, 40), (SizeF{265, 32}));
+    EXPECT_EQ(IslandLayout::compact(floating(), 20, 20), (SizeF{150, 36}));
+    EXPECT_EQ(IslandLayout::compact(floating(), 40, 50), (SizeF{178, 36}));
+}
+
+TEST(IslandLayout, PeekAddsRoomAndHasAScaledMinimumWidth) {
+    EXPECT_EQ(IslandLayout::peek(floating(LayoutSize::small)), (SizeF{290, 54}));
+    EXPECT_EQ(IslandLayout::peek(floating(LayoutSize::large)), (SizeF{373, 54}));
+    EXPECT_EQ(IslandLayout::peek(housing()), (SizeF{330, 68}));
+    Input wide = housing(250, 37.5);
+    EXPECT_EQ(IslandLayout::peek(wide), (SizeF{370, 73.5})) << "the height is not rounded";
+}
+
+TEST(IslandLayout, ExpandedScalesWithTheSize) {
+    EXPECT_EQ(IslandLayout::expanded(housing(185, 32, LayoutSize::large)), (SizeF{723, 294}));
+    EXPECT_EQ(IslandLayout::expanded(housing()), (SizeF{640, 264}));
+    EXPECT_EQ(IslandLayout::expanded(housing(500, 32)), (SizeF{700, 264}))
+        << "at least 200 wider than closed";
+    EXPECT_EQ(IslandLayout::expanded(floating(LayoutSize::small)), (SizeF{563, 8 + 204}));
+    EXPECT_EQ(IslandLayout::expanded(floating()), (SizeF{640, 240}));
+}
+
+TEST(IslandLayout, WindowFitsTheLargestIslandAndIgnoresNegativeOffsets) {
+    // Large expanded over 185 x 32 is 723 x 294: width 2 x ceil(903 / 2) = 904, height 294 + 70.
+    EXPECT_EQ(IslandLayout::window(housing()), (SizeF{904, 364}));
+    Input negative = housing();
+    negative.widthOffset = -40;
+    negative.heightOffset = -10;
+    EXPECT_EQ(IslandLayout::window(negative), IslandLayout::window(housing()));
+    Input positive = housing();
+    positive.heightOffset = 4;
+    EXPECT_EQ(IslandLayout::window(positive), (SizeF{904, 368}));
+    // Floating: 723 x (8 + 262), plus the top bar and its gap.
+    EXPECT_EQ(IslandLayout::window(floating(LayoutSize::small, 24)), (SizeF{904, 270 + 70 + 30}));
+    EXPECT_EQ(IslandLayout::floatingTop(floating(LayoutSize::small, 24)), 30);
+}
+
+TEST(IslandLayout, PlacesTheWindowAndTheIslandInsideIt) {
+    const RectF screen{100, 0, 1511, 982};
+    const Input input = housing();
+    const RectF frame = IslandLayout::windowFrame(screen, input);
+    EXPECT_EQ(frame, (RectF{std::round(855.5 - 452), 982 - 364, 904, 364}));
+
+    const SizeF island{265, 32};
+    EXPECT_EQ(IslandLayout::islandRect(island, frame.size(), input), (RectF{320, 0, 265, 32}));
+    EXPECT_EQ(IslandLayout::islandRect(island, frame.size(), floating()), (RectF{320, 30, 265, 32}));
+
+    // On screen the island hangs from the top edge, centred, grown by the slop.
+    const RectF hit = IslandLayout::screenRect(island, screen, 4, input);
+    EXPECT_EQ(hit, (RectF{frame.x + 320 - 4, 982 - 32 - 4, 265 + 8, 32 + 8}));
+    const RectF pill = IslandLayout::screenRect(SizeF{150, 32}, screen, 0, floating());
+    EXPECT_EQ(pill.maxY(), 982 - 30);
+}
+
+TEST(IslandLayout, WingWidthsDependOnTheGlyph) {
+    const Input input = housing(185, 32);
+    struct Case {
+        ActivityGlyph glyph;
+        double width;
+    };
+    const Case cases[] = {
+        {ActivityGlyph::none(), 0},
+        {ActivityGlyph::visualiser(), 42},
+        {ActivityGlyph::symbol("timer"), 38},
+        {ActivityGlyph::ring(0.5), 38},
+        {ActivityGlyph::dot(RGBA::white), 38},
+        {ActivityGlyph::text("4:05"), 32 + 22},
+        {ActivityGlyph::text(std::string(40, 'x')), 150},
+    };
+    for (const auto& [glyph, width] : cases)
+        EXPECT_EQ(IslandLayout::wingWidth(glyph, input, measure), width) << glyph.toJSON().dump();
+
+    EXPECT_EQ(IslandLayout::glyphSide(housing(185, 20)), 24);
+    EXPECT_EQ(IslandLayout::glyphSide(floating()), 36);
+    EXPECT_EQ(IslandLayout::wingWidth(ActivityGlyph::spinner(), floating(), measure), 42);
+}
+
+TEST(IslandLayout, TextGlyphFontSizeIsClamped) {
+    EXPECT_EQ(IslandLayout::glyphFontSize(housing(185, 24)), 10); // (24 - 9) x 0.55 = 8.25
+    EXPECT_DOUBLE_EQ(IslandLayout::glyphFontSize(housing(185, 30)), 11.55);
+    EXPECT_EQ(IslandLayout::glyphFontSize(floating()), 13); // 14.85
+    double seenSize = 0;
+    IslandLayout::wingWidth(ActivityGlyph::text("1h 5m"), housing(185, 30),
+                            [&](std::string_view, double size) {
+                                seenSize = size;
+                                return 10.2;
+                            });
+    EXPECT_DOUBLE_EQ(seenSize, 11.55);
+}
+
+TEST(IslandLayout, CompactWingsComeFromTheTopActivity) {
+    const Input input = housing();
+    EXPECT_EQ(IslandLayout::compactWings(nullptr, input, measure), (std::pair{36.0, 36.0}));
+    LiveActivity top;
+    top.leading = ActivityGlyph::visualiser();
+    top.trailing = ActivityGlyph::text("42s");
+    EXPECT_EQ(IslandLayout::compactWings(&top, input, measure), (std::pair{42.0, 46.0}));
+}
+
+TEST(IslandLayout, BadgesAndAlertsWidenTheIsland) {
+    EXPECT_EQ(IslandLayout::badged(housing()), (SizeF{237, 32}));
+    EXPECT_EQ(IslandLayout::badged(floating()), (SizeF{180, 32}));
+
+    LiveActivity alert;
+    alert.title = "Short";
+    alert.priority = ActivityPriority::critical;
+    EXPECT_EQ(IslandLayout::alertPeek(alert, housing()), IslandLayout::peek(housing()))
+        << "no actions, no buttons";
+    alert.actions.push_back({"ok", "OK", ActivityAction::Role::primary, std::nullopt});
+    EXPECT_EQ(IslandLayout::alertPeek(alert, housing()), (SizeF{425, 116}));
+    EXPECT_EQ(IslandLayout::alertPeek(alert, housing(300, 32)), (SizeF{460, 116}));
+    EXPECT_EQ(IslandLayout::alertPeek(alert, floating()), (SizeF{440, 104}));
+    alert.priority = ActivityPriority::important;
+    EXPECT_EQ(IslandLayout::alertPeek(alert, housing()), IslandLayout::peek(housing()));
+
+    // 40 characters: 7.4 x 40 + 90 = 386; 100 characters would be 830, held at 520.
+    EXPECT_DOUBLE_EQ(IslandLayout::widenedForTitle({330, 68}, std::string(40, 'a')).width, 386);
+    EXPECT_EQ(IslandLayout::widenedForTitle({330, 68}, std::string(100, 'a')), (SizeF{520, 68}));
+    EXPECT_EQ(IslandLayout::widenedForTitle({600, 68}, std::string(100, 'a')), (SizeF{600, 68}));
+    // Characters are what the reader sees: five flags are five, not twenty code points.
+    const std::string flags =
+        "\U0001F1EB\U0001F1F7\U0001F1EB\U0001F1F7\U0001F1EB\U0001F1F7\U0001F1EB\U0001F1F7"
+        "\U0001F1EB\U0001F1F7";
+    EXPECT_EQ(IslandLayout::widenedForTitle({100, 54}, flags).width, 7.4 * 5 + 90);
+}
+
+TEST(IslandLayout, ExpandedHeightFollowsItsContent) {
+    EXPECT_EQ(IslandLayout::expandedForContent(housing(), std::nullopt), (SizeF{640, 32 + 6 + 96 + 16}));
+    EXPECT_EQ(IslandLayout::expandedForContent(housing(185, 20), 200), (SizeF{640, 28 + 6 + 200 + 16}));
+    EXPECT_EQ(IslandLayout::expandedForContent(floating(), 50), (SizeF{640, 34 + 6 + 50 + 16}));
+    Input offset = housing();
+    offset.heightOffset = 4;
+    EXPECT_EQ(IslandLayout::headerHeight(offset), 36);
+}

@@ -1,0 +1,178 @@
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/island/LiveActivity.hpp"
+
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace brind;
+
+namespace {
+
+const Date now{1'700'000'000};
+
+LiveActivity bare(std::string id, std::string source = "unknown") {
+    LiveActivity activity;
+    activity.id = std::move(id);
+    activity.source = std::move(source);
+    activity.postedAt = now;
+    return activity;
+}
+
+LiveActivity decoded(const std::string& text) {
+    auto activity = LiveActivity::fromJSON(JSON::parse(text), now);
+    EXPECT_TRUE(activity) << text << ": " << (activity ? "" : activity.error());
+    return activity.value_or(LiveActivity{});
+}
+
+} // namespace
+
+namespace brind {
+void PrintTo(const LiveActivity& activity, std::ostream* out) {
+    *out << activity.toJSON().dump() << " posted at " << activity.postedAt.secondsSince1970;
+}
+} // namespace brind
+
+TEST(LiveActivity, MemberwiseInitialiserClampsProgress) {
+    const auto make = [](std::optional<double> progress) {
+        return LiveActivity::make("a", "s", ActivityPriority::normal, {}, {}, "t", std::nullopt, progress,
+                                  std::nullopt, std::nullopt, {}, false, std::nullopt, true, Date{});
+    };
+    EXPECT_EQ(make(-0.5).progress, 0.0);
+    EXPECT_EQ(make(1.7).progress, 1.0);
+    EXPECT_EQ(make(0.3).progress, 0.3);
+    EXPECT_EQ(make(std::nullopt).progress, std::nullopt);
+    EXPECT_EQ(make(std::nan("")).progress, 0.0);
+    LiveActivity handBuilt;
+    handBuilt.progress = 2.0;
+    EXPECT_EQ(handBuilt.clamped().progress, 1.0);
+}
+
+TEST(LiveActivity, ExpiresAtAndAfterItsExpiry) {
+    LiveActivity activity = bare("a");
+    EXPECT_FALSE(activity.isExpired(now));
+    activity.expiresAt = now;
+    EXPECT_TRUE(activity.isExpired(now));
+    EXPECT_TRUE(activity.isExpired(now + 1));
+    EXPECT_FALSE(activity.isExpired(now - 0.001));
+}
+
+TEST(LiveActivity, SameContentIgnoresOnlyPostedAt) {
+    LiveActivity first = bare("a");
+    first.title = "Tea";
+    LiveActivity second = first;
+    second.postedAt = now + 5;
+    EXPECT_NE(first, second);
+    EXPECT_TRUE(first.sameContent(second));
+    second.subtitle = "";
+    EXPECT_FALSE(first.sameContent(second));
+}
+
+TEST(LiveActivity, DecodesATypicalClientActivity) {
+    const auto text = AtomicFile::read(BRIND_TEST_DATA "/island/activity.json");
+    ASSERT_TRUE(text);
+    const LiveActivity activity = decoded(*text);
+    const RGBA green = *RGBA::fromHex("#34C759");
+    // "postedAt" in the body is ignored: a decoded activity carries the moment of decoding.
+    const LiveActivity expected = LiveActivity::make(
+        "sdk.build.ci", "build-bot", ActivityPriority::important, ActivityGlyph::symbol("hammer.fill", green),
+        ActivityGlyph::ring(0.42), "Building vantaquill", "step 3 of 7", 0.42, green,
+        Date::parseISO8601("2025-03-01T17:30:00Z"),
+        {{"cancel", "Cancel", ActivityAction::Role::destructive, "xmark"},
+         {"open", "Open log", ActivityAction::Role::primary, std::nullopt}},
+        true, "open", false, now);
+    EXPECT_EQ(activity, expected);
+}
+
+TEST(LiveActivity, AppliesDefaultsToAMinimalBody) {
+    const LiveActivity activity = decoded(R"({"id": "x"})");
+    EXPECT_EQ(activity, bare("x"));
+}
+
+TEST(LiveActivity, ReadsPriorityLeniently) {
+    const std::pair<const char*, ActivityPriority> cases[] = {
+        {"0", ActivityPriority::ambient},
+        {"3", ActivityPriority::critical},
+        {"2.0", ActivityPriority::important},
+        {"7", ActivityPriority::normal},
+        {"-1", ActivityPriority::normal},
+        {"2.5", ActivityPriority::normal},
+        {"1e30", ActivityPriority::normal},
+        {"18446744073709551615", ActivityPriority::normal},
+        {R"("Urgent")", ActivityPriority::critical},
+        {R"("low")", ActivityPriority::ambient},
+        {R"("meh")", ActivityPriority::normal},
+        {"true", ActivityPriority::normal},
+        {"null", ActivityPriority::normal},
+        {"[3]", ActivityPriority::normal},
+    };
+    for (const auto& [value, priority] : cases) {
+        const std::string text = std::string(R"({"id": "x", "priority": )") + value + "}";
+        EXPECT_EQ(decoded(text).priority, priority) << value;
+    }
+}
+
+TEST(LiveActivity, ReadsExpiryAsSecondsOrInternetDate) {
+    const std::pair<const char*, std::optional<Date>> cases[] = {
+        {"0", Date{0}},
+        {"1700000123.5", Date{1700000123.5}},
+        {R"("2025-03-01T17:30:00Z")", Date::parseISO8601("2025-03-01T17:30:00Z")},
+        {R"("tomorrow")", std::nullopt},
+        {"false", std::nullopt},
+        {"{}", std::nullopt},
+    };
+    for (const auto& [value, expiry] : cases) {
+        const std::string text = std::string(R"({"id": "x", "expiresAt": )") + value + "}";
+        EXPECT_EQ(decoded(text).expiresAt, expiry) << value;
+    }
+    EXPECT_TRUE(decoded(R"({"id": "x", "expiresAt": 0})").isExpired(now));
+}
+
+TEST(LiveActivity, TreatsWronglyTypedOptionalKeysAsAbsent) {
+    const LiveActivity activity = decoded(R"({"id": "x", "source": 4, "title": ["t"], "subtitle": 1,
+        "progress": "half", "actions": "none", "alert": "yes", "tapAction": false, "dismissible": 0,
+        "leading": "star", "trailing": null, "tint": null})");
+    EXPECT_EQ(activity, bare("x"));
+    EXPECT_EQ(decoded(R"({"id": "x", "progress": -3})").progress, 0.0);
+}
+
+TEST(LiveActivity, FailsOnMissingIdentityAndMalformedParts) {
+    const char* cases[] = {
+        R"({"title": "no id"})",
+        R"({"id": 5})",
+        R"({"id": null})",
+        R"({"id": "x", "tint": "plum"})",
+        R"({"id": "x", "tint": 3})",
+        R"({"id": "x", "leading": {"dot": "#XYZ"}})",
+        R"({"id": "x", "actions": [{"id": "ok"}]})",
+        R"({"id": "x", "actions": [{"id": "ok", "label": "OK", "role": "maybe"}]})",
+        R"(["id"])",
+    };
+    for (const char* text : cases) {
+        const auto activity = LiveActivity::fromJSON(JSON::parse(text), now);
+        ASSERT_FALSE(activity) << text;
+        EXPECT_FALSE(activity.error().empty());
+    }
+    EXPECT_EQ(LiveActivity::fromJSON(JSON::parse(R"({"id": "x", "tint": "plum"})"), now).error(),
+              "tint: not a hex colour: plum");
+}
+
+TEST(LiveActivity, EncodesEveryFieldButPostedAtAndRoundTrips) {
+    LiveActivity minimal = bare("m", "s");
+    minimal.title = "T";
+    EXPECT_EQ(minimal.toJSON().dump(),
+              R"({"actions":[],"alert":false,"dismissible":true,"id":"m",)"
+              R"("leading":{},"priority":"normal","source":"s","title":"T","trailing":{}})");
+
+    // Colours travel as hex bytes, so the round trip uses components that are whole bytes.
+    const LiveActivity full = LiveActivity::make(
+        "f", "timer", ActivityPriority::critical, ActivityGlyph::visualiser(),
+        ActivityGlyph::text("4:05", RGBA::white), "Tea", "green", 0.5, RGBA{1, 0, 0.2, 1},
+        Date{1700000100.25}, {{"stop", "Stop", ActivityAction::Role::cancel, std::nullopt}}, true, "open",
+        false, now);
+    const JSON json = full.toJSON();
+    EXPECT_EQ(json["priority"], "critical");
+    EXPECT_EQ(json["expiresAt"], 1700000100.25);
+    EXPECT_EQ(json["tint"], "#FF0033");
+    EXPECT_FALSE(json.contains("postedAt"));
+    EXPECT_EQ(LiveActivity::fromJSON(json, now), full);
+}

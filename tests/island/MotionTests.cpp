@@ -1,0 +1,76 @@
+#include "BrindKit/island/Motion.hpp"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <numbers>
+
+using namespace brind;
+
+TEST(Motion, RubberBandApproachesTheLimitWithoutPassingIt) {
+    EXPECT_EQ(Motion::rubberBand(100, 0, 0.55), 0);
+    EXPECT_EQ(Motion::rubberBand(100, -5, 0.55), 0);
+    EXPECT_NEAR(Motion::rubberBand(100, 50, 0.55), 50 * (1 - 1 / 2.1), 1e-12);
+    EXPECT_NEAR(Motion::rubberBand(100, 50, 0.55), 26.19, 0.01);
+    EXPECT_NEAR(Motion::rubberBand(-100, 50, 0.55), -26.19, 0.01);
+    EXPECT_EQ(Motion::rubberBand(0, 50, 0.55), 0);
+    EXPECT_LT(Motion::rubberBand(1e9, 50, 0.55), 50);
+    EXPECT_GT(Motion::rubberBand(1e9, 50, 0.55), 49.99);
+}
+
+TEST(Motion, GrowingAndShrinkingFollowSizeRankNotDeclarationOrder) {
+    EXPECT_EQ(Motion::sizeRank(IslandState::closed), 0);
+    EXPECT_EQ(Motion::sizeRank(IslandState::compact), 1);
+    EXPECT_EQ(Motion::sizeRank(IslandState::peek), 2);
+    EXPECT_EQ(Motion::sizeRank(IslandState::expanded), 3);
+
+    // peek is declared before compact but is the bigger shape: compact -> peek grows.
+    EXPECT_EQ(Motion::transition(IslandState::compact, IslandState::peek, false),
+              Motion::Animation(Motion::Spring{0.38, 0.68}));
+    EXPECT_EQ(Motion::transition(IslandState::peek, IslandState::compact, false),
+              Motion::Animation(Motion::Spring{0.38, 0.88}));
+    EXPECT_EQ(Motion::transition(IslandState::expanded, IslandState::closed, false),
+              Motion::Animation(Motion::Spring{0.38, 0.88}));
+    EXPECT_EQ(Motion::transition(IslandState::closed, IslandState::expanded, true),
+              Motion::Animation(Motion::EaseInOut{0.18}));
+}
+
+TEST(Motion, SpringStartsAtRestAndSettlesOnTheTarget) {
+    for (const double damping : {Motion::openDamping, Motion::closeDamping, 1.0, 1.6}) {
+        const Motion::Spring spring{Motion::response, damping};
+        const auto start = spring.evaluate(0);
+        EXPECT_NEAR(start.value, 0, 1e-12) << damping;
+        EXPECT_NEAR(start.velocity, 0, 1e-9) << damping;
+        EXPECT_FALSE(spring.isSettled(0.05)) << damping;
+        EXPECT_TRUE(spring.isSettled(5)) << damping;
+        EXPECT_NEAR(spring.evaluate(5).value, 1, 1e-6) << damping;
+    }
+}
+
+TEST(Motion, SpringOvershootsOnlyWhenUnderdamped) {
+    const auto peakOf = [](const Motion::Spring& spring) {
+        double peak = 0;
+        for (double t = 0; t < 3; t += 0.001)
+            peak = std::max(peak, spring.evaluate(t).value);
+        return peak;
+    };
+    const double open = peakOf({Motion::response, Motion::openDamping});
+    const double close = peakOf({Motion::response, Motion::closeDamping});
+    // Textbook overshoot of a damped oscillator: exp(-pi zeta / sqrt(1 - zeta^2)).
+    EXPECT_NEAR(open - 1, std::exp(-std::numbers::pi * 0.68 / std::sqrt(1 - 0.68 * 0.68)), 1e-4);
+    EXPECT_NEAR(close - 1, std::exp(-std::numbers::pi * 0.88 / std::sqrt(1 - 0.88 * 0.88)), 1e-4);
+    EXPECT_LE(peakOf({Motion::response, 1.0}), 1.0 + 1e-12);
+    EXPECT_LE(peakOf({Motion::response, 2.0}), 1.0 + 1e-12);
+}
+
+TEST(Motion, SpringVelocityMatchesItsPosition) {
+    // The analytic velocity must be the derivative of the analytic position, also with a start velocity.
+    for (const double damping : {0.3, 0.78, 1.0, 1.4}) {
+        const Motion::Spring spring{0.5, damping};
+        for (const double t : {0.0, 0.07, 0.2, 0.6}) {
+            const double h = 1e-6;
+            const double slope = (spring.evaluate(t + h, 2).value - spring.evaluate(t, 2).value) / h;
+            EXPECT_NEAR(spring.evaluate(t, 2).velocity, slope, 1e-3) << damping << " at " << t;
+        }
+        EXPECT_NEAR(spring.evaluate(0, 2).velocity, 2, 1e-9);
+    }
+}
