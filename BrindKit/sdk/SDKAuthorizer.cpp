@@ -1,0 +1,225 @@
+#include "BrindKit/sdk/SDKAuthorizer.hpp"
+
+#include "BrindKit/foundation/Base64.hpp"
+#include "BrindKit/foundation/SHA256.hpp"
+#include "BrindKit/foundation/Text.hpp"
+
+#include <openssl/rand.h>
+
+#include <algorithm>
+#include <array>
+#include <random>
+#include <tuple>
+
+namespace brind {
+
+namespace {
+
+constexpr std::string_view activityPrefix = "sdk.";
+
+// Line breaks are U+000A to U+000D, U+0085, U+2028 and U+2029; in valid UTF-8 each has exactly one
+// byte sequence, so a plain search finds them.
+bool containsLineBreak(std::string_view text) {
+    if (text.find_first_of("\n\v\f\r") != std::string_view::npos)
+        return true;
+    // U+0085 is C2 85; U+2028 and U+2029 are E2 80 A8 and E2 80 A9.
+    return text.find("\xC2\x85") != std::string_view::npos || text.find("\xE2\x80\xA8") != std::string_view::npos ||
+           text.find("\xE2\x80\xA9") != std::string_view::npos;
+}
+
+} // namespace
+
+SDKAuthorizer::SDKAuthorizer(const std::vector<SDKClient>& initial) {
+    for (const auto& client : initial)
+        clients.insert_or_assign(client.appID, client);
+}
+
+void SDKAuthorizer::setOnChange(ChangeHandler handler) {
+    std::lock_guard guard(lock);
+    onChange = std::move(handler);
+}
+
+std::vector<SDKClient> SDKAuthorizer::sortedLocked() const {
+    struct Keyed {
+        std::string key;
+        const SDKClient* client;
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(clients.size());
+    for (const auto& [appID, client] : clients)
+        keyed.push_back(Keyed{Text::lowercased(client.name), &client});
+    // Names that differ only in case fall back to their exact text, then to the unique appID.
+    std::ranges::sort(keyed, [](const Keyed& a, const Keyed& b) {
+        return std::tie(a.key, a.client->name, a.client->appID) < std::tie(b.key, b.client->name, b.client->appID);
+    });
+    std::vector<SDKClient> sorted;
+    sorted.reserve(keyed.size());
+    for (const auto& entry : keyed)
+        sorted.push_back(*entry.client);
+    return sorted;
+}
+
+std::vector<SDKClient> SDKAuthorizer::all() const {
+    std::lock_guard guard(lock);
+    return sortedLocked();
+}
+
+std::optional<SDKClient> SDKAuthorizer::client(std::string_view appID) const {
+    std::lock_guard guard(lock);
+    const auto found = clients.find(appID);
+    if (found == clients.end())
+        return std::nullopt;
+    return found->second;
+}
+
+bool SDKAuthorizer::isValidAppID(std::string_view text) {
+    if (text.empty() || text.size() > maxAppIDCharacters)
+        return false;
+    const auto isLowerOrDigit = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); };
+    if (!isLowerOrDigit(text.front()))
+        return false;
+    return std::ranges::all_of(text, [&](char c) { return isLowerOrDigit(c) || c == '.' || c == '-'; });
+}
+
+bool SDKAuthorizer::isValidName(std::string_view text) {
+    if (!Text::isValidUTF8(text))
+        return false;
+    const std::string trimmed = Text::trimmed(text);
+    const std::size_t characters = Text::graphemeCount(trimmed);
+    return characters >= 1 && characters <= maxNameCharacters && !containsLineBreak(trimmed);
+}
+
+std::string SDKAuthorizer::newToken() {
+    std::array<unsigned char, tokenRandomBytes> bytes{};
+    if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
+        // The system source failed; fall back to the general-purpose generator, seeded from the
+        // operating system's entropy where it has one.
+        std::random_device device;
+        for (auto& byte : bytes)
+            byte = static_cast<unsigned char>(device());
+    }
+    std::string token(tokenPrefix);
+    token += Base64::encodeURL(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    return token;
+}
+
+std::string SDKAuthorizer::hash(std::string_view token) {
+    return SHA256::hex(token);
+}
+
+bool SDKAuthorizer::same(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    unsigned char difference = 0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        difference |= static_cast<unsigned char>(a[i] ^ b[i]);
+    return difference == 0;
+}
+
+void SDKAuthorizer::report(std::vector<SDKClient> list) const {
+    ChangeHandler handler;
+    {
+        std::lock_guard guard(lock);
+        handler = onChange;
+    }
+    if (handler)
+        handler(list);
+}
+
+std::string SDKAuthorizer::issue(std::string appID, std::string name, std::vector<SDKScope> scopes, Date now) {
+    std::string token = newToken();
+    std::vector<SDKClient> list;
+    {
+        std::lock_guard guard(lock);
+        SDKClient client{
+            .appID = appID,
+            .name = std::move(name),
+            .scopes = SDKScopes::normalized(std::move(scopes)),
+            .tokenHash = hash(token),
+            .createdAt = now,
+            .lastSeen = now,
+        };
+        clients.insert_or_assign(std::move(appID), std::move(client));
+        list = sortedLocked();
+    }
+    report(std::move(list));
+    return token;
+}
+
+void SDKAuthorizer::revoke(std::string_view appID) {
+    std::vector<SDKClient> list;
+    {
+        std::lock_guard guard(lock);
+        const auto found = clients.find(appID);
+        if (found == clients.end())
+            return;
+        clients.erase(found);
+        list = sortedLocked();
+    }
+    report(std::move(list));
+}
+
+void SDKAuthorizer::setScopes(std::string_view appID, std::vector<SDKScope> scopes) {
+    std::vector<SDKClient> list;
+    {
+        std::lock_guard guard(lock);
+        const auto found = clients.find(appID);
+        if (found == clients.end())
+            return;
+        auto normalized = SDKScopes::normalized(std::move(scopes));
+        if (found->second.scopes == normalized)
+            return;
+        found->second.scopes = std::move(normalized);
+        list = sortedLocked();
+    }
+    report(std::move(list));
+}
+
+std::expected<SDKClient, SDKAuthError> SDKAuthorizer::authorize(const std::optional<std::string>& token,
+                                                                std::optional<SDKScope> scope, Date now) {
+    if (!token)
+        return std::unexpected(SDKAuthError::missingToken());
+    const std::string digest = hash(*token);
+
+    SDKClient result;
+    std::vector<SDKClient> list;
+    {
+        std::lock_guard guard(lock);
+        SDKClient* match = nullptr;
+        // Every stored digest is compared, so the time taken does not depend on which one matches.
+        for (auto& [appID, client] : clients) {
+            if (same(client.tokenHash, digest))
+                match = &client;
+        }
+        if (!match)
+            return std::unexpected(SDKAuthError::invalidToken());
+        if (scope && std::ranges::find(match->scopes, *scope) == match->scopes.end())
+            return std::unexpected(SDKAuthError::scopeNotGranted(*scope));
+        const bool worthReporting = now - match->lastSeen >= lastSeenReportInterval;
+        match->lastSeen = now;
+        result = *match;
+        if (worthReporting)
+            list = sortedLocked();
+    }
+    if (!list.empty())
+        report(std::move(list));
+    return result;
+}
+
+std::optional<SDKClient> SDKAuthorizer::owner(std::string_view ofActivity) const {
+    if (!ofActivity.starts_with(activityPrefix))
+        return std::nullopt;
+    const std::string_view rest = ofActivity.substr(activityPrefix.size());
+    std::lock_guard guard(lock);
+    const SDKClient* best = nullptr;
+    for (const auto& [appID, client] : clients) {
+        const bool fits = rest.size() > appID.size() + 1 && rest.starts_with(appID) && rest[appID.size()] == '.';
+        if (fits && (!best || appID.size() > best->appID.size()))
+            best = &client;
+    }
+    if (!best)
+        return std::nullopt;
+    return *best;
+}
+
+} // namespace brind

@@ -1,0 +1,47 @@
+#include "BrindKit/sdk/SDKHTTPRequest.hpp"
+
+#include "BrindKit/foundation/Text.hpp"
+
+#include <algorithm>
+#include <cctype>
+
+namespace brind {
+
+namespace {
+
+constexpr std::string_view bearerPrefix = "Bearer ";
+
+} // namespace
+
+std::optional<std::string> SDKHTTPRequest::header(std::string_view name) const {
+    std::string key(name);
+    std::ranges::transform(key, key.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const auto found = headers.find(key);
+    if (found == headers.end())
+        return std::nullopt;
+    return found->second;
+}
+
+std::vector<std::string> SDKHTTPRequest::segments() const {
+    std::vector<std::string> pieces;
+    std::size_t start = 0;
+    while (start <= path.size()) {
+        const std::size_t end = std::min(path.find('/', start), path.size());
+        if (end > start)
+            pieces.emplace_back(path.substr(start, end - start));
+        start = end + 1;
+    }
+    return pieces;
+}
+
+std::optional<std::string> SDKHTTPRequest::bearerToken() const {
+    const auto value = header("authorization");
+    if (!value || !value->starts_with(bearerPrefix))
+        return std::nullopt;
+    std::string token = Text::trimmed(std::string_view(*value).substr(bearerPrefix.size()));
+    if (token.empty())
+        return std::nullopt;
+    return token;
+}
+
+} // namespace brind

@@ -1,0 +1,146 @@
+#include "BrindKit/sdk/SDKURLCommand.hpp"
+
+#include "BrindKit/foundation/Text.hpp"
+#include "BrindKit/foundation/URL.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+namespace brind {
+
+namespace {
+
+constexpr std::string_view scheme = "vantaquill";
+
+// Shells and other programs pass URLs with spaces or non-ASCII text unescaped; such bytes are
+// escaped first so that the strict parser sees the URL the sender meant.
+std::string escapeLoosely(std::string_view text) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string escaped;
+    escaped.reserve(text.size());
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte > 0x20 && byte < 0x7F && c != '"' && c != '<' && c != '>' && c != '\\' && c != '^' &&
+            c != '`' && c != '{' && c != '|' && c != '}') {
+            escaped.push_back(c);
+            continue;
+        }
+        escaped.push_back('%');
+        escaped.push_back(digits[byte >> 4]);
+        escaped.push_back(digits[byte & 0x0F]);
+    }
+    return escaped;
+}
+
+// A number as a script would write it ("0.4", "1", "-3"); anything else is no number.
+std::optional<double> number(const std::string& text) {
+    if (text.empty())
+        return std::nullopt;
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (end != text.c_str() + text.size() || std::isnan(value))
+        return std::nullopt;
+    return value;
+}
+
+class Query {
+public:
+    explicit Query(std::vector<URL::QueryItem> items) : items_(std::move(items)) {}
+
+    /// The first item with this name whose value is present and non-empty.
+    std::optional<std::string> operator()(std::string_view name) const {
+        for (const auto& [key, value] : items_) {
+            if (key == name && !value.empty())
+                return value;
+        }
+        return std::nullopt;
+    }
+
+    std::vector<std::string> all(std::string_view name) const {
+        std::vector<std::string> values;
+        for (const auto& [key, value] : items_) {
+            if (key == name && !value.empty())
+                values.push_back(value);
+        }
+        return values;
+    }
+
+private:
+    std::vector<URL::QueryItem> items_;
+};
+
+} // namespace
+
+std::string SDKURLCommand::ParseError::toString() const {
+    switch (kind) {
+    case Kind::unknown:
+        return "unknown command";
+    case Kind::missing:
+        return "missing " + name;
+    case Kind::wrongScheme:
+        return "not a vantaquill:// URL";
+    }
+    std::unreachable();
+}
+
+std::expected<SDKURLCommand, SDKURLCommand::ParseError> SDKURLCommand::parse(std::string_view text) {
+    const auto url = URL::parse(escapeLoosely(text));
+    if (!url || url->lowercasedScheme() != scheme)
+        return std::unexpected(ParseError::wrongScheme());
+
+    const std::string host = Text::lowercased(url->host.value_or(""));
+    const std::string path = Text::lowercased(url->path);
+    const Query q(url->queryItems());
+
+    if (host == "open") {
+        std::optional<std::string> tab = q("tab");
+        if (!tab) {
+            const auto segments = url->pathSegments();
+            if (!segments.empty())
+                tab = Text::lowercased(segments.front());
+        }
+        return SDKURLCommand{Open{tab}};
+    }
+    if (host == "settings")
+        return SDKURLCommand{Settings{q("pane")}};
+    if (host == "clipboard")
+        return SDKURLCommand{Clipboard{}};
+    if (host == "notify") {
+        const auto title = q("title");
+        if (!title)
+            return std::unexpected(ParseError::missing("title"));
+        Notify notify;
+        notify.title = Text::graphemePrefix(*title, titleLimit);
+        if (const auto subtitle = q("subtitle"))
+            notify.subtitle = Text::graphemePrefix(*subtitle, subtitleLimit);
+        notify.symbol = q("symbol");
+        notify.token = q("token");
+        if (const auto progress = q("progress")) {
+            if (const auto value = number(*progress))
+                notify.progress = std::clamp(*value, 0.0, 1.0);
+        }
+        return SDKURLCommand{notify};
+    }
+    if (host == "end") {
+        const auto id = q("id");
+        if (!id)
+            return std::unexpected(ParseError::missing("id"));
+        const auto token = q("token");
+        if (!token)
+            return std::unexpected(ParseError::missing("token"));
+        return SDKURLCommand{End{*id, *token}};
+    }
+    if (host == "shelf" && path == "/add") {
+        auto paths = q.all("path");
+        if (paths.empty())
+            return std::unexpected(ParseError::missing("path"));
+        const auto token = q("token");
+        if (!token)
+            return std::unexpected(ParseError::missing("token"));
+        return SDKURLCommand{ShelfAdd{std::move(paths), *token}};
+    }
+    return std::unexpected(ParseError::unknown());
+}
+
+} // namespace brind

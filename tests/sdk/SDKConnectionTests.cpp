@@ -1,0 +1,58 @@
+#include "BrindKit/sdk/SDKConnection.hpp"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+using brind::SDKConnection;
+
+TEST(SDKConnection, ForwardsSendsAndClosesToTheServer) {
+    std::vector<std::string> sent;
+    int closes = 0;
+    SDKConnection connection([&](std::string bytes) { sent.push_back(std::move(bytes)); }, [&] { ++closes; });
+    connection.send("a");
+    connection.send("b");
+    connection.close();
+    EXPECT_EQ(sent, (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(closes, 1);
+    // Closing only asks the server; the connection is closed once the server marks it.
+    EXPECT_FALSE(connection.isClosed());
+
+    SDKConnection detached;
+    detached.send("nowhere");
+    detached.close();
+    EXPECT_FALSE(detached.isClosed());
+}
+
+TEST(SDKConnection, RunsCloseHandlersExactlyOnceOutsideTheLock) {
+    SDKConnection connection;
+    int runs = 0;
+    bool sawClosed = false;
+    connection.onClose([&] {
+        ++runs;
+        // Asking the connection again from a close handler must not deadlock.
+        sawClosed = connection.isClosed();
+    });
+    connection.markClosed();
+    connection.markClosed();
+    EXPECT_EQ(runs, 1);
+    EXPECT_TRUE(sawClosed);
+
+    int late = 0;
+    connection.onClose([&] { ++late; });
+    EXPECT_EQ(late, 1);
+}
+
+TEST(SDKConnection, ClosesOnceWhenMarkedFromManyThreads) {
+    SDKConnection connection;
+    std::atomic<int> runs = 0;
+    for (int i = 0; i < 8; ++i)
+        connection.onClose([&] { ++runs; });
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([&] { connection.markClosed(); });
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(runs.load(), 8);
+}
