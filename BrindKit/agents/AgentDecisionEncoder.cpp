@@ -1,0 +1,127 @@
+#include "BrindKit/agents/AgentDecisionEncoder.hpp"
+
+#include <utility>
+
+namespace brind::AgentDecisionEncoder {
+
+namespace {
+
+constexpr std::string_view allowedReason = "Allowed from the vantaquill island.";
+constexpr std::string_view answeredReason = "Answered from the vantaquill island.";
+
+// A reason that is missing or blank gives the agent our default sentence instead.
+std::string reasonOf(const AgentDecision::Deny& deny) {
+    if (deny.reason && deny.reason->find_first_not_of(" \t\r\n") != std::string::npos)
+        return *deny.reason;
+    return std::string(denyDefault);
+}
+
+std::string written(const JSON& value) { return JSONText::compact(value); }
+
+std::optional<std::string> claudePreToolUse(const AgentDecision& decision) {
+    JSON output = {{"hookEventName", "PreToolUse"}};
+    if (std::holds_alternative<AgentDecision::Allow>(decision.value)) {
+        output["permissionDecision"] = "allow";
+        output["permissionDecisionReason"] = allowedReason;
+    } else if (const auto* updating = std::get_if<AgentDecision::AllowUpdating>(&decision.value)) {
+        output["permissionDecision"] = "allow";
+        output["permissionDecisionReason"] = answeredReason;
+        output["updatedInput"] = updating->input;
+    } else if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value)) {
+        output["permissionDecision"] = "deny";
+        output["permissionDecisionReason"] = reasonOf(*deny);
+    } else if (std::holds_alternative<AgentDecision::Ask>(decision.value)) {
+        output["permissionDecision"] = "ask";
+    } else {
+        return std::nullopt;
+    }
+    return written({{"hookSpecificOutput", output}});
+}
+
+// The permission dialog has no "ask" of its own: not answering leaves the agent's prompt up.
+std::optional<std::string> claudePermissionRequest(const AgentDecision& decision) {
+    JSON verdict;
+    if (std::holds_alternative<AgentDecision::Allow>(decision.value)) {
+        verdict = {{"behavior", "allow"}};
+    } else if (const auto* updating = std::get_if<AgentDecision::AllowUpdating>(&decision.value)) {
+        verdict = {{"behavior", "allow"}, {"updatedInput", updating->input}};
+    } else if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value)) {
+        verdict = {{"behavior", "deny"}, {"message", reasonOf(*deny)}};
+    } else {
+        return std::nullopt;
+    }
+    return written({{"hookSpecificOutput", {{"hookEventName", "PermissionRequest"}, {"decision", verdict}}}});
+}
+
+std::optional<std::string> claude(const AgentDecision& decision, std::string_view rawName) {
+    if (rawName == "PreToolUse")
+        return claudePreToolUse(decision);
+    if (rawName == "PermissionRequest")
+        return claudePermissionRequest(decision);
+    return std::nullopt;
+}
+
+std::optional<std::string> gemini(const AgentDecision& decision, std::string_view rawName) {
+    if (rawName != "BeforeTool")
+        return std::nullopt;
+    if (std::holds_alternative<AgentDecision::Allow>(decision.value) ||
+        std::holds_alternative<AgentDecision::AllowUpdating>(decision.value))
+        return written({{"decision", "allow"}});
+    if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value))
+        return written({{"decision", "deny"}, {"reason", reasonOf(*deny)}});
+    return std::nullopt;
+}
+
+std::optional<std::string> cursor(const AgentDecision& decision, std::string_view rawName) {
+    // Prompts are never held back from the island.
+    if (rawName == "beforeSubmitPrompt")
+        return written({{"continue", true}});
+    if (rawName != "beforeShellExecution" && rawName != "beforeMCPExecution")
+        return std::nullopt;
+    if (std::holds_alternative<AgentDecision::Allow>(decision.value) ||
+        std::holds_alternative<AgentDecision::AllowUpdating>(decision.value))
+        return written({{"permission", "allow"}});
+    if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value)) {
+        const std::string reason = reasonOf(*deny);
+        return written({{"permission", "deny"}, {"user_message", reason}, {"agent_message", reason}});
+    }
+    if (std::holds_alternative<AgentDecision::Ask>(decision.value))
+        return written({{"permission", "ask"}});
+    return std::nullopt;
+}
+
+std::optional<std::string> plain(const AgentDecision& decision) {
+    if (std::holds_alternative<AgentDecision::Allow>(decision.value) ||
+        std::holds_alternative<AgentDecision::AllowUpdating>(decision.value))
+        return written({{"decision", "allow"}});
+    if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value))
+        return written({{"decision", "deny"}, {"reason", reasonOf(*deny)}});
+    if (std::holds_alternative<AgentDecision::Ask>(decision.value))
+        return written({{"decision", "ask"}});
+    return std::nullopt;
+}
+
+} // namespace
+
+std::optional<std::string> output(const AgentDecision& decision, const AgentHookEvent& event) {
+    switch (event.agent) {
+    case AgentKind::claudeCode: return claude(decision, event.rawName);
+    case AgentKind::gemini: return gemini(decision, event.rawName);
+    case AgentKind::cursor: return cursor(decision, event.rawName);
+    case AgentKind::codex:
+    case AgentKind::generic: return plain(decision);
+    }
+    std::unreachable();
+}
+
+std::string unreachableFallback(AgentKind agent, std::string_view eventName) {
+    if (agent != AgentKind::cursor)
+        return {};
+    if (eventName == "beforeShellExecution" || eventName == "beforeMCPExecution")
+        return "{\"permission\":\"ask\"}";
+    if (eventName == "beforeSubmitPrompt")
+        return "{\"continue\":true}";
+    return {};
+}
+
+} // namespace brind::AgentDecisionEncoder

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "BrindKit/agents/AgentDecodeError.hpp"
+#include "BrindKit/agents/AgentHookEvent.hpp"
+#include "BrindKit/agents/AgentKind.hpp"
+#include "BrindKit/foundation/Date.hpp"
+#include "BrindKit/foundation/JSON.hpp"
+
+#include <expected>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace brind {
+
+/// Turns each agent's hook payload into an `AgentHookEvent`. Unknown event names never fail (they
+/// decode to `unknown`, or `status` in the generic form) so that a newer agent keeps working.
+namespace AgentEventDecoder {
+
+/// Decodes `body` as sent by `agent`. `eventName` is the hook route's `event` query parameter,
+/// used when the agent passed its event name on the command line rather than in the payload.
+/// `terminal` and `terminalInfo` are left for the hook route to fill.
+std::expected<AgentHookEvent, AgentDecodeError> decode(AgentKind agent, std::optional<std::string_view> eventName,
+                                                       std::string_view body, Date now);
+
+/// The first non-empty line; over 160 characters it is cut to 157 and "…".
+std::string firstLine(std::string_view text);
+
+/// A model given as text, or as an object with `display_name` or `id`.
+std::optional<std::string> modelName(const JSON& value);
+
+/// Compact JSON with sorted keys and "/" unescaped; nothing unless `value` is an object.
+std::optional<std::string> compactJSON(const JSON& value);
+
+} // namespace AgentEventDecoder
+
+} // namespace brind

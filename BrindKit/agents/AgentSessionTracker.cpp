@@ -1,0 +1,207 @@
+#include "BrindKit/agents/AgentSessionTracker.hpp"
+
+#include "BrindKit/agents/AgentEventDecoder.hpp"
+#include "BrindKit/agents/AgentInteraction.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace brind {
+
+namespace {
+
+using Status = AgentSession::Status;
+using Change = AgentSessionChange::Kind;
+
+// A tool call, a permission request or a status update after the agent had stopped or was
+// waiting for the user means the user answered and a new turn began.
+void beginTurnIfIdle(AgentSession& session, Status previous, Date date) {
+    if (previous == Status::needsInput || previous == Status::finished || previous == Status::ended)
+        session.turnStartedAt = date;
+}
+
+template <typename T>
+void replaceIfPresent(std::optional<T>& field, const std::optional<T>& value) {
+    if (value)
+        field = value;
+}
+
+void copyCarriedFields(AgentSession& session, const AgentHookEvent& event) {
+    if (event.cwd && !event.cwd->empty()) {
+        session.cwd = event.cwd;
+        session.project = event.projectName();
+    }
+    replaceIfPresent(session.title, event.title);
+    replaceIfPresent(session.model, event.model);
+    replaceIfPresent(session.transcriptPath, event.transcriptPath);
+    if (event.terminal && !event.terminal->empty())
+        session.terminal = event.terminal;
+    if (event.terminalInfo)
+        session.terminalInfo = session.terminalInfo.value_or(AgentTerminalInfo{}).merged(event.terminalInfo);
+    session.lastEventAt = event.date;
+}
+
+} // namespace
+
+std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent& event) {
+    std::vector<AgentSessionChange> changes;
+    const std::string key = AgentSession::key(event.agent, event.sessionID);
+    auto found = sessions.find(key);
+    AgentSession session;
+    if (found == sessions.end()) {
+        session.agent = event.agent;
+        session.sessionID = event.sessionID;
+        session.project = event.projectName();
+        session.startedAt = event.date;
+        session.turnStartedAt = event.date;
+        session.lastEventAt = event.date;
+        changes.push_back({Change::started, key});
+    } else {
+        session = found->second;
+    }
+
+    const Status previous = session.status;
+    copyCarriedFields(session, event);
+
+    switch (event.kind) {
+    case AgentEventKind::sessionStart:
+        // Idle, waiting for the first prompt.
+        session.status = Status::finished;
+        session.turnStartedAt = event.date;
+        break;
+    case AgentEventKind::sessionEnd:
+        sessions.erase(key);
+        changes.push_back({Change::ended, key});
+        return changes;
+    case AgentEventKind::prompt:
+        session.status = Status::working;
+        session.turnStartedAt = event.date;
+        session.turns += 1;
+        session.lastPrompt = event.prompt ? AgentEventDecoder::firstLine(*event.prompt) : std::string();
+        session.lastMessage.reset();
+        break;
+    case AgentEventKind::preTool:
+        beginTurnIfIdle(session, previous, event.date);
+        if (session.status != Status::awaitingApproval)
+            session.status = Status::working;
+        // Questions and plans wait for the user although no permission request comes.
+        if (event.toolName && AgentInteraction::isInteractiveTool(*event.toolName))
+            session.status = Status::awaitingApproval;
+        if (event.toolName) {
+            session.lastTool = event.toolName;
+            session.lastToolSummary = event.toolSummary;
+            session.toolCount += 1;
+        }
+        break;
+    case AgentEventKind::postTool:
+        beginTurnIfIdle(session, previous, event.date);
+        session.status = Status::working;
+        if (event.toolName) {
+            session.lastTool = event.toolName;
+            session.lastToolSummary = event.toolSummary;
+        }
+        break;
+    case AgentEventKind::permissionRequest:
+        beginTurnIfIdle(session, previous, event.date);
+        session.status = Status::awaitingApproval;
+        replaceIfPresent(session.lastTool, event.toolName);
+        replaceIfPresent(session.lastToolSummary, event.toolSummary);
+        break;
+    case AgentEventKind::needsInput:
+        // The permission prompt already shows in the island; a second alert would only repeat it.
+        if (session.status != Status::awaitingApproval) {
+            session.status = Status::needsInput;
+            changes.push_back({Change::needsInput, key});
+        }
+        replaceIfPresent(session.lastMessage, event.message);
+        break;
+    case AgentEventKind::notification:
+        replaceIfPresent(session.lastMessage, event.message);
+        break;
+    case AgentEventKind::stop:
+        session.status = Status::finished;
+        replaceIfPresent(session.lastMessage, event.message);
+        session.progress.reset();
+        changes.push_back({Change::finished, key});
+        break;
+    case AgentEventKind::subagentStop:
+    case AgentEventKind::unknown:
+        break;
+    case AgentEventKind::status:
+        beginTurnIfIdle(session, previous, event.date);
+        session.status = Status::working;
+        replaceIfPresent(session.progress, event.progress);
+        replaceIfPresent(session.lastMessage, event.message);
+        replaceIfPresent(session.lastToolSummary, event.toolSummary);
+        break;
+    }
+
+    const bool lateForEndedSession =
+        previous == Status::ended && (event.kind == AgentEventKind::notification ||
+                                      event.kind == AgentEventKind::subagentStop || event.kind == AgentEventKind::unknown);
+    if (lateForEndedSession) {
+        sessions.erase(key);
+        return changes;
+    }
+    sessions.insert_or_assign(key, std::move(session));
+    return changes;
+}
+
+void AgentSessionTracker::approvalResolved(const std::string& key, Date at) {
+    const auto found = sessions.find(key);
+    if (found == sessions.end() || found->second.status != Status::awaitingApproval)
+        return;
+    found->second.status = Status::working;
+    found->second.lastEventAt = at;
+}
+
+std::vector<std::string> AgentSessionTracker::prune(Date now) {
+    std::vector<std::string> removed;
+    for (auto it = sessions.begin(); it != sessions.end();) {
+        const double silence = now - it->second.lastEventAt;
+        const bool stale = silence > staleAfter;
+        const bool forgottenFinished = it->second.status == Status::finished && silence > finishedForgetAfter;
+        if (stale || forgottenFinished) {
+            removed.push_back(it->first);
+            it = sessions.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    return removed;
+}
+
+void AgentSessionTracker::remove(const std::string& key) { sessions.erase(key); }
+
+std::vector<AgentSession> AgentSessionTracker::ordered() const {
+    std::vector<AgentSession> result;
+    result.reserve(sessions.size());
+    for (const auto& [key, session] : sessions)
+        result.push_back(session);
+    // Ties keep key order, as a stable sort of the key-ordered map would.
+    std::ranges::sort(result, [](const AgentSession& a, const AgentSession& b) {
+        if (a.isActive() != b.isActive())
+            return a.isActive();
+        if (a.lastEventAt != b.lastEventAt)
+            return a.lastEventAt > b.lastEventAt;
+        return a.key() < b.key();
+    });
+    return result;
+}
+
+int AgentSessionTracker::activeCount() const {
+    return static_cast<int>(std::ranges::count_if(sessions, [](const auto& entry) { return entry.second.isActive(); }));
+}
+
+bool AgentSessionTracker::showsInWing(const AgentSession& session, Date now) const {
+    switch (session.status) {
+    case Status::working:
+    case Status::awaitingApproval:
+    case Status::needsInput: return true;
+    case Status::finished: return now - session.lastEventAt < finishedLinger;
+    case Status::ended: return false;
+    }
+    std::unreachable();
+}
+
+} // namespace brind

@@ -1,0 +1,124 @@
+#include "BrindKit/agents/AgentTerminalInfo.hpp"
+
+#include <algorithm>
+
+namespace brind {
+
+namespace {
+
+constexpr std::string_view devPrefix = "/dev/";
+constexpr std::string_view ptsPrefix = "pts/";
+constexpr std::size_t maxTTYNameLength = 20;
+constexpr std::size_t maxPTSNumberLength = 10;
+constexpr std::size_t maxSocketLength = 200;
+constexpr std::size_t minPaneLength = 2;
+constexpr std::size_t maxPaneLength = 8;
+constexpr std::size_t maxSessionIDLength = 80;
+
+bool isASCIIDigit(char c) { return c >= '0' && c <= '9'; }
+bool isASCIILetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isASCIIAlphanumeric(char c) { return isASCIIDigit(c) || isASCIILetter(c); }
+
+// Header values are trimmed of ASCII blanks only; anything else is for the validator to judge.
+std::string_view trimBlanks(std::string_view text) {
+    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
+    while (!text.empty() && blank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && blank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+std::optional<std::string> stringField(const JSON& json, std::string_view key) {
+    return JSONRead::string(json, key);
+}
+
+} // namespace
+
+bool AgentTerminalInfo::isEmpty() const { return !tty && !tmuxPane && !sessionID; }
+
+AgentTerminalInfo AgentTerminalInfo::merged(const std::optional<AgentTerminalInfo>& other) const {
+    if (!other)
+        return *this;
+    AgentTerminalInfo result = *this;
+    if (other->tty)
+        result.tty = other->tty;
+    if (other->tmuxSocket)
+        result.tmuxSocket = other->tmuxSocket;
+    if (other->tmuxPane)
+        result.tmuxPane = other->tmuxPane;
+    if (other->sessionID)
+        result.sessionID = other->sessionID;
+    return result;
+}
+
+JSON AgentTerminalInfo::toJSON() const {
+    JSON json = JSON::object();
+    if (tty)
+        json["tty"] = *tty;
+    if (tmuxSocket)
+        json["tmuxSocket"] = *tmuxSocket;
+    if (tmuxPane)
+        json["tmuxPane"] = *tmuxPane;
+    if (sessionID)
+        json["sessionID"] = *sessionID;
+    return json;
+}
+
+AgentTerminalInfo AgentTerminalInfo::fromJSON(const JSON& json) {
+    AgentTerminalInfo info;
+    if (const auto value = stringField(json, "tty"))
+        info.tty = validTTY(*value);
+    if (const auto value = stringField(json, "tmuxSocket"))
+        info.tmuxSocket = validSocket(*value);
+    if (const auto value = stringField(json, "tmuxPane"))
+        info.tmuxPane = validPane(*value);
+    if (const auto value = stringField(json, "sessionID"))
+        info.sessionID = validSessionID(*value);
+    return info;
+}
+
+std::optional<std::string> AgentTerminalInfo::validTTY(std::string_view text) {
+    const std::string_view value = trimBlanks(text);
+    if (value.empty() || value == "??")
+        return std::nullopt;
+    const std::string_view name = value.starts_with(devPrefix) ? value.substr(devPrefix.size()) : value;
+    if (name.starts_with(ptsPrefix)) {
+        const std::string_view number = name.substr(ptsPrefix.size());
+        if (number.empty() || number.size() > maxPTSNumberLength || !std::ranges::all_of(number, isASCIIDigit))
+            return std::nullopt;
+        return std::string(devPrefix) + std::string(name);
+    }
+    if (name.empty() || name.size() > maxTTYNameLength || !std::ranges::all_of(name, isASCIIAlphanumeric))
+        return std::nullopt;
+    return std::string(devPrefix) + std::string(name);
+}
+
+std::optional<std::string> AgentTerminalInfo::validSocket(std::string_view text) {
+    const std::string_view value = trimBlanks(text);
+    if (value.empty() || value.front() != '/' || value.size() > maxSocketLength ||
+        value.find("..") != std::string_view::npos)
+        return std::nullopt;
+    const auto allowed = [](char c) { return isASCIIAlphanumeric(c) || c == '/' || c == '.' || c == '_' || c == '-'; };
+    if (!std::ranges::all_of(value, allowed))
+        return std::nullopt;
+    return std::string(value);
+}
+
+std::optional<std::string> AgentTerminalInfo::validPane(std::string_view text) {
+    const std::string_view value = trimBlanks(text);
+    if (value.size() < minPaneLength || value.size() > maxPaneLength || value.front() != '%' ||
+        !std::ranges::all_of(value.substr(1), isASCIIDigit))
+        return std::nullopt;
+    return std::string(value);
+}
+
+std::optional<std::string> AgentTerminalInfo::validSessionID(std::string_view text) {
+    const std::string_view value = trimBlanks(text);
+    const auto allowed = [](char c) { return isASCIIAlphanumeric(c) || c == ':' || c == '-'; };
+    if (value.empty() || value.size() > maxSessionIDLength || !std::ranges::all_of(value, allowed))
+        return std::nullopt;
+    return std::string(value);
+}
+
+} // namespace brind

@@ -1,0 +1,270 @@
+#include "BrindKit/agents/AgentSessionTracker.hpp"
+
+#include "AgentTestSupport.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace brind;
+
+namespace {
+
+using Status = AgentSession::Status;
+using Change = AgentSessionChange::Kind;
+using K = AgentEventKind;
+
+const Date t0{1'760'000'000};
+
+AgentHookEvent event(K kind, double at, std::string sessionID = "abc", AgentKind agent = AgentKind::claudeCode) {
+    AgentHookEvent result;
+    result.agent = agent;
+    result.kind = kind;
+    result.sessionID = std::move(sessionID);
+    result.date = t0 + at;
+    return result;
+}
+
+AgentHookEvent tool(K kind, double at, std::string name, std::optional<std::string> summary = {}) {
+    AgentHookEvent result = event(kind, at);
+    result.toolName = std::move(name);
+    result.toolSummary = std::move(summary);
+    return result;
+}
+
+const AgentSession& session(const AgentSessionTracker& tracker, const std::string& key = "claude.abc") {
+    static const AgentSession missing;
+    const auto found = tracker.sessions.find(key);
+    EXPECT_NE(found, tracker.sessions.end()) << key;
+    return found == tracker.sessions.end() ? missing : found->second;
+}
+
+} // namespace
+
+TEST(AgentSession, KeysUseTheShortAgentWords) {
+    EXPECT_EQ(AgentSession::key(AgentKind::claudeCode, "abc"), "claude.abc");
+    EXPECT_EQ(AgentSession::key(AgentKind::codex, "t"), "codex.t");
+    EXPECT_EQ(AgentSession::key(AgentKind::gemini, "g"), "gemini.g");
+    EXPECT_EQ(AgentSession::key(AgentKind::cursor, "c"), "cursor.c");
+    EXPECT_EQ(AgentSession::key(AgentKind::generic, "n"), "agent.n");
+    EXPECT_EQ(rawValue(Status::awaitingApproval), "awaitingApproval");
+}
+
+TEST(AgentSessionTracker, FirstEventCreatesTheSessionAndReportsStarted) {
+    AgentSessionTracker tracker;
+    AgentHookEvent first = event(K::preTool, 0);
+    first.cwd = "/home/ada/src/lighthouse";
+    first.toolName = "Bash";
+    first.toolSummary = "ls";
+    first.model = "opus";
+    first.terminal = "kitty";
+    first.terminalInfo = agentstest::terminalInfo("/dev/pts/3");
+    EXPECT_EQ(tracker.apply(first), (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}}));
+    const AgentSession& s = session(tracker);
+    EXPECT_EQ(s.status, Status::working);
+    EXPECT_EQ(s.project, "lighthouse");
+    EXPECT_EQ(s.cwd, "/home/ada/src/lighthouse");
+    EXPECT_EQ(s.startedAt, t0);
+    EXPECT_EQ(s.turnStartedAt, t0);
+    EXPECT_EQ(s.toolCount, 1);
+    EXPECT_EQ(s.lastTool, "Bash");
+    EXPECT_EQ(s.model, "opus");
+    EXPECT_EQ(s.terminal, "kitty");
+    EXPECT_EQ(s.terminalInfo, agentstest::terminalInfo("/dev/pts/3"));
+
+    // Same identifier, other agent: a second session.
+    EXPECT_EQ(tracker.apply(event(K::prompt, 1, "abc", AgentKind::codex)),
+              (std::vector<AgentSessionChange>{{Change::started, "codex.abc"}}));
+    EXPECT_EQ(tracker.sessions.size(), 2u);
+    EXPECT_EQ(session(tracker, "codex.abc").project, "Codex CLI");
+}
+
+TEST(AgentSessionTracker, KeepsCarriedFieldsUntilReplaced) {
+    AgentSessionTracker tracker;
+    AgentHookEvent first = event(K::status, 0);
+    first.cwd = "/a/one";
+    first.title = "nightly";
+    first.terminal = "kitty";
+    first.terminalInfo = agentstest::terminalInfo("/dev/pts/1", "/tmp/tmux-1000/default");
+    tracker.apply(first);
+    AgentHookEvent second = event(K::status, 5);
+    second.cwd = "";
+    second.terminal = "";
+    second.terminalInfo = agentstest::terminalInfo({}, {}, "%4");
+    tracker.apply(second);
+    const AgentSession& s = session(tracker);
+    EXPECT_EQ(s.cwd, "/a/one");
+    EXPECT_EQ(s.project, "one");
+    EXPECT_EQ(s.title, "nightly");
+    EXPECT_EQ(s.terminal, "kitty");
+    EXPECT_EQ(s.terminalInfo,
+              agentstest::terminalInfo("/dev/pts/1", "/tmp/tmux-1000/default", "%4"));
+    EXPECT_EQ(s.lastEventAt, t0 + 5);
+}
+
+TEST(AgentSessionTracker, FollowsTheTransitionTable) {
+    struct Case {
+        const char* name;
+        Status before;
+        AgentHookEvent event;
+        Status after;
+        std::vector<Change> changes;
+    };
+    AgentHookEvent needs = event(K::needsInput, 10);
+    needs.message = "Waiting";
+    const std::vector<Case> cases = {
+        {"start", Status::working, event(K::sessionStart, 10), Status::finished, {}},
+        {"prompt", Status::finished, event(K::prompt, 10), Status::working, {}},
+        {"pre tool", Status::needsInput, tool(K::preTool, 10, "Read"), Status::working, {}},
+        {"pre tool keeps approval", Status::awaitingApproval, tool(K::preTool, 10, "Read"), Status::awaitingApproval, {}},
+        {"question", Status::working, tool(K::preTool, 10, "AskUserQuestion"), Status::awaitingApproval, {}},
+        {"plan", Status::working, tool(K::preTool, 10, "ExitPlanMode"), Status::awaitingApproval, {}},
+        {"post tool", Status::awaitingApproval, tool(K::postTool, 10, "Read"), Status::working, {}},
+        {"permission", Status::working, tool(K::permissionRequest, 10, "Bash"), Status::awaitingApproval, {}},
+        {"needs input", Status::working, needs, Status::needsInput, {Change::needsInput}},
+        {"needs input again", Status::needsInput, needs, Status::needsInput, {Change::needsInput}},
+        {"needs input while awaiting", Status::awaitingApproval, needs, Status::awaitingApproval, {}},
+        {"notification", Status::needsInput, event(K::notification, 10), Status::needsInput, {}},
+        {"stop", Status::working, event(K::stop, 10), Status::finished, {Change::finished}},
+        {"subagent stop", Status::awaitingApproval, event(K::subagentStop, 10), Status::awaitingApproval, {}},
+        {"unknown", Status::needsInput, event(K::unknown, 10), Status::needsInput, {}},
+        {"status", Status::finished, event(K::status, 10), Status::working, {}},
+    };
+    for (const Case& c : cases) {
+        AgentSessionTracker tracker;
+        tracker.apply(event(K::prompt, 0));
+        tracker.sessions["claude.abc"].status = c.before;
+        std::vector<AgentSessionChange> expected;
+        for (const Change kind : c.changes)
+            expected.push_back({kind, "claude.abc"});
+        EXPECT_EQ(tracker.apply(c.event), expected) << c.name;
+        EXPECT_EQ(session(tracker).status, c.after) << c.name;
+    }
+}
+
+TEST(AgentSessionTracker, StartsANewTurnOnlyAfterTheAgentWasIdle) {
+    for (const Status before : {Status::working, Status::awaitingApproval, Status::needsInput, Status::finished}) {
+        for (const K kind : {K::preTool, K::postTool, K::permissionRequest, K::status}) {
+            AgentSessionTracker tracker;
+            tracker.apply(event(K::prompt, 0));
+            tracker.sessions["claude.abc"].status = before;
+            tracker.apply(event(kind, 30));
+            const bool idle = before == Status::needsInput || before == Status::finished;
+            EXPECT_EQ(session(tracker).turnStartedAt, idle ? t0 + 30 : t0)
+                << rawValue(before) << " " << rawValue(kind);
+        }
+    }
+    AgentSessionTracker tracker;
+    tracker.apply(event(K::status, 0));
+    tracker.apply(event(K::sessionStart, 20));
+    EXPECT_EQ(session(tracker).turnStartedAt, t0 + 20);
+}
+
+TEST(AgentSessionTracker, RecordsPromptsToolsAndMessages) {
+    AgentSessionTracker tracker;
+    AgentHookEvent prompt = event(K::prompt, 0);
+    prompt.prompt = "\nFix the beam\nthen the tests";
+    tracker.apply(prompt);
+    tracker.sessions["claude.abc"].lastMessage = "old";
+    tracker.apply(prompt);
+    EXPECT_EQ(session(tracker).turns, 2);
+    EXPECT_EQ(session(tracker).lastPrompt, "Fix the beam");
+    EXPECT_EQ(session(tracker).lastMessage, std::nullopt);
+    tracker.apply(event(K::prompt, 1));
+    EXPECT_EQ(session(tracker).lastPrompt, "");
+
+    tracker.apply(tool(K::preTool, 2, "Bash", "make"));
+    tracker.apply(tool(K::postTool, 3, "Bash"));
+    EXPECT_EQ(session(tracker).toolCount, 1);
+    EXPECT_EQ(session(tracker).lastToolSummary, std::nullopt);
+    tracker.apply(tool(K::preTool, 4, "Read", "main.cpp"));
+    tracker.apply(event(K::preTool, 5)); // no tool name: nothing counted
+    EXPECT_EQ(session(tracker).toolCount, 2);
+    EXPECT_EQ(session(tracker).lastTool, "Read");
+
+    AgentHookEvent permission = event(K::permissionRequest, 6);
+    permission.toolSummary = "rm -rf build";
+    tracker.apply(permission);
+    EXPECT_EQ(session(tracker).lastTool, "Read");
+    EXPECT_EQ(session(tracker).lastToolSummary, "rm -rf build");
+
+    AgentHookEvent status = event(K::status, 7);
+    status.progress = 0.4;
+    status.message = "Linking";
+    tracker.apply(status);
+    EXPECT_EQ(session(tracker).progress, 0.4);
+    AgentHookEvent stop = event(K::stop, 8);
+    tracker.apply(stop);
+    EXPECT_EQ(session(tracker).progress, std::nullopt);
+    EXPECT_EQ(session(tracker).lastMessage, "Linking");
+}
+
+TEST(AgentSessionTracker, SessionEndRemovesTheSession) {
+    AgentSessionTracker tracker;
+    EXPECT_EQ(tracker.apply(event(K::sessionEnd, 0)),
+              (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}, {Change::ended, "claude.abc"}}));
+    EXPECT_TRUE(tracker.sessions.empty());
+    tracker.apply(event(K::prompt, 1));
+    EXPECT_EQ(tracker.apply(event(K::sessionEnd, 2)),
+              (std::vector<AgentSessionChange>{{Change::ended, "claude.abc"}}));
+    EXPECT_TRUE(tracker.sessions.empty());
+
+    // A late notification for a session that had ended is dropped, not stored.
+    tracker.apply(event(K::prompt, 3));
+    tracker.sessions["claude.abc"].status = Status::ended;
+    tracker.apply(event(K::notification, 4));
+    EXPECT_TRUE(tracker.sessions.empty());
+}
+
+TEST(AgentSessionTracker, ApprovalResolvedOnlyWakesAwaitingSessions) {
+    AgentSessionTracker tracker;
+    tracker.apply(tool(K::permissionRequest, 0, "Bash"));
+    tracker.approvalResolved("claude.abc", t0 + 9);
+    EXPECT_EQ(session(tracker).status, Status::working);
+    EXPECT_EQ(session(tracker).lastEventAt, t0 + 9);
+    tracker.apply(event(K::stop, 10));
+    tracker.approvalResolved("claude.abc", t0 + 11);
+    EXPECT_EQ(session(tracker).status, Status::finished);
+    EXPECT_EQ(session(tracker).lastEventAt, t0 + 10);
+    tracker.approvalResolved("claude.missing", t0 + 12);
+    EXPECT_EQ(tracker.sessions.size(), 1u);
+}
+
+TEST(AgentSessionTracker, PrunesSilentSessions) {
+    AgentSessionTracker tracker;
+    tracker.apply(event(K::stop, 0, "done"));
+    tracker.apply(event(K::prompt, 0, "busy"));
+    EXPECT_TRUE(tracker.prune(t0 + 2700).empty());
+    EXPECT_EQ(tracker.prune(t0 + 2701), (std::vector<std::string>{"claude.done"}));
+    EXPECT_TRUE(tracker.prune(t0 + 10800).empty());
+    EXPECT_EQ(tracker.prune(t0 + 10800.5), (std::vector<std::string>{"claude.busy"}));
+    EXPECT_TRUE(tracker.sessions.empty());
+}
+
+TEST(AgentSessionTracker, OrdersActiveFirstThenLatest) {
+    AgentSessionTracker tracker;
+    tracker.apply(event(K::stop, 50, "finishedLate"));
+    tracker.apply(event(K::prompt, 10, "workingEarly"));
+    tracker.apply(event(K::prompt, 30, "workingLate"));
+    tracker.apply(event(K::stop, 20, "finishedEarly"));
+    tracker.apply(tool(K::permissionRequest, 5, "Bash"));
+    std::vector<std::string> ids;
+    for (const AgentSession& s : tracker.ordered())
+        ids.push_back(s.sessionID);
+    EXPECT_EQ(ids, (std::vector<std::string>{"workingLate", "workingEarly", "abc", "finishedLate", "finishedEarly"}));
+    EXPECT_EQ(tracker.activeCount(), 3);
+    tracker.remove("claude.abc");
+    EXPECT_EQ(tracker.activeCount(), 2);
+}
+
+TEST(AgentSessionTracker, ShowsFinishedSessionsInTheWingBriefly) {
+    AgentSessionTracker tracker;
+    tracker.apply(event(K::stop, 0));
+    const AgentSession finished = session(tracker);
+    EXPECT_TRUE(tracker.showsInWing(finished, t0 + 7.9));
+    EXPECT_FALSE(tracker.showsInWing(finished, t0 + 8));
+    AgentSession working = finished;
+    working.status = Status::needsInput;
+    EXPECT_TRUE(tracker.showsInWing(working, t0 + 100000));
+    AgentSession ended = finished;
+    ended.status = Status::ended;
+    EXPECT_FALSE(tracker.showsInWing(ended, t0));
+}
