@@ -1,0 +1,336 @@
+#include "BrindKit/clipboard/ClipArchive.hpp"
+
+#include "BrindKit/clipboard/ClipClassifier.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <random>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+using namespace brind;
+namespace fs = std::filesystem;
+
+namespace {
+
+// A private folder under the system's temporary folder, removed with its contents.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        std::string pattern = (fs::temp_directory_path() / "clip-archive-XXXXXX").string();
+        path_ = ::mkdtemp(pattern.data()) ? fs::path(pattern) : fs::path();
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    const fs::path& path() const { return path_; }
+
+private:
+    fs::path path_;
+};
+
+ClipItem textItem(const std::string& text, double when) {
+    ClipItem item;
+    item.id = UUID::random();
+    item.text = text;
+    item.created = Date{when};
+    item.lastUsed = Date{when + 0.125};
+    item.contentHash = ClipClassifier::hash("text", text);
+    item.byteSize = static_cast<std::int64_t>(text.size());
+    return item;
+}
+
+ClipItem imageItem(const ClipArchive& archive, const std::string& bytes) {
+    ClipItem item;
+    item.id = UUID::random();
+    item.kind = ClipKind::image;
+    item.imageWidth = 2;
+    item.imageHeight = 1;
+    item.imageFile = archive.writeSideFile(bytes, item.id, "png").value();
+    item.contentHash = ClipClassifier::hash("image", bytes);
+    item.byteSize = static_cast<std::int64_t>(bytes.size());
+    return item;
+}
+
+fs::perms modeOf(const fs::path& path) {
+    return fs::status(path).permissions() & fs::perms::mask;
+}
+
+void writeRaw(const fs::path& path, const std::string& contents) {
+    ASSERT_TRUE(AtomicFile::write(path, contents));
+}
+
+} // namespace
+
+TEST(ClipArchive, SaveThenLoadGivesTheSameHistory) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path() / "Clipboard"};
+    ClipItem colour = textItem("#FF0000", 10);
+    colour.kind = ClipKind::colour;
+    colour.colour = RGBA{1, 0, 0, 1};
+    colour.sourceBundleID = "org.example.editor";
+    ClipItem rich = textItem("Hello", 20);
+    rich.kind = ClipKind::richText;
+    rich.rtfFile = archive.writeSideFile("{\\rtf1 Hello}", rich.id, "rtf").value();
+    rich.pinned = true;
+    ClipItem files = textItem("/tmp/a.txt", 30);
+    files.kind = ClipKind::file;
+    files.fileURLs = {"file:///tmp/a.txt"};
+    const ClipHistory history({textItem("plain \u00E9 \"quoted\"\n", 1700000000.5), rich, imageItem(archive, "PNGDATA"),
+                               colour, files});
+
+    ASSERT_TRUE(archive.save(history));
+    const ClipHistory loaded = archive.load();
+    EXPECT_EQ(loaded, history);
+    EXPECT_EQ(archive.readSideFile(*rich.rtfFile), "{\\rtf1 Hello}");
+
+    const auto index = JSONText::parse(AtomicFile::read(archive.folder / "index.json").value()).value();
+    EXPECT_EQ(index["version"], 1);
+    EXPECT_EQ(index["items"].size(), 5u);
+    EXPECT_EQ(index["items"][0]["created"], 1700000000.5);
+}
+
+// The index writer is separate from ClipItem::toJSON for speed; both must write the same records.
+TEST(ClipArchive, IndexRecordsEqualTheItemJSON) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path()};
+    ClipItem tricky = textItem(std::string("quote \" backslash \\ tab \t nul \0 bell \x07 \u2028 \U0001F600", 48), 0.1);
+    tricky.sourceAppName = "bad \xC3 UTF-8 \xFF";
+    tricky.fileURLs = {"file:///a%20b", "file:///\"x\""};
+    tricky.colour = RGBA{0.2, 0.4, 0.6, 0.5};
+    tricky.imageWidth = -1;
+    tricky.imageHeight = 0;
+    tricky.rtfFile = archive.writeSideFile("{\\rtf1 x}", tricky.id, "rtf").value();
+    tricky.imageFile = archive.writeSideFile("GIF89a", tricky.id, "gif").value();
+    tricky.sourceBundleID = "org.example";
+    tricky.useCount = INT64_MAX;
+    tricky.created = Date{-1.5e-300};
+    tricky.lastUsed = Date{1e300};
+    ClipItem broken = textItem("not a number", 1);
+    broken.created = Date{std::nan("")};
+    const ClipHistory history({tricky, textItem("", 2), broken});
+    ASSERT_TRUE(archive.save(history));
+
+    const auto index = JSONText::parse(AtomicFile::read(archive.folder / "index.json").value());
+    ASSERT_TRUE(index) << index.error();
+    ASSERT_EQ((*index)["items"].size(), 3u);
+    EXPECT_EQ((*index)["items"][0], JSONText::parse(JSONText::compact(tricky.toJSON())).value());
+    EXPECT_EQ((*index)["items"][1], history.items()[1].toJSON());
+    // A record with an unwritable date is dropped on load; its neighbours are kept.
+    const ClipHistory loaded = archive.load();
+    ASSERT_EQ(loaded.items().size(), 2u);
+    EXPECT_EQ(loaded.items()[1], history.items()[1]);
+    EXPECT_EQ(loaded.items()[0].sourceAppName, "bad \uFFFD UTF-8 \uFFFD");
+}
+
+TEST(ClipArchive, FilesArePrivate) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path() / "deep" / "er" / "Clipboard"};
+    ASSERT_TRUE(archive.save(ClipHistory()));
+    EXPECT_EQ(modeOf(archive.folder), fs::perms::owner_all);
+    EXPECT_EQ(modeOf(archive.folder / "index.json"), fs::perms::owner_read | fs::perms::owner_write);
+    const auto name = archive.writeSideFile("bytes", UUID::random(), "jpg");
+    ASSERT_TRUE(name);
+    EXPECT_EQ(modeOf(archive.url(*name)), fs::perms::owner_read | fs::perms::owner_write);
+
+    // A folder that exists with looser permissions is narrowed.
+    fs::permissions(archive.folder, fs::perms::owner_all | fs::perms::group_read | fs::perms::others_exec);
+    ASSERT_TRUE(archive.ensureFolder());
+    EXPECT_EQ(modeOf(archive.folder), fs::perms::owner_all);
+}
+
+TEST(ClipArchive, MissingOrDamagedIndexLoadsEmpty) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path()};
+    EXPECT_TRUE(archive.load().items().empty());
+    const std::string damaged[] = {
+        "",
+        "{\"version\": 1, \"items\": [",
+        "not json",
+        "[]",
+        "{\"version\": 2, \"items\": []}",
+        "{\"items\": []}",
+        "{\"version\": 1, \"items\": {}}",
+    };
+    for (const std::string& text : damaged) {
+        writeRaw(archive.folder / "index.json", text);
+        EXPECT_TRUE(archive.load().items().empty()) << text;
+        // The damaged file stays until a save replaces it.
+        EXPECT_EQ(AtomicFile::read(archive.folder / "index.json").value(), text);
+    }
+}
+
+TEST(ClipArchive, LoadDropsItemsItCannotUse) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path()};
+    const ClipItem kept = textItem("kept", 1);
+    const ClipItem image = imageItem(archive, "IMG");
+    ClipItem outside = textItem("outside", 2);
+    outside.rtfFile = "../escape.rtf";
+    writeRaw(temporary.path() / ".." / "escape.rtf", "x");
+    ASSERT_TRUE(archive.save(ClipHistory({kept, image, outside})));
+    fs::remove(temporary.path() / ".." / "escape.rtf");
+
+    // Delete the image by hand, and add a record that does not decode.
+    fs::remove(archive.url(*image.imageFile));
+    auto index = JSONText::parse(AtomicFile::read(archive.folder / "index.json").value()).value();
+    index["items"].push_back(JSON{{"id", "broken"}});
+    writeRaw(archive.folder / "index.json", JSONText::compact(index));
+
+    const ClipHistory loaded = archive.load();
+    ASSERT_EQ(loaded.items().size(), 1u);
+    EXPECT_EQ(loaded.items().front(), kept);
+}
+
+TEST(ClipArchive, RemoveOrphansTouchesOnlyUnreferencedSideFiles) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path()};
+    const ClipItem referenced = imageItem(archive, "referenced");
+    const std::string orphan = archive.writeSideFile("orphan", UUID::random(), "png").value();
+    const std::string orphanRTF = archive.writeSideFile("orphan", UUID::random(), "rtf").value();
+    const std::string uuid = UUID::random().string();
+    const std::string untouched[] = {"notes.txt", uuid + ".png.bak", uuid + ".exe", uuid + ".PNG", "a.b.png",
+                                     "index.json.tmp-0011aa"};
+    for (const std::string& name : untouched)
+        writeRaw(archive.url(name), "keep me");
+    const ClipHistory history({referenced});
+    ASSERT_TRUE(archive.save(history));
+    fs::create_directory(archive.url(UUID::random().string() + ".gif"));
+
+    EXPECT_EQ(archive.removeOrphans(history), 2u);
+    EXPECT_FALSE(fs::exists(archive.url(orphan)));
+    EXPECT_FALSE(fs::exists(archive.url(orphanRTF)));
+    EXPECT_TRUE(fs::exists(archive.url(*referenced.imageFile)));
+    EXPECT_TRUE(fs::exists(archive.url("index.json")));
+    for (const std::string& name : untouched)
+        EXPECT_TRUE(fs::exists(archive.url(name))) << name;
+    EXPECT_EQ(archive.removeOrphans(history), 0u);
+}
+
+TEST(ClipArchive, SideFilesAreWrittenReadAndDeletedByName) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path() / "Clipboard"};
+    const UUID id = UUID::random();
+    const auto name = archive.writeSideFile(std::string("\0\x01\xff", 3), id, "heic");
+    ASSERT_TRUE(name);
+    EXPECT_EQ(*name, id.string() + ".heic");
+    EXPECT_EQ(archive.readSideFile(*name), std::string("\0\x01\xff", 3));
+    EXPECT_FALSE(archive.readSideFile(UUID::random().string() + ".png"));
+    EXPECT_FALSE(archive.writeSideFile("x", id, "../png"));
+    EXPECT_FALSE(archive.writeSideFile("x", id, "exe"));
+
+    writeRaw(temporary.path() / "outside.png", "precious");
+    EXPECT_FALSE(archive.readSideFile("../outside.png"));
+    ClipItem item;
+    item.rtfFile = "../outside.png";
+    item.imageFile = *name;
+    archive.deleteSideFiles(std::vector<ClipItem>{item, item});
+    EXPECT_FALSE(fs::exists(archive.url(*name)));
+    EXPECT_TRUE(fs::exists(temporary.path() / "outside.png"));
+}
+
+TEST(ClipArchive, TotalBytesSumsTheFolder) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path() / "Clipboard"};
+    EXPECT_EQ(archive.totalBytes(), 0u);
+    ASSERT_TRUE(archive.writeSideFile(std::string(1000, 'x'), UUID::random(), "png"));
+    ASSERT_TRUE(archive.writeSideFile(std::string(24, 'y'), UUID::random(), "rtf"));
+    EXPECT_EQ(archive.totalBytes(), 1024u);
+}
+
+TEST(ClipArchive, NamesAndExtensions) {
+    const std::string uuid = "E621E1F8-C36C-495A-93FC-0C247A3E6E5F";
+    for (const char* extension : {"png", "tiff", "jpg", "heic", "gif", "rtf"})
+        EXPECT_TRUE(ClipArchive::isSafeName(uuid + "." + extension)) << extension;
+    for (const std::string& name : {uuid, uuid + ".", uuid + ".jpeg", uuid + ".png.png", "x." + uuid + ".png",
+                                   std::string("notes.png"), "../" + uuid + ".png", uuid + ".PNG", std::string()})
+        EXPECT_FALSE(ClipArchive::isSafeName(name)) << name;
+
+    const struct {
+        std::optional<std::string_view> type;
+        std::string_view extension;
+    } cases[] = {
+        {"public.png", "png"},   {"Apple PNG pasteboard type", "png"}, {"public.jpeg", "jpg"},
+        {"public.heic", "heic"}, {"com.compuserve.gif", "gif"},        {"public.tiff", "tiff"},
+        {"image/webp", "tiff"},  {std::nullopt, "tiff"},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(ClipArchive::imageExtension(test.type), test.extension) << test.type.value_or("<none>");
+}
+
+TEST(ClipArchive, DefaultFolderIsInTheDataFolder) {
+    const char* previous = std::getenv("XDG_DATA_HOME");
+    const std::string saved = previous ? previous : "";
+    ::setenv("XDG_DATA_HOME", "/srv/data", 1);
+    EXPECT_EQ(ClipArchive::defaultFolder(), fs::path("/srv/data/vantaquill/Clipboard"));
+    if (previous)
+        ::setenv("XDG_DATA_HOME", saved.c_str(), 1);
+    else
+        ::unsetenv("XDG_DATA_HOME");
+}
+
+// A process killed at any moment while saving leaves an index that reads as the old history or
+// the new one, never a torn file.
+TEST(ClipArchive, IndexSurvivesBeingKilledMidSave) {
+    TemporaryFolder temporary;
+    const ClipArchive archive{temporary.path() / "Clipboard"};
+    std::vector<ClipItem> small;
+    std::vector<ClipItem> large;
+    for (int index = 0; index < 20; ++index)
+        small.push_back(textItem("small " + std::to_string(index), index));
+    for (int index = 0; index < 400; ++index)
+        large.push_back(textItem(std::string(600, 'a' + index % 26) + std::to_string(index), index));
+    const ClipHistory histories[] = {ClipHistory(small), ClipHistory(large)};
+    // Kill moments spread over a cycle of two saves, however fast this disk syncs.
+    const auto started = std::chrono::steady_clock::now();
+    ASSERT_TRUE(archive.save(histories[1]));
+    ASSERT_TRUE(archive.save(histories[0]));
+    const auto cycle = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started);
+
+    std::mt19937 random(12345);
+    std::uniform_int_distribution<long> delay(0, cycle.count() + 200);
+    constexpr int kills = 200;
+    int sawSmall = 0;
+    int sawLarge = 0;
+    for (int round = 0; round < kills; ++round) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            for (unsigned long iteration = 0;; ++iteration)
+                (void)archive.save(histories[iteration % 2]);
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(delay(random)));
+        ::kill(child, SIGKILL);
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        ASSERT_TRUE(WIFSIGNALED(status));
+
+        const auto text = AtomicFile::read(archive.folder / "index.json");
+        ASSERT_TRUE(text) << "round " << round;
+        ASSERT_TRUE(JSONText::parse(*text)) << "round " << round;
+        const ClipHistory loaded = archive.load();
+        if (loaded == histories[0])
+            ++sawSmall;
+        else if (loaded == histories[1])
+            ++sawLarge;
+        else
+            FAIL() << "round " << round << ": the index holds neither history";
+    }
+    EXPECT_EQ(sawSmall + sawLarge, kills);
+    // Both histories were seen, so kills landed before, during and after complete saves.
+    EXPECT_GT(sawSmall, 0);
+    EXPECT_GT(sawLarge, 0);
+    std::printf("kills: %d, small index: %d, large index: %d, save cycle %ld us\n", kills, sawSmall, sawLarge,
+                static_cast<long>(cycle.count()));
+    // Temporary files of interrupted saves never carry a side-file name.
+    for (const auto& entry : fs::directory_iterator(archive.folder))
+        EXPECT_FALSE(ClipArchive::isSafeName(entry.path().filename().string()));
+}

@@ -1,0 +1,181 @@
+#include "BrindKit/clipboard/ClipItem.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace brind;
+
+namespace {
+
+ClipItem fullItem() {
+    ClipItem item;
+    item.id = *UUID::parse("E621E1F8-C36C-495A-93FC-0C247A3E6E5F");
+    item.kind = ClipKind::image;
+    item.text = "caption";
+    item.fileURLs = {"file:///tmp/a.png"};
+    item.rtfFile = "E621E1F8-C36C-495A-93FC-0C247A3E6E5F.rtf";
+    item.imageFile = "E621E1F8-C36C-495A-93FC-0C247A3E6E5F.png";
+    item.imageWidth = 1280;
+    item.imageHeight = 720;
+    item.colour = RGBA{1, 0.5, 0, 1};
+    item.sourceBundleID = "org.example.editor";
+    item.sourceAppName = "Editor";
+    item.created = Date{1700000000.25};
+    item.lastUsed = Date{1700000100.5};
+    item.useCount = 3;
+    item.pinned = true;
+    item.contentHash = std::string(64, 'a');
+    item.byteSize = 12345;
+    return item;
+}
+
+ClipItem item(ClipKind kind, std::optional<std::string> text) {
+    ClipItem result;
+    result.kind = kind;
+    result.text = std::move(text);
+    return result;
+}
+
+} // namespace
+
+TEST(ClipItem, JSONRoundTripsEveryField) {
+    const ClipItem original = fullItem();
+    const JSON json = original.toJSON();
+    EXPECT_EQ(json["created"], 1700000000.25);
+    EXPECT_EQ(json["kind"], "image");
+    EXPECT_EQ(json["colour"], "#FF8000");
+    const auto decoded = ClipItem::fromJSON(json);
+    ASSERT_TRUE(decoded) << decoded.error();
+    // The colour travels as hex, so compare it through hex and the rest exactly.
+    EXPECT_EQ(decoded->colour->hex(), "#FF8000");
+    ClipItem expected = original;
+    expected.colour = decoded->colour;
+    EXPECT_EQ(*decoded, expected);
+}
+
+TEST(ClipItem, JSONLeavesOutAbsentOptionals) {
+    ClipItem minimal;
+    minimal.id = UUID::random();
+    const JSON json = minimal.toJSON();
+    for (const char* key : {"text", "rtfFile", "imageFile", "imageWidth", "imageHeight", "colour", "sourceBundleID",
+                            "sourceAppName"})
+        EXPECT_FALSE(json.contains(key)) << key;
+    for (const char* key : {"id", "kind", "fileURLs", "created", "lastUsed", "useCount", "pinned", "contentHash",
+                            "byteSize"})
+        EXPECT_TRUE(json.contains(key)) << key;
+    EXPECT_EQ(ClipItem::fromJSON(json).value(), minimal);
+}
+
+TEST(ClipItem, DecodingRequiresEveryRequiredKey) {
+    const JSON good = fullItem().toJSON();
+    for (const char* key : {"id", "kind", "fileURLs", "created", "lastUsed", "useCount", "pinned", "contentHash",
+                            "byteSize"}) {
+        JSON missing = good;
+        missing.erase(key);
+        EXPECT_FALSE(ClipItem::fromJSON(missing)) << key;
+        JSON mistyped = good;
+        mistyped[key] = JSON::object();
+        EXPECT_FALSE(ClipItem::fromJSON(mistyped)) << key;
+    }
+    JSON badKind = good;
+    badKind["kind"] = "video";
+    EXPECT_FALSE(ClipItem::fromJSON(badKind));
+    JSON badID = good;
+    badID["id"] = "not-a-uuid";
+    EXPECT_FALSE(ClipItem::fromJSON(badID));
+    JSON badURL = good;
+    badURL["fileURLs"] = JSON::array({"file:///a", 3});
+    EXPECT_FALSE(ClipItem::fromJSON(badURL));
+    EXPECT_FALSE(ClipItem::fromJSON(JSON::array()));
+}
+
+TEST(ClipItem, DecodingTreatsMistypedOptionalsAsAbsent) {
+    JSON json = fullItem().toJSON();
+    json["text"] = 5;
+    json["imageWidth"] = "wide";
+    json["colour"] = "not a colour";
+    json["sourceAppName"] = JSON::array();
+    const auto decoded = ClipItem::fromJSON(json);
+    ASSERT_TRUE(decoded);
+    EXPECT_FALSE(decoded->text);
+    EXPECT_FALSE(decoded->imageWidth);
+    EXPECT_EQ(decoded->imageHeight, 720);
+    EXPECT_FALSE(decoded->colour);
+    EXPECT_FALSE(decoded->sourceAppName);
+}
+
+TEST(ClipItem, DisplayTitleForTextKinds) {
+    const struct {
+        std::optional<std::string> text;
+        std::string title;
+    } cases[] = {
+        {"Hello", "Hello"},
+        {"\n\n  first line  \nsecond", "first line"},
+        {"\r\n\r\nafter crlf", "after crlf"},
+        {"a\u2028b", "a"},
+        {"   ", "Whitespace"},
+        {" \n \t\n", "Whitespace"},
+        {"", "Whitespace"},
+        {std::nullopt, "Whitespace"},
+        {std::string(400, 'x'), std::string(300, 'x')},
+    };
+    for (const ClipKind kind : {ClipKind::text, ClipKind::richText, ClipKind::link}) {
+        for (const auto& test : cases)
+            EXPECT_EQ(item(kind, test.text).displayTitle(), test.title) << test.text.value_or("<none>");
+    }
+    // 300 characters, not bytes: each "é" written with a combining accent is one character.
+    std::string accented;
+    for (int index = 0; index < 301; ++index)
+        accented += "e\u0301";
+    EXPECT_EQ(item(ClipKind::text, accented).displayTitle().size(), 300u * 3);
+}
+
+TEST(ClipItem, DisplayTitleForImagesColoursAndFiles) {
+    ClipItem image = item(ClipKind::image, std::nullopt);
+    EXPECT_EQ(image.displayTitle(), "Image");
+    image.imageWidth = 1280;
+    EXPECT_EQ(image.displayTitle(), "Image");
+    image.imageHeight = 720;
+    EXPECT_EQ(image.displayTitle(), "Image 1280\u00D7720");
+
+    ClipItem colour = item(ClipKind::colour, std::nullopt);
+    EXPECT_EQ(colour.displayTitle(), "Colour");
+    colour.text = "rgb(255, 128, 0)";
+    EXPECT_EQ(colour.displayTitle(), "rgb(255, 128, 0)");
+    colour.colour = RGBA{1, 128 / 255.0, 0, 1};
+    EXPECT_EQ(colour.displayTitle(), "#FF8000");
+
+    ClipItem files = item(ClipKind::file, std::nullopt);
+    EXPECT_EQ(files.displayTitle(), "File");
+    files.fileURLs = {"not a url"};
+    EXPECT_EQ(files.displayTitle(), "File");
+    files.fileURLs = {"file:///tmp/My%20Report.pdf"};
+    EXPECT_EQ(files.displayTitle(), "My Report.pdf");
+    files.fileURLs = {"file:///tmp/a.pdf", "bad url", "file:///tmp/b.pdf", "file:///tmp/c/"};
+    EXPECT_EQ(files.displayTitle(), "a.pdf + 2 more");
+}
+
+TEST(ClipItem, PlainTextIsWhatGetsPasted) {
+    EXPECT_EQ(item(ClipKind::text, "a\r\nb\u00A0c").plainText(), "a\nb c");
+    EXPECT_EQ(item(ClipKind::link, "https://example.org").plainText(), "https://example.org");
+    EXPECT_FALSE(item(ClipKind::richText, std::nullopt).plainText());
+    EXPECT_FALSE(item(ClipKind::image, "caption").plainText());
+
+    ClipItem colour = item(ClipKind::colour, "rgb(0, 0, 0)");
+    EXPECT_EQ(colour.plainText(), "rgb(0, 0, 0)");
+    colour.colour = RGBA::black;
+    EXPECT_EQ(colour.plainText(), "#000000");
+    EXPECT_FALSE(item(ClipKind::colour, std::nullopt).plainText());
+
+    ClipItem files = item(ClipKind::file, "ignored");
+    files.fileURLs = {"file:///tmp/a%20b.txt", "bad url", "file:///home/c.txt"};
+    EXPECT_EQ(files.plainText(), "/tmp/a b.txt\n/home/c.txt");
+}
+
+TEST(ClipItem, SideFilesListRTFThenImage) {
+    ClipItem subject;
+    EXPECT_TRUE(subject.sideFiles().empty());
+    subject.imageFile = "B.png";
+    EXPECT_EQ(subject.sideFiles(), std::vector<std::string>{"B.png"});
+    subject.rtfFile = "A.rtf";
+    EXPECT_EQ(subject.sideFiles(), (std::vector<std::string>{"A.rtf", "B.png"}));
+}

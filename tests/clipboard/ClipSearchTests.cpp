@@ -1,0 +1,112 @@
+#include "BrindKit/clipboard/ClipSearch.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace brind;
+
+namespace {
+
+ClipItem item(ClipKind kind, std::optional<std::string> text) {
+    ClipItem result;
+    result.id = UUID::random();
+    result.kind = kind;
+    result.text = std::move(text);
+    return result;
+}
+
+} // namespace
+
+TEST(ClipSearch, HaystackJoinsTextFileNamesAndColour) {
+    ClipItem files = item(ClipKind::file, "/Tmp/A.pdf");
+    files.fileURLs = {"file:///Tmp/A.pdf", "not a url", "file:///home/Notes%20Today.TXT"};
+    EXPECT_EQ(ClipSearch::haystack(files), "/tmp/a.pdf\na.pdf\nnotes today.txt");
+
+    ClipItem colour = item(ClipKind::colour, "RGB(255, 0, 0)");
+    colour.colour = RGBA{1, 0, 0, 1};
+    EXPECT_EQ(ClipSearch::haystack(colour), "rgb(255, 0, 0)\n#ff0000");
+
+    EXPECT_EQ(ClipSearch::haystack(item(ClipKind::image, std::nullopt)), "");
+    EXPECT_EQ(ClipSearch::haystack(item(ClipKind::text, "\u00C9T\u00C9")), "\u00E9t\u00E9");
+
+    // Only the beginning of a long clip is searched.
+    const std::string longText = std::string(20000, 'a') + "needle";
+    EXPECT_EQ(ClipSearch::haystack(item(ClipKind::text, longText)).size(), 20000u);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, longText), "needle"), 0);
+}
+
+TEST(ClipSearch, EachTokenScoresByTheFirstRuleThatApplies) {
+    ClipItem fromApp = item(ClipKind::text, "Hello Wonderful World");
+    fromApp.sourceAppName = "Sublime";
+    const struct {
+        std::string query;
+        int score;
+    } cases[] = {
+        {"hello", 80},                        // prefix
+        {"HELLO", 80},                        // case-insensitive
+        {"wonder", 60},                       // word start
+        {"onder", 40},                        // inside a word
+        {"lime", 30},                         // in the source application's name
+        {"tex", 25},                          // start of the kind's keyword "text"
+        {"hwd", 10},                          // scattered through the text
+        {"hw", 0},                            // too short to scatter
+        {"hello world", 140},                 // tokens add up
+        {"hello zzz", 0},                     // every token must match
+        {"   ", 0},                           // no tokens
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(ClipSearch::score(fromApp, test.query), test.score) << test.query;
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Hello"), "hello"), 100);
+    ClipItem pinned = item(ClipKind::text, "Hello");
+    pinned.pinned = true;
+    EXPECT_EQ(ClipSearch::score(pinned, "hello"), 105);
+    EXPECT_EQ(ClipSearch::score(pinned, "absent"), 0);
+}
+
+TEST(ClipSearch, KindKeywordsNeedThreeCharacters) {
+    const struct {
+        ClipKind kind;
+        std::string query;
+        int score;
+    } cases[] = {
+        {ClipKind::image, "ima", 25},      {ClipKind::image, "img", 0},       {ClipKind::image, "im", 0},
+        {ClipKind::image, "pho", 25},      {ClipKind::image, "pictures", 0}, {ClipKind::richText, "rtf", 25},
+        {ClipKind::richText, "tex", 25},   {ClipKind::link, "url", 25},       {ClipKind::link, "links", 25},
+        {ClipKind::file, "fil", 25},       {ClipKind::colour, "colo", 25},   {ClipKind::colour, "colors", 25},
+        {ClipKind::text, "rich", 0},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(ClipSearch::score(item(test.kind, std::nullopt), test.query), test.score)
+            << rawValue(test.kind) << " " << test.query;
+}
+
+TEST(ClipSearch, WordStartsFollowUnicodeLetters) {
+    // "é" is a letter, so "t" after it is inside a word; after "-" it starts one.
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9tier"), "tier"), 40);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9-tier"), "tier"), 60);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "abc\n42x"), "42"), 60);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "abc42"), "42"), 40);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "GR\u00DCSSE"), "\u00FCs"), 40);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gr\u00FC\u00DFe aus"), "\u00DF"), 40);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gruesse"), "\u00FC"), 0);
+}
+
+TEST(ClipSearch, IsSubsequenceKeepsOrder) {
+    EXPECT_TRUE(ClipSearch::isSubsequence("abc", "a-b-c"));
+    EXPECT_TRUE(ClipSearch::isSubsequence("", "anything"));
+    EXPECT_TRUE(ClipSearch::isSubsequence("\u00E9t\u00E9", "\u00E9 t \u00E9"));
+    EXPECT_FALSE(ClipSearch::isSubsequence("cba", "abc"));
+    EXPECT_FALSE(ClipSearch::isSubsequence("aa", "a"));
+    EXPECT_FALSE(ClipSearch::isSubsequence("a", ""));
+}
+
+TEST(ClipSearch, RankSortsByScoreAndKeepsTiesInOrder) {
+    const std::vector<ClipItem> items{
+        item(ClipKind::text, "the apple"),  item(ClipKind::text, "apple"),     item(ClipKind::text, "pear"),
+        item(ClipKind::text, "an apple"),   item(ClipKind::text, "applesauce"), item(ClipKind::text, "pineapple"),
+    };
+    std::vector<std::string> ranked;
+    for (const ClipItem& result : ClipSearch::rank(items, "apple"))
+        ranked.push_back(*result.text);
+    EXPECT_EQ(ranked, (std::vector<std::string>{"apple", "applesauce", "the apple", "an apple", "pineapple"}));
+    EXPECT_TRUE(ClipSearch::rank(items, "").empty());
+}
