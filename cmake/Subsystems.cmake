@@ -12,9 +12,11 @@ function(brind_target_name folder out)
   endif()
 endfunction()
 
-# brind_subsystem(folder [dependency folders...]): every .cpp below BrindKit/<folder>/.
+# brind_subsystem(folder [dependency folders...]): every .cpp below BrindKit/<folder>/, except the
+# SDK bridge, which is a library of its own (see CMakeLists.txt).
 function(brind_subsystem folder)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/BrindKit/${folder}/*.cpp)
+  list(FILTER sources EXCLUDE REGEX ".*/SDKBridge[^/]*\\.cpp$")
   if(NOT sources)
     return()
   endif()

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "BrindKit/foundation/JSON.hpp"
+#include "cli/HTTPClient.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace vq {
+
+/// What every command shares: the port to reach, the token to send and the way results and
+/// refusals are reported. Exit codes: 0 done, 1 refused or failed, 2 usage.
+struct CommandContext {
+    static constexpr std::uint16_t defaultPort = 47829;
+    static constexpr int exitFailure = 1;
+    static constexpr int exitUsage = 2;
+
+    std::uint16_t port = defaultPort;
+    int exitCode = 0;
+
+    HTTPClient client() const { return HTTPClient(port); }
+
+    /// The command's own token from ~/.config/vantaquill/cli-token; nothing (after saying why on
+    /// stderr and setting `exitCode`) when the file cannot be read.
+    std::optional<std::string> cliToken();
+
+    /// Sends an authorised JSON request and returns the reply's JSON object on success (2xx).
+    /// Failures are reported on stderr and set `exitCode`; the result is then nothing.
+    std::optional<brind::JSON> call(std::string_view method, std::string_view target,
+                                    const std::optional<brind::JSON>& body,
+                                    const std::optional<std::string>& token);
+
+    void fail(std::string_view message);
+};
+
+/// The installers of the subcommands, one per file.
+void addNotifyCommand(CLI::App& app, CommandContext& context);
+void addEndCommand(CLI::App& app, CommandContext& context);
+void addShelfCommand(CLI::App& app, CommandContext& context);
+void addAgentCommand(CLI::App& app, CommandContext& context);
+void addStatusCommand(CLI::App& app, CommandContext& context);
+void addOpenCommand(CLI::App& app, CommandContext& context);
+void addHookCommand(CLI::App& app, CommandContext& context);
+
+} // namespace vq

@@ -1,0 +1,81 @@
+#include "cli/CommandContext.hpp"
+#include "cli/TerminalEnvironment.hpp"
+
+#include "BrindKit/agents/AgentDecisionEncoder.hpp"
+#include "BrindKit/agents/AgentEventDecoder.hpp"
+#include "BrindKit/agents/AgentKind.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/foundation/Paths.hpp"
+#include "BrindKit/foundation/Text.hpp"
+#include "BrindKit/foundation/URL.hpp"
+
+#include <iostream>
+#include <iterator>
+
+namespace vq {
+
+namespace {
+
+struct HookOptions {
+    std::string agent;
+    std::string event;
+};
+
+std::string readStandardInput() {
+    return std::string(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+}
+
+} // namespace
+
+void addHookCommand(CLI::App& app, CommandContext& context) {
+    auto options = std::make_shared<HookOptions>();
+    CLI::App* command = app.add_subcommand(
+        "hook", "Forward a coding agent's hook payload (on stdin) to the island and print its answer");
+    command->add_option("--agent", options->agent, "claude-code, codex, gemini or cursor")->required();
+    command->add_option("--event", options->event, "The hook event name, when the payload lacks it");
+    command->callback([options, &context] {
+        const std::string payload = readStandardInput();
+        const auto kind = brind::agentKindLoose(options->agent);
+        // An agent must never be blocked or slowed by a missing island: whatever goes wrong, print
+        // the answer that lets it carry on by itself and succeed.
+        const auto fallback = [&] {
+            if (kind) {
+                // Most agents name the event inside the payload rather than on the command line.
+                std::string event = options->event;
+                if (event.empty()) {
+                    if (const auto decoded = brind::AgentEventDecoder::decode(*kind, std::nullopt, payload, brind::Date::now()))
+                        event = decoded->rawName;
+                }
+                std::cout << brind::AgentDecisionEncoder::unreachableFallback(*kind, event);
+            }
+            std::cout.flush();
+        };
+
+        const auto tokenFile = brind::Paths::dataFolder() / "hook-token";
+        const auto token = brind::AtomicFile::read(tokenFile);
+        HTTPClient::Headers headers = TerminalEnvironment::headers();
+        headers.emplace_back("Content-Type", "application/json");
+        if (token)
+            headers.emplace_back("x-vantaquill-hook", brind::Text::trimmed(*token));
+
+        std::vector<brind::URL::QueryItem> query = {{"agent", options->agent}};
+        if (!options->event.empty())
+            query.emplace_back("event", options->event);
+        const auto response =
+            context.client().send("POST", "/v1/agents/hook?" + brind::URL::encodeQuery(query), headers, payload);
+        if (!response) {
+            fallback();
+            return;
+        }
+        if (response->status != 200) {
+            std::cerr << "vantaquill: the island refused the hook call (" << response->status << "): "
+                      << response->body << "\n";
+            fallback();
+            return;
+        }
+        std::cout << response->body;
+        std::cout.flush();
+    });
+}
+
+} // namespace vq

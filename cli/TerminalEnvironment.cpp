@@ -1,0 +1,69 @@
+#include "cli/TerminalEnvironment.hpp"
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <unistd.h>
+
+namespace vq::TerminalEnvironment {
+
+namespace {
+
+// Unix98 pseudo-terminal slaves use majors 136 to 143.
+constexpr unsigned firstPTSMajor = 136;
+constexpr unsigned lastPTSMajor = 143;
+
+std::string environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+std::string ttyFromStandardStreams() {
+    for (const int descriptor : {STDERR_FILENO, STDOUT_FILENO, STDIN_FILENO}) {
+        if (const char* name = ::ttyname(descriptor))
+            return name;
+    }
+    return {};
+}
+
+} // namespace
+
+std::string controllingTTY() {
+    std::ifstream stat("/proc/self/stat");
+    std::string contents((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+    // The command name (field 2) may hold spaces and parentheses; fields resume after the last ")".
+    const std::size_t close = contents.rfind(')');
+    if (close != std::string::npos) {
+        std::istringstream fields(contents.substr(close + 1));
+        std::string state, parent, group, session;
+        unsigned long long device = 0;
+        if (fields >> state >> parent >> group >> session >> device && device != 0) {
+            const unsigned major = static_cast<unsigned>((device >> 8) & 0xFFF);
+            const unsigned minor = static_cast<unsigned>((device & 0xFF) | ((device >> 12) & 0xFFF00));
+            if (major >= firstPTSMajor && major <= lastPTSMajor)
+                return "/dev/pts/" + std::to_string((major - firstPTSMajor) * 256 + minor);
+        }
+    }
+    return ttyFromStandardStreams();
+}
+
+std::vector<std::pair<std::string, std::string>> headers() {
+    std::vector<std::pair<std::string, std::string>> result;
+    const auto add = [&result](const char* name, const std::string& value) {
+        if (!value.empty())
+            result.emplace_back(name, value);
+    };
+    add("x-vantaquill-terminal", environment("TERM_PROGRAM"));
+    add("x-vantaquill-tty", controllingTTY());
+    // TMUX holds "socket,server pid,session"; the socket path is what tmux commands need.
+    const std::string tmux = environment("TMUX");
+    add("x-vantaquill-tmux", tmux.substr(0, tmux.find(',')));
+    add("x-vantaquill-tmux-pane", environment("TMUX_PANE"));
+    std::string session = environment("ITERM_SESSION_ID");
+    if (session.empty())
+        session = environment("TERM_SESSION_ID");
+    add("x-vantaquill-term-session", session);
+    return result;
+}
+
+} // namespace vq::TerminalEnvironment

@@ -1,0 +1,105 @@
+#include "tests/e2e/E2EFixture.hpp"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <unistd.h>
+
+using namespace vq::e2e;
+
+namespace {
+
+class Activities : public IslandTest {};
+
+} // namespace
+
+TEST_F(Activities, NotifyUpdateAndEndShowInTheHeadlessIsland) {
+    const auto posted = command({"notify", "--id", "build", "--title", "Building", "--progress", "0.3"});
+    ASSERT_EQ(posted.exitCode, 0) << posted.err;
+    EXPECT_EQ(posted.out, "build\n");
+    const auto shown = island->waitForLine("activity shown id=sdk.cli.build");
+    ASSERT_TRUE(shown);
+    EXPECT_NE(shown->find("title=\"Building\""), std::string::npos);
+    EXPECT_NE(shown->find("progress=0.30"), std::string::npos);
+    EXPECT_TRUE(island->waitForLine("island state=compact"));
+
+    ASSERT_EQ(command({"notify", "--id", "build", "--title", "Building", "--progress", "0.8"}).exitCode, 0);
+    const auto updated = island->waitForLine("activity updated id=sdk.cli.build");
+    ASSERT_TRUE(updated);
+    EXPECT_NE(updated->find("progress=0.80"), std::string::npos);
+
+    ASSERT_EQ(command({"end", "build"}).exitCode, 0);
+    EXPECT_TRUE(island->waitForLine("activity ended id=sdk.cli.build"));
+    EXPECT_TRUE(island->waitForLine("island state=closed"));
+}
+
+TEST_F(Activities, ExpireOnTheirOwn) {
+    ASSERT_EQ(command({"notify", "--id", "tea", "--title", "Tea", "--expires-in", "0.5"}).exitCode, 0);
+    ASSERT_TRUE(island->waitForLine("activity shown id=sdk.cli.tea"));
+    EXPECT_TRUE(island->waitForLine("activity ended id=sdk.cli.tea", std::chrono::seconds(5)));
+}
+
+TEST_F(Activities, HUDFlashesAndClears) {
+    const auto reply = authorized("POST", "/v1/hud", R"({"kind":"volume","level":0.5,"label":"Headphones"})");
+    ASSERT_EQ(statusOf(reply), 200) << reply;
+    const auto shown = island->waitForLine("hud shown kind=volume");
+    ASSERT_TRUE(shown);
+    EXPECT_NE(shown->find("value=0.50"), std::string::npos);
+    EXPECT_NE(shown->find("label=\"Headphones\""), std::string::npos);
+    EXPECT_TRUE(island->waitForLine("island state=peek"));
+    EXPECT_TRUE(island->waitForLine("hud cleared", std::chrono::seconds(5)));
+}
+
+TEST_F(Activities, ShelfTakesExistingAbsoluteFiles) {
+    const auto file = home.path() / "report.pdf";
+    std::ofstream(file) << "%PDF";
+    const auto added = command({"shelf", "add", file.string(), (home.path() / "missing.pdf").string()});
+    ASSERT_EQ(added.exitCode, 0) << added.err;
+    EXPECT_EQ(added.out, "added 1 file\n");
+    EXPECT_TRUE(island->waitForLine("shelf added path=\"" + file.string() + "\""));
+    EXPECT_TRUE(std::filesystem::exists(dataFolder() / "shelf.json"));
+
+    const auto none = command({"shelf", "add", (home.path() / "missing.pdf").string()});
+    EXPECT_EQ(none.exitCode, 1);
+    EXPECT_NE(none.err.find("paths: existing absolute file paths."), std::string::npos);
+}
+
+TEST_F(Activities, EventStreamHearsHelloThenActionPresses) {
+    ASSERT_EQ(command({"notify", "--id", "upload", "--title", "Uploading"}).exitCode, 0);
+    ASSERT_TRUE(island->waitForLine("activity shown id=sdk.cli.upload"));
+
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(island->port());
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ASSERT_EQ(::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const std::string open = "GET /v1/events HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(island->port()) +
+                             "\r\nAuthorization: Bearer " + cliToken() + "\r\n\r\n";
+    ASSERT_EQ(::send(descriptor, open.data(), open.size(), 0), static_cast<ssize_t>(open.size()));
+
+    std::string received;
+    const auto readUntil = [&](const std::string& text) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (received.find(text) == std::string::npos && std::chrono::steady_clock::now() < deadline) {
+            pollfd poll{descriptor, POLLIN, 0};
+            if (::poll(&poll, 1, 200) <= 0)
+                continue;
+            char buffer[4096];
+            const ssize_t count = ::recv(descriptor, buffer, sizeof buffer, 0);
+            if (count <= 0)
+                break;
+            received.append(buffer, static_cast<std::size_t>(count));
+        }
+        return received.find(text) != std::string::npos;
+    };
+    ASSERT_TRUE(readUntil("event: hello\ndata: {\"app\":\"cli\"}\n\n"));
+    EXPECT_TRUE(received.starts_with("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n"));
+
+    // A press typed on the headless console stands in for a click on the island.
+    ASSERT_TRUE(island->sendInput("press sdk.cli.upload cancel\n"));
+    EXPECT_TRUE(readUntil("event: action\ndata: {\"action\":\"cancel\",\"activity\":\"upload\",\"id\":\"sdk.cli.upload\"}\n\n"))
+        << received;
+    ::close(descriptor);
+}

@@ -1,0 +1,298 @@
+#include "tests/e2e/E2EProcess.hpp"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace vq::e2e {
+
+namespace {
+
+constexpr std::string_view listeningPrefix = "Listening on 127.0.0.1:";
+
+std::vector<std::string> environmentStrings(const std::map<std::string, std::string>& environment) {
+    std::vector<std::string> strings;
+    for (const auto& [name, value] : environment)
+        strings.push_back(name + "=" + value);
+    return strings;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& strings) {
+    std::vector<char*> result;
+    for (auto& text : strings)
+        result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+}
+
+// Starts `program` with pipes on its standard streams; returns the pid.
+int spawn(const std::string& program, const std::vector<std::string>& arguments,
+          const std::map<std::string, std::string>& environment, int input[2], int output[2], int error[2]) {
+    std::vector<std::string> argv = {program};
+    argv.insert(argv.end(), arguments.begin(), arguments.end());
+    auto argvPointers = pointers(argv);
+    auto envStrings = environmentStrings(environment);
+    auto envPointers = pointers(envStrings);
+    const int pid = ::fork();
+    if (pid == 0) {
+        ::dup2(input[0], STDIN_FILENO);
+        ::dup2(output[1], STDOUT_FILENO);
+        ::dup2(error[1], STDERR_FILENO);
+        for (int* pipe : {input, output, error}) {
+            ::close(pipe[0]);
+            ::close(pipe[1]);
+        }
+        ::execve(program.c_str(), argvPointers.data(), envPointers.data());
+        ::_exit(127);
+    }
+    return pid;
+}
+
+std::string drain(int descriptor) {
+    std::string text;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t count = ::read(descriptor, buffer, sizeof buffer);
+        if (count > 0) {
+            text.append(buffer, static_cast<std::size_t>(count));
+            continue;
+        }
+        if (count < 0 && errno == EINTR)
+            continue;
+        return text;
+    }
+}
+
+// True once the head and Content-Length bytes of body have arrived.
+bool isComplete(const std::string& reply) {
+    const auto headEnd = reply.find("\r\n\r\n");
+    if (headEnd == std::string::npos)
+        return false;
+    const auto field = reply.find("\r\nContent-Length: ");
+    if (field == std::string::npos || field > headEnd)
+        return false;
+    const auto length = std::strtoull(reply.c_str() + field + 18, nullptr, 10);
+    return reply.size() >= headEnd + 4 + length;
+}
+
+} // namespace
+
+TemporaryHome::TemporaryHome() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "vantaquill-e2e-XXXXXX").string();
+    root = ::mkdtemp(pattern.data());
+}
+
+TemporaryHome::~TemporaryHome() {
+    std::error_code ignored;
+    std::filesystem::remove_all(root, ignored);
+}
+
+std::map<std::string, std::string> TemporaryHome::environment() const {
+    std::map<std::string, std::string> result;
+    for (const char* name : {"PATH", "LANG", "LC_ALL", "TZ"}) {
+        if (const char* value = std::getenv(name))
+            result[name] = value;
+    }
+    result["HOME"] = root.string();
+    result["XDG_DATA_HOME"] = (root / ".local/share").string();
+    result["XDG_CONFIG_HOME"] = (root / ".config").string();
+    result["XDG_RUNTIME_DIR"] = root.string();
+    result["QT_QPA_PLATFORM"] = "offscreen";
+    return result;
+}
+
+std::string builtProgram(const std::string& name) {
+    return std::string(BRIND_BIN_DIR) + "/" + name;
+}
+
+CommandResult run(const std::string& program, const std::vector<std::string>& arguments,
+                  const std::map<std::string, std::string>& environment, const std::string& input) {
+    int in[2], out[2], err[2];
+    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
+        return {};
+    const int pid = spawn(program, arguments, environment, in, out, err);
+    ::close(in[0]);
+    ::close(out[1]);
+    ::close(err[1]);
+    std::thread writer([&] {
+        std::size_t written = 0;
+        while (written < input.size()) {
+            const ssize_t count = ::write(in[1], input.data() + written, input.size() - written);
+            if (count <= 0)
+                break;
+            written += static_cast<std::size_t>(count);
+        }
+        ::close(in[1]);
+    });
+    CommandResult result;
+    std::thread errorReader([&] { result.err = drain(err[0]); });
+    result.out = drain(out[0]);
+    errorReader.join();
+    writer.join();
+    ::close(out[0]);
+    ::close(err[0]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return result;
+}
+
+IslandProcess::IslandProcess(const TemporaryHome& home, const std::vector<std::string>& extraArguments) {
+    int in[2], out[2], err[2];
+    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
+        return;
+    std::vector<std::string> arguments = {"--headless", "--port", "0"};
+    arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
+    pid = spawn(builtProgram("vantaquill-island"), arguments, home.environment(), in, out, err);
+    ::close(in[0]);
+    ::close(out[1]);
+    ::close(err[1]);
+    inputDescriptor = in[1];
+    // The application's diagnostics go to the test's own stderr, where ctest shows them on failure.
+    std::thread([descriptor = err[0]] {
+        const std::string text = drain(descriptor);
+        ::close(descriptor);
+        if (!text.empty())
+            std::fprintf(stderr, "[vantaquill-island] %s", text.c_str());
+    }).detach();
+    outputDescriptor = out[0];
+    reader = std::thread([this] { readOutput(); });
+    if (const auto line = waitForLine(std::string(listeningPrefix))) {
+        const auto at = line->find(listeningPrefix);
+        boundPort = static_cast<std::uint16_t>(std::atoi(line->c_str() + at + listeningPrefix.size()));
+    }
+}
+
+IslandProcess::~IslandProcess() {
+    stop();
+    if (inputDescriptor >= 0)
+        ::close(inputDescriptor);
+    if (reader.joinable())
+        reader.join();
+    if (outputDescriptor >= 0)
+        ::close(outputDescriptor);
+}
+
+void IslandProcess::readOutput() {
+    std::string pending;
+    char buffer[4096];
+    for (;;) {
+        const ssize_t count = ::read(outputDescriptor, buffer, sizeof buffer);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            break;
+        pending.append(buffer, static_cast<std::size_t>(count));
+        std::size_t end;
+        while ((end = pending.find('\n')) != std::string::npos) {
+            std::lock_guard guard(lock);
+            seen.push_back(pending.substr(0, end));
+            pending.erase(0, end + 1);
+            changed.notify_all();
+        }
+    }
+    std::lock_guard guard(lock);
+    finished = true;
+    changed.notify_all();
+}
+
+std::optional<std::string> IslandProcess::waitForLine(const std::string& text, std::chrono::milliseconds timeout) {
+    std::unique_lock guard(lock);
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+        for (; consumed < seen.size(); ++consumed) {
+            if (seen[consumed].find(text) != std::string::npos)
+                return seen[consumed++];
+        }
+        if (finished || changed.wait_until(guard, deadline) == std::cv_status::timeout) {
+            for (; consumed < seen.size(); ++consumed) {
+                if (seen[consumed].find(text) != std::string::npos)
+                    return seen[consumed++];
+            }
+            return std::nullopt;
+        }
+    }
+}
+
+bool IslandProcess::sendInput(const std::string& text) {
+    return inputDescriptor >= 0 && ::write(inputDescriptor, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+std::vector<std::string> IslandProcess::lines() const {
+    std::lock_guard guard(lock);
+    return seen;
+}
+
+int IslandProcess::stop() {
+    if (exitCode)
+        return *exitCode;
+    if (pid <= 0)
+        return -1;
+    ::kill(pid, SIGTERM);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return *exitCode;
+}
+
+std::string rawExchange(std::uint16_t port, const std::string& request, std::chrono::milliseconds timeout) {
+    const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    if (::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        ::close(descriptor);
+        return {};
+    }
+    std::size_t written = 0;
+    while (written < request.size()) {
+        const ssize_t count = ::send(descriptor, request.data() + written, request.size() - written, MSG_NOSIGNAL);
+        if (count <= 0)
+            break;
+        written += static_cast<std::size_t>(count);
+    }
+    std::string reply;
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0)
+            break;
+        pollfd poll{descriptor, POLLIN, 0};
+        if (::poll(&poll, 1, static_cast<int>(left.count())) <= 0)
+            break;
+        char buffer[4096];
+        const ssize_t count = ::recv(descriptor, buffer, sizeof buffer, 0);
+        if (count <= 0)
+            break;
+        reply.append(buffer, static_cast<std::size_t>(count));
+        // The server closes 50 ms after answering; a complete reply need not wait for that.
+        if (isComplete(reply))
+            break;
+    }
+    ::close(descriptor);
+    return reply;
+}
+
+int statusOf(const std::string& reply) {
+    if (reply.size() < 12 || !reply.starts_with("HTTP/1.1 "))
+        return 0;
+    return std::atoi(reply.c_str() + 9);
+}
+
+std::string bodyOf(const std::string& reply) {
+    const auto end = reply.find("\r\n\r\n");
+    return end == std::string::npos ? std::string{} : reply.substr(end + 4);
+}
+
+} // namespace vq::e2e

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vq::e2e {
+
+/// A throw-away home folder for one test: HOME and the XDG folders point inside it.
+class TemporaryHome {
+public:
+    TemporaryHome();
+    ~TemporaryHome();
+    TemporaryHome(const TemporaryHome&) = delete;
+    TemporaryHome& operator=(const TemporaryHome&) = delete;
+
+    const std::filesystem::path& path() const { return root; }
+    /// The environment a program started for this home gets (PATH and the like are kept).
+    std::map<std::string, std::string> environment() const;
+
+private:
+    std::filesystem::path root;
+};
+
+struct CommandResult {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+/// Runs a built program to completion with `input` on its standard input.
+CommandResult run(const std::string& program, const std::vector<std::string>& arguments,
+                  const std::map<std::string, std::string>& environment, const std::string& input = {});
+
+/// The path of a program built next to the tests.
+std::string builtProgram(const std::string& name);
+
+/// The real application, started headless on a free port, whose standard output is read line by line.
+class IslandProcess {
+public:
+    explicit IslandProcess(const TemporaryHome& home, const std::vector<std::string>& extraArguments = {});
+    ~IslandProcess();
+    IslandProcess(const IslandProcess&) = delete;
+    IslandProcess& operator=(const IslandProcess&) = delete;
+
+    /// The port from "Listening on 127.0.0.1:<port>", or 0 when the application did not start.
+    std::uint16_t port() const { return boundPort; }
+
+    /// Waits until a line of standard output contains `text`; the line, or nothing after `timeout`.
+    std::optional<std::string> waitForLine(const std::string& text,
+                                           std::chrono::milliseconds timeout = std::chrono::seconds(10));
+
+    /// Every line seen so far.
+    std::vector<std::string> lines() const;
+
+    /// Writes to the application's standard input (its headless console).
+    bool sendInput(const std::string& text);
+
+    /// Sends SIGTERM and waits for the exit code.
+    int stop();
+
+private:
+    void readOutput();
+
+    int pid = -1;
+    int outputDescriptor = -1;
+    int inputDescriptor = -1;
+    std::uint16_t boundPort = 0;
+    std::thread reader;
+    mutable std::mutex lock;
+    std::condition_variable changed;
+    std::vector<std::string> seen;
+    std::size_t consumed = 0;
+    bool finished = false;
+    std::optional<int> exitCode;
+};
+
+/// Writes `request` to 127.0.0.1:port and reads until the server closes; the raw reply bytes.
+std::string rawExchange(std::uint16_t port, const std::string& request,
+                        std::chrono::milliseconds timeout = std::chrono::seconds(10));
+
+/// The status code of a raw HTTP reply, or 0.
+int statusOf(const std::string& reply);
+
+/// The body of a raw HTTP reply.
+std::string bodyOf(const std::string& reply);
+
+} // namespace vq::e2e

@@ -1,0 +1,112 @@
+#include "tests/e2e/E2EFixture.hpp"
+
+using namespace vq::e2e;
+
+namespace {
+
+class Guard : public IslandTest {};
+
+} // namespace
+
+TEST_F(Guard, StatusNeedsNoTokenAndUnknownPathsAre404) {
+    const auto status = command({"status"});
+    EXPECT_EQ(status.exitCode, 0);
+    EXPECT_EQ(status.out, "vantaquill 1.0 listening on 127.0.0.1:" + std::to_string(island->port()) + "\n");
+    const auto unknown = request("GET", "/v2/status");
+    EXPECT_EQ(statusOf(unknown), 404);
+    EXPECT_EQ(bodyOf(unknown), R"({"error":"not_found","message":"Unknown path."})");
+}
+
+TEST_F(Guard, RefusesWhatLooksLikeABrowser) {
+    struct Case {
+        std::string method;
+        std::string headers;
+        std::string body;
+        int status;
+        std::string reply;
+    };
+    const std::string port = std::to_string(island->port());
+    const Case cases[] = {
+        {"GET", "Origin: null\r\n", "", 403, R"({"error":"forbidden","message":"Browser requests are not accepted."})"},
+        {"GET", "Sec-Fetch-Mode: cors\r\n", "", 403, R"({"error":"forbidden","message":"Browser requests are not accepted."})"},
+        {"OPTIONS", "", "", 405, R"({"error":"method_not_allowed","message":"No CORS here."})"},
+        {"POST", "Content-Type: text/plain\r\n", "x=1", 415,
+         R"({"error":"unsupported_media_type","message":"Send Content-Type: application/json."})"},
+    };
+    for (const auto& c : cases) {
+        const auto reply = request(c.method, "/v1/status", c.headers, c.body);
+        EXPECT_EQ(statusOf(reply), c.status) << c.headers;
+        EXPECT_EQ(bodyOf(reply), c.reply) << c.headers;
+    }
+    const auto badHost = rawExchange(island->port(), "GET /v1/status HTTP/1.1\r\nHost: evil.example:" + port + "\r\n\r\n");
+    EXPECT_EQ(statusOf(badHost), 403);
+    EXPECT_EQ(bodyOf(badHost), R"({"error":"forbidden","message":"Bad Host header."})");
+}
+
+TEST_F(Guard, TokensAndScopesAreChecked) {
+    const std::string body = R"({"id":"x","title":"X"})";
+    const auto missing = request("POST", "/v1/activities", "Content-Type: application/json\r\n", body);
+    EXPECT_EQ(statusOf(missing), 401);
+    EXPECT_EQ(bodyOf(missing),
+              R"({"error":"unauthorized","message":"Send Authorization: Bearer <token> from POST /v1/register."})");
+    const auto unknown = request("POST", "/v1/activities",
+                                 "Authorization: Bearer vq_nope\r\nContent-Type: application/json\r\n", body);
+    EXPECT_EQ(statusOf(unknown), 401);
+    EXPECT_EQ(bodyOf(unknown), R"({"error":"unauthorized","message":"Unknown or revoked token. Register again."})");
+
+    // Headless, nobody can allow a new client: registration is denied.
+    const auto registration = request("POST", "/v1/register", "Content-Type: application/json\r\n",
+                                      R"({"app":"lumetta","name":"Lumetta","scopes":["hud"]})");
+    EXPECT_EQ(statusOf(registration), 403);
+    EXPECT_EQ(bodyOf(registration), R"({"error":"denied","message":"The user didn't allow this app."})");
+    EXPECT_TRUE(island->waitForLine("consent denied app=lumetta"));
+}
+
+TEST_F(Guard, ActivityBodiesAreChecked) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"", R"({"error":"bad_request","message":"JSON body required."})"},
+        {"[1]", R"({"error":"bad_request","message":"JSON body required."})"},
+        {R"({"id":"a"})", R"({"error":"bad_activity","message":"title is required."})"},
+        {R"({"id":"a b","title":"T"})", R"({"error":"bad_id","message":"id: 1–64 letters, digits, - _ ."})"},
+        {R"({"id":"a","title":"T","tint":"#GG0000"})",
+         R"({"error":"bad_activity","message":"Couldn't read the activity. See docs/SDK.md."})"},
+    };
+    for (const auto& [body, reply] : cases) {
+        const auto answer = authorized("POST", "/v1/activities", body);
+        EXPECT_EQ(statusOf(answer), 400) << body;
+        EXPECT_EQ(bodyOf(answer), reply) << body;
+    }
+    const auto deleteWithoutID = authorized("DELETE", "/v1/activities");
+    EXPECT_EQ(statusOf(deleteWithoutID), 404);
+    EXPECT_EQ(bodyOf(deleteWithoutID), R"({"error":"not_found","message":"DELETE /v1/activities/<id>"})");
+}
+
+TEST_F(Guard, RateLimitAnswers429WithRetryAfter) {
+    int limited = 0;
+    std::string lastRefusal;
+    for (int i = 0; i < 60 && limited == 0; ++i) {
+        const auto reply = authorized("POST", "/v1/hud", R"({"kind":"custom","text":"hi"})");
+        if (statusOf(reply) == 429) {
+            ++limited;
+            lastRefusal = reply;
+        }
+    }
+    ASSERT_EQ(limited, 1) << "no request was limited";
+    EXPECT_NE(lastRefusal.find("Retry-After: 1\r\n"), std::string::npos) << lastRefusal;
+    EXPECT_EQ(bodyOf(lastRefusal), R"({"error":"rate_limited","message":"Slow down."})");
+}
+
+TEST_F(Guard, StopsCleanlyOnSIGTERM) {
+    EXPECT_EQ(island->stop(), 0);
+}
+
+TEST(StartFailure, PortInUseIsReportedAndExitsNonZero) {
+    TemporaryHome home;
+    IslandProcess first(home);
+    ASSERT_NE(first.port(), 0);
+    const auto second = run(builtProgram("vantaquill-island"), {"--headless", "--port", std::to_string(first.port())},
+                            home.environment());
+    EXPECT_NE(second.exitCode, 0);
+    EXPECT_NE(second.err.find(std::to_string(first.port()) + " is in use by another app."), std::string::npos)
+        << second.err;
+}

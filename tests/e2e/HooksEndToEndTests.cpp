@@ -1,0 +1,117 @@
+#include "tests/e2e/E2EFixture.hpp"
+
+using namespace vq::e2e;
+
+namespace {
+
+// A standing rule lets Claude Code write files in the project without asking; approvals time out
+// after two seconds so that a request nobody answers comes back quickly.
+class Hooks : public IslandTest {
+protected:
+    std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=2"}; }
+    std::vector<std::pair<std::string, std::string>> dataFiles() const override {
+        return {{"agent-rules.json",
+                 R"({"rules":[{"agent":"claude-code","project":"/home/ada/src/lighthouse","tool":"Write","createdAt":0}]})"}};
+    }
+
+    CommandResult hook(const std::string& agent, const std::string& payload, const std::string& event = {}) const {
+        std::vector<std::string> arguments = {"hook", "--agent", agent};
+        if (!event.empty()) {
+            arguments.push_back("--event");
+            arguments.push_back(event);
+        }
+        return command(arguments, readFixture("agents/payloads/" + payload));
+    }
+};
+
+} // namespace
+
+TEST_F(Hooks, EventsWithoutADecisionAreAnsweredAtOnceWithNothing) {
+    struct Case {
+        const char* agent;
+        const char* payload;
+        const char* sessionLine;
+    };
+    const Case cases[] = {
+        {"claude-code", "claude-session-start.json", "agent session key=claude.8f3c2a1e"},
+        {"claude-code", "claude-pre-tool-use.json", "summary="},
+        {"gemini", "gemini-before-tool.json", "agent session key=gemini.c2b9e6f4"},
+        {"codex", "codex-agent-turn-complete.json", "agent session key=codex."},
+        {"cursor", "cursor-stop.json", "agent session key=cursor.5e8a1c7d"},
+    };
+    for (const auto& c : cases) {
+        const auto result = hook(c.agent, c.payload);
+        EXPECT_EQ(result.exitCode, 0) << c.payload << result.err;
+        EXPECT_EQ(result.out, "") << c.payload;
+        EXPECT_TRUE(island->waitForLine(c.sessionLine)) << c.payload;
+    }
+}
+
+TEST_F(Hooks, CursorPromptSubmissionIsAlwaysLetThrough) {
+    const auto result = command({"hook", "--agent", "cursor"},
+                                R"({"conversation_id":"c1","hook_event_name":"beforeSubmitPrompt","prompt":"hi","workspace_roots":["/tmp"]})");
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_EQ(result.out, R"({"continue":true})");
+}
+
+TEST_F(Hooks, StandingRuleAllowsAPermissionRequestWithoutWaiting) {
+    // Waiting would end in a time-out, which Claude Code hears as nothing at all: an "allow" can only
+    // come from the rule.
+    const auto result = hook("claude-code", "claude-permission-request.json");
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})");
+}
+
+TEST_F(Hooks, UnansweredRequestTimesOutToTheAgentsOwnPrompt) {
+    const auto result = hook("cursor", "cursor-before-shell-execution.json");
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, R"({"permission":"ask"})");
+    const auto waiting = island->waitForLine("approval waiting id=");
+    ASSERT_TRUE(waiting);
+    EXPECT_NE(waiting->find("summary=\"pnpm install --frozen-lockfile\""), std::string::npos);
+    EXPECT_TRUE(island->waitForLine("approval closed id="));
+}
+
+TEST_F(Hooks, ConsoleAnswerReachesTheWaitingAgent) {
+    auto environment = home.environment();
+    environment["VANTAQUILL_PORT"] = std::to_string(island->port());
+    // The request is answered from the console while the hook call waits (a separate thread).
+    std::thread answerer([this] {
+        if (const auto waiting = island->waitForLine("approval waiting id=", std::chrono::seconds(5))) {
+            const auto at = waiting->find("id=") + 3;
+            island->sendInput("answer " + waiting->substr(at, waiting->find(' ', at) - at) + " deny\n");
+        }
+    });
+    const auto result = run(builtProgram("vantaquill"), {"agent", "approve", "--session", "deploy", "--command", "./deploy.sh"},
+                            environment);
+    answerer.join();
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.err.find("denied"), std::string::npos) << result.err;
+}
+
+TEST_F(Hooks, BadHookCallsAreRefused) {
+    const auto badAgent = request("POST", "/v1/agents/hook?agent=emacs",
+                                  "Authorization: Bearer " + cliToken() + "\r\nContent-Type: application/json\r\n", "{}");
+    EXPECT_EQ(statusOf(badAgent), 400);
+    EXPECT_EQ(bodyOf(badAgent), R"({"error":"bad_agent","message":"agent: claude-code, codex, gemini, cursor."})");
+    const auto badBody = request("POST", "/v1/agents/hook?agent=claude-code",
+                                 "Authorization: Bearer " + cliToken() + "\r\nContent-Type: application/json\r\n", "[1,");
+    EXPECT_EQ(statusOf(badBody), 400);
+    EXPECT_EQ(bodyOf(badBody), R"({"error":"bad_event","message":"Couldn't read the hook payload."})");
+    const auto noToken = request("POST", "/v1/agents/hook?agent=claude-code", "Content-Type: application/json\r\n", "{}");
+    EXPECT_EQ(statusOf(noToken), 401);
+}
+
+TEST(HooksWithoutIsland, FallBackAtOnceWhenTheIslandIsNotRunning) {
+    TemporaryHome home;
+    auto environment = home.environment();
+    environment["VANTAQUILL_PORT"] = "1"; // nothing listens on port 1
+    const auto cursor = run(builtProgram("vantaquill"), {"hook", "--agent", "cursor"}, environment,
+                            readFixture("agents/payloads/cursor-before-shell-execution.json"));
+    EXPECT_EQ(cursor.exitCode, 0);
+    EXPECT_EQ(cursor.out, R"({"permission":"ask"})");
+    const auto claude = run(builtProgram("vantaquill"), {"hook", "--agent", "claude-code"}, environment,
+                            readFixture("agents/payloads/claude-permission-request.json"));
+    EXPECT_EQ(claude.exitCode, 0);
+    EXPECT_EQ(claude.out, "");
+}

@@ -1,0 +1,129 @@
+#include "vantaquill/AgentHub.hpp"
+
+#include "BrindKit/agents/AgentKind.hpp"
+#include "BrindKit/agents/AgentRuleBook.hpp"
+#include "BrindKit/agents/AgentSession.hpp"
+
+namespace vq {
+
+namespace {
+
+std::string_view changeName(brind::AgentSessionChange::Kind kind) {
+    switch (kind) {
+    case brind::AgentSessionChange::Kind::started:
+        return "started";
+    case brind::AgentSessionChange::Kind::finished:
+        return "finished";
+    case brind::AgentSessionChange::Kind::needsInput:
+        return "needsInput";
+    case brind::AgentSessionChange::Kind::ended:
+        return "ended";
+    }
+    std::unreachable();
+}
+
+} // namespace
+
+AgentHub::AgentHub(Scheduler& scheduler, std::filesystem::path dataFolder, HeadlessDisplay& display,
+                   MainThread mainThread, double pruneInterval)
+    : scheduler(scheduler), rulesFile(dataFolder / brind::AgentRuleBook::fileName), display(display),
+      onMain(std::move(mainThread)), pruneInterval(pruneInterval) {
+    if (auto book = brind::AgentRuleBook::load(rulesFile))
+        broker_.setRuleBook(std::move(*book));
+    else
+        display.error("couldn't read " + rulesFile.filename().string() + ": " + book.error());
+
+    // The broker reports from the SDK thread; the tracker and the display live on the main thread.
+    std::weak_ptr<bool> alive = this->alive;
+    broker_.onChange = [this, alive] {
+        onMain([this, alive] {
+            if (alive.lock())
+                showApprovals();
+        });
+    };
+    broker_.onResolved = [this, alive](const std::string& key, brind::Date at) {
+        onMain([this, alive, key, at] {
+            if (!alive.lock())
+                return;
+            tracker_.approvalResolved(key, at);
+            showSession(key);
+        });
+    };
+    schedulePrune();
+}
+
+AgentHub::~AgentHub() {
+    *alive = false;
+    broker_.onChange = nullptr;
+    broker_.onResolved = nullptr;
+}
+
+void AgentHub::apply(const brind::AgentHookEvent& event) {
+    const auto changes = tracker_.apply(event);
+    for (const auto& change : changes)
+        display.line("agent " + std::string(changeName(change.kind)) + " key=" + change.key);
+    showSession(brind::AgentSession::key(event.agent, event.sessionID));
+}
+
+void AgentHub::prune() {
+    for (const auto& key : tracker_.prune(scheduler.now())) {
+        display.line("agent forgotten key=" + key);
+        shownSessions.erase(key);
+    }
+}
+
+void AgentHub::schedulePrune() {
+    pruneTimer = scheduler.schedule(pruneInterval, [this] {
+        prune();
+        schedulePrune();
+    });
+}
+
+void AgentHub::showSession(const std::string& key) {
+    const auto found = tracker_.sessions.find(key);
+    if (found == tracker_.sessions.end()) {
+        shownSessions.erase(key);
+        return;
+    }
+    const brind::AgentSession& session = found->second;
+    std::string line = "agent session key=" + key + " agent=" + std::string(brind::rawValue(session.agent)) +
+                       " status=" + std::string(brind::rawValue(session.status)) + " " +
+                       HeadlessDisplay::field("project", session.project);
+    if (session.lastTool)
+        line += " " + HeadlessDisplay::field("tool", *session.lastTool);
+    if (session.lastToolSummary)
+        line += " " + HeadlessDisplay::field("summary", *session.lastToolSummary);
+    if (session.lastMessage)
+        line += " " + HeadlessDisplay::field("message", *session.lastMessage);
+    // Only what changed is worth a line: a busy agent calls its hooks on every tool use.
+    auto& shown = shownSessions[key];
+    if (shown == line)
+        return;
+    shown = line;
+    display.line(line);
+}
+
+void AgentHub::showApprovals() {
+    std::set<std::string> open;
+    for (const auto& request : broker_.openRequests()) {
+        open.insert(request.id);
+        if (shownApprovals.contains(request.id))
+            continue;
+        const auto& event = request.event;
+        std::string line = "approval waiting id=" + request.id + " agent=" + std::string(brind::rawValue(event.agent)) +
+                           " session=" + brind::AgentSession::key(event.agent, event.sessionID);
+        if (event.toolName)
+            line += " " + HeadlessDisplay::field("tool", *event.toolName);
+        if (event.toolSummary)
+            line += " " + HeadlessDisplay::field("summary", *event.toolSummary);
+        line += " deadline=" + request.deadline.iso8601();
+        display.line(line);
+    }
+    for (const auto& id : shownApprovals) {
+        if (!open.contains(id))
+            display.line("approval closed id=" + id);
+    }
+    shownApprovals = std::move(open);
+}
+
+} // namespace vq

@@ -1,0 +1,43 @@
+#include "vantaquill/HeadlessConsole.hpp"
+
+#include <sstream>
+
+namespace vq {
+
+void HeadlessConsole::handle(std::string_view line) {
+    std::istringstream words{std::string(line)};
+    std::string command, first, second;
+    words >> command >> first >> second;
+    if (command.empty())
+        return;
+    if (command == "press" && !first.empty() && !second.empty()) {
+        if (!center.queue().activity(first)) {
+            display.line("console refused " + HeadlessDisplay::field("reason", "no activity " + first));
+            return;
+        }
+        center.perform(first, second);
+        display.line("console pressed id=" + first + " action=" + second);
+        return;
+    }
+    if (command == "dismiss" && !first.empty()) {
+        const bool dismissed = center.dismiss(first);
+        display.line(dismissed ? "console dismissed id=" + first
+                               : "console refused " + HeadlessDisplay::field("reason", first + " can't be dismissed"));
+        return;
+    }
+    if (command == "answer" && !first.empty() && !second.empty()) {
+        const auto decision = brind::AgentDecision::parse(second);
+        if (!decision) {
+            display.line("console refused " + HeadlessDisplay::field("reason", "answer allow, deny or ask"));
+            return;
+        }
+        const bool resumed = broker.answer(first, *decision, scheduler.now());
+        display.line(resumed ? "console answered id=" + first + " decision=" + std::string(decision->label())
+                             : "console refused " + HeadlessDisplay::field("reason", "no open request " + first));
+        return;
+    }
+    display.line("console refused " +
+                 HeadlessDisplay::field("reason", "commands: press ACTIVITY ACTION, dismiss ACTIVITY, answer REQUEST DECISION"));
+}
+
+} // namespace vq

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "BrindKit/sdk/SDKBridgeDelegate.hpp"
+#include "vantaquill/HeadlessDisplay.hpp"
+#include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/Scheduler.hpp"
+#include "vantaquill/ShelfStore.hpp"
+
+#include <functional>
+
+namespace vq {
+
+/// The application's side of the SDK bridge. The bridge calls it on the SDK thread; every call hops
+/// to the main thread (through `MainThread`) before touching the center, the shelf or the agents,
+/// and answers go back through the callbacks the bridge passed, which may be called on any thread.
+class SDKService final : public brind::SDKBridgeDelegate {
+public:
+    /// Runs a function on the main thread, later.
+    using MainThread = std::function<void(std::function<void()>)>;
+    using AgentEventHandler = std::function<void(const brind::AgentHookEvent&)>;
+
+    SDKService(MainThread mainThread, LiveActivityCenter& center, ShelfStore& shelf, Scheduler& scheduler,
+               HeadlessDisplay& display, AgentEventHandler agentEvents);
+
+    void showActivity(brind::LiveActivity activity) override;
+    void endActivity(std::string id) override;
+    void endActivities(std::string prefix) override;
+    void showHUD(brind::HUDEvent event) override;
+    void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t added)> done) override;
+    /// Without a window there is nobody to ask: the prompt is answered "deny" and said on the display.
+    void askConsent(std::string appID, std::string name, std::vector<brind::SDKScope> scopes,
+                    std::function<void(bool allowed)> answer) override;
+    void agentEvent(brind::AgentHookEvent event) override;
+
+private:
+    MainThread onMain;
+    LiveActivityCenter& center;
+    ShelfStore& shelf;
+    Scheduler& scheduler;
+    HeadlessDisplay& display;
+    AgentEventHandler agentEvents;
+};
+
+} // namespace vq

@@ -1,0 +1,30 @@
+#include "vantaquill/TokenFiles.hpp"
+
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/foundation/Text.hpp"
+#include "BrindKit/sdk/SDKAuthorizer.hpp"
+
+namespace vq::TokenFiles {
+
+std::expected<std::string, std::string> loadOrCreateHookToken(const std::filesystem::path& dataFolder) {
+    const auto file = dataFolder / "hook-token";
+    if (const auto existing = brind::AtomicFile::read(file)) {
+        const std::string token = brind::Text::trimmed(*existing);
+        if (!token.empty())
+            return token;
+    }
+    if (auto folder = brind::AtomicFile::ensureFolder(dataFolder); !folder)
+        return std::unexpected(folder.error());
+    std::string token = brind::SDKAuthorizer::newToken();
+    if (auto written = brind::AtomicFile::write(file, token + "\n"); !written)
+        return std::unexpected(written.error());
+    return token;
+}
+
+std::expected<void, std::string> writeCLIToken(const std::filesystem::path& file, const std::string& token) {
+    if (auto folder = brind::AtomicFile::ensureFolder(file.parent_path()); !folder)
+        return folder;
+    return brind::AtomicFile::write(file, token + "\n");
+}
+
+} // namespace vq::TokenFiles
