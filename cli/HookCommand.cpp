@@ -40,13 +40,11 @@ void addHookCommand(CLI::App& app, CommandContext& context) {
         // the answer that lets it carry on by itself and succeed.
         const auto fallback = [&] {
             if (kind) {
-                // Most agents name the event inside the payload rather than on the command line.
-                std::string event = options->event;
-                if (event.empty()) {
-                    if (const auto decoded = brind::AgentEventDecoder::decode(*kind, std::nullopt, payload, brind::Date::now()))
-                        event = decoded->rawName;
-                }
-                std::cout << brind::AgentDecisionEncoder::unreachableFallback(*kind, event);
+                std::optional<std::string_view> given;
+                if (!options->event.empty())
+                    given = options->event;
+                const auto event = brind::AgentEventDecoder::eventName(*kind, given, payload);
+                std::cout << brind::AgentDecisionEncoder::unreachableFallback(*kind, event.value_or(""));
             }
             std::cout.flush();
         };

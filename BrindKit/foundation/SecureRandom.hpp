@@ -6,7 +6,7 @@
 
 namespace brind::SecureRandom {
 
-/// Fills `buffer` from the system's cryptographically secure generator.
+/// Fills `buffer` from the kernel's cryptographically secure generator (getrandom).
 /// A generator that cannot deliver is unrecoverable for a program that issues secrets: it aborts.
 void fill(std::uint8_t* buffer, std::size_t count);
 
