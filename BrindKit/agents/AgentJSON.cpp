@@ -1,5 +1,7 @@
 #include "BrindKit/agents/AgentJSON.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
+
 #include <algorithm>
 #include <cstdio>
 #include <unordered_map>
@@ -33,16 +35,6 @@ void appendUTF8(std::string& out, char32_t scalar) {
 constexpr std::size_t linearLookupLimit = 16;
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 // A recursive-descent reader over bytes. Every failure records the offset of the byte that could
 // not be read and unwinds by returning false.
@@ -169,13 +161,13 @@ private:
     bool readHex4(char32_t& out) {
         if (text_.size() - position_ < 4) {
             // Point at the first byte that is missing or not hexadecimal.
-            while (!atEnd() && hexValue(peek()) >= 0)
+            while (!atEnd() && Hex::digitValue(peek()) >= 0)
                 ++position_;
             return fail(position_);
         }
         char32_t value = 0;
         for (int i = 0; i < 4; ++i) {
-            const int digit = hexValue(peek());
+            const int digit = Hex::digitValue(peek());
             if (digit < 0)
                 return fail(position_);
             value = value * 16 + static_cast<char32_t>(digit);

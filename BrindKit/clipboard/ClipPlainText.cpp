@@ -1,5 +1,6 @@
 #include "BrindKit/clipboard/ClipPlainText.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <unicode/ucnv.h>
@@ -84,16 +85,6 @@ std::size_t sequenceLength(unsigned char lead) {
 
 bool isContinuationByte(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
 }
 
 bool isLetter(char c) {
@@ -414,8 +405,8 @@ private:
         ++position_;
         if (position_ + 1 >= source_.size())
             return;
-        const int high = hexDigit(source_[position_]);
-        const int low = hexDigit(source_[position_ + 1]);
+        const int high = Hex::digitValue(source_[position_]);
+        const int low = Hex::digitValue(source_[position_ + 1]);
         if (high < 0 || low < 0)
             return;
         position_ += 2;

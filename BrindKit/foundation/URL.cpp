@@ -1,5 +1,6 @@
 #include "BrindKit/foundation/URL.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <uriparser/Uri.h>
@@ -16,16 +17,6 @@ std::string range(const UriTextRangeA& range) {
 
 bool present(const UriTextRangeA& range) {
     return range.first != nullptr;
-}
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
 }
 
 bool isUnreserved(char c) {
@@ -129,8 +120,8 @@ std::string URL::percentDecode(std::string_view text) {
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '%' && i + 2 < text.size()) {
-            const int high = hexValue(text[i + 1]);
-            const int low = hexValue(text[i + 2]);
+            const int high = Hex::digitValue(text[i + 1]);
+            const int low = Hex::digitValue(text[i + 2]);
             if (high >= 0 && low >= 0) {
                 result.push_back(static_cast<char>(high << 4 | low));
                 i += 2;

@@ -1,5 +1,6 @@
 #include "BrindKit/foundation/UUID.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/SecureRandom.hpp"
 
 namespace brind {
@@ -10,16 +11,6 @@ constexpr std::size_t canonicalLength = 36;
 
 bool isDashPosition(std::size_t index) {
     return index == 8 || index == 13 || index == 18 || index == 23;
-}
-
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
 }
 
 } // namespace
@@ -44,8 +35,8 @@ std::optional<UUID> UUID::parse(std::string_view text) {
             ++i;
             continue;
         }
-        const int high = hexValue(text[i]);
-        const int low = hexValue(text[i + 1]);
+        const int high = Hex::digitValue(text[i]);
+        const int low = Hex::digitValue(text[i + 1]);
         if (high < 0 || low < 0)
             return std::nullopt;
         uuid.bytes[byte++] = static_cast<std::uint8_t>(high << 4 | low);

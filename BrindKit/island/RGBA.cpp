@@ -1,5 +1,6 @@
 #include "BrindKit/island/RGBA.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/island/UnitInterval.hpp"
 
@@ -23,16 +24,6 @@ double linearised(double c) {
     if (c <= 0.03928)
         return c / 12.92;
     return std::pow((c + 0.055) / 1.055, 2.4);
-}
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
 }
 
 } // namespace
@@ -71,8 +62,8 @@ std::optional<RGBA> RGBA::fromHex(std::string_view text) {
 
     unsigned bytes[4] = {0, 0, 0, 0xFF};
     for (std::size_t i = 0; i < digits.size(); i += 2) {
-        const int high = hexDigit(digits[i]);
-        const int low = hexDigit(digits[i + 1]);
+        const int high = Hex::digitValue(digits[i]);
+        const int low = Hex::digitValue(digits[i + 1]);
         if (high < 0 || low < 0)
             return std::nullopt;
         bytes[i / 2] = static_cast<unsigned>(high * 16 + low);

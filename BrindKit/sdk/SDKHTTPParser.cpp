@@ -1,5 +1,6 @@
 #include "BrindKit/sdk/SDKHTTPParser.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <algorithm>
@@ -83,16 +84,6 @@ std::string asciiUppercased(std::string_view text) {
     return result;
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // "+" as a space, then strict percent-decoding: a "%" without two hexadecimal digits, or bytes
 // that do not form UTF-8, leave the piece as it stood after the "+" replacement.
 std::string decodeQueryPiece(std::string_view piece) {
@@ -109,8 +100,8 @@ std::string decodeQueryPiece(std::string_view piece) {
         }
         if (i + 2 >= spaced.size())
             return spaced;
-        const int high = hexValue(spaced[i + 1]);
-        const int low = hexValue(spaced[i + 2]);
+        const int high = Hex::digitValue(spaced[i + 1]);
+        const int low = Hex::digitValue(spaced[i + 2]);
         if (high < 0 || low < 0)
             return spaced;
         decoded.push_back(static_cast<char>(high << 4 | low));
