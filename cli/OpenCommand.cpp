@@ -1,20 +1,12 @@
 #include "cli/CommandContext.hpp"
 
+#include "BrindKit/foundation/Overloaded.hpp"
 #include "BrindKit/foundation/URL.hpp"
 #include "BrindKit/sdk/SDKURLCommand.hpp"
 
 #include <iostream>
 
 namespace vq {
-
-namespace {
-
-template <class... Visitors>
-struct Overloaded : Visitors... {
-    using Visitors::operator()...;
-};
-
-} // namespace
 
 void addOpenCommand(CLI::App& app, CommandContext& context) {
     auto url = std::make_shared<std::string>();
@@ -30,7 +22,7 @@ void addOpenCommand(CLI::App& app, CommandContext& context) {
         const auto tokenFor = [&context](const std::optional<std::string>& own) -> std::optional<std::string> {
             return own ? own : context.cliToken();
         };
-        std::visit(Overloaded{
+        std::visit(brind::Overloaded{
                        [&](const brind::SDKURLCommand::Notify& notify) {
                            brind::JSON body = {{"id", "url"}, {"title", notify.title}};
                            if (notify.subtitle)

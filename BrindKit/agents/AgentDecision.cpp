@@ -1,17 +1,9 @@
 #include "BrindKit/agents/AgentDecision.hpp"
 
+#include "BrindKit/foundation/Overloaded.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 namespace brind {
-
-namespace {
-
-template <typename... Handlers>
-struct Overloaded : Handlers... {
-    using Handlers::operator()...;
-};
-
-} // namespace
 
 std::string_view AgentDecision::label() const {
     return std::visit(Overloaded{

@@ -1,17 +1,10 @@
 #include "BrindKit/sdk/SDKAuthError.hpp"
 
+#include "BrindKit/foundation/Overloaded.hpp"
+
 #include <string>
 
 namespace brind {
-
-namespace {
-
-template <class... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
-
-} // namespace
 
 int SDKAuthError::status() const {
     return std::holds_alternative<ScopeNotGranted>(kind) ? 403 : 401;

@@ -1,17 +1,10 @@
 #include "BrindKit/system/NetworkPeek.hpp"
 
+#include "BrindKit/foundation/Overloaded.hpp"
+
 #include <utility>
 
 namespace brind {
-
-namespace {
-
-template <typename... Handlers>
-struct Overloaded : Handlers... {
-    using Handlers::operator()...;
-};
-
-} // namespace
 
 std::string NetworkPeek::title() const {
     return std::visit(Overloaded{

@@ -1,5 +1,7 @@
 #include "BrindKit/widgets/WidgetStayAwakeMode.hpp"
 
+#include "BrindKit/foundation/Overloaded.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -12,13 +14,6 @@ constexpr double secondsPerMinute = 60;
 constexpr long long secondsPerHour = 3600;
 /// Longer stays are labelled as this bound (about 30,000 years) rather than overflowing.
 constexpr double longestLabel = 1e12;
-
-template <typename... Handlers>
-struct Overloaded : Handlers... {
-    using Handlers::operator()...;
-};
-template <typename... Handlers>
-Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
 } // namespace
 
