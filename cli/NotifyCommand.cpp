@@ -1,7 +1,8 @@
 #include "cli/CommandContext.hpp"
 
+#include "cli/ASCIIText.hpp"
+
 #include "BrindKit/foundation/UUID.hpp"
-#include "BrindKit/foundation/Text.hpp"
 
 #include <iostream>
 
@@ -21,7 +22,7 @@ struct NotifyOptions {
 
 // Without --id every notification is a new activity; its id is printed so that it can be ended.
 std::string freshID() {
-    return "cli-" + brind::Text::lowercased(brind::UUID::random().string().substr(0, 8));
+    return "cli-" + ASCIIText::lowercased(brind::UUID::random().string().substr(0, 8));
 }
 
 } // namespace
