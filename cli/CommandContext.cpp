@@ -1,7 +1,6 @@
 #include "cli/CommandContext.hpp"
 
-#include "cli/ASCIIText.hpp"
-
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/Paths.hpp"
 
@@ -12,7 +11,7 @@ namespace vq {
 std::optional<std::string> CommandContext::cliToken() {
     const auto file = brind::Paths::cliTokenFile();
     const auto contents = brind::AtomicFile::read(file);
-    const std::string token = contents ? ASCIIText::trimmed(*contents) : std::string{};
+    const std::string token = contents ? std::string(brind::ASCII::trimmed(*contents)) : std::string{};
     if (token.empty()) {
         std::cerr << "vantaquill: no token in " << file.string()
                   << "; start the island once (vantaquill-island) so that it registers this command\n";

@@ -1,6 +1,6 @@
 #include "cli/HTTPClient.hpp"
 
-#include "cli/ASCIIText.hpp"
+#include "BrindKit/foundation/ASCII.hpp"
 
 #include <asio.hpp>
 
@@ -40,8 +40,8 @@ bool parseHead(std::string_view head, HTTPClient::Response& response) {
         const std::string_view line = head.substr(at, end - at);
         const std::size_t colon = line.find(':');
         if (colon != std::string_view::npos) {
-            response.headers[ASCIIText::lowercased(ASCIIText::trimmed(line.substr(0, colon)))] =
-                ASCIIText::trimmed(line.substr(colon + 1));
+            response.headers[brind::ASCII::lowercased(brind::ASCII::trimmed(line.substr(0, colon)))] =
+                brind::ASCII::trimmed(line.substr(colon + 1));
         }
         at = end + 2;
     }

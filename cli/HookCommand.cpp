@@ -1,10 +1,10 @@
 #include "cli/CommandContext.hpp"
-#include "cli/ASCIIText.hpp"
 #include "cli/TerminalEnvironment.hpp"
 
 #include "BrindKit/agents/AgentDecisionEncoder.hpp"
 #include "BrindKit/agents/AgentEventDecoder.hpp"
 #include "BrindKit/agents/AgentKind.hpp"
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/Paths.hpp"
 #include "BrindKit/foundation/URL.hpp"
@@ -54,7 +54,7 @@ void addHookCommand(CLI::App& app, CommandContext& context) {
         HTTPClient::Headers headers = TerminalEnvironment::headers();
         headers.emplace_back("Content-Type", "application/json");
         if (token)
-            headers.emplace_back("x-vantaquill-hook", ASCIIText::trimmed(*token));
+            headers.emplace_back("x-vantaquill-hook", std::string(brind::ASCII::trimmed(*token)));
 
         std::vector<brind::URL::QueryItem> query = {{"agent", options->agent}};
         if (!options->event.empty())

@@ -1,7 +1,6 @@
 #include "cli/CommandContext.hpp"
 
-#include "cli/ASCIIText.hpp"
-
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/UUID.hpp"
 
 #include <iostream>
@@ -22,7 +21,7 @@ struct NotifyOptions {
 
 // Without --id every notification is a new activity; its id is printed so that it can be ended.
 std::string freshID() {
-    return "cli-" + ASCIIText::lowercased(brind::UUID::random().string().substr(0, 8));
+    return "cli-" + brind::ASCII::lowercased(brind::UUID::random().string().substr(0, 8));
 }
 
 } // namespace

@@ -266,21 +266,11 @@ private:
             if (!readValue(element, depth + 1))
                 return false;
             elements.push_back(std::move(element));
-            skipBlanks();
-            if (atEnd())
+            const AfterItem next = afterItem(']');
+            if (next == AfterItem::malformed)
                 return fail(position_);
-            if (peek() == ']') {
-                ++position_;
+            if (next == AfterItem::closed)
                 break;
-            }
-            if (peek() != ',')
-                return fail(position_);
-            ++position_;
-            skipBlanks();
-            if (!atEnd() && peek() == ']') { // one trailing comma
-                ++position_;
-                break;
-            }
         }
         out = AgentJSON::array(std::move(elements));
         return true;
@@ -336,24 +326,37 @@ private:
                         index.emplace(members[i].key, i);
                 }
             }
-            skipBlanks();
-            if (atEnd())
+            const AfterItem next = afterItem('}');
+            if (next == AfterItem::malformed)
                 return fail(position_);
-            if (peek() == '}') {
-                ++position_;
+            if (next == AfterItem::closed)
                 break;
-            }
-            if (peek() != ',')
-                return fail(position_);
-            ++position_;
-            skipBlanks();
-            if (!atEnd() && peek() == '}') { // one trailing comma
-                ++position_;
-                break;
-            }
         }
         out = AgentJSON::object(std::move(members));
         return true;
+    }
+
+    enum class AfterItem { more, closed, malformed };
+
+    // After an array element or object member: a comma (and then more, or the closing bracket of a
+    // single trailing comma) or the closing bracket itself.
+    AfterItem afterItem(char close) {
+        skipBlanks();
+        if (atEnd())
+            return AfterItem::malformed;
+        if (peek() == close) {
+            ++position_;
+            return AfterItem::closed;
+        }
+        if (peek() != ',')
+            return AfterItem::malformed;
+        ++position_;
+        skipBlanks();
+        if (!atEnd() && peek() == close) {
+            ++position_;
+            return AfterItem::closed;
+        }
+        return AfterItem::more;
     }
 
     std::string_view text_;

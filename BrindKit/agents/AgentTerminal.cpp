@@ -1,5 +1,7 @@
 #include "BrindKit/agents/AgentTerminal.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+
 namespace brind::AgentTerminal {
 
 namespace {
@@ -18,19 +20,10 @@ constexpr KnownTerminal knownTerminals[] = {
     {"zed", "dev.zed.Zed"},
 };
 
-std::string_view trimBlanks(std::string_view text) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    while (!text.empty() && blank(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && blank(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
-
 } // namespace
 
 std::optional<std::string> bundleID(std::optional<std::string_view> reported, AgentKind agent) {
-    const std::string_view program = reported ? trimBlanks(*reported) : std::string_view();
+    const std::string_view program = reported ? ASCII::trimmed(*reported) : std::string_view();
     if (!program.empty()) {
         for (const KnownTerminal& terminal : knownTerminals) {
             if (terminal.program == program)

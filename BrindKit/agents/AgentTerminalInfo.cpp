@@ -1,5 +1,7 @@
 #include "BrindKit/agents/AgentTerminalInfo.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+
 #include <algorithm>
 
 namespace brind {
@@ -18,16 +20,6 @@ constexpr std::size_t maxSessionIDLength = 80;
 bool isASCIIDigit(char c) { return c >= '0' && c <= '9'; }
 bool isASCIILetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool isASCIIAlphanumeric(char c) { return isASCIIDigit(c) || isASCIILetter(c); }
-
-// Header values are trimmed of ASCII blanks only; anything else is for the validator to judge.
-std::string_view trimBlanks(std::string_view text) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    while (!text.empty() && blank(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && blank(text.back()))
-        text.remove_suffix(1);
-    return text;
-}
 
 std::optional<std::string> stringField(const JSON& json, std::string_view key) {
     return JSONRead::string(json, key);
@@ -79,7 +71,7 @@ AgentTerminalInfo AgentTerminalInfo::fromJSON(const JSON& json) {
 }
 
 std::optional<std::string> AgentTerminalInfo::validTTY(std::string_view text) {
-    const std::string_view value = trimBlanks(text);
+    const std::string_view value = ASCII::trimmed(text);
     if (value.empty() || value == "??")
         return std::nullopt;
     const std::string_view name = value.starts_with(devPrefix) ? value.substr(devPrefix.size()) : value;
@@ -95,7 +87,7 @@ std::optional<std::string> AgentTerminalInfo::validTTY(std::string_view text) {
 }
 
 std::optional<std::string> AgentTerminalInfo::validSocket(std::string_view text) {
-    const std::string_view value = trimBlanks(text);
+    const std::string_view value = ASCII::trimmed(text);
     if (value.empty() || value.front() != '/' || value.size() > maxSocketLength ||
         value.find("..") != std::string_view::npos)
         return std::nullopt;
@@ -106,7 +98,7 @@ std::optional<std::string> AgentTerminalInfo::validSocket(std::string_view text)
 }
 
 std::optional<std::string> AgentTerminalInfo::validPane(std::string_view text) {
-    const std::string_view value = trimBlanks(text);
+    const std::string_view value = ASCII::trimmed(text);
     if (value.size() < minPaneLength || value.size() > maxPaneLength || value.front() != '%' ||
         !std::ranges::all_of(value.substr(1), isASCIIDigit))
         return std::nullopt;
@@ -114,7 +106,7 @@ std::optional<std::string> AgentTerminalInfo::validPane(std::string_view text) {
 }
 
 std::optional<std::string> AgentTerminalInfo::validSessionID(std::string_view text) {
-    const std::string_view value = trimBlanks(text);
+    const std::string_view value = ASCII::trimmed(text);
     const auto allowed = [](char c) { return isASCIIAlphanumeric(c) || c == ':' || c == '-'; };
     if (value.empty() || value.size() > maxSessionIDLength || !std::ranges::all_of(value, allowed))
         return std::nullopt;

@@ -125,6 +125,14 @@ std::optional<std::vector<std::string>> callArguments(std::string_view text, std
     return callArguments(text, second);
 }
 
+// The alpha of an "rgba"/"hsla" call, 1 when there are only three arguments; nothing when the fourth
+// does not read.
+std::optional<double> fourthAlpha(const std::vector<std::string>& arguments) {
+    if (arguments.size() < 4)
+        return 1.0;
+    return alpha(arguments[3]);
+}
+
 std::optional<RGBA> parseRGB(const std::vector<std::string>& arguments) {
     if (arguments.size() != 3 && arguments.size() != 4)
         return std::nullopt;
@@ -133,14 +141,10 @@ std::optional<RGBA> parseRGB(const std::vector<std::string>& arguments) {
     const auto b = channel(arguments[2]);
     if (!r || !g || !b)
         return std::nullopt;
-    double a = 1;
-    if (arguments.size() == 4) {
-        const auto parsed = alpha(arguments[3]);
-        if (!parsed)
-            return std::nullopt;
-        a = *parsed;
-    }
-    return RGBA{*r, *g, *b, a};
+    const auto a = fourthAlpha(arguments);
+    if (!a)
+        return std::nullopt;
+    return RGBA{*r, *g, *b, *a};
 }
 
 std::optional<RGBA> parseHSL(const std::vector<std::string>& arguments) {
@@ -151,15 +155,11 @@ std::optional<RGBA> parseHSL(const std::vector<std::string>& arguments) {
     const auto l = percentage(arguments[2]);
     if (!h || !s || !l)
         return std::nullopt;
-    double a = 1;
-    if (arguments.size() == 4) {
-        const auto parsed = alpha(arguments[3]);
-        if (!parsed)
-            return std::nullopt;
-        a = *parsed;
-    }
+    const auto a = fourthAlpha(arguments);
+    if (!a)
+        return std::nullopt;
     RGBA colour = hslToRGB(*h, *s, *l);
-    colour.a = a;
+    colour.a = *a;
     return colour;
 }
 

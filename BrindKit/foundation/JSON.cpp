@@ -31,6 +31,11 @@ const JSON* member(const JSON& object, std::string_view key) {
     return found == object.end() ? nullptr : &*found;
 }
 
+const JSON* present(const JSON& object, std::string_view key) {
+    const JSON* value = member(object, key);
+    return value && !value->is_null() ? value : nullptr;
+}
+
 std::optional<std::string> string(const JSON& object, std::string_view key) {
     const JSON* value = member(object, key);
     if (!value || !value->is_string())

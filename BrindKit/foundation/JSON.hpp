@@ -30,6 +30,8 @@ std::string pretty(const JSON& value);
 namespace JSONRead {
 
 const JSON* member(const JSON& object, std::string_view key);
+/// Like `member`, but a key holding null counts as absent, as it does for every optional key.
+const JSON* present(const JSON& object, std::string_view key);
 std::optional<std::string> string(const JSON& object, std::string_view key);
 std::optional<double> number(const JSON& object, std::string_view key);
 std::optional<bool> boolean(const JSON& object, std::string_view key);

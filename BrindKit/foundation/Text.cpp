@@ -1,5 +1,7 @@
 #include "BrindKit/foundation/Text.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+
 #include <unicode/brkiter.h>
 #include <unicode/uchar.h>
 #include <unicode/unistr.h>
@@ -95,14 +97,8 @@ std::string graphemePrefix(std::string_view text, std::size_t count) {
 }
 
 std::string lowercased(std::string_view text) {
-    if (isASCII(text)) {
-        std::string result(text);
-        for (char& c : result) {
-            if (c >= 'A' && c <= 'Z')
-                c = static_cast<char>(c - 'A' + 'a');
-        }
-        return result;
-    }
+    if (isASCII(text))
+        return ASCII::lowercased(text);
     icu::UnicodeString unicode = fromUTF8(text);
     unicode.toLower(icu::Locale::getRoot());
     return toUTF8(unicode);

@@ -9,14 +9,6 @@ namespace brind {
 
 namespace {
 
-/// A key whose value is JSON null counts as absent, as for every optional key.
-const JSON* present(const JSON& object, std::string_view key) {
-    const JSON* value = JSONRead::member(object, key);
-    if (!value || value->is_null())
-        return nullptr;
-    return value;
-}
-
 void writeTint(JSON& object, const std::optional<RGBA>& tint) {
     if (tint)
         object["tint"] = tint->toJSON();
@@ -65,7 +57,7 @@ std::expected<ActivityGlyph, std::string> ActivityGlyph::fromJSON(const JSON& va
         return none();
 
     std::optional<RGBA> tint;
-    if (const JSON* tintValue = present(value, "tint")) {
+    if (const JSON* tintValue = JSONRead::present(value, "tint")) {
         auto decoded = RGBA::fromJSON(*tintValue);
         if (!decoded)
             return std::unexpected("tint: " + decoded.error());
@@ -88,7 +80,7 @@ std::expected<ActivityGlyph, std::string> ActivityGlyph::fromJSON(const JSON& va
         return visualiser();
     if (JSONRead::boolean(value, "spinner") == true)
         return spinner();
-    if (const JSON* dotValue = present(value, "dot")) {
+    if (const JSON* dotValue = JSONRead::present(value, "dot")) {
         auto colour = RGBA::fromJSON(*dotValue);
         if (!colour)
             return std::unexpected("dot: " + colour.error());

@@ -10,13 +10,6 @@ namespace brind {
 
 namespace {
 
-const JSON* present(const JSON& object, std::string_view key) {
-    const JSON* value = JSONRead::member(object, key);
-    if (!value || value->is_null())
-        return nullptr;
-    return value;
-}
-
 /// An integer, or a floating-point number with no fraction (a sender's 2.0 means 2).
 std::optional<long long> integer(const JSON& value) {
     if (value.is_number_unsigned()) {
@@ -38,7 +31,7 @@ std::optional<long long> integer(const JSON& value) {
 }
 
 ActivityPriority decodePriority(const JSON& object) {
-    const JSON* value = present(object, "priority");
+    const JSON* value = JSONRead::present(object, "priority");
     if (!value)
         return ActivityPriority::normal;
     if (const auto raw = integer(*value))
@@ -49,7 +42,7 @@ ActivityPriority decodePriority(const JSON& object) {
 }
 
 std::optional<Date> decodeExpiry(const JSON& object) {
-    const JSON* value = present(object, "expiresAt");
+    const JSON* value = JSONRead::present(object, "expiresAt");
     if (!value)
         return std::nullopt;
     if (value->is_number())
@@ -60,7 +53,7 @@ std::optional<Date> decodeExpiry(const JSON& object) {
 }
 
 std::expected<ActivityGlyph, std::string> decodeGlyph(const JSON& object, std::string_view key) {
-    const JSON* value = present(object, key);
+    const JSON* value = JSONRead::present(object, key);
     if (!value)
         return ActivityGlyph::none();
     auto glyph = ActivityGlyph::fromJSON(*value);
@@ -125,7 +118,7 @@ std::expected<LiveActivity, std::string> LiveActivity::fromJSON(const JSON& valu
     auto id = JSONRead::string(value, "id");
     if (!id)
         return std::unexpected(
-            std::string(present(value, "id") ? "\"id\" must be a string" : "missing the string \"id\""));
+            std::string(JSONRead::present(value, "id") ? "\"id\" must be a string" : "missing the string \"id\""));
     activity.id = std::move(*id);
     activity.source = JSONRead::string(value, "source").value_or("unknown");
 
@@ -143,14 +136,14 @@ std::expected<LiveActivity, std::string> LiveActivity::fromJSON(const JSON& valu
     if (const auto progress = JSONRead::number(value, "progress"))
         activity.progress = UnitInterval::clamp(*progress);
 
-    if (const JSON* tint = present(value, "tint")) {
+    if (const JSON* tint = JSONRead::present(value, "tint")) {
         auto colour = RGBA::fromJSON(*tint);
         if (!colour)
             return std::unexpected("tint: " + colour.error());
         activity.tint = *colour;
     }
 
-    if (const JSON* actions = present(value, "actions"); actions && actions->is_array()) {
+    if (const JSON* actions = JSONRead::present(value, "actions"); actions && actions->is_array()) {
         for (const JSON& element : *actions) {
             auto action = ActivityAction::fromJSON(element);
             if (!action)
