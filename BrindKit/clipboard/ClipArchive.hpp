@@ -21,7 +21,6 @@ namespace brind {
 struct ClipArchive {
     std::filesystem::path folder;
 
-    static constexpr int indexVersion = 1;
     static constexpr std::string_view indexName = "index.json";
 
     /// The "Clipboard" folder inside the application's data folder.

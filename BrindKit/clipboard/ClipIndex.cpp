@@ -1,0 +1,407 @@
+#include "BrindKit/clipboard/ClipIndex.hpp"
+
+#include "BrindKit/foundation/JSON.hpp"
+#include "BrindKit/foundation/Text.hpp"
+
+#include <array>
+#include <bitset>
+#include <cmath>
+#include <cstdio>
+#include <simdjson.h>
+#include <utility>
+
+namespace brind {
+
+namespace {
+
+// ---- Writing -------------------------------------------------------------------------------------
+// The records are the same as `ClipItem::toJSON` writes (keys sorted, absent optionals left out),
+// written straight into one string rather than through a tree that would copy every text twice.
+
+void appendString(std::string& out, std::string_view text) {
+    static constexpr char hex[] = "0123456789abcdef";
+    const std::string repaired =
+        simdjson::validate_utf8(text.data(), text.size()) ? std::string() : Text::repairedUTF8(text);
+    const std::string_view valid = repaired.empty() ? text : std::string_view(repaired);
+    out.push_back('"');
+    // Most of a text needs no escaping; it is copied in runs between the characters that do.
+    std::size_t runStart = 0;
+    for (std::size_t index = 0; index < valid.size(); ++index) {
+        const char c = valid[index];
+        const auto byte = static_cast<unsigned char>(c);
+        if (c != '"' && c != '\\' && byte >= 0x20)
+            continue;
+        out.append(valid, runStart, index - runStart);
+        runStart = index + 1;
+        if (byte < 0x20) {
+            out += "\\u00";
+            out.push_back(hex[byte >> 4]);
+            out.push_back(hex[byte & 0x0F]);
+        } else {
+            out.push_back('\\');
+            out.push_back(c);
+        }
+    }
+    out.append(valid, runStart);
+    out.push_back('"');
+}
+
+void appendNumber(std::string& out, double value) {
+    // JSON has no infinities or NaN; null makes only this record unreadable, not the index.
+    if (!std::isfinite(value)) {
+        out += "null";
+        return;
+    }
+    char buffer[32];
+    // 17 significant digits read back as the same double.
+    std::snprintf(buffer, sizeof buffer, "%.17g", value);
+    out += buffer;
+}
+
+void appendInteger(std::string& out, std::int64_t value) {
+    out += std::to_string(value);
+}
+
+void appendKey(std::string& out, std::string_view key, bool& first) {
+    if (!first)
+        out.push_back(',');
+    first = false;
+    out.push_back('"');
+    out += key;
+    out += "\":";
+}
+
+void appendOptionalString(std::string& out, std::string_view key, const std::optional<std::string>& value,
+                          bool& first) {
+    if (!value)
+        return;
+    appendKey(out, key, first);
+    appendString(out, *value);
+}
+
+void appendOptionalInteger(std::string& out, std::string_view key, const std::optional<std::int64_t>& value,
+                           bool& first) {
+    if (!value)
+        return;
+    appendKey(out, key, first);
+    appendInteger(out, *value);
+}
+
+// Keys in sorted order, as the JSON library writes them.
+void appendItem(std::string& out, const ClipItem& item) {
+    bool first = true;
+    out.push_back('{');
+    appendKey(out, "byteSize", first);
+    appendInteger(out, item.byteSize);
+    if (item.colour) {
+        appendKey(out, "colour", first);
+        appendString(out, item.colour->hex());
+    }
+    appendKey(out, "contentHash", first);
+    appendString(out, item.contentHash);
+    appendKey(out, "created", first);
+    appendNumber(out, item.created.secondsSince1970);
+    appendKey(out, "fileURLs", first);
+    out.push_back('[');
+    for (std::size_t index = 0; index < item.fileURLs.size(); ++index) {
+        if (index > 0)
+            out.push_back(',');
+        appendString(out, item.fileURLs[index]);
+    }
+    out.push_back(']');
+    appendKey(out, "id", first);
+    appendString(out, item.id.string());
+    appendOptionalString(out, "imageFile", item.imageFile, first);
+    appendOptionalInteger(out, "imageHeight", item.imageHeight, first);
+    appendOptionalInteger(out, "imageWidth", item.imageWidth, first);
+    appendKey(out, "kind", first);
+    appendString(out, rawValue(item.kind));
+    appendKey(out, "lastUsed", first);
+    appendNumber(out, item.lastUsed.secondsSince1970);
+    appendKey(out, "pinned", first);
+    out += item.pinned ? "true" : "false";
+    appendOptionalString(out, "rtfFile", item.rtfFile, first);
+    appendOptionalString(out, "sourceAppName", item.sourceAppName, first);
+    appendOptionalString(out, "sourceBundleID", item.sourceBundleID, first);
+    appendOptionalString(out, "text", item.text, first);
+    appendKey(out, "useCount", first);
+    appendInteger(out, item.useCount);
+    out.push_back('}');
+}
+
+// ---- Reading -------------------------------------------------------------------------------------
+// simdjson reads the text an order of magnitude faster than building the tree. The fast path takes
+// only records in the shape this archive writes: every key known and present once, with the type
+// the writer gives it. Anything else goes to `ClipItem::fromJSON`, so the rules for odd records live
+// in one place.
+
+using simdjson::dom::element;
+using simdjson::dom::element_type;
+
+enum class Field : std::size_t {
+    byteSize,
+    colour,
+    contentHash,
+    created,
+    fileURLs,
+    id,
+    imageFile,
+    imageHeight,
+    imageWidth,
+    kind,
+    lastUsed,
+    pinned,
+    rtfFile,
+    sourceAppName,
+    sourceBundleID,
+    text,
+    useCount,
+    count
+};
+
+constexpr std::array<std::string_view, static_cast<std::size_t>(Field::count)> fieldNames{
+    "byteSize",  "colour",        "contentHash",    "created", "fileURLs", "id",
+    "imageFile", "imageHeight",   "imageWidth",     "kind",    "lastUsed", "pinned",
+    "rtfFile",   "sourceAppName", "sourceBundleID", "text",    "useCount",
+};
+
+using FieldSet = std::bitset<static_cast<std::size_t>(Field::count)>;
+
+std::optional<Field> fieldNamed(std::string_view key) {
+    for (std::size_t index = 0; index < fieldNames.size(); ++index) {
+        if (fieldNames[index] == key)
+            return static_cast<Field>(index);
+    }
+    return std::nullopt;
+}
+
+FieldSet requiredFields() {
+    FieldSet required;
+    for (const Field field : {Field::byteSize, Field::contentHash, Field::created, Field::fileURLs, Field::id,
+                              Field::kind, Field::lastUsed, Field::pinned, Field::useCount})
+        required.set(static_cast<std::size_t>(field));
+    return required;
+}
+
+std::optional<std::string> stringValue(element value) {
+    std::string_view text;
+    if (value.get_string().get(text))
+        return std::nullopt;
+    return std::string(text);
+}
+
+std::optional<std::int64_t> integerValue(element value) {
+    if (value.type() != element_type::INT64)
+        return std::nullopt;
+    return value.get_int64().value_unsafe();
+}
+
+std::optional<double> numberValue(element value) {
+    if (value.type() != element_type::INT64 && value.type() != element_type::DOUBLE)
+        return std::nullopt;
+    return value.get_double().value_unsafe();
+}
+
+std::optional<std::string>& optionalString(ClipItem& item, Field field) {
+    switch (field) {
+    case Field::rtfFile:
+        return item.rtfFile;
+    case Field::imageFile:
+        return item.imageFile;
+    case Field::sourceBundleID:
+        return item.sourceBundleID;
+    case Field::sourceAppName:
+        return item.sourceAppName;
+    case Field::text:
+        return item.text;
+    default:
+        // Only the optional text fields are passed here.
+        std::unreachable();
+    }
+}
+
+// Sets one field from its value; false when the value is not what the writer puts there.
+bool take(ClipItem& item, Field field, element value) {
+    switch (field) {
+    case Field::id: {
+        const auto text = stringValue(value);
+        const auto id = text ? UUID::parse(*text) : std::nullopt;
+        if (id)
+            item.id = *id;
+        return id.has_value();
+    }
+    case Field::kind: {
+        const auto text = stringValue(value);
+        const auto kind = text ? clipKindFromRawValue(*text) : std::nullopt;
+        if (kind)
+            item.kind = *kind;
+        return kind.has_value();
+    }
+    case Field::colour: {
+        const auto text = stringValue(value);
+        item.colour = text ? RGBA::fromHex(*text) : std::nullopt;
+        return item.colour.has_value();
+    }
+    case Field::fileURLs: {
+        simdjson::dom::array urls;
+        if (value.get_array().get(urls))
+            return false;
+        for (const element url : urls) {
+            auto text = stringValue(url);
+            if (!text)
+                return false;
+            item.fileURLs.push_back(std::move(*text));
+        }
+        return true;
+    }
+    case Field::created:
+    case Field::lastUsed: {
+        const auto seconds = numberValue(value);
+        if (seconds)
+            (field == Field::created ? item.created : item.lastUsed) = Date{*seconds};
+        return seconds.has_value();
+    }
+    case Field::pinned:
+        return !value.get_bool().get(item.pinned);
+    case Field::useCount:
+    case Field::byteSize: {
+        const auto number = integerValue(value);
+        if (number)
+            (field == Field::useCount ? item.useCount : item.byteSize) = *number;
+        return number.has_value();
+    }
+    case Field::imageWidth:
+    case Field::imageHeight:
+        (field == Field::imageWidth ? item.imageWidth : item.imageHeight) = integerValue(value);
+        return (field == Field::imageWidth ? item.imageWidth : item.imageHeight).has_value();
+    case Field::contentHash: {
+        auto text = stringValue(value);
+        if (text)
+            item.contentHash = std::move(*text);
+        return text.has_value();
+    }
+    case Field::text:
+    case Field::rtfFile:
+    case Field::imageFile:
+    case Field::sourceBundleID:
+    case Field::sourceAppName: {
+        auto& target = optionalString(item, field);
+        target = stringValue(value);
+        return target.has_value();
+    }
+    case Field::count:
+        break;
+    }
+    return false;
+}
+
+// A record in the writer's shape, or nothing when it has any other.
+std::optional<ClipItem> decodeWrittenShape(element record) {
+    static const auto required = requiredFields();
+    simdjson::dom::object object;
+    if (record.get_object().get(object))
+        return std::nullopt;
+    ClipItem item;
+    FieldSet seen;
+    for (const simdjson::dom::key_value_pair member : object) {
+        const auto field = fieldNamed(member.key);
+        if (!field || seen.test(static_cast<std::size_t>(*field)) || !take(item, *field, member.value))
+            return std::nullopt;
+        seen.set(static_cast<std::size_t>(*field));
+    }
+    if ((seen & required) != required)
+        return std::nullopt;
+    return item;
+}
+
+std::optional<ClipItem> decodeAnyShape(element record) {
+    const auto tree = JSONText::parse(simdjson::minify(record));
+    if (!tree)
+        return std::nullopt;
+    auto item = ClipItem::fromJSON(*tree);
+    if (!item)
+        return std::nullopt;
+    return std::move(*item);
+}
+
+} // namespace
+
+std::string ClipIndex::encode(const ClipHistory& history) {
+    std::string out = "{\"items\":[";
+    // Texts are most of the index; the rest of a record is a few hundred bytes.
+    std::size_t estimate = 0;
+    for (const ClipItem& item : history.items())
+        estimate += 400 + (item.text ? item.text->size() : 0);
+    out.reserve(estimate);
+    bool first = true;
+    for (const ClipItem& item : history.items()) {
+        if (!first)
+            out.push_back(',');
+        first = false;
+        appendItem(out, item);
+    }
+    out += "],\"version\":";
+    out += std::to_string(version);
+    out.push_back('}');
+    return out;
+}
+
+std::optional<std::vector<ClipItem>> ClipIndex::decode(std::string_view text) {
+    simdjson::dom::parser parser;
+    element document;
+    // Text simdjson refuses (numbers past 64 bits, very deep nesting, ...) may still be JSON the
+    // plain reader accepts; it has the last word.
+    if (parser.parse(text.data(), text.size()).get(document))
+        return decodeThroughTree(text);
+    simdjson::dom::object root;
+    if (document.get_object().get(root))
+        return std::nullopt;
+    // The last of repeated keys counts, as in the tree.
+    std::optional<element> versionValue;
+    std::optional<element> itemsValue;
+    for (const simdjson::dom::key_value_pair member : root) {
+        if (member.key == "version")
+            versionValue = member.value;
+        else if (member.key == "items")
+            itemsValue = member.value;
+    }
+    // Only the format this reader knows is read; another version is treated like damage.
+    double versionNumber = 0;
+    if (!versionValue || versionValue->get_double().get(versionNumber) || versionNumber != version)
+        return std::nullopt;
+    simdjson::dom::array records;
+    if (!itemsValue || itemsValue->get_array().get(records))
+        return std::nullopt;
+    std::vector<ClipItem> items;
+    items.reserve(records.size());
+    for (const element record : records) {
+        // A record that does not decode is dropped alone; its neighbours are still good.
+        auto item = decodeWrittenShape(record);
+        if (!item)
+            item = decodeAnyShape(record);
+        if (item)
+            items.push_back(std::move(*item));
+    }
+    return items;
+}
+
+std::optional<std::vector<ClipItem>> ClipIndex::decodeThroughTree(std::string_view text) {
+    const auto parsed = JSONText::parse(text);
+    if (!parsed || !parsed->is_object())
+        return std::nullopt;
+    const auto versionNumber = JSONRead::number(*parsed, "version");
+    if (!versionNumber || *versionNumber != version)
+        return std::nullopt;
+    const JSON* records = JSONRead::member(*parsed, "items");
+    if (!records || !records->is_array())
+        return std::nullopt;
+    std::vector<ClipItem> items;
+    items.reserve(records->size());
+    for (const JSON& record : *records) {
+        if (auto item = ClipItem::fromJSON(record))
+            items.push_back(std::move(*item));
+    }
+    return items;
+}
+
+} // namespace brind
