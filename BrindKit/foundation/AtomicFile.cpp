@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
-#include <sstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -77,17 +75,38 @@ std::expected<void, std::string> write(const std::filesystem::path& path, std::s
 }
 
 std::expected<std::string, std::string> read(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    if (!stream)
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
         return std::unexpected(failure("couldn't open", path));
-    std::ostringstream contents;
-    contents << stream.rdbuf();
-    if (stream.bad())
-        return std::unexpected(failure("couldn't read", path));
-    return contents.str();
+    // Sized from the file up front, so that megabytes are read once into their final string rather
+    // than copied through growing buffers; one byte more lets the end be seen without growing.
+    // Reading still goes on to the end, for files that grow meanwhile or report no size.
+    struct stat status {};
+    const bool sized = ::fstat(descriptor, &status) == 0 && status.st_size > 0;
+    std::string contents(sized ? static_cast<std::size_t>(status.st_size) + 1 : 4096, '\0');
+    std::size_t length = 0;
+    for (;;) {
+        if (length == contents.size())
+            contents.resize(contents.size() * 2);
+        const ssize_t count = ::read(descriptor, contents.data() + length, contents.size() - length);
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0) {
+            const std::string message = failure("couldn't read", path);
+            ::close(descriptor);
+            return std::unexpected(message);
+        }
+        if (count == 0)
+            break;
+        length += static_cast<std::size_t>(count);
+    }
+    ::close(descriptor);
+    contents.resize(length);
+    return contents;
 }
 
-std::expected<void, std::string> ensureFolder(const std::filesystem::path& path, std::filesystem::perms mode) {
+std::expected<void, std::string> ensureFolder(const std::filesystem::path& path,
+                                              std::filesystem::perms mode) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error))
         return {};
