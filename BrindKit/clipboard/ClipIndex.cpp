@@ -202,97 +202,97 @@ std::optional<double> numberValue(element value) {
     return value.get_double().value_unsafe();
 }
 
-std::optional<std::string>& optionalString(ClipItem& item, Field field) {
-    switch (field) {
-    case Field::rtfFile:
-        return item.rtfFile;
-    case Field::imageFile:
-        return item.imageFile;
-    case Field::sourceBundleID:
-        return item.sourceBundleID;
-    case Field::sourceAppName:
-        return item.sourceAppName;
-    case Field::text:
-        return item.text;
-    default:
-        // Only the optional text fields are passed here.
-        std::unreachable();
-    }
+// Each `assign` sets a field from its value and says whether the value had the type the writer
+// gives that field.
+template <typename Value>
+bool assign(Value& target, std::optional<Value> value) {
+    if (value)
+        target = std::move(*value);
+    return value.has_value();
 }
 
-// Sets one field from its value; false when the value is not what the writer puts there.
+template <typename Value>
+bool assign(std::optional<Value>& target, std::optional<Value> value) {
+    target = std::move(value);
+    return target.has_value();
+}
+
+bool assignFileURLs(std::vector<std::string>& target, element value) {
+    simdjson::dom::array urls;
+    if (value.get_array().get(urls))
+        return false;
+    for (const element url : urls) {
+        if (!assign(target.emplace_back(), stringValue(url)))
+            return false;
+    }
+    return true;
+}
+
+std::optional<UUID> uuidValue(element value) {
+    const auto text = stringValue(value);
+    return text ? UUID::parse(*text) : std::nullopt;
+}
+
+std::optional<ClipKind> kindValue(element value) {
+    const auto text = stringValue(value);
+    return text ? clipKindFromRawValue(*text) : std::nullopt;
+}
+
+std::optional<RGBA> colourValue(element value) {
+    const auto text = stringValue(value);
+    return text ? RGBA::fromHex(*text) : std::nullopt;
+}
+
+std::optional<Date> dateValue(element value) {
+    const auto seconds = numberValue(value);
+    return seconds ? std::optional(Date{*seconds}) : std::nullopt;
+}
+
+std::optional<bool> booleanValue(element value) {
+    bool flag = false;
+    return value.get_bool().get(flag) ? std::nullopt : std::optional(flag);
+}
+
 bool take(ClipItem& item, Field field, element value) {
     switch (field) {
-    case Field::id: {
-        const auto text = stringValue(value);
-        const auto id = text ? UUID::parse(*text) : std::nullopt;
-        if (id)
-            item.id = *id;
-        return id.has_value();
-    }
-    case Field::kind: {
-        const auto text = stringValue(value);
-        const auto kind = text ? clipKindFromRawValue(*text) : std::nullopt;
-        if (kind)
-            item.kind = *kind;
-        return kind.has_value();
-    }
-    case Field::colour: {
-        const auto text = stringValue(value);
-        item.colour = text ? RGBA::fromHex(*text) : std::nullopt;
-        return item.colour.has_value();
-    }
-    case Field::fileURLs: {
-        simdjson::dom::array urls;
-        if (value.get_array().get(urls))
-            return false;
-        for (const element url : urls) {
-            auto text = stringValue(url);
-            if (!text)
-                return false;
-            item.fileURLs.push_back(std::move(*text));
-        }
-        return true;
-    }
+    case Field::byteSize:
+        return assign(item.byteSize, integerValue(value));
+    case Field::colour:
+        return assign(item.colour, colourValue(value));
+    case Field::contentHash:
+        return assign(item.contentHash, stringValue(value));
     case Field::created:
-    case Field::lastUsed: {
-        const auto seconds = numberValue(value);
-        if (seconds)
-            (field == Field::created ? item.created : item.lastUsed) = Date{*seconds};
-        return seconds.has_value();
-    }
-    case Field::pinned:
-        return !value.get_bool().get(item.pinned);
-    case Field::useCount:
-    case Field::byteSize: {
-        const auto number = integerValue(value);
-        if (number)
-            (field == Field::useCount ? item.useCount : item.byteSize) = *number;
-        return number.has_value();
-    }
-    case Field::imageWidth:
-    case Field::imageHeight:
-        (field == Field::imageWidth ? item.imageWidth : item.imageHeight) = integerValue(value);
-        return (field == Field::imageWidth ? item.imageWidth : item.imageHeight).has_value();
-    case Field::contentHash: {
-        auto text = stringValue(value);
-        if (text)
-            item.contentHash = std::move(*text);
-        return text.has_value();
-    }
-    case Field::text:
-    case Field::rtfFile:
+        return assign(item.created, dateValue(value));
+    case Field::fileURLs:
+        return assignFileURLs(item.fileURLs, value);
+    case Field::id:
+        return assign(item.id, uuidValue(value));
     case Field::imageFile:
+        return assign(item.imageFile, stringValue(value));
+    case Field::imageHeight:
+        return assign(item.imageHeight, integerValue(value));
+    case Field::imageWidth:
+        return assign(item.imageWidth, integerValue(value));
+    case Field::kind:
+        return assign(item.kind, kindValue(value));
+    case Field::lastUsed:
+        return assign(item.lastUsed, dateValue(value));
+    case Field::pinned:
+        return assign(item.pinned, booleanValue(value));
+    case Field::rtfFile:
+        return assign(item.rtfFile, stringValue(value));
+    case Field::sourceAppName:
+        return assign(item.sourceAppName, stringValue(value));
     case Field::sourceBundleID:
-    case Field::sourceAppName: {
-        auto& target = optionalString(item, field);
-        target = stringValue(value);
-        return target.has_value();
-    }
+        return assign(item.sourceBundleID, stringValue(value));
+    case Field::text:
+        return assign(item.text, stringValue(value));
+    case Field::useCount:
+        return assign(item.useCount, integerValue(value));
     case Field::count:
         break;
     }
-    return false;
+    std::unreachable();
 }
 
 // A record in the writer's shape, or nothing when it has any other.
