@@ -20,6 +20,7 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
+#include <clocale>
 #include <cstdio>
 #include <iostream>
 
@@ -80,6 +81,10 @@ void printError(const std::string& line) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
+    // Qt adopts the user's locale for the C library, and in many locales that formats and reads
+    // numbers with a decimal comma; every number this program writes or reads (JSON, URLs, the SDK)
+    // uses a point.
+    std::setlocale(LC_NUMERIC, "C");
     QCoreApplication::setApplicationName("vantaquill");
     QCoreApplication::setApplicationVersion("1.0");
     const auto options = parseOptions(app);

@@ -5,8 +5,9 @@
 
 #include <array>
 #include <bitset>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <iterator>
 #include <simdjson.h>
 #include <utility>
 
@@ -52,10 +53,11 @@ void appendNumber(std::string& out, double value) {
         out += "null";
         return;
     }
+    // The shortest text that reads back as the same double, with a decimal point whatever the
+    // process's locale says (the C library's formatting would write a comma in many of them).
     char buffer[32];
-    // 17 significant digits read back as the same double.
-    std::snprintf(buffer, sizeof buffer, "%.17g", value);
-    out += buffer;
+    const auto written = std::to_chars(std::begin(buffer), std::end(buffer), value);
+    out.append(buffer, written.ptr);
 }
 
 void appendInteger(std::string& out, std::int64_t value) {
@@ -71,20 +73,14 @@ void appendKey(std::string& out, std::string_view key, bool& first) {
     out += "\":";
 }
 
-void appendOptionalString(std::string& out, std::string_view key, const std::optional<std::string>& value,
-                          bool& first) {
+// Absent optionals are left out, as `ClipItem::toJSON` leaves them out.
+template <typename Value, typename Writer>
+void appendOptional(std::string& out, std::string_view key, const std::optional<Value>& value, bool& first,
+                    Writer write) {
     if (!value)
         return;
     appendKey(out, key, first);
-    appendString(out, *value);
-}
-
-void appendOptionalInteger(std::string& out, std::string_view key, const std::optional<std::int64_t>& value,
-                           bool& first) {
-    if (!value)
-        return;
-    appendKey(out, key, first);
-    appendInteger(out, *value);
+    write(out, *value);
 }
 
 // Keys in sorted order, as the JSON library writes them.
@@ -111,19 +107,19 @@ void appendItem(std::string& out, const ClipItem& item) {
     out.push_back(']');
     appendKey(out, "id", first);
     appendString(out, item.id.string());
-    appendOptionalString(out, "imageFile", item.imageFile, first);
-    appendOptionalInteger(out, "imageHeight", item.imageHeight, first);
-    appendOptionalInteger(out, "imageWidth", item.imageWidth, first);
+    appendOptional(out, "imageFile", item.imageFile, first, appendString);
+    appendOptional(out, "imageHeight", item.imageHeight, first, appendInteger);
+    appendOptional(out, "imageWidth", item.imageWidth, first, appendInteger);
     appendKey(out, "kind", first);
     appendString(out, rawValue(item.kind));
     appendKey(out, "lastUsed", first);
     appendNumber(out, item.lastUsed.secondsSince1970);
     appendKey(out, "pinned", first);
     out += item.pinned ? "true" : "false";
-    appendOptionalString(out, "rtfFile", item.rtfFile, first);
-    appendOptionalString(out, "sourceAppName", item.sourceAppName, first);
-    appendOptionalString(out, "sourceBundleID", item.sourceBundleID, first);
-    appendOptionalString(out, "text", item.text, first);
+    appendOptional(out, "rtfFile", item.rtfFile, first, appendString);
+    appendOptional(out, "sourceAppName", item.sourceAppName, first, appendString);
+    appendOptional(out, "sourceBundleID", item.sourceBundleID, first, appendString);
+    appendOptional(out, "text", item.text, first, appendString);
     appendKey(out, "useCount", first);
     appendInteger(out, item.useCount);
     out.push_back('}');

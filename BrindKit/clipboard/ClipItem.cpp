@@ -4,6 +4,7 @@
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
 
+#include <limits>
 #include <utility>
 
 namespace brind {
@@ -71,6 +72,9 @@ std::string joinedPaths(const std::vector<std::string>& urls) {
 std::optional<std::int64_t> optionalInteger(const JSON& object, std::string_view key) {
     const JSON* value = JSONRead::member(object, key);
     if (!value || !value->is_number_integer())
+        return std::nullopt;
+    // A whole number past the signed range would wrap to a negative one; it counts as a wrong type.
+    if (value->is_number_unsigned() && value->get<std::uint64_t>() > std::numeric_limits<std::int64_t>::max())
         return std::nullopt;
     return value->get<std::int64_t>();
 }

@@ -4,8 +4,8 @@
 #include "BrindKit/foundation/URL.hpp"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdlib>
 
 namespace brind {
 
@@ -33,13 +33,12 @@ std::string escapeLoosely(std::string_view text) {
     return escaped;
 }
 
-// A number as a script would write it ("0.4", "1", "-3"); anything else is no number.
+// A number as a script would write it ("0.4", "1", "-3"), read the same in every locale; anything
+// else, infinities and NaN included, is no number.
 std::optional<double> number(const std::string& text) {
-    if (text.empty())
-        return std::nullopt;
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    if (end != text.c_str() + text.size() || std::isnan(value))
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || !std::isfinite(value))
         return std::nullopt;
     return value;
 }

@@ -79,8 +79,9 @@ LyricsStore::Request LyricsStore::request(std::string_view artist, std::string_v
     items.emplace_back("track_name", std::string(title));
     if (album)
         items.emplace_back("album_name", std::string(*album));
-    // The service matches on the length in whole seconds; a length that is not a real one is left out.
-    if (duration && std::isfinite(*duration) && *duration > 0 && *duration <= maxDurationSeconds)
+    // The service matches on the length in whole seconds; a length that is not a real one, or that
+    // rounds to no seconds at all, is left out.
+    if (duration && std::isfinite(*duration) && *duration >= 0.5 && *duration <= maxDurationSeconds)
         items.emplace_back("duration", std::to_string(static_cast<long long>(std::llround(*duration))));
 
     Request request;

@@ -11,7 +11,8 @@
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
 
-#include <cstdio>
+#include <charconv>
+#include <iterator>
 #include <memory>
 #include <utility>
 
@@ -27,11 +28,12 @@ constexpr std::string_view dailyFields =
 constexpr std::string_view forecastDays = "5";
 constexpr std::string_view placeCount = "5";
 
+// Four decimals with a decimal point whatever the process's locale says: this goes into a URL.
 std::string coordinate(double degrees) {
     // Room for any double, should a caller pass something that is no coordinate.
     char text[400];
-    std::snprintf(text, sizeof text, "%.4f", degrees);
-    return text;
+    const auto written = std::to_chars(std::begin(text), std::end(text), degrees, std::chars_format::fixed, 4);
+    return std::string(text, written.ptr);
 }
 
 std::unexpected<DecodeError> missing(std::string field) {

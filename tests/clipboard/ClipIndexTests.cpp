@@ -1,8 +1,11 @@
-#include "BrindKit/clipboard/ClipClassifier.hpp"
 #include "BrindKit/clipboard/ClipIndex.hpp"
 
-#include <cmath>
+#include "BrindKit/clipboard/ClipClassifier.hpp"
+#include "tests/support/DecimalCommaLocale.hpp"
+
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 using namespace brind;
 
@@ -45,9 +48,11 @@ TEST(ClipIndex, OddRecordsDecodeAsTheTreeReaderDecodesThem) {
         {recordWith(R"("sourceAppName":"Editor","unknownKey":[1,{"x":null}])"), true},
         {recordWith(R"("pinned":true)"), true},
         {R"({"byteSize":1.5,)" + canonicalFields.substr(canonicalFields.find("\"contentHash")) + "}", false},
+        // Past the signed range: a wrong type, not a wrapped negative size.
         {R"({"byteSize":9223372036854775808,)" +
              canonicalFields.substr(canonicalFields.find("\"contentHash")) + "}",
-         true},
+         false},
+        {recordWith(R"("imageWidth":18446744073709551615)"), true},
         {recordWith(R"("created":"yesterday")"), false},
         {recordWith(R"("created":-0)"), true},
         {recordWith(R"("created":1e308)"), true},
@@ -82,6 +87,8 @@ TEST(ClipIndex, FieldsOfOddRecordsFollowTheLenientRules) {
         ClipIndex::decode(indexWith(recordWith(R"("text":42,"imageWidth":"wide")"))).value();
     EXPECT_EQ(wrongType.at(0).text, std::nullopt);
     EXPECT_EQ(wrongType.at(0).imageWidth, std::nullopt);
+    const auto huge = ClipIndex::decode(indexWith(recordWith(R"("imageWidth":18446744073709551615)"))).value();
+    EXPECT_EQ(huge.at(0).imageWidth, std::nullopt);
     const auto colourObject =
         ClipIndex::decode(indexWith(recordWith(R"("colour":{"r":1,"g":0.5,"b":0})"))).value();
     ASSERT_TRUE(colourObject.at(0).colour);
@@ -168,4 +175,21 @@ TEST(ClipIndex, EncodedHistoriesDecodeToThemselves) {
     const std::string text = ClipIndex::encode(ClipHistory(items));
     EXPECT_EQ(ClipIndex::decode(text), items);
     EXPECT_EQ(ClipIndex::decodeThroughTree(text), items);
+}
+
+// The application runs with the user's locale, where the C library may write "0,25"; the index
+// must stay JSON, or every start would find it damaged and lose the history.
+TEST(ClipIndex, NumbersKeepTheirDecimalPointInEveryLocale) {
+    brindtest::DecimalCommaLocale locale;
+    if (!locale.active())
+        GTEST_SKIP() << "this machine cannot make a locale with a decimal comma";
+    ClipItem item;
+    item.id = UUID::random();
+    item.text = "x";
+    item.created = Date{1700000000.25};
+    item.lastUsed = Date{0.5};
+    const std::string text = ClipIndex::encode(ClipHistory({item}));
+    EXPECT_NE(text.find("\"created\":1700000000.25"), std::string::npos) << text;
+    EXPECT_EQ(ClipIndex::decode(text), std::vector<ClipItem>{item});
+    EXPECT_EQ(ClipIndex::decodeThroughTree(text), std::vector<ClipItem>{item});
 }

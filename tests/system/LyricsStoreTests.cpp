@@ -8,6 +8,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace brind {
@@ -15,129 +16,90 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class TemporaryFolder {
-  public:
-    TemporaryFolder() {
-        std::string pattern = (fs::temp_directory_path() / "lyrics-store-XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-
-  private:
-    fs::path path_;
-};
-
 TEST(LyricsStore, CacheKeyKeepsOnlyLowerCasedLettersAndDigits) {
-    struct Case {
-        std::string artist;
-        std::string title;
-        std::string key;
-    };
-    const std::vector<Case> cases = {
-        {"Daft Punk", "One More Time", "daft_punk_one_more_time"},
-        {"AC/DC", "T.N.T.", "ac_dc_t_n_t_"},
-        {"../..", "etc", "______etc"},
-        {"Sigur R\u00F3s", "Hopp\u00EDpolla", "sigur_r\u00F3s_hopp\u00EDpolla"},
-        // Each scalar is judged alone: the combining accent of a decomposed é is not a letter.
-        {"Beyonce\u0301", "Halo", "beyonce__halo"},
-        {"\u5742\u672C\u9F8D\u4E00", "Merry Christmas", "\u5742\u672C\u9F8D\u4E00_merry_christmas"},
-        {"\u00C9DITH", "\u00C0 Paris \U0001F1EB\U0001F1F7", "\u00E9dith_\u00E0_paris___"},
-        {"Artist", "Track \u0661\u0662", "artist_track_\u0661\u0662"},
-        {"", "", "_"},
-        {"bad\xFF", "byte", "bad__byte"},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(LyricsStore::cacheKey(c.artist, c.title), c.key) << c.artist << " - " << c.title;
-        EXPECT_EQ(LyricsStore::cacheFileName(c.artist, c.title), c.key + ".lrc");
-    }
+    EXPECT_EQ(LyricsStore::cacheKey("Daft Punk", "One More Time"), "daft_punk_one_more_time");
+    EXPECT_EQ(LyricsStore::cacheKey("../..", "etc"), "______etc");
+    EXPECT_EQ(LyricsStore::cacheKey("Sigur R\u00F3s", "Hopp\u00EDpolla"), "sigur_r\u00F3s_hopp\u00EDpolla");
+    // Each scalar is judged alone: the combining accent of a decomposed é is not a letter.
+    EXPECT_EQ(LyricsStore::cacheKey("Beyonce\u0301", "Halo"), "beyonce__halo");
+    EXPECT_EQ(LyricsStore::cacheKey("\u00C9DITH", "\u00C0 Paris \U0001F1EB\U0001F1F7"),
+              "\u00E9dith_\u00E0_paris___");
+    EXPECT_EQ(LyricsStore::cacheKey("Artist", "Track \u0661\u0662"), "artist_track_\u0661\u0662");
+    EXPECT_EQ(LyricsStore::cacheKey("", ""), "_");
+    EXPECT_EQ(LyricsStore::cacheKey("bad\xFF", "byte"), "bad__byte");
 }
 
 TEST(LyricsStore, CacheKeyIsCutTo120Characters) {
-    const std::string longTitle(300, 'x');
-    const std::string key = LyricsStore::cacheKey("Artist", longTitle);
-    EXPECT_EQ(key, "artist_" + std::string(113, 'x'));
+    EXPECT_EQ(LyricsStore::cacheKey("Artist", std::string(300, 'x')), "artist_" + std::string(113, 'x'));
     const std::string wide = LyricsStore::cacheKey("\u00E9", std::string(200, 'a') + "\u00E9");
     EXPECT_EQ(Text::graphemeCount(wide), LyricsStore::maxKeyLength);
     EXPECT_EQ(wide, "\u00E9_" + std::string(118, 'a'));
 }
 
-TEST(LyricsStore, CacheFileLivesInTheLyricsFolder) {
-    const LyricsStore store("/home/someone/.local/share/vantaquill");
-    EXPECT_EQ(store.cacheFile("Daft Punk", "One More Time"),
-              fs::path("/home/someone/.local/share/vantaquill/Lyrics/daft_punk_one_more_time.lrc"));
-}
-
 TEST(LyricsStore, RequestCarriesTheTrackInItsQuery) {
     const LyricsStore store("/tmp/unused", "https://lyrics.example.org/");
-    struct Case {
-        std::optional<std::string_view> album;
-        std::optional<double> duration;
-        std::string url;
-    };
     const std::string base =
         "https://lyrics.example.org/api/get?artist_name=Sigur%20R%C3%B3s&track_name=Hopp%C3%ADpolla";
-    const std::vector<Case> cases = {
-        {std::nullopt, std::nullopt, base},
-        {"Takk...", 268.4, base + "&album_name=Takk...&duration=268"},
-        {std::nullopt, 268.6, base + "&duration=269"},
-        {"A & B = C", std::nullopt, base + "&album_name=A%20%26%20B%20%3D%20C"},
-        // Lengths that are not real ones are left out rather than sent as garbage.
-        {std::nullopt, 0.0, base},
-        {std::nullopt, -5.0, base},
-        {std::nullopt, NAN, base},
-        {std::nullopt, INFINITY, base},
+    const auto url = [&](std::optional<std::string_view> album, std::optional<double> duration) {
+        return store.request("Sigur R\u00F3s", "Hopp\u00EDpolla", album, duration).url;
     };
-    for (const Case& c : cases) {
-        const LyricsStore::Request request =
-            store.request("Sigur R\u00F3s", "Hopp\u00EDpolla", c.album, c.duration);
-        EXPECT_EQ(request.url, c.url);
-        EXPECT_EQ(request.timeout, 10);
-        ASSERT_EQ(request.headers.size(), 1u);
-        EXPECT_EQ(request.headers[0].first, "User-Agent");
-        EXPECT_FALSE(request.headers[0].second.empty());
-    }
+    EXPECT_EQ(url(std::nullopt, std::nullopt), base);
+    EXPECT_EQ(url("Takk...", 268.4), base + "&album_name=Takk...&duration=268");
+    EXPECT_EQ(url(std::nullopt, 268.6), base + "&duration=269");
+    EXPECT_EQ(url(std::nullopt, 0.5), base + "&duration=1");
+    EXPECT_EQ(url("A & B = C", std::nullopt), base + "&album_name=A%20%26%20B%20%3D%20C");
+    // Lengths that are not real ones are left out rather than sent as garbage.
+    for (const double length : {0.0, 0.4, -3.0, double(NAN), double(INFINITY)})
+        EXPECT_EQ(url(std::nullopt, length), base) << length;
+
+    const auto headers = store.request("a", "b", std::nullopt, std::nullopt).headers;
+    ASSERT_EQ(headers.size(), 1u);
+    EXPECT_EQ(headers[0].first, "User-Agent");
+    EXPECT_FALSE(headers[0].second.empty());
 }
 
 TEST(LyricsStore, ReadsOnlySyncedLyricsFromASuccessfulAnswer) {
-    struct Case {
-        int status;
-        std::string body;
-        std::optional<LyricsStore::ResponseError> error;
-    };
     const std::string good = R"({"id":1,"plainLyrics":"a","syncedLyrics":"[00:01.00]a\n[00:02.00]b"})";
-    const std::vector<Case> cases = {
-        {200, good, std::nullopt},
-        {404, good, LyricsStore::ResponseError::status},
-        {201, good, LyricsStore::ResponseError::status},
-        {500, R"({"message":"oops"})", LyricsStore::ResponseError::status},
-        {200, "not json", LyricsStore::ResponseError::notJSONObject},
-        {200, R"(["[00:01.00]a"])", LyricsStore::ResponseError::notJSONObject},
-        {200, R"({"plainLyrics":"words only"})", LyricsStore::ResponseError::noSyncedLyrics},
-        {200, R"({"syncedLyrics":null})", LyricsStore::ResponseError::noSyncedLyrics},
-        {200, R"({"syncedLyrics":12})", LyricsStore::ResponseError::noSyncedLyrics},
-        {200, R"({"syncedLyrics":"no tags here"})", LyricsStore::ResponseError::unparsableLyrics},
+    const auto fetched = LyricsStore::readResponse(200, good);
+    ASSERT_TRUE(fetched.has_value());
+    EXPECT_EQ(fetched->lrc, "[00:01.00]a\n[00:02.00]b");
+    EXPECT_EQ(fetched->lyrics.lines.size(), 2u);
+
+    using enum LyricsStore::ResponseError;
+    const std::vector<std::tuple<int, std::string, LyricsStore::ResponseError>> failures = {
+        {201, good, status},
+        {200, "not json", notJSONObject},
+        {200, R"(["[00:01.00]a"])", notJSONObject},
+        {200, R"({"plainLyrics":"words only"})", noSyncedLyrics},
+        {200, R"({"syncedLyrics":null})", noSyncedLyrics},
+        {200, R"({"syncedLyrics":12})", noSyncedLyrics},
+        {200, R"({"syncedLyrics":"no tags here"})", unparsableLyrics},
     };
-    for (const Case& c : cases) {
-        const auto fetched = LyricsStore::readResponse(c.status, c.body);
-        if (!c.error) {
-            ASSERT_TRUE(fetched.has_value()) << c.body;
-            EXPECT_EQ(fetched->lrc, "[00:01.00]a\n[00:02.00]b");
-            EXPECT_EQ(fetched->lyrics.lines.size(), 2u);
-            continue;
-        }
-        ASSERT_FALSE(fetched.has_value()) << c.status << " " << c.body;
-        EXPECT_EQ(fetched.error(), *c.error) << c.status << " " << c.body;
-        EXPECT_FALSE(toString(fetched.error()).empty());
+    for (const auto& [code, body, error] : failures) {
+        const auto failed = LyricsStore::readResponse(code, body);
+        ASSERT_FALSE(failed.has_value()) << code << " " << body;
+        EXPECT_EQ(failed.error(), error) << code << " " << body;
+        EXPECT_FALSE(toString(failed.error()).empty());
     }
 }
 
-TEST(LyricsStore, SavedLyricsComeBackFromTheCache) {
-    TemporaryFolder folder;
-    const LyricsStore store(folder.path());
+// Each test gets a support folder of its own, removed afterwards.
+class LyricsCache : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string pattern = (fs::temp_directory_path() / "lyrics-store-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        folder = pattern;
+    }
+    void TearDown() override {
+        std::error_code ignored;
+        fs::remove_all(folder, ignored);
+    }
+    fs::path folder;
+};
+
+TEST_F(LyricsCache, SavedLyricsComeBackFromTheCache) {
+    const LyricsStore store(folder);
     const auto before = store.cached("Mira Holloway", "Paper Boats");
     ASSERT_FALSE(before.has_value());
     EXPECT_EQ(before.error(), LyricsStore::CacheMiss::absent);
@@ -145,40 +107,35 @@ TEST(LyricsStore, SavedLyricsComeBackFromTheCache) {
     const std::string lrc = "[ti:Paper Boats]\n[00:05.10]We folded paper boats\n";
     ASSERT_TRUE(store.save("Mira Holloway", "Paper Boats", lrc).has_value());
 
-    const fs::path file = folder.path() / "Lyrics" / "mira_holloway_paper_boats.lrc";
+    const fs::path file = folder / "Lyrics" / "mira_holloway_paper_boats.lrc";
     EXPECT_EQ(AtomicFile::read(file).value_or(""), lrc);
-    EXPECT_EQ(fs::status(file).permissions() & fs::perms::all,
-              fs::perms::owner_read | fs::perms::owner_write);
 
     const auto cached = store.cached("Mira Holloway", "Paper Boats");
     ASSERT_TRUE(cached.has_value());
     EXPECT_EQ(cached->lines, (std::vector<LRCLyrics::Line>{{5.1, "We folded paper boats"}}));
 }
 
-TEST(LyricsStore, CacheFileThatIsNotLyricsSaysWhetherToFetch) {
-    TemporaryFolder folder;
-    const LyricsStore store(folder.path());
-    fs::create_directories(folder.path() / "Lyrics");
+TEST_F(LyricsCache, CacheFileThatIsNotLyricsSaysWhetherToFetch) {
+    const LyricsStore store(folder);
+    fs::create_directories(folder / "Lyrics");
     // Readable text without a timed line settles it: no lyrics, and no request either.
-    std::ofstream(folder.path() / "Lyrics" / "a_b.lrc") << "garbage without tags";
+    std::ofstream(folder / "Lyrics" / "a_b.lrc") << "garbage without tags";
     const auto text = store.cached("a", "b");
     ASSERT_FALSE(text.has_value());
     EXPECT_EQ(text.error(), LyricsStore::CacheMiss::unparsable);
     // Bytes that are not UTF-8 text are as good as no file: the service is asked again.
-    std::ofstream(folder.path() / "Lyrics" / "c_d.lrc") << "[00:01.00]\xFF\xFE";
+    std::ofstream(folder / "Lyrics" / "c_d.lrc") << "[00:01.00]\xFF\xFE";
     const auto binary = store.cached("c", "d");
     ASSERT_FALSE(binary.has_value());
     EXPECT_EQ(binary.error(), LyricsStore::CacheMiss::absent);
     EXPECT_FALSE(toString(binary.error()).empty());
 }
 
-TEST(LyricsStore, SaveReportsAnUnwritableFolder) {
-    TemporaryFolder folder;
+TEST_F(LyricsCache, SaveReportsAnUnwritableFolder) {
     // A file where the support folder should be makes the cache folder impossible to create.
-    const fs::path blocker = folder.path() / "blocked";
+    const fs::path blocker = folder / "blocked";
     std::ofstream(blocker) << "x";
-    const LyricsStore store(blocker);
-    const auto saved = store.save("a", "b", "[00:01.00]a");
+    const auto saved = LyricsStore(blocker).save("a", "b", "[00:01.00]a");
     ASSERT_FALSE(saved.has_value());
     EXPECT_FALSE(saved.error().empty());
     EXPECT_EQ(AtomicFile::read(blocker).value_or(""), "x");
