@@ -21,8 +21,8 @@ AgentHookEvent shell(std::optional<std::string> command, std::optional<std::stri
     return event;
 }
 
-AgentAllowRule rule(std::optional<std::string> prefix, std::string project = "/a/b", std::string tool = "Bash",
-                    std::optional<AgentKind> agent = AgentKind::claudeCode) {
+AgentAllowRule rule(std::optional<std::string> prefix, std::string project = "/a/b",
+                    std::string tool = "Bash", std::optional<AgentKind> agent = AgentKind::claudeCode) {
     AgentAllowRule result;
     result.agent = agent;
     result.project = std::move(project);
@@ -36,19 +36,11 @@ AgentAllowRule rule(std::optional<std::string> prefix, std::string project = "/a
 
 TEST(AgentAllowRule, SuggestsPrefixesFromTheCommand) {
     const std::pair<const char*, std::optional<std::string>> cases[] = {
-        {"git push origin main", "git push"},
-        {"  ls   -la ", "ls"},
-        {"gitx status", "gitx"},
-        {"npm", "npm"},
-        {"python3 -m pytest", "python3 -m"},
+        {"git push origin main", "git push"}, {"  ls   -la ", "ls"}, {"gitx status", "gitx"}, {"npm", "npm"},
         {"uv\trun pytest", "uv run"},
     };
-    for (const auto& [command, prefix] : cases) {
-        const auto suggested = AgentAllowRule::suggested(shell(command));
-        ASSERT_TRUE(suggested.has_value()) << command;
-        EXPECT_EQ(suggested->commandPrefix, prefix) << command;
-        EXPECT_EQ(*suggested, rule(prefix)) << command;
-    }
+    for (const auto& [command, prefix] : cases)
+        EXPECT_EQ(AgentAllowRule::suggested(shell(command)), rule(prefix)) << command;
     EXPECT_EQ(AgentAllowRule::suggested(shell("   ")), std::nullopt);
     EXPECT_EQ(AgentAllowRule::suggested(shell(std::nullopt)), std::nullopt);
     EXPECT_EQ(AgentAllowRule::suggested(shell("ls", std::nullopt)), std::nullopt);
@@ -56,29 +48,19 @@ TEST(AgentAllowRule, SuggestsPrefixesFromTheCommand) {
     noTool.toolName.reset();
     EXPECT_EQ(AgentAllowRule::suggested(noTool), std::nullopt);
     // Other tools get no prefix, whatever their summary.
-    EXPECT_EQ(AgentAllowRule::suggested(shell("src/main.cpp", "/a/b", "Edit")), rule(std::nullopt, "/a/b", "Edit"));
+    EXPECT_EQ(AgentAllowRule::suggested(shell("src/main.cpp", "/a/b", "Edit")),
+              rule(std::nullopt, "/a/b", "Edit"));
 }
 
 TEST(AgentAllowRule, MatchesOnlyPlainCommandsWithThePrefix) {
     const AgentAllowRule npmTest = rule("npm test");
-    const std::pair<const char*, bool> cases[] = {
-        {"npm test", true},
-        {"  npm test -- --watch ", true},
-        {"npm tester", false},
-        {"npm", false},
-        {"npm test && rm -rf /", false},
-        {"npm test || true", false},
-        {"npm test; curl x", false},
-        {"npm test | tee log", false},
-        {"npm test > out.txt", false},
-        {"npm test < in.txt", false},
-        {"npm test `whoami`", false},
-        {"npm test $(whoami)", false},
-        {"npm test &", false},
-        {"npm test\nrm -rf /", false},
-    };
-    for (const auto& [command, expected] : cases)
-        EXPECT_EQ(npmTest.matches(shell(command)), expected) << command;
+    EXPECT_TRUE(npmTest.matches(shell("npm test")));
+    EXPECT_TRUE(npmTest.matches(shell("  npm test -- --watch ")));
+    for (const char* command :
+         {"npm tester", "npm", "npm test && rm -rf /", "npm test || true", "npm test; curl x",
+          "npm test | tee log", "npm test > out.txt", "npm test < in.txt", "npm test `whoami`",
+          "npm test $(whoami)", "npm test &", "npm test\nrm -rf /"})
+        EXPECT_FALSE(npmTest.matches(shell(command))) << command;
 }
 
 TEST(AgentAllowRule, JudgesTheFullCommandRatherThanTheFlattenedSummary) {
@@ -106,43 +88,37 @@ TEST(AgentAllowRule, MatchesAgentToolAndFolder) {
 }
 
 TEST(AgentAllowRule, TellsWhetherAPathIsInsideARoot) {
-    struct Case {
-        const char* path;
-        const char* root;
-        bool inside;
-    };
-    const Case cases[] = {
-        {"/a/b", "/a/b", true},  {"/a/b/", "/a/b", true},  {"/a/b", "/a/b/", true},   {"/a/b/c", "/a/b", true},
-        {"/a/bc", "/a/b", false}, {"/a", "/a/b", false},   {"/x/a/b", "/a/b", false}, {"/a/b/c/d", "/a/b/", true},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(AgentAllowRule::isInside(c.path, c.root), c.inside) << c.path << " in " << c.root;
+    using Paths = std::pair<const char*, const char*>;
+    for (const auto& [path, root] : {Paths{"/a/b", "/a/b"}, Paths{"/a/b/", "/a/b"}, Paths{"/a/b", "/a/b/"},
+                                     Paths{"/a/b/c", "/a/b"}, Paths{"/a/b/c/d", "/a/b/"}})
+        EXPECT_TRUE(AgentAllowRule::isInside(path, root)) << path << " in " << root;
+    for (const auto& [path, root] : {Paths{"/a/bc", "/a/b"}, Paths{"/a", "/a/b"}, Paths{"/x/a/b", "/a/b"}})
+        EXPECT_FALSE(AgentAllowRule::isInside(path, root)) << path << " in " << root;
 }
 
-TEST(AgentAllowRule, HasAStableIDAndDisplayLine) {
-    AgentAllowRule gitPush = rule("git push", "/home/ada/src/lighthouse");
+TEST(AgentAllowRule, HasAnIDAndADisplayLine) {
+    const AgentAllowRule gitPush = rule("git push", "/home/ada/src/lighthouse");
     EXPECT_EQ(gitPush.id(), "claude-code|/home/ada/src/lighthouse|Bash|git push");
-    AgentAllowRule later = gitPush;
-    later.createdAt = t0 + 100;
-    EXPECT_EQ(later.id(), gitPush.id());
     EXPECT_EQ(rule(std::nullopt, "/p", "Edit", std::nullopt).id(), "*|/p|Edit|");
     EXPECT_EQ(gitPush.display(), "Claude Code \xC2\xB7 Bash `git push` in lighthouse");
     EXPECT_EQ(rule(std::nullopt, "/p/", "Edit", std::nullopt).display(), "Any agent \xC2\xB7 Edit in p");
-    EXPECT_EQ(std::hash<AgentAllowRule>{}(gitPush), std::hash<AgentAllowRule>{}(AgentAllowRule(gitPush)));
 }
 
 TEST(AgentAllowRule, ReadsBackWhatItWritesAndDropsUnreadableRules) {
     const AgentAllowRule original = rule("git push", "/a/b");
-    EXPECT_EQ(JSONText::compact(original.toJSON()),
-              R"({"agent":"claude-code","commandPrefix":"git push","createdAt":1760000000.0,"project":"/a/b","tool":"Bash"})");
+    EXPECT_EQ(
+        JSONText::compact(original.toJSON()),
+        R"({"agent":"claude-code","commandPrefix":"git push","createdAt":1760000000.0,"project":"/a/b","tool":"Bash"})");
     EXPECT_EQ(AgentAllowRule::fromJSON(original.toJSON()), original);
     const AgentAllowRule anyAgent = rule(std::nullopt, "/a", "Edit", std::nullopt);
     EXPECT_EQ(AgentAllowRule::fromJSON(anyAgent.toJSON()), anyAgent);
-    EXPECT_EQ(AgentAllowRule::fromJSON({{"project", "/a"}, {"tool", "Bash"}, {"createdAt", "2025-10-01T00:00:00Z"}})
-                  ->createdAt,
-              *Date::parseISO8601("2025-10-01T00:00:00Z"));
+    EXPECT_EQ(
+        AgentAllowRule::fromJSON({{"project", "/a"}, {"tool", "Bash"}, {"createdAt", "2025-10-01T00:00:00Z"}})
+            ->createdAt,
+        *Date::parseISO8601("2025-10-01T00:00:00Z"));
     // An agent that cannot be read must not widen the rule to every agent.
-    EXPECT_EQ(AgentAllowRule::fromJSON({{"agent", "claude"}, {"project", "/a"}, {"tool", "Bash"}}), std::nullopt);
+    EXPECT_EQ(AgentAllowRule::fromJSON({{"agent", "claude"}, {"project", "/a"}, {"tool", "Bash"}}),
+              std::nullopt);
     EXPECT_EQ(AgentAllowRule::fromJSON({{"agent", 3}, {"project", "/a"}, {"tool", "Bash"}}), std::nullopt);
     EXPECT_EQ(AgentAllowRule::fromJSON({{"project", "/a"}}), std::nullopt);
     EXPECT_EQ(AgentAllowRule::fromJSON(JSON::array()), std::nullopt);

@@ -6,15 +6,10 @@ using namespace brind;
 
 namespace {
 
-AgentHookEvent event(AgentKind agent, std::string rawName) {
-    AgentHookEvent result;
-    result.agent = agent;
-    result.rawName = std::move(rawName);
-    result.sessionID = "s";
-    return result;
-}
+using D = AgentDecision;
 
 const JSON answers = {{"questions", JSON::array()}, {"answers", {{"Which/where?", "src/a"}}}};
+const std::string answersText = R"({"answers":{"Which/where?":"src/a"},"questions":[]})";
 
 struct Row {
     AgentKind agent;
@@ -25,52 +20,54 @@ struct Row {
 
 void check(const std::vector<Row>& rows) {
     for (const Row& row : rows) {
-        EXPECT_EQ(AgentDecisionEncoder::output(row.decision, event(row.agent, row.rawName)), row.output)
+        AgentHookEvent event;
+        event.agent = row.agent;
+        event.rawName = row.rawName;
+        event.sessionID = "s";
+        EXPECT_EQ(AgentDecisionEncoder::output(row.decision, event), row.output)
             << rawValue(row.agent) << " " << row.rawName << " " << row.decision.label();
     }
+}
+
+std::string preToolUse(const std::string& fields) {
+    return R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":)" + fields + "}}";
+}
+
+std::string permissionRequest(const std::string& decision) {
+    return R"({"hookSpecificOutput":{"decision":)" + decision + R"(,"hookEventName":"PermissionRequest"}})";
 }
 
 } // namespace
 
 TEST(AgentDecisionEncoder, WritesClaudeCodeAnswers) {
-    using D = AgentDecision;
     const AgentKind c = AgentKind::claudeCode;
     check({
         {c, "PreToolUse", D::allow(),
-         R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"allow",)"
-         R"("permissionDecisionReason":"Allowed from the vantaquill island."}})"},
+         preToolUse(R"("allow","permissionDecisionReason":"Allowed from the vantaquill island.")")},
         {c, "PreToolUse", D::allowUpdating(answers),
-         R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"allow",)"
-         R"("permissionDecisionReason":"Answered from the vantaquill island.",)"
-         R"("updatedInput":{"answers":{"Which/where?":"src/a"},"questions":[]}}})"},
-        {c, "PreToolUse", D::deny("Use pnpm"),
-         R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"deny",)"
-         R"("permissionDecisionReason":"Use pnpm"}})"},
+         preToolUse(
+             R"("allow","permissionDecisionReason":"Answered from the vantaquill island.","updatedInput":)" +
+             answersText)},
+        {c, "PreToolUse", D::deny("Use pnpm"), preToolUse(R"("deny","permissionDecisionReason":"Use pnpm")")},
         {c, "PreToolUse", D::deny(),
-         R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"deny",)"
-         R"("permissionDecisionReason":"Denied from the vantaquill island."}})"},
-        {c, "PreToolUse", D::ask(), R"({"hookSpecificOutput":{"hookEventName":"PreToolUse","permissionDecision":"ask"}})"},
+         preToolUse(R"("deny","permissionDecisionReason":"Denied from the vantaquill island.")")},
+        {c, "PreToolUse", D::ask(), preToolUse(R"("ask")")},
         {c, "PreToolUse", D::none(), std::nullopt},
-        {c, "PermissionRequest", D::allow(),
-         R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})"},
+        {c, "PermissionRequest", D::allow(), permissionRequest(R"({"behavior":"allow"})")},
         {c, "PermissionRequest", D::allowUpdating(answers),
-         R"({"hookSpecificOutput":{"decision":{"behavior":"allow","updatedInput":{"answers":{"Which/where?":"src/a"},)"
-         R"("questions":[]}},"hookEventName":"PermissionRequest"}})"},
+         permissionRequest(R"({"behavior":"allow","updatedInput":)" + answersText + "}")},
         {c, "PermissionRequest", D::deny("No \"rm\""),
-         R"({"hookSpecificOutput":{"decision":{"behavior":"deny","message":"No \"rm\""},)"
-         R"("hookEventName":"PermissionRequest"}})"},
+         permissionRequest(R"({"behavior":"deny","message":"No \"rm\""})")},
+        // A blank reason would show the agent nothing.
         {c, "PermissionRequest", D::deny(" "),
-         R"({"hookSpecificOutput":{"decision":{"behavior":"deny","message":"Denied from the vantaquill island."},)"
-         R"("hookEventName":"PermissionRequest"}})"},
+         permissionRequest(R"({"behavior":"deny","message":"Denied from the vantaquill island."})")},
+        // The permission dialog has no "ask": not answering leaves the agent's own prompt up.
         {c, "PermissionRequest", D::ask(), std::nullopt},
-        {c, "PermissionRequest", D::none(), std::nullopt},
         {c, "PostToolUse", D::allow(), std::nullopt},
-        {c, "Stop", D::deny(), std::nullopt},
     });
 }
 
 TEST(AgentDecisionEncoder, WritesGeminiAndCursorAnswers) {
-    using D = AgentDecision;
     const AgentKind g = AgentKind::gemini;
     const AgentKind u = AgentKind::cursor;
     check({
@@ -79,11 +76,9 @@ TEST(AgentDecisionEncoder, WritesGeminiAndCursorAnswers) {
         {g, "BeforeTool", D::deny("Too broad"), R"({"decision":"deny","reason":"Too broad"})"},
         {g, "BeforeTool", D::deny(), R"({"decision":"deny","reason":"Denied from the vantaquill island."})"},
         {g, "BeforeTool", D::ask(), std::nullopt},
-        {g, "BeforeTool", D::none(), std::nullopt},
         {g, "AfterTool", D::allow(), std::nullopt},
-        {u, "beforeSubmitPrompt", D::allow(), R"({"continue":true})"},
+        // Prompts are never held back, whatever the decision.
         {u, "beforeSubmitPrompt", D::deny(), R"({"continue":true})"},
-        {u, "beforeSubmitPrompt", D::none(), R"({"continue":true})"},
         {u, "beforeShellExecution", D::allow(), R"({"permission":"allow"})"},
         {u, "beforeShellExecution", D::allowUpdating(answers), R"({"permission":"allow"})"},
         {u, "beforeShellExecution", D::deny("Not on main"),
@@ -98,13 +93,13 @@ TEST(AgentDecisionEncoder, WritesGeminiAndCursorAnswers) {
 }
 
 TEST(AgentDecisionEncoder, WritesCodexAndGenericAnswers) {
-    using D = AgentDecision;
     for (const AgentKind agent : {AgentKind::codex, AgentKind::generic}) {
         check({
             {agent, "approval-requested", D::allow(), R"({"decision":"allow"})"},
             {agent, "approve", D::allowUpdating(answers), R"({"decision":"allow"})"},
             {agent, "approve", D::deny("Path/outside"), R"({"decision":"deny","reason":"Path/outside"})"},
-            {agent, "anything", D::deny(), R"({"decision":"deny","reason":"Denied from the vantaquill island."})"},
+            {agent, "anything", D::deny(),
+             R"({"decision":"deny","reason":"Denied from the vantaquill island."})"},
             {agent, "anything", D::ask(), R"({"decision":"ask"})"},
             {agent, "anything", D::none(), std::nullopt},
         });
@@ -112,28 +107,29 @@ TEST(AgentDecisionEncoder, WritesCodexAndGenericAnswers) {
 }
 
 TEST(AgentDecisionEncoder, FallsBackWithoutBlockingWhenTheAppIsAway) {
-    EXPECT_EQ(AgentDecisionEncoder::unreachableFallback(AgentKind::cursor, "beforeShellExecution"),
-              "{\"permission\":\"ask\"}");
-    EXPECT_EQ(AgentDecisionEncoder::unreachableFallback(AgentKind::cursor, "beforeMCPExecution"),
-              "{\"permission\":\"ask\"}");
-    EXPECT_EQ(AgentDecisionEncoder::unreachableFallback(AgentKind::cursor, "beforeSubmitPrompt"), "{\"continue\":true}");
-    EXPECT_EQ(AgentDecisionEncoder::unreachableFallback(AgentKind::cursor, "stop"), "");
-    for (const AgentKind agent : {AgentKind::claudeCode, AgentKind::codex, AgentKind::gemini, AgentKind::generic})
-        EXPECT_EQ(AgentDecisionEncoder::unreachableFallback(agent, "beforeShellExecution"), "");
-    EXPECT_EQ(AgentDecisionEncoder::denyDefault, "Denied from the vantaquill island.");
+    const auto fallback = [](AgentKind agent, std::string_view name) {
+        return AgentDecisionEncoder::unreachableFallback(agent, name);
+    };
+    EXPECT_EQ(fallback(AgentKind::cursor, "beforeShellExecution"), R"({"permission":"ask"})");
+    EXPECT_EQ(fallback(AgentKind::cursor, "beforeMCPExecution"), R"({"permission":"ask"})");
+    EXPECT_EQ(fallback(AgentKind::cursor, "beforeSubmitPrompt"), R"({"continue":true})");
+    EXPECT_EQ(fallback(AgentKind::cursor, "stop"), "");
+    for (const AgentKind agent :
+         {AgentKind::claudeCode, AgentKind::codex, AgentKind::gemini, AgentKind::generic})
+        EXPECT_EQ(fallback(agent, "beforeShellExecution"), "");
 }
 
 TEST(AgentDecision, ParsesLabelsIgnoringCase) {
-    EXPECT_EQ(AgentDecision::parse("Allow"), AgentDecision::allow());
-    EXPECT_EQ(AgentDecision::parse("APPROVE"), AgentDecision::allow());
-    EXPECT_EQ(AgentDecision::parse("yes", "ignored"), AgentDecision::allow());
-    EXPECT_EQ(AgentDecision::parse("deny", "Because"), AgentDecision::deny("Because"));
-    EXPECT_EQ(AgentDecision::parse("Block"), AgentDecision::deny());
-    EXPECT_EQ(AgentDecision::parse("ask"), AgentDecision::ask());
-    EXPECT_EQ(AgentDecision::parse("NONE"), AgentDecision::none());
-    EXPECT_EQ(AgentDecision::parse("maybe"), std::nullopt);
-    EXPECT_EQ(AgentDecision::parse(""), std::nullopt);
-    EXPECT_EQ(AgentDecision::allowUpdating(JSON::object()).label(), "allow");
-    EXPECT_EQ(AgentDecision::deny("x").label(), "deny");
-    EXPECT_EQ(AgentDecision::none().label(), "none");
+    EXPECT_EQ(D::parse("Allow"), D::allow());
+    EXPECT_EQ(D::parse("APPROVE"), D::allow());
+    EXPECT_EQ(D::parse("yes", "ignored"), D::allow());
+    EXPECT_EQ(D::parse("deny", "Because"), D::deny("Because"));
+    EXPECT_EQ(D::parse("Block"), D::deny());
+    EXPECT_EQ(D::parse("ask"), D::ask());
+    EXPECT_EQ(D::parse("NONE"), D::none());
+    EXPECT_EQ(D::parse("maybe"), std::nullopt);
+    EXPECT_EQ(D::parse(""), std::nullopt);
+    EXPECT_EQ(D::allowUpdating(JSON::object()).label(), "allow");
+    EXPECT_EQ(D::deny("x").label(), "deny");
+    EXPECT_EQ(D::none().label(), "none");
 }

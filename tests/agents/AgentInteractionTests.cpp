@@ -27,8 +27,10 @@ std::vector<AgentQuestion> questions() {
 TEST(AgentInteraction, ParsesQuestionsAndPlans) {
     const std::vector<AgentQuestion> parsed = questions();
     ASSERT_EQ(parsed.size(), 2u);
-    EXPECT_EQ(parsed[0], (AgentQuestion{"Which package manager?", "Tooling",
-                                        {{"pnpm", "Fast, strict"}, {"npm", std::nullopt}}, false}));
+    EXPECT_EQ(
+        parsed[0],
+        (AgentQuestion{
+            "Which package manager?", "Tooling", {{"pnpm", "Fast, strict"}, {"npm", std::nullopt}}, false}));
     EXPECT_TRUE(parsed[1].multiSelect);
     EXPECT_EQ(parsed[1].header, std::nullopt);
     EXPECT_EQ(parsed[1].options.size(), 3u);
@@ -37,13 +39,14 @@ TEST(AgentInteraction, ParsesQuestionsAndPlans) {
         "ExitPlanMode", R"({"plan":"1. Rename\n2. Test","plan_file_path":"/home/ada/.claude/plans/p.md"})");
     ASSERT_TRUE(plan.has_value());
     EXPECT_TRUE(plan->isPlan());
-    EXPECT_EQ(plan->value, (decltype(plan->value){AgentInteraction::Plan{"1. Rename\n2. Test", "/home/ada/.claude/plans/p.md"}}));
-    const auto camel = AgentInteraction::parse("ExitPlanMode", R"({"plan":"x","planFilePath":"/a","plan_file_path":"/b"})");
+    EXPECT_EQ(plan->value, (decltype(plan->value){AgentInteraction::Plan{"1. Rename\n2. Test",
+                                                                         "/home/ada/.claude/plans/p.md"}}));
+    const auto camel =
+        AgentInteraction::parse("ExitPlanMode", R"({"plan":"x","planFilePath":"/a","plan_file_path":"/b"})");
     EXPECT_EQ(std::get<AgentInteraction::Plan>(camel->value).filePath, "/a");
 
     EXPECT_EQ(AgentInteraction::parse("Bash", questionInput), std::nullopt);
     EXPECT_EQ(AgentInteraction::parse("AskUserQuestion", "[1]"), std::nullopt);
-    EXPECT_EQ(AgentInteraction::parse("AskUserQuestion", "not json"), std::nullopt);
     EXPECT_EQ(AgentInteraction::parse("AskUserQuestion", R"({"questions":[{"header":"h"}]})"), std::nullopt);
     EXPECT_TRUE(AgentInteraction::isInteractiveTool("ExitPlanMode"));
     EXPECT_FALSE(AgentInteraction::isInteractiveTool("exitplanmode"));
@@ -68,20 +71,22 @@ TEST(AgentQuestionAnswer, AddsAnswersToTheOriginalInput) {
         {"Which package manager?", {"pnpm"}},
         {"Which checks should run?", {"typecheck", "lint"}},
     };
-    const AgentDecision decision = AgentQuestionAnswer::updatedInput(questionInput, parsed, picks);
-    const auto* updating = std::get_if<AgentDecision::AllowUpdating>(&decision.value);
-    ASSERT_NE(updating, nullptr);
+    // Labels follow the order of the options, whatever order they were picked in.
     JSON expected = JSON::parse(questionInput);
-    expected["answers"] = {{"Which package manager?", "pnpm"}, {"Which checks should run?", "lint, typecheck"}};
-    EXPECT_EQ(updating->input, expected);
+    expected["answers"] = {{"Which package manager?", "pnpm"},
+                           {"Which checks should run?", "lint, typecheck"}};
+    EXPECT_EQ(AgentQuestionAnswer::updatedInput(questionInput, parsed, picks),
+              AgentDecision::allowUpdating(expected));
 
-    const AgentDecision partial = AgentQuestionAnswer::updatedInput("not json", parsed, {{"Which package manager?", {}}});
-    EXPECT_EQ(partial, AgentDecision::allowUpdating({{"answers", JSON::object()}}));
+    // Questions with no pick are left out; an input that is not an object counts as empty.
+    EXPECT_EQ(AgentQuestionAnswer::updatedInput("not json", parsed, {{"Which package manager?", {}}}),
+              AgentDecision::allowUpdating({{"answers", JSON::object()}}));
 }
 
 TEST(AgentQuestionAnswer, WritesTheKeepPlanningReason) {
-    const std::string plain = "The user reviewed the plan in vantaquill and wants to keep planning. Ask what to "
-                              "change, then present a revised plan.";
+    const std::string plain =
+        "The user reviewed the plan in vantaquill and wants to keep planning. Ask what to "
+        "change, then present a revised plan.";
     EXPECT_EQ(AgentQuestionAnswer::keepPlanningReason(std::nullopt), plain);
     EXPECT_EQ(AgentQuestionAnswer::keepPlanningReason("  \n"), plain);
     EXPECT_EQ(AgentQuestionAnswer::keepPlanningReason("Split step 2 "),

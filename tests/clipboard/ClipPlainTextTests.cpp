@@ -1,25 +1,13 @@
 #include "BrindKit/clipboard/ClipPlainText.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 using namespace brind;
-
-namespace {
-
-std::string readFile(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    std::ostringstream contents;
-    contents << stream.rdbuf();
-    return contents.str();
-}
-
-} // namespace
 
 TEST(ClipPlainText, NormalizeUnifiesBreaksAndDropsInvisibleCharacters) {
     const struct {
@@ -50,7 +38,9 @@ TEST(ClipPlainText, StripRTFReadsEditorDocuments) {
         auto expectedPath = entry.path();
         expectedPath.replace_extension(".txt");
         ASSERT_TRUE(std::filesystem::exists(expectedPath)) << expectedPath;
-        EXPECT_EQ(ClipPlainText::stripRTF(readFile(entry.path())), readFile(expectedPath)) << entry.path();
+        EXPECT_EQ(ClipPlainText::stripRTF(AtomicFile::read(entry.path()).value()),
+                  AtomicFile::read(expectedPath).value())
+            << entry.path();
         ++checked;
     }
     EXPECT_GE(checked, 8);

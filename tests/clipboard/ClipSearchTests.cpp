@@ -68,11 +68,9 @@ TEST(ClipSearch, KindKeywordsNeedThreeCharacters) {
         std::string query;
         int score;
     } cases[] = {
-        {ClipKind::image, "ima", 25},      {ClipKind::image, "img", 0},       {ClipKind::image, "im", 0},
-        {ClipKind::image, "pho", 25},      {ClipKind::image, "pictures", 0}, {ClipKind::richText, "rtf", 25},
-        {ClipKind::richText, "tex", 25},   {ClipKind::link, "url", 25},       {ClipKind::link, "links", 25},
-        {ClipKind::file, "fil", 25},       {ClipKind::colour, "colo", 25},   {ClipKind::colour, "colors", 25},
-        {ClipKind::text, "rich", 0},
+        {ClipKind::image, "ima", 25},     {ClipKind::image, "img", 0},     {ClipKind::image, "im", 0},
+        {ClipKind::image, "pictures", 0}, {ClipKind::richText, "rtf", 25}, {ClipKind::richText, "tex", 25},
+        {ClipKind::colour, "colors", 25}, {ClipKind::text, "rich", 0},
     };
     for (const auto& test : cases)
         EXPECT_EQ(ClipSearch::score(item(test.kind, std::nullopt), test.query), test.score)

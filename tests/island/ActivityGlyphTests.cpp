@@ -28,9 +28,6 @@ TEST(ActivityGlyph, DecodesTheFirstMatchingCaseInFixedOrder) {
          ActivityGlyph::appIcon("org.example")},
         {R"({"visualiser": true, "spinner": true})", ActivityGlyph::visualiser()},
         {R"({"visualiser": false, "spinner": true})", ActivityGlyph::spinner()},
-        {R"({"dot": "#FF0000"})", ActivityGlyph::dot(red)},
-        {R"({"visualiser": false})", ActivityGlyph::none()},
-        {R"({})", ActivityGlyph::none()},
         {R"({"symbol": 4, "tint": null})", ActivityGlyph::none()},
         {R"("star")", ActivityGlyph::none()},
     };
@@ -49,7 +46,6 @@ TEST(ActivityGlyph, EncodesOneKeyPerCaseAndRoundTrips) {
     const RGBA blue{0, 0, 1, 1};
     const std::pair<ActivityGlyph, const char*> cases[] = {
         {ActivityGlyph::symbol("bolt", blue), R"({"symbol":"bolt","tint":"#0000FF"})"},
-        {ActivityGlyph::symbol("bolt"), R"({"symbol":"bolt"})"},
         {ActivityGlyph::image(std::string("\x89PNG", 4)), R"({"image":"iVBORw=="})"},
         {ActivityGlyph::appIcon("org.gnome.Terminal"), R"({"app":"org.gnome.Terminal"})"},
         {ActivityGlyph::ring(0.25, blue), R"({"ring":0.25,"tint":"#0000FF"})"},

@@ -6,34 +6,20 @@ using namespace brind;
 using Kind = HUDEvent::Kind;
 
 TEST(HUDEvent, ResolvesTheSymbolForKindAndLevel) {
-    struct Case {
-        Kind kind;
-        std::optional<double> value;
-        bool muted;
-        const char* symbol;
+    const auto symbol = [](Kind kind, std::optional<double> value, bool muted) {
+        return HUDEvent::make(kind, value, muted, std::nullopt, std::nullopt, std::nullopt).resolvedSymbol();
     };
-    const Case cases[] = {
-        {Kind::volume, 0.5, true, "speaker.slash.fill"},
-        {Kind::volume, 0, false, "speaker.slash.fill"},
-        {Kind::volume, std::nullopt, false, "speaker.slash.fill"},
-        {Kind::volume, 0.01, false, "speaker.wave.1.fill"},
-        {Kind::volume, 0.34, false, "speaker.wave.2.fill"},
-        {Kind::volume, 0.66, false, "speaker.wave.2.fill"},
-        {Kind::volume, 0.67, false, "speaker.wave.3.fill"},
-        {Kind::brightness, 0.49, false, "sun.min.fill"},
-        {Kind::brightness, 0.5, false, "sun.max.fill"},
-        {Kind::brightness, std::nullopt, false, "sun.min.fill"},
-        {Kind::keyboardBacklight, 0, false, "light.min"},
-        {Kind::keyboardBacklight, 0.1, false, "light.max"},
-        {Kind::custom, std::nullopt, true, "info.circle.fill"},
-    };
-    for (const auto& [kind, value, muted, symbol] : cases) {
-        const HUDEvent event = HUDEvent::make(kind, value, muted, std::nullopt, std::nullopt, std::nullopt);
-        EXPECT_EQ(event.resolvedSymbol(), symbol) << HUDEvent::name(kind) << " " << value.value_or(-1);
-    }
-    HUDEvent custom;
-    custom.symbol = "doc.on.clipboard.fill";
-    EXPECT_EQ(custom.resolvedSymbol(), "doc.on.clipboard.fill");
+    const std::tuple<Kind, std::optional<double>, const char*> cases[] = {
+        {Kind::volume, 0, "speaker.slash.fill"},     {Kind::volume, 0.01, "speaker.wave.1.fill"},
+        {Kind::volume, 0.34, "speaker.wave.2.fill"}, {Kind::volume, 0.66, "speaker.wave.2.fill"},
+        {Kind::volume, 0.67, "speaker.wave.3.fill"}, {Kind::brightness, 0.49, "sun.min.fill"},
+        {Kind::brightness, 0.5, "sun.max.fill"},     {Kind::brightness, std::nullopt, "sun.min.fill"},
+        {Kind::keyboardBacklight, 0, "light.min"},   {Kind::keyboardBacklight, 0.1, "light.max"}};
+    for (const auto& [kind, value, expected] : cases)
+        EXPECT_EQ(symbol(kind, value, false), expected) << HUDEvent::name(kind) << " " << value.value_or(-1);
+    EXPECT_EQ(symbol(Kind::volume, 0.5, true), "speaker.slash.fill");
+    EXPECT_EQ(symbol(Kind::custom, std::nullopt, true), "info.circle.fill");
+    EXPECT_EQ(HUDEvent::make(Kind::volume, 1, false, "bell.fill", {}, {}).resolvedSymbol(), "bell.fill");
 }
 
 TEST(HUDEvent, InitialiserClampsAPresentLevel) {

@@ -7,31 +7,20 @@ using HUDSteps::Direction;
 using HUDSteps::Grid;
 
 TEST(HUDSteps, SnapsPressesToTheGrid) {
-    struct Case {
-        double from;
-        Direction direction;
-        Grid grid;
-        double to;
-    };
-    const Case cases[] = {
-        {0.5, Direction::up, Grid::coarse, 0.5625},
-        {0.5, Direction::down, Grid::coarse, 0.4375},
-        {0.53, Direction::up, Grid::coarse, 0.5625},
-        {0.53, Direction::down, Grid::coarse, 0.5},
-        {1.0, Direction::up, Grid::coarse, 1.0},
-        {0.0, Direction::down, Grid::coarse, 0.0},
-        {-3, Direction::up, Grid::coarse, 0.0625},
-        {7, Direction::down, Grid::coarse, 0.9375},
-        // Within the tolerance of grid point 1/16, so the press steps down from it, not to it.
-        {0.06250005, Direction::down, Grid::coarse, 0.0},
-        {0.0625 - 0.00000001, Direction::up, Grid::coarse, 0.125},
-        {0.0625 - 0.0000001, Direction::up, Grid::coarse, 0.0625},
-        {0.5, Direction::up, Grid::fine, 0.515625},
-        {0.5, Direction::down, Grid::fine, 0.484375},
-    };
-    for (const auto& [from, direction, grid, to] : cases)
-        EXPECT_DOUBLE_EQ(HUDSteps::step(from, direction, grid), to)
+    // The last three lie beside grid point 1/16: within 0.000001 of it a press steps away from it
+    // rather than onto it; farther off, onto it.
+    const std::tuple<double, Direction, double> cases[] = {
+        {0.5, Direction::up, 0.5625},       {0.5, Direction::down, 0.4375},
+        {0.53, Direction::up, 0.5625},      {0.53, Direction::down, 0.5},
+        {1.0, Direction::up, 1.0},          {0.0, Direction::down, 0.0},
+        {-3, Direction::up, 0.0625},        {7, Direction::down, 0.9375},
+        {0.06250005, Direction::down, 0.0}, {0.06249999, Direction::up, 0.125},
+        {0.0624999, Direction::up, 0.0625}};
+    for (const auto& [from, direction, to] : cases)
+        EXPECT_DOUBLE_EQ(HUDSteps::step(from, direction, Grid::coarse), to)
             << from << (direction == Direction::up ? " up" : " down");
+    EXPECT_DOUBLE_EQ(HUDSteps::step(0.5, Direction::up, Grid::fine), 0.515625);
+    EXPECT_DOUBLE_EQ(HUDSteps::step(0.5, Direction::down, Grid::fine), 0.484375);
 }
 
 TEST(HUDSteps, CountsSegmentsAndPercent) {

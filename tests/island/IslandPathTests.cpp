@@ -5,35 +5,27 @@
 using namespace brind;
 using P = PointF;
 
-TEST(IslandPath, BottomRadiusPerStateAndMode) {
+TEST(IslandPath, CornersPerStateAndMode) {
+    using C = IslandPath::Corners;
     struct Case {
         IslandState state;
         double height;
         bool floating;
-        double radius;
+        C corners;
     };
+    // Housing radii follow the height up to a cap, so closed, peek and compact each have a row on
+    // both sides of theirs.
     const Case cases[] = {
-        {IslandState::closed, 24, false, 8},     {IslandState::closed, 32, false, 10},
-        {IslandState::peek, 68, false, 22},      {IslandState::peek, 48, false, 20},
-        {IslandState::compact, 26, false, 10},   {IslandState::compact, 32, false, 12},
-        {IslandState::expanded, 264, false, 30}, {IslandState::expanded, 240, true, 32},
-        {IslandState::closed, 32, true, 16},     {IslandState::compact, 36, true, 18},
-        {IslandState::peek, 54, true, 27},
+        {IslandState::closed, 24, false, C{6, 0, 8}},      {IslandState::closed, 36, false, C{6, 0, 10}},
+        {IslandState::peek, 48, false, C{10, 0, 20}},      {IslandState::peek, 68, false, C{10, 0, 22}},
+        {IslandState::compact, 26, false, C{6, 0, 10}},    {IslandState::compact, 32, false, C{6, 0, 12}},
+        {IslandState::expanded, 264, false, C{14, 0, 30}}, {IslandState::expanded, 240, true, C{0, 32, 32}},
+        {IslandState::closed, 32, true, C{0, 16, 16}},     {IslandState::compact, 36, true, C{0, 18, 18}},
+        {IslandState::peek, 54, true, C{0, 27, 27}},
     };
-    for (const auto& [state, height, floating, radius] : cases)
-        EXPECT_DOUBLE_EQ(IslandPath::bottomRadius(state, height, floating, IslandPath::defaultCornerRadius),
-                         radius)
+    for (const auto& [state, height, floating, corners] : cases)
+        EXPECT_EQ(IslandPath::corners(state, height, floating, IslandPath::defaultCornerRadius), corners)
             << name(state) << " " << height << (floating ? " floating" : "");
-}
-
-TEST(IslandPath, CornersPerState) {
-    using C = IslandPath::Corners;
-    EXPECT_EQ(IslandPath::corners(IslandState::expanded, 264, false, 22), (C{14, 0, 30}));
-    EXPECT_EQ(IslandPath::corners(IslandState::peek, 68, false, 22), (C{10, 0, 22}));
-    EXPECT_EQ(IslandPath::corners(IslandState::compact, 32, false, 22), (C{6, 0, 12}));
-    EXPECT_EQ(IslandPath::corners(IslandState::closed, 36, false, 22), (C{6, 0, 10}));
-    EXPECT_EQ(IslandPath::corners(IslandState::closed, 32, true, 22), (C{0, 16, 16}));
-    EXPECT_EQ(IslandPath::corners(IslandState::expanded, 240, true, 22), (C{0, 32, 32}));
 }
 
 TEST(IslandPath, OutlineWithEarsFlaresIntoTheTopBar) {

@@ -5,12 +5,8 @@
 using namespace brind;
 
 TEST(IslandStateResolver, FirstHoldingRuleWins) {
-    struct Case {
-        IslandStateResolver::Input input;
-        IslandState state;
-    };
     using Input = IslandStateResolver::Input;
-    const Case cases[] = {
+    const std::pair<Input, IslandState> cases[] = {
         {Input{false, false, false, false}, IslandState::closed},
         {Input{false, false, true, false}, IslandState::compact},
         {Input{false, true, true, false}, IslandState::peek},

@@ -9,27 +9,23 @@ using namespace brind;
 TEST(Motion, RubberBandApproachesTheLimitWithoutPassingIt) {
     EXPECT_EQ(Motion::rubberBand(100, 0, 0.55), 0);
     EXPECT_EQ(Motion::rubberBand(100, -5, 0.55), 0);
-    EXPECT_NEAR(Motion::rubberBand(100, 50, 0.55), 50 * (1 - 1 / 2.1), 1e-12);
+    EXPECT_EQ(Motion::rubberBand(0, 50, 0.55), 0);
     EXPECT_NEAR(Motion::rubberBand(100, 50, 0.55), 26.19, 0.01);
     EXPECT_NEAR(Motion::rubberBand(-100, 50, 0.55), -26.19, 0.01);
-    EXPECT_EQ(Motion::rubberBand(0, 50, 0.55), 0);
     EXPECT_LT(Motion::rubberBand(1e9, 50, 0.55), 50);
     EXPECT_GT(Motion::rubberBand(1e9, 50, 0.55), 49.99);
 }
 
-TEST(Motion, GrowingAndShrinkingFollowSizeRankNotDeclarationOrder) {
-    EXPECT_EQ(Motion::sizeRank(IslandState::closed), 0);
-    EXPECT_EQ(Motion::sizeRank(IslandState::compact), 1);
-    EXPECT_EQ(Motion::sizeRank(IslandState::peek), 2);
-    EXPECT_EQ(Motion::sizeRank(IslandState::expanded), 3);
-
+TEST(Motion, GrowingAndShrinkingFollowSizeNotDeclarationOrder) {
     // peek is declared before compact but is the bigger shape: compact -> peek grows.
-    EXPECT_EQ(Motion::transition(IslandState::compact, IslandState::peek, false),
-              Motion::Animation(Motion::Spring{0.38, 0.68}));
-    EXPECT_EQ(Motion::transition(IslandState::peek, IslandState::compact, false),
-              Motion::Animation(Motion::Spring{0.38, 0.88}));
-    EXPECT_EQ(Motion::transition(IslandState::expanded, IslandState::closed, false),
-              Motion::Animation(Motion::Spring{0.38, 0.88}));
+    const IslandState bySize[] = {IslandState::closed, IslandState::compact, IslandState::peek,
+                                  IslandState::expanded};
+    const Motion::Animation grows = Motion::Spring{0.38, 0.68};
+    const Motion::Animation shrinks = Motion::Spring{0.38, 0.88};
+    for (std::size_t i = 1; i < std::size(bySize); ++i) {
+        EXPECT_EQ(Motion::transition(bySize[i - 1], bySize[i], false), grows) << name(bySize[i]);
+        EXPECT_EQ(Motion::transition(bySize[i], bySize[i - 1], false), shrinks) << name(bySize[i]);
+    }
     EXPECT_EQ(Motion::transition(IslandState::closed, IslandState::expanded, true),
               Motion::Animation(Motion::EaseInOut{0.18}));
 }

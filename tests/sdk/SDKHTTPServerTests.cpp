@@ -1,268 +1,288 @@
 #include "BrindKit/sdk/SDKHTTPServer.hpp"
-
 #include "BrindKit/sdk/SDKSSE.hpp"
-#include "LoopbackClient.hpp"
 
-#include <gtest/gtest.h>
-
+#include <arpa/inet.h>
 #include <atomic>
+#include <cerrno>
 #include <future>
+#include <gtest/gtest.h>
 #include <memory>
+#include <netinet/in.h>
+#include <ostream>
 #include <stdexcept>
+#include <sys/socket.h>
 #include <thread>
+#include <unistd.h>
 
-using brind::JSON;
-using brind::SDKConnection;
-using brind::SDKHTTPRequest;
-using brind::SDKHTTPResponse;
-using brind::SDKHTTPServer;
-using brind::SDKRouteResult;
-using brind::testing::LoopbackClient;
+using namespace brind;
 using namespace std::chrono_literals;
 
 namespace {
 
-// Answers {"method": ..., "path": ...} for every request.
-asio::awaitable<SDKRouteResult> echo(SDKHTTPRequest request, std::shared_ptr<SDKConnection>) {
-    co_return SDKRouteResult::response(SDKHTTPResponse::json(200, JSON{{"method", request.method}, {"path", request.path}}));
+// A blocking loopback TCP client; a read that gets nothing for five seconds gives up.
+struct Client {
+    explicit Client(std::uint16_t port) : fd(::socket(AF_INET, SOCK_STREAM, 0)) {
+        const timeval limit{.tv_sec = 5, .tv_usec = 0};
+        ::setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        connected = ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~Client() { ::close(fd); }
+    Client(const Client&) = delete;
+
+    bool send(std::string_view bytes) {
+        return ::send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(bytes.size());
+    }
+
+    struct Read {
+        std::string bytes;
+        bool closedByPeer = false; ///< false when the wait ran out first
+        friend bool operator==(const Read&, const Read&) = default;
+        friend std::ostream& operator<<(std::ostream& out, const Read& read) {
+            return out << (read.closedByPeer ? "closed after " : "open after ")
+                       << ::testing::PrintToString(read.bytes);
+        }
+    };
+    /// Reads until the server closes, or `enough` bytes have arrived.
+    Read read(std::size_t enough = SIZE_MAX) {
+        Read result;
+        char chunk[65536];
+        while (result.bytes.size() < enough) {
+            const ssize_t count = ::recv(fd, chunk, sizeof chunk, 0);
+            if (count <= 0) {
+                result.closedByPeer = count == 0 || errno != EAGAIN;
+                break;
+            }
+            result.bytes.append(chunk, static_cast<std::size_t>(count));
+        }
+        return result;
+    }
+
+    int fd;
+    bool connected = false;
+};
+
+Client::Read closedAfter(std::string bytes) {
+    return {std::move(bytes), true};
 }
 
-std::string echoWire(const std::string& method, const std::string& path) {
+// Sends `request` on a new connection and reads until the server closes it.
+Client::Read exchange(std::uint16_t port, std::string_view request) {
+    Client client(port);
+    EXPECT_TRUE(client.send(request));
+    return client.read();
+}
+
+std::string echoed(const std::string& method, const std::string& path) {
     return SDKHTTPResponse::json(200, JSON{{"method", method}, {"path", path}}).serialized();
+}
+
+// The tests' handler: answers {"method": ..., "path": ...}, after `slowFor` on "/slow"; takes
+// "/v1/events" over as an event stream; throws on "/throw-now" and "/throw-later". The connection of
+// the stream or of the slow request is handed to the test.
+struct Router {
+    SDKHTTPServer::Handler handler() {
+        return [this](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
+            ++calls;
+            if (request.path == "/throw-now")
+                throw std::runtime_error("before the coroutine");
+            return route(std::move(request), std::move(connection));
+        };
+    }
+
+    asio::awaitable<SDKRouteResult> route(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
+        if (request.path == "/throw-later")
+            throw std::runtime_error("inside the coroutine");
+        if (request.path == "/v1/events") {
+            connection->send(SDKHTTPResponse::sseHead());
+            connection->send(SDKSSE::event("hello", "line one\nline two"));
+            handedOver.set_value(connection);
+            co_return SDKRouteResult::stream();
+        }
+        if (request.path == "/slow") {
+            handedOver.set_value(connection);
+            asio::steady_timer wait(co_await asio::this_coro::executor, slowFor);
+            co_await wait.async_wait(asio::use_awaitable);
+        }
+        co_return SDKRouteResult::response(
+            SDKHTTPResponse::json(200, JSON{{"method", request.method}, {"path", request.path}}));
+    }
+
+    std::shared_ptr<SDKConnection> connection() {
+        auto future = handedOver.get_future();
+        return future.wait_for(5s) == std::future_status::ready ? future.get() : nullptr;
+    }
+
+    std::chrono::milliseconds slowFor = 600ms;
+    std::atomic<int> calls = 0;
+    std::promise<std::shared_ptr<SDKConnection>> handedOver;
+};
+
+std::unique_ptr<SDKHTTPServer> started(Router& router) {
+    auto server = std::make_unique<SDKHTTPServer>(router.handler());
+    EXPECT_TRUE(server->start(0).has_value());
+    return server;
 }
 
 // Polls `condition` for up to five seconds.
 template <typename Condition>
 bool eventually(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 5s;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (condition())
-            return true;
+    for (int i = 0; i < 1000 && !condition(); ++i)
         std::this_thread::sleep_for(5ms);
-    }
     return condition();
 }
 
 } // namespace
 
 TEST(SDKHTTPServer, AnswersOneRequestWithExactBytesThenCloses) {
-    SDKHTTPServer server(echo);
-    ASSERT_TRUE(server.start(0).has_value());
-    ASSERT_NE(server.port(), 0);
-    EXPECT_TRUE(server.isRunning());
-
-    LoopbackClient client(server.port());
-    ASSERT_TRUE(client.isConnected());
-    // The request arrives in pieces; the server waits for all of it.
-    ASSERT_TRUE(client.send("post /v1/act"));
-    std::this_thread::sleep_for(20ms);
-    ASSERT_TRUE(client.send("ivities HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2\r\n\r\n{"));
-    std::this_thread::sleep_for(20ms);
-    ASSERT_TRUE(client.send("}"));
-    const auto read = client.read();
-    EXPECT_TRUE(read.closedByPeer);
-    EXPECT_EQ(read.bytes, echoWire("POST", "/v1/activities"));
-    EXPECT_TRUE(eventually([&] { return server.connectionCount() == 0; }));
+    Router router;
+    const auto server = started(router);
+    for (const bool finishSending : {false, true}) {
+        SCOPED_TRACE(finishSending);
+        Client client(server->port());
+        // The request arrives in pieces; the server waits for all of it.
+        for (const std::string_view piece :
+             {"post /v1/act", "ivities HTTP/1.1\r\nContent-Length: 2\r\n\r\n{", "}"}) {
+            ASSERT_TRUE(client.send(piece));
+            std::this_thread::sleep_for(20ms);
+        }
+        // A peer that has finished sending is closed at once after the response, which it still gets.
+        if (finishSending)
+            ::shutdown(client.fd, SHUT_WR);
+        EXPECT_EQ(client.read(), closedAfter(echoed("POST", "/v1/activities")));
+    }
+    EXPECT_TRUE(eventually([&] { return server->connectionCount() == 0; }));
 }
 
-TEST(SDKHTTPServer, AnswersParseErrorsWithTheirFixedResponseWithoutCallingTheHandler) {
-    std::atomic<int> calls = 0;
-    SDKHTTPServer server([&](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
-        ++calls;
-        return echo(std::move(request), std::move(connection));
-    });
-    ASSERT_TRUE(server.start(0).has_value());
-    const std::string body = R"({"error":"bad_request","message":"Malformed request."})";
-    const std::vector<std::pair<std::string, std::string>> cases = {
-        {"GET v1/status HTTP/1.1\r\n\r\n", "HTTP/1.1 400 Bad Request"},
-        {"GET /v1/status HTTP/2\r\n\r\n", "HTTP/1.1 400 Bad Request"},
-        {"POST / HTTP/1.1\r\nContent-Length: 8388609\r\n\r\n", "HTTP/1.1 413 Payload Too Large"},
-        {"GET / HTTP/1.1\r\nX: " + std::string(16400, 'a'), "HTTP/1.1 413 Payload Too Large"},
-        {"POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", "HTTP/1.1 411 Status"},
+TEST(SDKHTTPServer, AnswersBadRequestsAndFailingHandlersWithFixedErrorsAndKeepsServing) {
+    Router router;
+    const auto server = started(router);
+    // Every request that does not parse gets the same body; only the status tells why.
+    const auto malformed = [](int status) {
+        return SDKHTTPResponse::error(status, "bad_request", "Malformed request.");
     };
-    for (const auto& [request, statusLine] : cases) {
-        SCOPED_TRACE(statusLine);
-        LoopbackClient client(server.port());
-        ASSERT_TRUE(client.send(request));
-        const auto read = client.read();
-        EXPECT_TRUE(read.closedByPeer);
-        EXPECT_EQ(read.bytes, statusLine + "\r\nContent-Type: application/json\r\nContent-Length: " +
-                                  std::to_string(body.size()) +
-                                  "\r\nConnection: close\r\nCache-Control: no-store\r\n\r\n" + body);
+    const auto failed = SDKHTTPResponse::error(500, "internal_error", "The request couldn't be handled.");
+    const std::tuple<std::string, std::string, SDKHTTPResponse> cases[] = {
+        {"GET v1/status HTTP/1.1\r\n\r\n", "400 Bad Request", malformed(400)},
+        {"POST / HTTP/1.1\r\nContent-Length: 8388609\r\n\r\n", "413 Payload Too Large", malformed(413)},
+        {"GET / HTTP/1.1\r\nX: " + std::string(16400, 'a'), "413 Payload Too Large", malformed(413)},
+        {"POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", "411 Status", malformed(411)},
+        {"GET /throw-now HTTP/1.1\r\n\r\n", "500 Internal Server Error", failed},
+        {"GET /throw-later HTTP/1.1\r\n\r\n", "500 Internal Server Error", failed},
+    };
+    for (const auto& [request, statusLine, response] : cases) {
+        const auto read = exchange(server->port(), request);
+        EXPECT_TRUE(read.bytes.starts_with("HTTP/1.1 " + statusLine + "\r\n")) << statusLine;
+        EXPECT_EQ(read, closedAfter(response.serialized()));
     }
-    EXPECT_EQ(calls.load(), 0);
-}
-
-TEST(SDKHTTPServer, AnswersAThrowingHandlerWith500AndKeepsServing) {
-    SDKHTTPServer server([](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) -> asio::awaitable<SDKRouteResult> {
-        if (request.path == "/throw-now")
-            throw std::runtime_error("before the coroutine");
-        return [](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) -> asio::awaitable<SDKRouteResult> {
-            if (request.path == "/throw-later")
-                throw std::runtime_error("inside the coroutine");
-            co_return co_await echo(std::move(request), std::move(connection));
-        }(std::move(request), std::move(connection));
-    });
-    ASSERT_TRUE(server.start(0).has_value());
-    const std::string failure =
-        SDKHTTPResponse::error(500, "internal_error", "The request couldn't be handled.").serialized();
-    for (const std::string path : {"/throw-now", "/throw-later"}) {
-        LoopbackClient client(server.port());
-        ASSERT_TRUE(client.send("GET " + path + " HTTP/1.1\r\n\r\n"));
-        EXPECT_EQ(client.read().bytes, failure) << path;
-    }
-    LoopbackClient after(server.port());
-    ASSERT_TRUE(after.send("GET /fine HTTP/1.1\r\n\r\n"));
-    EXPECT_EQ(after.read().bytes, echoWire("GET", "/fine"));
-}
-
-TEST(SDKHTTPServer, KeepsTheResponseForAPeerThatHasFinishedSending) {
-    SDKHTTPServer server(echo);
-    ASSERT_TRUE(server.start(0).has_value());
-    LoopbackClient client(server.port());
-    ASSERT_TRUE(client.send("GET /half HTTP/1.1\r\n\r\n"));
-    client.finishSending();
-    const auto read = client.read();
-    EXPECT_TRUE(read.closedByPeer);
-    EXPECT_EQ(read.bytes, echoWire("GET", "/half"));
+    // Requests that did not parse never reached the handler.
+    EXPECT_EQ(router.calls.load(), 2);
+    EXPECT_EQ(exchange(server->port(), "GET /fine HTTP/1.1\r\n\r\n"), closedAfter(echoed("GET", "/fine")));
 }
 
 TEST(SDKHTTPServer, StreamsEventsInOrderFromAnyThreadUntilTheClientLeaves) {
-    std::promise<std::shared_ptr<SDKConnection>> handedOver;
-    SDKHTTPServer server([&](SDKHTTPRequest, std::shared_ptr<SDKConnection> connection) -> asio::awaitable<SDKRouteResult> {
-        connection->send(SDKHTTPResponse::sseHead());
-        connection->send(brind::SDKSSE::event("hello", "line one\nline two"));
-        handedOver.set_value(connection);
-        co_return SDKRouteResult::stream();
-    });
-    ASSERT_TRUE(server.start(0).has_value());
-
+    Router router;
+    const auto server = started(router);
     std::promise<void> closed;
     {
-        LoopbackClient client(server.port());
+        Client client(server->port());
         ASSERT_TRUE(client.send("GET /v1/events HTTP/1.1\r\n\r\n"));
-        auto future = handedOver.get_future();
-        ASSERT_EQ(future.wait_for(5s), std::future_status::ready);
-        const auto connection = future.get();
+        const auto connection = router.connection();
+        ASSERT_TRUE(connection);
         connection->onClose([&] { closed.set_value(); });
-
-        std::thread writer([connection] {
+        std::thread([connection] {
             for (int i = 0; i < 50; ++i)
-                connection->send(brind::SDKSSE::comment(std::to_string(i)));
-        });
-        writer.join();
+                connection->send(SDKSSE::comment(std::to_string(i)));
+        }).join();
 
-        std::string expected = SDKHTTPResponse::sseHead() + "event: hello\ndata: line one\ndata: line two\n\n";
+        std::string expected =
+            SDKHTTPResponse::sseHead() + "event: hello\ndata: line one\ndata: line two\n\n";
         for (int i = 0; i < 50; ++i)
-            expected += brind::SDKSSE::comment(std::to_string(i));
-        const auto read = client.read(5s, expected.size());
-        EXPECT_FALSE(read.closedByPeer);
-        EXPECT_EQ(read.bytes, expected);
+            expected += SDKSSE::comment(std::to_string(i));
+        EXPECT_EQ(client.read(expected.size()), (Client::Read{expected, false}));
         EXPECT_FALSE(connection->isClosed());
     }
     // The client has gone: the stream's close handlers run.
     EXPECT_EQ(closed.get_future().wait_for(5s), std::future_status::ready);
-    EXPECT_TRUE(eventually([&] { return server.connectionCount() == 0; }));
+    EXPECT_TRUE(eventually([&] { return server->connectionCount() == 0; }));
 }
 
 TEST(SDKHTTPServer, ClosesTheConnectionOverTheLimitWhileTheOthersStayOpen) {
-    SDKHTTPServer server(echo);
-    ASSERT_EQ(server.maxConnections(), 64u);
-    ASSERT_TRUE(server.start(0).has_value());
-    std::vector<std::unique_ptr<LoopbackClient>> clients;
-    for (int i = 0; i < 64; ++i) {
-        clients.push_back(std::make_unique<LoopbackClient>(server.port()));
-        ASSERT_TRUE(clients.back()->isConnected());
-    }
-    ASSERT_TRUE(eventually([&] { return server.connectionCount() == 64; }));
+    Router router;
+    const auto server = started(router);
+    server->setMaxConnections(3);
+    std::vector<std::unique_ptr<Client>> clients;
+    for (int i = 0; i < 3; ++i)
+        clients.push_back(std::make_unique<Client>(server->port()));
+    ASSERT_TRUE(eventually([&] { return server->connectionCount() == 3; }));
 
-    LoopbackClient extra(server.port());
-    const auto refused = extra.read();
-    EXPECT_TRUE(refused.closedByPeer);
-    EXPECT_EQ(refused.bytes, "");
-    EXPECT_EQ(server.connectionCount(), 64u);
-
-    for (const int i : {0, 63}) {
-        ASSERT_TRUE(clients[i]->send("GET /still-open HTTP/1.1\r\n\r\n"));
-        EXPECT_EQ(clients[i]->read().bytes, echoWire("GET", "/still-open"));
+    EXPECT_EQ(Client(server->port()).read(), closedAfter(""));
+    EXPECT_EQ(server->connectionCount(), 3u);
+    for (const auto& client : clients) {
+        ASSERT_TRUE(client->send("GET /still-open HTTP/1.1\r\n\r\n"));
+        EXPECT_EQ(client->read(), closedAfter(echoed("GET", "/still-open")));
     }
 }
 
 TEST(SDKHTTPServer, DropsIdleClientsButNotRequestsInFlight) {
-    SDKHTTPServer server([](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) -> asio::awaitable<SDKRouteResult> {
-        asio::steady_timer wait(co_await asio::this_coro::executor, 600ms);
-        co_await wait.async_wait(asio::use_awaitable);
-        co_return co_await echo(std::move(request), std::move(connection));
-    });
-    server.setReadTimeout(0.2);
-    ASSERT_TRUE(server.start(0).has_value());
-
-    LoopbackClient idle(server.port());
-    LoopbackClient partial(server.port());
+    Router router;
+    const auto server = started(router);
+    server->setReadTimeout(0.2);
+    Client idle(server->port());
+    Client partial(server->port());
     ASSERT_TRUE(partial.send("GET /never-finished HTTP/1.1\r\n"));
-    LoopbackClient held(server.port());
+    Client held(server->port());
     ASSERT_TRUE(held.send("GET /slow HTTP/1.1\r\n\r\n"));
-
-    for (LoopbackClient* dropped : {&idle, &partial}) {
-        const auto read = dropped->read();
-        EXPECT_TRUE(read.closedByPeer);
-        EXPECT_EQ(read.bytes, "");
-    }
-    const auto answered = held.read();
-    EXPECT_TRUE(answered.closedByPeer);
-    EXPECT_EQ(answered.bytes, echoWire("GET", "/slow"));
+    EXPECT_EQ(idle.read(), closedAfter(""));
+    EXPECT_EQ(partial.read(), closedAfter(""));
+    EXPECT_EQ(held.read(), closedAfter(echoed("GET", "/slow")));
 }
 
 TEST(SDKHTTPServer, ReportsAPortInUse) {
-    SDKHTTPServer first(echo);
-    ASSERT_TRUE(first.start(0).has_value());
-    SDKHTTPServer second(echo);
-    const auto result = second.start(first.port());
+    Router router;
+    const auto first = started(router);
+    SDKHTTPServer second(router.handler());
+    const auto result = second.start(first->port());
     ASSERT_FALSE(result.has_value());
-    EXPECT_EQ(result.error(), SDKHTTPServer::StartError::portInUse(first.port()));
+    EXPECT_EQ(result.error(), SDKHTTPServer::StartError::portInUse(first->port()));
     EXPECT_EQ(result.error().message(),
-              std::to_string(first.port()) + " is in use by another app. Quit it, then turn the bridge off and on.");
+              std::to_string(first->port()) +
+                  " is in use by another app. Quit it, then turn the bridge off and on.");
     EXPECT_FALSE(second.isRunning());
     EXPECT_EQ(second.port(), 0);
 }
 
 TEST(SDKHTTPServer, StopClosesEverythingAndTheServerStartsAgain) {
-    std::promise<std::shared_ptr<SDKConnection>> handedOver;
-    SDKHTTPServer server([&](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) -> asio::awaitable<SDKRouteResult> {
-        if (request.path != "/v1/events")
-            co_return co_await echo(std::move(request), std::move(connection));
-        connection->send(SDKHTTPResponse::sseHead());
-        handedOver.set_value(connection);
-        co_return SDKRouteResult::stream();
-    });
-    ASSERT_TRUE(server.start(0).has_value());
-    const std::uint16_t port = server.port();
-
-    LoopbackClient streaming(port);
+    Router router;
+    const auto server = started(router);
+    const std::uint16_t port = server->port();
+    Client streaming(port);
     ASSERT_TRUE(streaming.send("GET /v1/events HTTP/1.1\r\n\r\n"));
-    auto future = handedOver.get_future();
-    ASSERT_EQ(future.wait_for(5s), std::future_status::ready);
-    const auto connection = future.get();
-    LoopbackClient idle(port);
-    ASSERT_TRUE(eventually([&] { return server.connectionCount() == 2; }));
+    const auto connection = router.connection();
+    ASSERT_TRUE(connection);
+    Client idle(port);
+    ASSERT_TRUE(eventually([&] { return server->connectionCount() == 2; }));
+    EXPECT_TRUE(server->isRunning());
 
-    server.stop();
+    server->stop();
     EXPECT_TRUE(connection->isClosed());
-    EXPECT_EQ(server.connectionCount(), 0u);
-    EXPECT_FALSE(server.isRunning());
-    EXPECT_EQ(server.port(), 0);
+    EXPECT_EQ(server->connectionCount(), 0u);
+    EXPECT_FALSE(server->isRunning());
+    EXPECT_EQ(server->port(), 0);
     EXPECT_TRUE(idle.read().closedByPeer);
-    EXPECT_FALSE(LoopbackClient(port).isConnected());
+    EXPECT_FALSE(Client(port).connected);
 
-    ASSERT_TRUE(server.start(port).has_value());
-    EXPECT_EQ(server.port(), port);
-    LoopbackClient again(port);
-    ASSERT_TRUE(again.send("GET /again HTTP/1.1\r\n\r\n"));
-    EXPECT_EQ(again.read().bytes, echoWire("GET", "/again"));
+    ASSERT_TRUE(server->start(port).has_value());
+    EXPECT_EQ(server->port(), port);
+    EXPECT_EQ(exchange(port, "GET /again HTTP/1.1\r\n\r\n"), closedAfter(echoed("GET", "/again")));
 }
 
 TEST(SDKHTTPServer, RunsPostedWorkOnItsExecutorWhileStopped) {
-    SDKHTTPServer server(echo);
+    Router router;
+    SDKHTTPServer server(router.handler());
     std::promise<bool> ran;
     asio::post(server.executor(), [&] { ran.set_value(server.executor().running_in_this_thread()); });
     auto future = ran.get_future();
@@ -271,26 +291,16 @@ TEST(SDKHTTPServer, RunsPostedWorkOnItsExecutorWhileStopped) {
 }
 
 TEST(SDKHTTPServer, ShutsDownWhileAHandlerIsStillWaiting) {
-    std::promise<void> started;
-    std::shared_ptr<SDKConnection> held;
-    auto server = std::make_unique<SDKHTTPServer>(
-        [&](SDKHTTPRequest, std::shared_ptr<SDKConnection> connection) -> asio::awaitable<SDKRouteResult> {
-            held = connection;
-            started.set_value();
-            asio::steady_timer wait(co_await asio::this_coro::executor, 60s);
-            co_await wait.async_wait(asio::use_awaitable);
-            co_return SDKRouteResult::response(SDKHTTPResponse::raw(200, "late", std::nullopt));
-        });
-    ASSERT_TRUE(server->start(0).has_value());
-    LoopbackClient client(server->port());
-    ASSERT_TRUE(client.send("POST /v1/agents/hook HTTP/1.1\r\n\r\n"));
-    ASSERT_EQ(started.get_future().wait_for(5s), std::future_status::ready);
+    Router router;
+    router.slowFor = 60s;
+    auto server = started(router);
+    Client client(server->port());
+    ASSERT_TRUE(client.send("POST /slow HTTP/1.1\r\n\r\n"));
+    const auto held = router.connection();
+    ASSERT_TRUE(held);
 
     // Destroyed with the handler suspended: the client is closed, not answered, and nothing hangs.
     server.reset();
-    const auto read = client.read();
-    EXPECT_TRUE(read.closedByPeer);
-    EXPECT_EQ(read.bytes, "");
-    ASSERT_TRUE(held);
+    EXPECT_EQ(client.read(), closedAfter(""));
     EXPECT_TRUE(held->isClosed());
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace brind {
@@ -11,9 +12,8 @@ namespace {
 
 using Sample = BatteryEstimate::Sample;
 
-const Date start{1'700'000'000};
-
 std::vector<Sample> samples(std::initializer_list<std::pair<double, int>> minutesAndPercents) {
+    const Date start{1'700'000'000};
     std::vector<Sample> result;
     for (const auto& [minutes, percent] : minutesAndPercents)
         result.push_back(Sample{start + minutes * 60, percent});
@@ -21,93 +21,52 @@ std::vector<Sample> samples(std::initializer_list<std::pair<double, int>> minute
 }
 
 TEST(BatteryEstimate, RateNeedsEnoughDropOverEnoughTime) {
-    struct Case {
-        std::string label;
-        std::vector<Sample> samples;
-        std::optional<double> rate;
+    const std::vector<std::pair<std::vector<Sample>, std::optional<double>>> cases = {
+        {{}, std::nullopt},
+        {samples({{0, 80}, {3, 78}}), std::nullopt},  // too short
+        {samples({{0, 80}, {4, 78}}), 0.5},           // exactly long enough, exactly enough drop
+        {samples({{0, 80}, {30, 79}}), std::nullopt}, // one percent is noise
+        {samples({{0, 70}, {30, 80}}), std::nullopt}, // charging
+        // Only the ends count; the middle sample does not change the rate.
+        {samples({{0, 90}, {2, 95}, {20, 80}}), 0.5},
+        {samples({{10, 80}, {0, 70}}), std::nullopt}, // out of order
     };
-    const std::vector<Case> cases = {{"none", {}, std::nullopt},
-                                     {"one", samples({{0, 80}}), std::nullopt},
-                                     {"three minutes", samples({{0, 80}, {3, 78}}), std::nullopt},
-                                     {"ten minutes", samples({{0, 80}, {5, 76}, {10, 70}}), 1.0},
-                                     {"exactly four minutes, two percent", samples({{0, 80}, {4, 78}}), 0.5},
-                                     {"one percent is noise", samples({{0, 80}, {30, 79}}), std::nullopt},
-                                     {"charging", samples({{0, 70}, {30, 80}}), std::nullopt},
-                                     // Only the ends count; the middle sample does not change the rate.
-                                     {"bumpy", samples({{0, 90}, {2, 95}, {20, 80}}), 0.5},
-                                     {"out of order", samples({{10, 80}, {0, 70}}), std::nullopt}};
-    for (const Case& c : cases) {
-        const auto rate = BatteryEstimate::rate(c.samples);
-        ASSERT_EQ(rate.has_value(), c.rate.has_value()) << c.label;
-        if (rate) {
-            EXPECT_DOUBLE_EQ(*rate, *c.rate) << c.label;
-        }
-    }
+    for (std::size_t i = 0; i < cases.size(); ++i)
+        EXPECT_EQ(BatteryEstimate::rate(cases[i].first), cases[i].second) << "case " << i;
 }
 
 TEST(BatteryEstimate, MinutesLeftAtItsThresholds) {
-    struct Case {
-        int percent;
-        double rate;
-        std::optional<long long> minutes;
-    };
-    const std::vector<Case> cases = {{70, 1, 70},
-                                     {1, 0.0051, 196},
-                                     {50, 0.004, std::nullopt},
-                                     {50, 0.005, std::nullopt},
-                                     {50, 10, std::nullopt},
-                                     {50, 9.99, 5},
-                                     {1, 9.99, 1},
-                                     {0, 1, std::nullopt},
-                                     {-5, 1, std::nullopt},
-                                     {100, 0.006, 1440},
-                                     {50, 0, std::nullopt},
-                                     {50, -1, std::nullopt},
-                                     {50, NAN, std::nullopt},
-                                     {50, 3, 17}};
-    for (const Case& c : cases)
-        EXPECT_EQ(BatteryEstimate::minutesLeft(c.percent, c.rate), c.minutes)
-            << c.percent << " at " << c.rate;
+    const std::vector<std::tuple<int, double, std::optional<long long>>> cases = {
+        {50, 3, 17},  {1, 0.0051, 196},     {50, 0.005, std::nullopt}, {50, 10, std::nullopt}, {50, 9.99, 5},
+        {1, 9.99, 1}, {0, 1, std::nullopt}, {100, 0.006, 1440},        {50, NAN, std::nullopt}};
+    for (const auto& [percent, rate, minutes] : cases)
+        EXPECT_EQ(BatteryEstimate::minutesLeft(percent, rate), minutes) << percent << " at " << rate;
 
+    // From samples, the time left is for the newest percent.
     EXPECT_EQ(BatteryEstimate::minutesLeft(samples({{0, 80}, {10, 70}})), 70);
-    EXPECT_EQ(BatteryEstimate::minutesLeft(samples({{0, 80}, {3, 78}})), std::nullopt);
     EXPECT_EQ(BatteryEstimate::minutesLeft(samples({{0, 2}, {60, 0}})), std::nullopt);
     EXPECT_EQ(BatteryEstimate::minutesLeft(std::vector<Sample>{}), std::nullopt);
 }
 
 TEST(BatteryEstimate, PluggedInSubtitleJoinsWhatIsKnown) {
-    struct Case {
-        std::optional<double> watts;
-        std::optional<long long> toFull;
-        int percent;
-        std::string text;
-    };
-    const std::vector<Case> cases = {{67, std::nullopt, 100, "67 W adapter \u00B7 Fully charged"},
-                                     {std::nullopt, std::nullopt, 80, "Charging"},
-                                     {std::nullopt, std::nullopt, 100, "Fully charged"},
-                                     {96.7, 95, 40, "96 W adapter \u00B7 1 h 35 min to full"},
-                                     {std::nullopt, 45, 90, "45 min to full"},
-                                     {30, std::nullopt, 80, "30 W adapter"},
-                                     {0.5, std::nullopt, 80, "Charging"},
-                                     {1, 120, 100, "1 W adapter \u00B7 2 h to full"},
-                                     {NAN, std::nullopt, 80, "Charging"}};
-    for (const Case& c : cases)
-        EXPECT_EQ(BatteryEstimate::pluggedInSubtitle(c.watts, c.toFull, c.percent), c.text) << c.text;
+    const std::vector<std::tuple<std::optional<double>, std::optional<long long>, int, std::string>> cases = {
+        {67, std::nullopt, 100, "67 W adapter \u00B7 Fully charged"},
+        {std::nullopt, std::nullopt, 80, "Charging"},
+        {96.7, 95, 40, "96 W adapter \u00B7 1 h 35 min to full"},
+        {std::nullopt, 45, 90, "45 min to full"},
+        {30, std::nullopt, 80, "30 W adapter"},
+        {0.5, 0, 80, "Charging"},
+        {1, 120, 100, "1 W adapter \u00B7 2 h to full"},
+        {NAN, std::nullopt, 80, "Charging"}};
+    for (const auto& [watts, toFull, percent, text] : cases)
+        EXPECT_EQ(BatteryEstimate::pluggedInSubtitle(watts, toFull, percent), text);
 }
 
 TEST(BatteryEstimate, OnBatterySubtitlePrefersTheSystemsEstimate) {
-    struct Case {
-        std::optional<long long> system;
-        std::optional<long long> estimate;
-        std::string text;
-    };
-    const std::vector<Case> cases = {{180, 70, "About 3 h left"},
-                                     {std::nullopt, 70, "About 1 h 10 min left (estimate)"},
-                                     {std::nullopt, std::nullopt, "On battery \u00B7 estimating time left"},
-                                     {0, 45, "About 45 min left (estimate)"},
-                                     {0, 0, "On battery \u00B7 estimating time left"}};
-    for (const Case& c : cases)
-        EXPECT_EQ(BatteryEstimate::onBatterySubtitle(c.system, c.estimate), c.text);
+    EXPECT_EQ(BatteryEstimate::onBatterySubtitle(180, 70), "About 3 h left");
+    EXPECT_EQ(BatteryEstimate::onBatterySubtitle(std::nullopt, 70), "About 1 h 10 min left (estimate)");
+    EXPECT_EQ(BatteryEstimate::onBatterySubtitle(0, 45), "About 45 min left (estimate)");
+    EXPECT_EQ(BatteryEstimate::onBatterySubtitle(0, 0), "On battery \u00B7 estimating time left");
 }
 
 } // namespace

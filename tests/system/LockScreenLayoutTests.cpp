@@ -31,43 +31,24 @@ TEST(LockScreenLayout, WidgetsFrameHangsBelowTheClockOrSitsLow) {
 }
 
 TEST(LockScreenLayout, NotchShapeAddsAWingEachSideWhenExpanded) {
-    const auto input = [](double width, double height, bool floating, double widthOffset,
-                          double heightOffset) {
-        IslandLayout::Input in;
-        in.metrics = NotchMetrics{true, SizeF{width, height}, height};
-        in.floating = floating;
-        in.widthOffset = widthOffset;
-        in.heightOffset = heightOffset;
-        return in;
-    };
-    struct Case {
-        std::string label;
-        IslandLayout::Input input;
-        SizeF closed;
-        SizeF expanded;
-    };
-    const std::vector<Case> cases = {
-        {"housing", input(185, 32, false, 0, 0), {185, 32}, {277, 32}},
-        {"offsets", input(185, 32, false, 10, 4), {195, 36}, {287, 36}},
-        {"shrunk below the minimum", input(10, 5, false, -100, -10), {60, 20}, {152, 20}},
-        {"floating", input(0, 0, true, 0, 0), {150, 32}, {180, 36}},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(LockScreenLayout::notchShape(c.input, false), c.closed) << c.label;
-        EXPECT_EQ(LockScreenLayout::notchShape(c.input, true), c.expanded) << c.label;
-    }
+    // The wings go on the closed island as the user sized it, offsets included.
+    IslandLayout::Input housing;
+    housing.metrics = NotchMetrics{true, SizeF{185, 32}, 32};
+    housing.widthOffset = 10;
+    housing.heightOffset = 4;
+    EXPECT_EQ(LockScreenLayout::notchShape(housing, false), (SizeF{195, 36}));
+    EXPECT_EQ(LockScreenLayout::notchShape(housing, true), (SizeF{287, 36}));
+
+    // Floating below the top bar there is no housing to hug.
+    IslandLayout::Input floating;
+    floating.floating = true;
+    EXPECT_EQ(LockScreenLayout::notchShape(floating, true), (SizeF{180, 36}));
 }
 
 TEST(LockScreenLayout, WidgetsGoToTheFirstBuiltInScreen) {
-    struct Case {
-        std::vector<bool> builtIn;
-        std::optional<std::size_t> index;
-    };
-    const std::vector<Case> cases = {
-        {{}, std::nullopt}, {{false}, 0}, {{true}, 0}, {{false, false, true, true}, 2}, {{false, false}, 0},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(LockScreenLayout::widgetsScreen(c.builtIn), c.index) << c.builtIn.size();
+    EXPECT_EQ(LockScreenLayout::widgetsScreen({}), std::nullopt);
+    EXPECT_EQ(LockScreenLayout::widgetsScreen({false, false, true, true}), 2u);
+    EXPECT_EQ(LockScreenLayout::widgetsScreen({false, false}), 0u);
 }
 
 } // namespace

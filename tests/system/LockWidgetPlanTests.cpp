@@ -2,102 +2,74 @@
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <string>
 #include <vector>
 
 namespace brind {
 namespace {
 
 using W = LockWidget;
+using Input = LockWidgetInput;
 
-LockWidgetInput everythingOn() {
-    LockWidgetInput input;
+TEST(LockWidgetPlan, KeepsMediaAndTheFirstFourSmallWidgets) {
+    Input input;
     input.media = input.battery = input.bluetooth = input.meeting = input.weather = input.timer =
         input.focus = true;
     input.hasMedia = input.hasBattery = input.hasBluetooth = input.hasForecast = input.hasTimer = true;
     input.stayAwake = true;
     input.meetingIn = 600;
     input.focusName = "Work";
-    return input;
-}
-
-TEST(LockWidgetPlan, KeepsMediaAndTheFirstFourSmallWidgets) {
-    EXPECT_EQ(LockWidgetPlan::widgets(everythingOn()),
+    EXPECT_EQ(LockWidgetPlan::widgets(input),
               (std::vector<W>{W::media, W::battery, W::bluetooth, W::meeting, W::weather}));
 
-    LockWidgetInput noMedia = everythingOn();
-    noMedia.hasMedia = false;
-    noMedia.battery = false;
-    noMedia.meetingIn.reset();
-    EXPECT_EQ(LockWidgetPlan::widgets(noMedia),
-              (std::vector<W>{W::bluetooth, W::weather, W::timer, W::focus}));
-
-    LockWidgetInput fewer = noMedia;
-    fewer.weather = false;
-    fewer.hasTimer = false;
-    EXPECT_EQ(LockWidgetPlan::widgets(fewer), (std::vector<W>{W::bluetooth, W::focus, W::stayAwake}));
-    EXPECT_TRUE(LockWidgetPlan::widgets(LockWidgetInput{}).empty());
+    // Without media the cap is still four: media never takes a small widget's place.
+    input.hasMedia = false;
+    input.battery = false;
+    input.meetingIn.reset();
+    EXPECT_EQ(LockWidgetPlan::widgets(input), (std::vector<W>{W::bluetooth, W::weather, W::timer, W::focus}));
 }
 
 TEST(LockWidgetPlan, EachWidgetNeedsItsToggleAndItsFact) {
     struct Case {
-        void (*change)(LockWidgetInput&);
+        void (*toggle)(Input&);
+        void (*fact)(Input&);
         std::vector<W> widgets;
     };
-    // Every fact true, every toggle off: turning on one toggle shows its widget alone.
-    LockWidgetInput facts;
-    facts.hasMedia = facts.hasBattery = facts.hasBluetooth = facts.hasForecast = facts.hasTimer = true;
-    facts.stayAwake = true;
-    facts.meetingIn = 60;
-    facts.focusName = "Work";
-    const std::vector<Case> toggles = {{[](LockWidgetInput& i) { i.media = true; }, {W::media}},
-                                       {[](LockWidgetInput& i) { i.battery = true; }, {W::battery}},
-                                       {[](LockWidgetInput& i) { i.bluetooth = true; }, {W::bluetooth}},
-                                       {[](LockWidgetInput& i) { i.meeting = true; }, {W::meeting}},
-                                       {[](LockWidgetInput& i) { i.weather = true; }, {W::weather}},
-                                       {[](LockWidgetInput& i) { i.timer = true; }, {W::timer}},
-                                       // The Focus toggle also governs the stay-awake widget.
-                                       {[](LockWidgetInput& i) { i.focus = true; }, {W::focus, W::stayAwake}},
-                                       {[](LockWidgetInput&) {}, {}}};
-    for (std::size_t i = 0; i < toggles.size(); ++i) {
-        LockWidgetInput input = facts;
-        toggles[i].change(input);
-        EXPECT_EQ(LockWidgetPlan::widgets(input), toggles[i].widgets) << "toggle case " << i;
-    }
-
-    // Every toggle on, no fact: providing one fact shows its widget alone.
-    LockWidgetInput wanted;
-    wanted.media = wanted.battery = wanted.bluetooth = wanted.meeting = true;
-    wanted.weather = wanted.timer = wanted.focus = true;
-    const std::vector<Case> available = {{[](LockWidgetInput& i) { i.hasMedia = true; }, {W::media}},
-                                         {[](LockWidgetInput& i) { i.hasBattery = true; }, {W::battery}},
-                                         {[](LockWidgetInput& i) { i.hasBluetooth = true; }, {W::bluetooth}},
-                                         {[](LockWidgetInput& i) { i.meetingIn = -10; }, {W::meeting}},
-                                         {[](LockWidgetInput& i) { i.hasForecast = true; }, {W::weather}},
-                                         {[](LockWidgetInput& i) { i.hasTimer = true; }, {W::timer}},
-                                         {[](LockWidgetInput& i) { i.focusName = "Sleep"; }, {W::focus}},
-                                         {[](LockWidgetInput& i) { i.focusName = ""; }, {}},
-                                         {[](LockWidgetInput& i) { i.stayAwake = true; }, {W::stayAwake}},
-                                         {[](LockWidgetInput&) {}, {}}};
-    for (std::size_t i = 0; i < available.size(); ++i) {
-        LockWidgetInput input = wanted;
-        available[i].change(input);
-        EXPECT_EQ(LockWidgetPlan::widgets(input), available[i].widgets) << "fact case " << i;
+    const std::vector<Case> cases = {
+        {[](Input& i) { i.media = true; }, [](Input& i) { i.hasMedia = true; }, {W::media}},
+        {[](Input& i) { i.battery = true; }, [](Input& i) { i.hasBattery = true; }, {W::battery}},
+        {[](Input& i) { i.bluetooth = true; }, [](Input& i) { i.hasBluetooth = true; }, {W::bluetooth}},
+        {[](Input& i) { i.meeting = true; }, [](Input& i) { i.meetingIn = -10; }, {W::meeting}},
+        {[](Input& i) { i.weather = true; }, [](Input& i) { i.hasForecast = true; }, {W::weather}},
+        {[](Input& i) { i.timer = true; }, [](Input& i) { i.hasTimer = true; }, {W::timer}},
+        // The Focus toggle also governs the stay-awake widget, which follows Focus.
+        {[](Input& i) { i.focus = true; }, [](Input& i) { i.stayAwake = true; }, {W::stayAwake}},
+        {[](Input& i) { i.focus = true; },
+         [](Input& i) {
+             i.focusName = "Sleep";
+             i.stayAwake = true;
+         },
+         {W::focus, W::stayAwake}},
+        {[](Input& i) { i.focus = true; }, [](Input& i) { i.focusName = ""; }, {}},
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+        Input toggleOnly, factOnly, both;
+        cases[i].toggle(toggleOnly);
+        cases[i].fact(factOnly);
+        cases[i].toggle(both);
+        cases[i].fact(both);
+        EXPECT_TRUE(LockWidgetPlan::widgets(toggleOnly).empty()) << "case " << i;
+        EXPECT_TRUE(LockWidgetPlan::widgets(factOnly).empty()) << "case " << i;
+        EXPECT_EQ(LockWidgetPlan::widgets(both), cases[i].widgets) << "case " << i;
     }
 }
 
 TEST(LockWidgetPlan, MeetingWindowIncludesBothEnds) {
-    struct Case {
-        double meetingIn;
-        bool shown;
-    };
-    const std::vector<Case> cases = {{-360, false}, {-300.5, false},  {-300, true}, {0, true},
-                                     {21600, true}, {21600.5, false}, {NAN, false}};
-    for (const Case& c : cases) {
-        LockWidgetInput input;
+    for (const auto& [meetingIn, shown] : std::vector<std::pair<double, bool>>{
+             {-300.5, false}, {-300, true}, {21600, true}, {21600.5, false}, {NAN, false}}) {
+        Input input;
         input.meeting = true;
-        input.meetingIn = c.meetingIn;
-        EXPECT_EQ(LockWidgetPlan::widgets(input) == std::vector<W>{W::meeting}, c.shown) << c.meetingIn;
+        input.meetingIn = meetingIn;
+        EXPECT_EQ(LockWidgetPlan::widgets(input) == std::vector<W>{W::meeting}, shown) << meetingIn;
     }
 }
 

@@ -8,6 +8,7 @@ namespace brind {
 namespace {
 
 using Kind = NetworkPeek::Kind;
+using P = NetworkPeek;
 
 TEST(NetworkPeek, EachCaseHasItsTitleSymbolKindAndWarning) {
     struct Case {
@@ -17,18 +18,15 @@ TEST(NetworkPeek, EachCaseHasItsTitleSymbolKindAndWarning) {
         Kind kind;
         bool warning;
     };
+    // Titles with and without the network's name are in the preferences tests.
     const std::vector<Case> cases = {
-        {NetworkPeek::wifiJoined("Home"), "Joined Home", "wifi", Kind::wifi, false},
-        {NetworkPeek::wifiJoined(std::nullopt), "Wi-Fi connected", "wifi", Kind::wifi, false},
-        {NetworkPeek::hotspotJoined("Ana's phone"), "Hotspot \u00B7 Ana's phone", "personalhotspot",
-         Kind::hotspot, false},
-        {NetworkPeek::hotspotJoined(std::nullopt), "Personal Hotspot", "personalhotspot", Kind::hotspot,
-         false},
-        {NetworkPeek::wifiLost(), "Wi-Fi disconnected", "wifi.slash", Kind::wifi, true},
-        {NetworkPeek::vpnUp(), "VPN connected", "lock.shield.fill", Kind::vpn, false},
-        {NetworkPeek::vpnDown(), "VPN disconnected", "lock.open.fill", Kind::vpn, true},
-        {NetworkPeek::noInternet(), "No internet", "wifi.exclamationmark", Kind::internet, true},
-        {NetworkPeek::backOnline(), "Back online", "checkmark.icloud.fill", Kind::internet, false},
+        {P::wifiJoined("Home"), "Joined Home", "wifi", Kind::wifi, false},
+        {P::hotspotJoined(std::nullopt), "Personal Hotspot", "personalhotspot", Kind::hotspot, false},
+        {P::wifiLost(), "Wi-Fi disconnected", "wifi.slash", Kind::wifi, true},
+        {P::vpnUp(), "VPN connected", "lock.shield.fill", Kind::vpn, false},
+        {P::vpnDown(), "VPN disconnected", "lock.open.fill", Kind::vpn, true},
+        {P::noInternet(), "No internet", "wifi.exclamationmark", Kind::internet, true},
+        {P::backOnline(), "Back online", "checkmark.icloud.fill", Kind::internet, false},
     };
     for (const Case& c : cases) {
         EXPECT_EQ(c.peek.title(), c.title);

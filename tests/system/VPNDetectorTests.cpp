@@ -12,18 +12,13 @@ TEST(VPNDetector, AnyTunnelInterfaceCountsAsVPN) {
         std::vector<std::string> interfaces;
         bool vpn;
     };
+    // A name only counts when it begins with a tunnel prefix: "vwg0" merely contains one.
     const std::vector<Case> cases = {
-        {{"utun3"}, true},        {{"wg0"}, true},     {{"ipsec0"}, true}, {{"ppp0"}, true},
-        {{"tap1"}, true},         {{"tun0"}, true},    {{"en0"}, false},   {{"wlan0", "eth0"}, false},
-        {{"en0", "utun0"}, true}, {{}, false},         {{""}, false},      {{"UTUN3"}, false},
-        {{"vwg0"}, false},        {{"wlp2s0"}, false}, {{"wgx"}, true},
-    };
-    for (const Case& c : cases) {
-        std::string label;
-        for (const auto& name : c.interfaces)
-            label += name + " ";
-        EXPECT_EQ(VPNDetector::isVPN(c.interfaces), c.vpn) << label;
-    }
+        {{"utun3"}, true},        {{"wg0"}, true},  {{"ipsec0"}, true}, {{"ppp0"}, true},
+        {{"tap1"}, true},         {{"tun0"}, true}, {{"en0"}, false},   {{"wlan0", "eth0"}, false},
+        {{"en0", "utun0"}, true}, {{}, false},      {{""}, false},      {{"vwg0"}, false}};
+    for (const Case& c : cases)
+        EXPECT_EQ(VPNDetector::isVPN(c.interfaces), c.vpn) << testing::PrintToString(c.interfaces);
 }
 
 } // namespace

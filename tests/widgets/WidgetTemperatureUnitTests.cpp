@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-TEST(WidgetTemperatureUnit, HasNamesAndSymbols) {
-    using brind::WidgetTemperatureUnit;
-    EXPECT_EQ(brind::rawValue(WidgetTemperatureUnit::celsius), "celsius");
-    EXPECT_EQ(brind::symbol(WidgetTemperatureUnit::celsius), "\u00B0C");
-    EXPECT_EQ(brind::symbol(WidgetTemperatureUnit::fahrenheit), "\u00B0F");
-    EXPECT_EQ(brind::widgetTemperatureUnit("fahrenheit"), WidgetTemperatureUnit::fahrenheit);
-    EXPECT_EQ(brind::widgetTemperatureUnit("kelvin"), std::nullopt);
+using namespace brind;
+
+TEST(WidgetTemperatureUnit, NamesRoundTripAndUnknownNamesAreRefused) {
+    for (const auto unit : {WidgetTemperatureUnit::celsius, WidgetTemperatureUnit::fahrenheit})
+        EXPECT_EQ(widgetTemperatureUnit(rawValue(unit)), unit);
+    EXPECT_EQ(widgetTemperatureUnit("kelvin"), std::nullopt);
+    EXPECT_EQ(symbol(WidgetTemperatureUnit::fahrenheit), "\u00B0F");
 }

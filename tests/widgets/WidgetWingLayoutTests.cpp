@@ -2,26 +2,26 @@
 
 #include <gtest/gtest.h>
 
-using brind::JSON;
-using brind::WidgetSideKind;
-using brind::WidgetWingLayout;
+using namespace brind;
 using Kind = WidgetSideKind;
 using Side = WidgetWingLayout::Side;
 using Kinds = std::vector<WidgetSideKind>;
 
-TEST(WidgetWingLayout, BuildingKeepsTheRules) {
-    const WidgetWingLayout layout({Kind::cpu, Kind::memory, Kind::gpu, Kind::cpu}, {Kind::memory, Kind::date, Kind::disk, Kind::battery});
+TEST(WidgetWingLayout, BuildingKeepsTheRulesAndSlotsReadThem) {
+    const WidgetWingLayout layout({Kind::cpu, Kind::memory, Kind::gpu, Kind::cpu},
+                                  {Kind::memory, Kind::date, Kind::disk, Kind::battery});
     EXPECT_EQ(layout.leading(), (Kinds{Kind::cpu, Kind::memory}));
     EXPECT_EQ(layout.trailing(), (Kinds{Kind::date, Kind::disk}));
     EXPECT_EQ(layout.all(), (Kinds{Kind::cpu, Kind::memory, Kind::date, Kind::disk}));
     EXPECT_TRUE(layout.contains(Kind::disk));
     EXPECT_FALSE(layout.contains(Kind::gpu));
-
-    const auto standard = WidgetWingLayout::defaultLayout();
-    EXPECT_EQ(standard.leading(), Kinds{Kind::date});
-    EXPECT_EQ(standard.trailing(), Kinds{Kind::weather});
+    EXPECT_EQ(layout.slot(Side::leading, 1), Kind::memory);
+    EXPECT_EQ(layout.slot(Side::trailing, 0), Kind::date);
+    EXPECT_EQ(layout.slot(Side::leading, 2), std::nullopt);
+    EXPECT_EQ(layout.slot(Side::leading, -1), std::nullopt);
+    EXPECT_EQ(WidgetWingLayout::defaultLayout().slot(Side::trailing, 1), std::nullopt) << "an empty slot";
     EXPECT_TRUE(WidgetWingLayout().isEmpty());
-    EXPECT_FALSE(standard.isEmpty());
+    EXPECT_FALSE(WidgetWingLayout::defaultLayout().isEmpty());
 }
 
 TEST(WidgetWingLayout, AddRefusesDuplicatesAndFullWings) {
@@ -54,7 +54,13 @@ TEST(WidgetWingLayout, SetMovesKindsBetweenSlots) {
     const WidgetWingLayout two({Kind::date, Kind::cpu}, {Kind::weather});
     const std::vector<Case> cases = {
         {"move across wings", standard, Kind::weather, Side::leading, 0, {Kind::weather}, {}},
-        {"index 1 of an empty wing appends", WidgetWingLayout(), Kind::gpu, Side::trailing, 1, {}, {Kind::gpu}},
+        {"index 1 of an empty wing appends",
+         WidgetWingLayout(),
+         Kind::gpu,
+         Side::trailing,
+         1,
+         {},
+         {Kind::gpu}},
         {"index 2 does nothing", standard, Kind::cpu, Side::leading, 2, {Kind::date}, {Kind::weather}},
         {"index -1 does nothing", standard, Kind::cpu, Side::leading, -1, {Kind::date}, {Kind::weather}},
         {"replace a slot", two, Kind::memory, Side::leading, 1, {Kind::date, Kind::memory}, {Kind::weather}},
@@ -71,25 +77,16 @@ TEST(WidgetWingLayout, SetMovesKindsBetweenSlots) {
     }
 }
 
-TEST(WidgetWingLayout, SlotReadsOneKind) {
-    const WidgetWingLayout layout({Kind::date, Kind::cpu}, {Kind::weather});
-    EXPECT_EQ(layout.slot(Side::leading, 1), Kind::cpu);
-    EXPECT_EQ(layout.slot(Side::trailing, 0), Kind::weather);
-    EXPECT_EQ(layout.slot(Side::trailing, 1), std::nullopt);
-    EXPECT_EQ(layout.slot(Side::leading, 2), std::nullopt);
-    EXPECT_EQ(layout.slot(Side::leading, -1), std::nullopt);
-}
-
 TEST(WidgetWingLayout, StoredFormKeepsKnownKindsAndTheRules) {
     const WidgetWingLayout layout({Kind::nextEvent, Kind::stayAwake}, {Kind::network});
-    EXPECT_EQ(layout.json(), JSON::parse(R"({"leading": ["nextEvent", "stayAwake"], "trailing": ["network"]})"));
+    EXPECT_EQ(layout.json(),
+              JSON::parse(R"({"leading": ["nextEvent", "stayAwake"], "trailing": ["network"]})"));
     EXPECT_EQ(WidgetWingLayout::fromJSON(layout.json()), layout);
 
     const auto read = WidgetWingLayout::fromJSON(JSON::parse(
         R"({"leading": ["calendarGrid", "cpu", 7, "cpu", "gpu", "disk"], "trailing": ["gpu", "weather"]})"));
     ASSERT_TRUE(read);
-    EXPECT_EQ(read->leading(), (Kinds{Kind::cpu, Kind::gpu}));
-    EXPECT_EQ(read->trailing(), Kinds{Kind::weather});
+    EXPECT_EQ(*read, WidgetWingLayout({Kind::cpu, Kind::gpu}, {Kind::weather}));
     EXPECT_EQ(WidgetWingLayout::fromJSON(JSON::parse(R"({"leading": "cpu"})")), WidgetWingLayout());
     EXPECT_EQ(WidgetWingLayout::fromJSON(JSON::array()), std::nullopt);
 }
