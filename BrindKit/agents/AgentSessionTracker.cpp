@@ -26,6 +26,12 @@ void replaceIfPresent(std::optional<T>& field, const std::optional<T>& value) {
         field = value;
 }
 
+// Events an agent may still send after its session ended; they carry nothing worth a session.
+bool mayArriveAfterTheEnd(AgentEventKind kind) {
+    return kind == AgentEventKind::notification || kind == AgentEventKind::subagentStop ||
+           kind == AgentEventKind::unknown;
+}
+
 void copyCarriedFields(AgentSession& session, const AgentHookEvent& event) {
     if (event.cwd && !event.cwd->empty()) {
         session.cwd = event.cwd;
@@ -49,6 +55,13 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
     auto found = sessions.find(key);
     AgentSession session;
     if (found == sessions.end()) {
+        // A session that ended is removed at once; what it still sends is dropped, while a new
+        // turn (a resumed conversation keeps its id) starts it afresh.
+        if (const auto ended = recentlyEnded.find(key); ended != recentlyEnded.end()) {
+            if (mayArriveAfterTheEnd(event.kind))
+                return changes;
+            recentlyEnded.erase(ended);
+        }
         session.agent = event.agent;
         session.sessionID = event.sessionID;
         session.project = event.projectName();
@@ -71,6 +84,7 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
         break;
     case AgentEventKind::sessionEnd:
         sessions.erase(key);
+        recentlyEnded.insert_or_assign(key, event.date);
         changes.push_back({Change::ended, key});
         return changes;
     case AgentEventKind::prompt:
@@ -136,13 +150,6 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
         break;
     }
 
-    const bool lateForEndedSession =
-        previous == Status::ended && (event.kind == AgentEventKind::notification ||
-                                      event.kind == AgentEventKind::subagentStop || event.kind == AgentEventKind::unknown);
-    if (lateForEndedSession) {
-        sessions.erase(key);
-        return changes;
-    }
     sessions.insert_or_assign(key, std::move(session));
     return changes;
 }
@@ -156,6 +163,7 @@ void AgentSessionTracker::approvalResolved(const std::string& key, Date at) {
 }
 
 std::vector<std::string> AgentSessionTracker::prune(Date now) {
+    std::erase_if(recentlyEnded, [&](const auto& entry) { return now - entry.second > endedMemory; });
     std::vector<std::string> removed;
     for (auto it = sessions.begin(); it != sessions.end();) {
         const double silence = now - it->second.lastEventAt;

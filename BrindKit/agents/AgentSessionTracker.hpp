@@ -22,6 +22,10 @@ struct AgentSessionTracker {
     double staleAfter = 10800;
     /// Silence after which a finished session is forgotten.
     double finishedForgetAfter = 2700;
+    /// Keys of sessions that ended, with the moment they ended: a notification that arrives after
+    /// the end is dropped instead of bringing the session back. Kept for `endedMemory` seconds.
+    std::map<std::string, Date> recentlyEnded;
+    double endedMemory = 600;
 
     /// Folds one event into its session and returns the changes worth showing, `started` first.
     std::vector<AgentSessionChange> apply(const AgentHookEvent& event);
@@ -30,7 +34,8 @@ struct AgentSessionTracker {
     /// back to `working`. Any other session is left alone.
     void approvalResolved(const std::string& key, Date at);
 
-    /// Forgets sessions silent for too long and returns their keys.
+    /// Forgets sessions silent for too long and returns their keys; forgets ended ones after
+    /// `endedMemory`.
     std::vector<std::string> prune(Date now);
 
     void remove(const std::string& key);

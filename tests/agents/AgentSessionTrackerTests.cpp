@@ -194,10 +194,25 @@ TEST(AgentSessionTracker, SessionEndRemovesTheSession) {
               (std::vector<AgentSessionChange>{{Change::ended, "claude.abc"}}));
     EXPECT_TRUE(tracker.sessions.empty());
 
-    // A late notification for a session that had ended is dropped, not stored.
-    tracker = trackerWith(S::ended);
+    // What an agent still sends after the end does not bring the session back ...
+    for (const K late : {K::notification, K::subagentStop, K::unknown}) {
+        EXPECT_TRUE(tracker.apply(event(late, 3)).empty());
+        EXPECT_TRUE(tracker.sessions.empty());
+    }
+    // ... until the ended key is forgotten.
+    tracker.prune(t0 + 2 + 600);
     tracker.apply(event(K::notification, 4));
     EXPECT_TRUE(tracker.sessions.empty());
+    tracker.prune(t0 + 2 + 600.5);
+    EXPECT_EQ(tracker.apply(event(K::notification, 5)),
+              (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}}));
+
+    // A resumed conversation keeps its id: a new prompt after the end starts it afresh.
+    tracker.apply(event(K::sessionEnd, 6));
+    EXPECT_EQ(tracker.apply(event(K::prompt, 7)), (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}}));
+    EXPECT_EQ(session(tracker).status, S::working);
+    tracker.apply(event(K::notification, 8));
+    EXPECT_EQ(tracker.sessions.size(), 1u);
 }
 
 TEST(AgentSessionTracker, ApprovalResolvedOnlyWakesAwaitingSessions) {
