@@ -149,7 +149,9 @@ void WidgetPomodoro::skip(Date at) {
 void WidgetPomodoro::applyConfig(const Config& newConfig) {
     const bool notBegun = hasNotBegun();
     config = newConfig;
-    if (notBegun)
+    // A paused phase left with more time than the new length would show a clock longer than the
+    // phase itself; it is cut to the new length.
+    if (notBegun || (!isRunning() && pausedRemaining > config.duration(phase)))
         pausedRemaining = config.duration(phase);
 }
 

@@ -61,7 +61,8 @@ struct WidgetPomodoro {
     /// Moves to the next phase without counting a skipped work session; keeps running if it was.
     void skip(Date at);
     /// Replaces the configuration from changed settings. A phase that has begun keeps the time it has
-    /// left; one that has not begun yet takes its new length.
+    /// left, but a paused one never more than its new length; one that has not begun yet takes its
+    /// new length.
     void applyConfig(const Config& newConfig);
     /// Back to a stopped work session; `totalCompleted` is kept.
     void reset();

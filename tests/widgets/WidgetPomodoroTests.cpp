@@ -136,6 +136,13 @@ TEST(WidgetPomodoro, ChangedSettingsReachOnlyPhasesNotBegun) {
     paused.pause(Date{100});
     paused.applyConfig(longer);
     EXPECT_EQ(paused, (WidgetPomodoro{longer, Phase::work, 0, 0, std::nullopt, 1400}));
+
+    // A paused phase never keeps more time than its new length.
+    const Config shorter{600, 300, 900, 4, false};
+    paused.applyConfig(shorter);
+    EXPECT_EQ(paused, (WidgetPomodoro{shorter, Phase::work, 0, 0, std::nullopt, 600}));
+    running.applyConfig(shorter);
+    EXPECT_EQ(running.endsAt, Date{1500});
 }
 
 TEST(WidgetPomodoro, ResetKeepsOnlyTheTotal) {
