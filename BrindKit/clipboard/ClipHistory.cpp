@@ -3,6 +3,7 @@
 #include "BrindKit/foundation/Text.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 namespace brind {
@@ -10,6 +11,16 @@ namespace brind {
 namespace {
 
 constexpr double secondsPerDay = 86400;
+
+// Content hashes are long hex digests that almost always differ in their first bytes; comparing
+// those inline first spares a library call per item when a copy is looked for among thousands.
+bool sameHash(const std::string& a, const std::string& b) {
+    std::uint64_t headA = 0;
+    std::uint64_t headB = 0;
+    std::memcpy(&headA, a.data(), std::min(a.size(), sizeof headA));
+    std::memcpy(&headB, b.data(), std::min(b.size(), sizeof headB));
+    return headA == headB && a == b;
+}
 
 } // namespace
 
@@ -40,7 +51,8 @@ std::size_t ClipHistory::IDHash::operator()(const UUID& id) const noexcept {
 ClipHistory::InsertResult ClipHistory::insert(ClipItem item, const ClipSettings& settings, Date now) {
     InsertResult result;
     if (contains(item.contentHash)) {
-        const auto existing = std::ranges::find(items_, item.contentHash, &ClipItem::contentHash);
+        const auto existing = std::ranges::find_if(
+            items_, [&](const ClipItem& stored) { return sameHash(stored.contentHash, item.contentHash); });
         ClipItem refreshed = std::move(*existing);
         items_.erase(existing);
         refreshed.lastUsed = now;
@@ -70,6 +82,9 @@ std::vector<ClipItem> ClipHistory::applyRetention(const ClipSettings& settings, 
     const bool ageLimited = settings.maxDays >= 1;
     const Date cutoff = now - static_cast<double>(settings.maxDays) * secondsPerDay;
     const auto limit = static_cast<std::size_t>(std::max<std::int64_t>(settings.maxItems, 1));
+    // Without an age limit, a history within the count limit has nothing to drop: no need to look.
+    if (!ageLimited && items_.size() <= limit)
+        return {};
     std::size_t unpinned = 0;
     for (std::size_t index = 0; index < items_.size(); ++index) {
         const ClipItem& item = items_[index];
