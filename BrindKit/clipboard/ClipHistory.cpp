@@ -3,7 +3,6 @@
 #include "BrindKit/foundation/Text.hpp"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
 
 namespace brind {
@@ -12,33 +11,39 @@ namespace {
 
 constexpr double secondsPerDay = 86400;
 
-// Content hashes are long hex digests that almost always differ in their first bytes; comparing
-// those inline first spares a library call per item when a copy is looked for among thousands.
-bool sameHash(const std::string& a, const std::string& b) {
-    std::uint64_t headA = 0;
-    std::uint64_t headB = 0;
-    std::memcpy(&headA, a.data(), std::min(a.size(), sizeof headA));
-    std::memcpy(&headB, b.data(), std::min(b.size(), sizeof headB));
-    return headA == headB && a == b;
-}
-
 } // namespace
 
 ClipHistory::ClipHistory(std::vector<ClipItem> items) : items_(std::make_move_iterator(items.begin()),
                                                                std::make_move_iterator(items.end())) {
-    for (const ClipItem& item : items_)
-        added(item);
+    // Back to front, so that of several items with one hash the front-most is remembered.
+    for (auto item = items_.rbegin(); item != items_.rend(); ++item)
+        added(*item);
 }
 
+// Every caller adds the item at the front.
 void ClipHistory::added(const ClipItem& item) {
-    ++hashCounts_[item.contentHash];
+    HashUse& use = hashUses_[item.contentHash];
+    ++use.count;
+    use.front = item.id;
 }
 
 void ClipHistory::removedItem(const ClipItem& item) {
-    const auto found = hashCounts_.find(item.contentHash);
-    if (found != hashCounts_.end() && --found->second == 0)
-        hashCounts_.erase(found);
+    const auto found = hashUses_.find(item.contentHash);
+    if (found != hashUses_.end() && --found->second.count == 0)
+        hashUses_.erase(found);
     searchCache_.erase(item.id);
+}
+
+std::deque<ClipItem>::iterator ClipHistory::itemWithHash(const std::string& contentHash) {
+    const auto use = hashUses_.find(contentHash);
+    if (use == hashUses_.end())
+        return items_.end();
+    // Ids sit inline at the start of each item, where a hash needs a second memory access.
+    const auto byID = std::ranges::find(items_, use->second.front, &ClipItem::id);
+    if (byID != items_.end() && byID->contentHash == contentHash)
+        return byID;
+    // The remembered item is gone while others with its hash remain (a list loaded with copies).
+    return std::ranges::find(items_, contentHash, &ClipItem::contentHash);
 }
 
 std::size_t ClipHistory::IDHash::operator()(const UUID& id) const noexcept {
@@ -50,9 +55,7 @@ std::size_t ClipHistory::IDHash::operator()(const UUID& id) const noexcept {
 
 ClipHistory::InsertResult ClipHistory::insert(ClipItem item, const ClipSettings& settings, Date now) {
     InsertResult result;
-    if (contains(item.contentHash)) {
-        const auto existing = std::ranges::find_if(
-            items_, [&](const ClipItem& stored) { return sameHash(stored.contentHash, item.contentHash); });
+    if (const auto existing = itemWithHash(item.contentHash); existing != items_.end()) {
         ClipItem refreshed = std::move(*existing);
         items_.erase(existing);
         refreshed.lastUsed = now;
@@ -63,6 +66,7 @@ ClipHistory::InsertResult ClipHistory::insert(ClipItem item, const ClipSettings&
         }
         // The source application's name may have changed, and search reads it.
         searchCache_.erase(refreshed.id);
+        hashUses_[refreshed.contentHash].front = refreshed.id;
         items_.push_front(std::move(refreshed));
         result.deduped = true;
     } else {
@@ -139,6 +143,7 @@ bool ClipHistory::touch(const UUID& id, Date now) {
     items_.erase(found);
     touched.lastUsed = now;
     ++touched.useCount;
+    hashUses_[touched.contentHash].front = touched.id;
     items_.push_front(std::move(touched));
     return true;
 }
@@ -182,7 +187,7 @@ const ClipItem* ClipHistory::item(const UUID& id) const {
 }
 
 bool ClipHistory::contains(std::string_view contentHash) const {
-    return hashCounts_.contains(std::string(contentHash));
+    return hashUses_.contains(std::string(contentHash));
 }
 
 std::vector<const ClipItem*> ClipHistory::orderedPointers() const {

@@ -66,8 +66,13 @@ public:
 
 private:
     std::deque<ClipItem> items_;
-    // Content hashes of the items, counted, so a new capture is told apart without a scan.
-    std::unordered_map<std::string, std::size_t> hashCounts_;
+    // Content hashes of the items, counted, so a new capture is told apart without a scan; with the
+    // id of the front-most item carrying each, so a copy is found by comparing ids, not hashes.
+    struct HashUse {
+        std::size_t count = 0;
+        UUID front;
+    };
+    std::unordered_map<std::string, HashUse> hashUses_;
     // Search data per item, by id. An item's text never changes once captured; every change that
     // adds, refreshes or removes an item drops its entry.
     struct IDHash {
@@ -77,6 +82,7 @@ private:
 
     void added(const ClipItem& item);
     void removedItem(const ClipItem& item);
+    std::deque<ClipItem>::iterator itemWithHash(const std::string& contentHash);
     std::vector<const ClipItem*> orderedPointers() const;
 };
 

@@ -87,6 +87,25 @@ TEST(ClipHistory, InsertingTheSameContentRefreshesTheExistingItem) {
     EXPECT_EQ(history.items().front(), expected);
 }
 
+// A list loaded from disk may hold copies of one content; whichever of them the history remembers
+// may go, and a new copy must still find the one that is left rather than be stored twice.
+TEST(ClipHistory, InsertFindsTheCopyThatIsLeftInALoadedList) {
+    const ClipItem front = textItem("same", Date{30});
+    ClipItem back = textItem("same", Date{10});
+    back.pinned = true;
+    for (const bool removeFront : {true, false}) {
+        ClipHistory history({front, textItem("between", Date{20}), back});
+        // Touching brings the back copy to the front, so it is the one remembered.
+        if (!removeFront)
+            history.touch(back.id, Date{40});
+        history.remove(removeFront ? front.id : back.id);
+        const auto result = history.insert(textItem("same"), ClipSettings{}, Date{50});
+        EXPECT_TRUE(result.deduped) << removeFront;
+        EXPECT_EQ(result.item.id, removeFront ? back.id : front.id);
+        EXPECT_EQ(texts(history.items()), (Texts{"same", "between"}));
+    }
+}
+
 TEST(ClipHistory, CountLimitNeverRemovesPinnedItems) {
     ClipHistory history;
     const ClipSettings one = limits(1, 0);
