@@ -1,9 +1,9 @@
 #include "BrindKit/agents/AgentJSON.hpp"
 
 #include "BrindKit/foundation/Hex.hpp"
+#include "BrindKit/foundation/JSON.hpp"
 
 #include <algorithm>
-#include <cstdio>
 #include <unordered_map>
 #include <utility>
 
@@ -468,25 +468,7 @@ void AgentJSON::remove(std::string_view key) { set(key, std::nullopt); }
 std::string AgentJSON::quote(std::string_view text) {
     std::string out;
     out.reserve(text.size() + 2);
-    out += '"';
-    for (const char c : text) {
-        switch (c) {
-        case '\\': out += "\\\\"; break;
-        case '"': out += "\\\""; break;
-        case '\n': out += "\\n"; break;
-        case '\r': out += "\\r"; break;
-        case '\t': out += "\\t"; break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20) {
-                char escaped[8];
-                std::snprintf(escaped, sizeof escaped, "\\u%04x", static_cast<unsigned>(static_cast<unsigned char>(c)));
-                out += escaped;
-            } else {
-                out += c;
-            }
-        }
-    }
-    out += '"';
+    JSONText::appendQuoted(out, text);
     return out;
 }
 

@@ -19,32 +19,12 @@ namespace {
 // The records are the same as `ClipItem::toJSON` writes (keys sorted, absent optionals left out),
 // written straight into one string rather than through a tree that would copy every text twice.
 
+// Ill-formed UTF-8 (a clip read from a careless program) is repaired, as the JSON library would.
 void appendString(std::string& out, std::string_view text) {
-    static constexpr char hex[] = "0123456789abcdef";
-    const std::string repaired =
-        simdjson::validate_utf8(text.data(), text.size()) ? std::string() : Text::repairedUTF8(text);
-    const std::string_view valid = repaired.empty() ? text : std::string_view(repaired);
-    out.push_back('"');
-    // Most of a text needs no escaping; it is copied in runs between the characters that do.
-    std::size_t runStart = 0;
-    for (std::size_t index = 0; index < valid.size(); ++index) {
-        const char c = valid[index];
-        const auto byte = static_cast<unsigned char>(c);
-        if (c != '"' && c != '\\' && byte >= 0x20)
-            continue;
-        out.append(valid, runStart, index - runStart);
-        runStart = index + 1;
-        if (byte < 0x20) {
-            out += "\\u00";
-            out.push_back(hex[byte >> 4]);
-            out.push_back(hex[byte & 0x0F]);
-        } else {
-            out.push_back('\\');
-            out.push_back(c);
-        }
-    }
-    out.append(valid, runStart);
-    out.push_back('"');
+    if (simdjson::validate_utf8(text.data(), text.size()))
+        JSONText::appendQuoted(out, text);
+    else
+        JSONText::appendQuoted(out, Text::repairedUTF8(text));
 }
 
 void appendNumber(std::string& out, double value) {

@@ -405,15 +405,14 @@ private:
         ++position_;
         if (position_ + 1 >= source_.size())
             return;
-        const int high = Hex::digitValue(source_[position_]);
-        const int low = Hex::digitValue(source_[position_ + 1]);
-        if (high < 0 || low < 0)
+        const int value = Hex::byteValue(source_[position_], source_[position_ + 1]);
+        if (value < 0)
             return;
         position_ += 2;
         if (consumeFallback())
             return;
         flushSurrogate();
-        pendingBytes_.push_back(static_cast<char>(high * 16 + low));
+        pendingBytes_.push_back(static_cast<char>(value));
     }
 
     void handleWord(const ControlWord& control) {

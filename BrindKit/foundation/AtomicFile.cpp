@@ -1,5 +1,6 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/SecureRandom.hpp"
 
 #include <cerrno>
@@ -17,13 +18,9 @@ std::string failure(std::string_view what, const std::filesystem::path& path) {
 }
 
 std::string randomSuffix() {
-    static constexpr char digits[] = "0123456789abcdef";
-    const auto bytes = SecureRandom::bytes(6);
     std::string suffix;
-    for (const auto byte : bytes) {
-        suffix.push_back(digits[byte >> 4]);
-        suffix.push_back(digits[byte & 0x0F]);
-    }
+    for (const auto byte : SecureRandom::bytes(6))
+        Hex::appendByte(suffix, byte);
     return suffix;
 }
 

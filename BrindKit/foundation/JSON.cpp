@@ -1,5 +1,7 @@
 #include "BrindKit/foundation/JSON.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
+
 namespace brind {
 
 namespace JSONText {
@@ -18,6 +20,41 @@ std::string compact(const JSON& value) {
 
 std::string pretty(const JSON& value) {
     return value.dump(2, ' ', false, JSON::error_handler_t::replace);
+}
+
+void appendQuoted(std::string& out, std::string_view text) {
+    out.push_back('"');
+    // Most of a text needs no escaping; it is copied in runs between the characters that do.
+    std::size_t runStart = 0;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        const char c = text[index];
+        const auto byte = static_cast<unsigned char>(c);
+        if (c != '"' && c != '\\' && byte >= 0x20)
+            continue;
+        out.append(text, runStart, index - runStart);
+        runStart = index + 1;
+        switch (c) {
+        case '"':
+        case '\\':
+            out.push_back('\\');
+            out.push_back(c);
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        default:
+            out += "\\u00";
+            Hex::appendByte(out, byte);
+        }
+    }
+    out.append(text, runStart);
+    out.push_back('"');
 }
 
 } // namespace JSONText

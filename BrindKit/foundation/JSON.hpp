@@ -24,6 +24,11 @@ std::string compact(const JSON& value);
 /// Two-space indented text with sorted keys, for files people may read.
 std::string pretty(const JSON& value);
 
+/// Appends `text` as a JSON string: backslash, double quote, line feed, carriage return and tab as
+/// short escapes, other characters below U+0020 as "\u00xx", everything else (the slash too) as it
+/// is. The bytes are taken as they are; a caller whose text may be ill-formed UTF-8 repairs it first.
+void appendQuoted(std::string& out, std::string_view text);
+
 } // namespace JSONText
 
 /// Lenient readers: a missing key or a value of another type is nothing.

@@ -1,5 +1,7 @@
 #include "BrindKit/foundation/SHA256.hpp"
 
+#include "BrindKit/foundation/Hex.hpp"
+
 #include <openssl/evp.h>
 
 namespace brind::SHA256 {
@@ -12,13 +14,10 @@ Digest digest(std::string_view data) {
 }
 
 std::string hex(const Digest& digest) {
-    static constexpr char digits[] = "0123456789abcdef";
     std::string text;
     text.reserve(digest.size() * 2);
-    for (const std::uint8_t byte : digest) {
-        text.push_back(digits[byte >> 4]);
-        text.push_back(digits[byte & 0x0F]);
-    }
+    for (const std::uint8_t byte : digest)
+        Hex::appendByte(text, byte);
     return text;
 }
 

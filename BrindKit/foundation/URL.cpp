@@ -120,10 +120,8 @@ std::string URL::percentDecode(std::string_view text) {
     result.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '%' && i + 2 < text.size()) {
-            const int high = Hex::digitValue(text[i + 1]);
-            const int low = Hex::digitValue(text[i + 2]);
-            if (high >= 0 && low >= 0) {
-                result.push_back(static_cast<char>(high << 4 | low));
+            if (const int value = Hex::byteValue(text[i + 1], text[i + 2]); value >= 0) {
+                result.push_back(static_cast<char>(value));
                 i += 2;
                 continue;
             }
@@ -134,7 +132,6 @@ std::string URL::percentDecode(std::string_view text) {
 }
 
 std::string URL::percentEncode(std::string_view text, std::string_view keep) {
-    static constexpr char digits[] = "0123456789ABCDEF";
     std::string result;
     result.reserve(text.size());
     for (const char c : text) {
@@ -142,10 +139,8 @@ std::string URL::percentEncode(std::string_view text, std::string_view keep) {
             result.push_back(c);
             continue;
         }
-        const auto byte = static_cast<unsigned char>(c);
         result.push_back('%');
-        result.push_back(digits[byte >> 4]);
-        result.push_back(digits[byte & 0x0F]);
+        Hex::appendByte(result, static_cast<std::uint8_t>(c), Hex::Letters::upper);
     }
     return result;
 }

@@ -35,25 +35,22 @@ std::optional<UUID> UUID::parse(std::string_view text) {
             ++i;
             continue;
         }
-        const int high = Hex::digitValue(text[i]);
-        const int low = Hex::digitValue(text[i + 1]);
-        if (high < 0 || low < 0)
+        const int value = Hex::byteValue(text[i], text[i + 1]);
+        if (value < 0)
             return std::nullopt;
-        uuid.bytes[byte++] = static_cast<std::uint8_t>(high << 4 | low);
+        uuid.bytes[byte++] = static_cast<std::uint8_t>(value);
         i += 2;
     }
     return uuid;
 }
 
 std::string UUID::string() const {
-    static constexpr char digits[] = "0123456789ABCDEF";
     std::string text;
     text.reserve(canonicalLength);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         if (i == 4 || i == 6 || i == 8 || i == 10)
             text.push_back('-');
-        text.push_back(digits[bytes[i] >> 4]);
-        text.push_back(digits[bytes[i] & 0x0F]);
+        Hex::appendByte(text, bytes[i], Hex::Letters::upper);
     }
     return text;
 }

@@ -14,23 +14,10 @@ namespace {
 constexpr std::string_view scheme = "vantaquill";
 
 // Shells and other programs pass URLs with spaces or non-ASCII text unescaped; such bytes are
-// escaped first so that the strict parser sees the URL the sender meant.
+// escaped first so that the strict parser sees the URL the sender meant. Every other printable
+// ASCII character, the delimiters included, is kept as it is.
 std::string escapeLoosely(std::string_view text) {
-    static constexpr char digits[] = "0123456789ABCDEF";
-    std::string escaped;
-    escaped.reserve(text.size());
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte > 0x20 && byte < 0x7F && c != '"' && c != '<' && c != '>' && c != '\\' && c != '^' &&
-            c != '`' && c != '{' && c != '|' && c != '}') {
-            escaped.push_back(c);
-            continue;
-        }
-        escaped.push_back('%');
-        escaped.push_back(digits[byte >> 4]);
-        escaped.push_back(digits[byte & 0x0F]);
-    }
-    return escaped;
+    return URL::percentEncode(text, "!#$%&'()*+,/:;=?@[]");
 }
 
 // A number as a script would write it ("0.4", "1", "-3"), read the same in every locale; anything
