@@ -9,6 +9,23 @@ namespace brind::ASCII {
 /// touch the Unicode tables, so a short-lived program such as the `vantaquill` command does not pay
 /// for loading them.
 
+constexpr bool isLetter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+
+constexpr bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+constexpr bool isAlphanumeric(char c) {
+    return isLetter(c) || isDigit(c);
+}
+
+/// "A" to "Z" lower-cased; every other byte kept.
+constexpr char lowercased(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 /// Without spaces, tabs and line breaks at either end.
 inline std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
@@ -21,11 +38,20 @@ inline std::string_view trimmed(std::string_view text) {
 /// "A" to "Z" lower-cased; every other byte kept.
 inline std::string lowercased(std::string_view text) {
     std::string result(text);
-    for (char& c : result) {
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    }
+    for (char& c : result)
+        c = lowercased(c);
     return result;
+}
+
+/// Equal once "A" to "Z" are lower-cased on both sides.
+constexpr bool equalsIgnoringCase(std::string_view a, std::string_view b) {
+    if (a.size() != b.size())
+        return false;
+    for (std::size_t index = 0; index < a.size(); ++index) {
+        if (lowercased(a[index]) != lowercased(b[index]))
+            return false;
+    }
+    return true;
 }
 
 } // namespace brind::ASCII

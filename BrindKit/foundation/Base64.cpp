@@ -1,5 +1,7 @@
 #include "BrindKit/foundation/Base64.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+
 #include <openssl/evp.h>
 
 namespace brind::Base64 {
@@ -7,7 +9,7 @@ namespace brind::Base64 {
 namespace {
 
 bool isAlphabet(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
+    return ASCII::isAlphanumeric(c) || c == '+' || c == '/';
 }
 
 } // namespace

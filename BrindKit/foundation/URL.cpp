@@ -1,5 +1,6 @@
 #include "BrindKit/foundation/URL.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
@@ -20,8 +21,7 @@ bool present(const UriTextRangeA& range) {
 }
 
 bool isUnreserved(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' || c == '.' ||
-           c == '_' || c == '~';
+    return ASCII::isAlphanumeric(c) || c == '-' || c == '.' || c == '_' || c == '~';
 }
 
 } // namespace
