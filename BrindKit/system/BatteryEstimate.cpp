@@ -14,13 +14,6 @@ constexpr std::string_view separator = " \u00B7 ";
 // Wattages past this are misreadings; they print as this bound instead of overflowing.
 constexpr double maxWatts = 1e6;
 
-// A time of less than a minute prints as an empty duration, so it counts as no time.
-std::optional<long long> knownMinutes(std::optional<long long> minutes) {
-    if (minutes && *minutes >= 1)
-        return minutes;
-    return std::nullopt;
-}
-
 } // namespace
 
 std::optional<double> BatteryEstimate::rate(std::span<const Sample> samples) {
@@ -37,8 +30,7 @@ std::optional<long long> BatteryEstimate::minutesLeft(int percent, double ratePe
     if (percent < 1 || !(ratePerMinute > slowestRate && ratePerMinute < fastestRate))
         return std::nullopt;
     const double minutes = std::round(static_cast<double>(percent) / ratePerMinute);
-    return std::clamp(static_cast<long long>(std::min(minutes, static_cast<double>(maxMinutes))), 1LL,
-                      maxMinutes);
+    return static_cast<long long>(std::clamp(minutes, 1.0, static_cast<double>(maxMinutes)));
 }
 
 std::optional<long long> BatteryEstimate::minutesLeft(std::span<const Sample> samples) {

@@ -26,6 +26,14 @@ struct BatteryEstimate {
     /// An estimate never says more than a day.
     static constexpr long long maxMinutes = 1440;
 
+    /// The minutes, or nothing below one minute: such a time prints as an empty duration, so every
+    /// battery line treats it as unknown.
+    static constexpr std::optional<long long> knownMinutes(std::optional<long long> minutes) {
+        if (minutes && *minutes >= 1)
+            return minutes;
+        return std::nullopt;
+    }
+
     /// Percent per minute lost between the first and last sample (oldest first).
     static std::optional<double> rate(std::span<const Sample> samples);
 

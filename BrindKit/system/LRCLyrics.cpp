@@ -1,5 +1,6 @@
 #include "BrindKit/system/LRCLyrics.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <algorithm>
@@ -68,17 +69,9 @@ std::optional<double> offsetMilliseconds(std::string_view rest) {
     return sign * *value;
 }
 
+// Tag names are ASCII, and files write "offset" in any case.
 bool startsWithOffset(std::string_view content) {
-    if (content.size() < offsetPrefix.size())
-        return false;
-    for (std::size_t i = 0; i < offsetPrefix.size(); ++i) {
-        char c = content[i];
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-        if (c != offsetPrefix[i])
-            return false;
-    }
-    return true;
+    return ASCII::equalsIgnoringCase(content.substr(0, offsetPrefix.size()), offsetPrefix);
 }
 
 // Length of the line break starting at `position`, or 0 when there is none.

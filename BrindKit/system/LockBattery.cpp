@@ -1,6 +1,7 @@
 #include "BrindKit/system/LockBattery.hpp"
 
 #include "BrindKit/island/TimeFormat.hpp"
+#include "BrindKit/system/BatteryEstimate.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -11,13 +12,6 @@ namespace {
 
 // A battery above this reads as full even while the charger tops it up.
 constexpr int fullPercent = 99;
-
-// A time of less than a minute prints as an empty duration; it is treated as no time at all.
-std::optional<long long> knownMinutes(std::optional<long long> minutes) {
-    if (minutes && *minutes >= 1)
-        return minutes;
-    return std::nullopt;
-}
 
 } // namespace
 
@@ -41,12 +35,12 @@ std::optional<std::string> LockBattery::detail(int percent, bool pluggedIn, bool
     if (pluggedIn) {
         if (percent > fullPercent)
             return "Fully charged";
-        const auto toFull = knownMinutes(minutesToFull);
+        const auto toFull = BatteryEstimate::knownMinutes(minutesToFull);
         if (!toFull)
             return charging ? "Charging" : "Not charging";
         return TimeFormat::duration(*toFull) + " to full";
     }
-    const auto left = knownMinutes(minutesLeft);
+    const auto left = BatteryEstimate::knownMinutes(minutesLeft);
     if (!left)
         return std::nullopt;
     return TimeFormat::duration(*left) + " left";
