@@ -1,11 +1,11 @@
 #include "BrindKit/widgets/WidgetPomodoro.hpp"
 
+#include "BrindKit/island/TimeFormat.hpp"
 #include "BrindKit/island/UnitInterval.hpp"
 #include "BrindKit/widgets/WidgetJSONRead.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <utility>
 
 namespace brind {
@@ -13,9 +13,6 @@ namespace brind {
 namespace {
 
 constexpr double secondsPerMinute = 60;
-constexpr long long secondsPerHour = 3600;
-/// Longer times are printed as this bound (about 30,000 years) rather than overflowing.
-constexpr double longestClock = 1e12;
 
 } // namespace
 
@@ -216,15 +213,8 @@ void WidgetPomodoro::advance(bool countWork, Date at, bool keepRunning) {
 }
 
 std::string WidgetPomodoro::clock(double seconds) {
-    const double bounded = std::isnan(seconds) ? 0 : std::clamp(std::ceil(seconds), 0.0, longestClock);
-    const auto whole = static_cast<long long>(bounded);
-    char text[48];
-    if (whole < secondsPerHour)
-        std::snprintf(text, sizeof text, "%lld:%02lld", whole / 60, whole % 60);
-    else
-        std::snprintf(text, sizeof text, "%lld:%02lld:%02lld", whole / secondsPerHour, whole % secondsPerHour / 60,
-                      whole % 60);
-    return text;
+    // Rounded up, so the clock reads 0:00 only when the phase is over.
+    return TimeFormat::clock(std::ceil(seconds));
 }
 
 JSON WidgetPomodoro::json() const {

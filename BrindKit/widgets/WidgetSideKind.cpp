@@ -98,26 +98,17 @@ std::string_view symbol(WidgetSideKind kind) {
 
 bool usesStats(WidgetSideKind kind) {
     switch (kind) {
-    case WidgetSideKind::date:
-        return false;
-    case WidgetSideKind::nextEvent:
-        return false;
-    case WidgetSideKind::weather:
-        return false;
     case WidgetSideKind::cpu:
-        return true;
     case WidgetSideKind::memory:
-        return true;
     case WidgetSideKind::gpu:
-        return true;
     case WidgetSideKind::network:
-        return true;
     case WidgetSideKind::disk:
-        return true;
     case WidgetSideKind::battery:
         return true;
+    case WidgetSideKind::date:
+    case WidgetSideKind::nextEvent:
+    case WidgetSideKind::weather:
     case WidgetSideKind::pomodoro:
-        return false;
     case WidgetSideKind::stayAwake:
         return false;
     }

@@ -1,6 +1,7 @@
 #include "BrindKit/widgets/WidgetTeleprompterScroll.hpp"
 
-#include <unicode/uchar.h>
+#include "BrindKit/foundation/Text.hpp"
+
 #include <unicode/utf8.h>
 
 #include <algorithm>
@@ -96,7 +97,7 @@ double WidgetTeleprompterScroll::readingTime(std::string_view text, double words
     while (index < length) {
         UChar32 scalar = 0;
         U8_NEXT(bytes, index, length, scalar);
-        const bool space = scalar >= 0 && u_isUWhiteSpace(scalar);
+        const bool space = scalar >= 0 && Text::isWhitespace(static_cast<char32_t>(scalar));
         if (!space && !inWord)
             ++words;
         inWord = !space;

@@ -26,6 +26,13 @@ std::vector<WidgetSideKind> knownKinds(const JSON& object, std::string_view key)
     return kinds;
 }
 
+JSON names(const std::vector<WidgetSideKind>& kinds) {
+    JSON list = JSON::array();
+    for (const auto kind : kinds)
+        list.push_back(rawValue(kind));
+    return list;
+}
+
 } // namespace
 
 WidgetWingLayout::WidgetWingLayout(const std::vector<WidgetSideKind>& leading,
@@ -41,13 +48,7 @@ WidgetWingLayout WidgetWingLayout::defaultLayout() {
 }
 
 std::vector<WidgetSideKind>& WidgetWingLayout::wing(Side side) {
-    switch (side) {
-    case Side::leading:
-        return leadingKinds;
-    case Side::trailing:
-        return trailingKinds;
-    }
-    std::unreachable();
+    return const_cast<std::vector<WidgetSideKind>&>(std::as_const(*this).wing(side));
 }
 
 const std::vector<WidgetSideKind>& WidgetWingLayout::wing(Side side) const {
@@ -114,13 +115,7 @@ std::optional<WidgetSideKind> WidgetWingLayout::slot(Side side, int index) const
 }
 
 JSON WidgetWingLayout::json() const {
-    JSON leading = JSON::array();
-    for (const auto kind : leadingKinds)
-        leading.push_back(rawValue(kind));
-    JSON trailing = JSON::array();
-    for (const auto kind : trailingKinds)
-        trailing.push_back(rawValue(kind));
-    return JSON{{"leading", std::move(leading)}, {"trailing", std::move(trailing)}};
+    return JSON{{"leading", names(leadingKinds)}, {"trailing", names(trailingKinds)}};
 }
 
 std::optional<WidgetWingLayout> WidgetWingLayout::fromJSON(const JSON& value) {
