@@ -3,6 +3,7 @@
 #include "BrindKit/foundation/Base64.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
+#include "BrindKit/shelf/ShelfNaming.hpp"
 
 #include <utility>
 #include <vector>
@@ -41,11 +42,7 @@ std::string ShelfEntry::fileExtension() const {
     const std::string_view full = *path;
     const auto slash = full.rfind('/');
     const std::string_view name = slash == std::string_view::npos ? full : full.substr(slash + 1);
-    const auto dot = name.rfind('.');
-    // A leading dot names a hidden file (".profile"), it does not start an extension.
-    if (dot == std::string_view::npos || dot == 0)
-        return {};
-    return Text::lowercased(name.substr(dot + 1));
+    return Text::lowercased(ShelfNaming::split(name).extension);
 }
 
 std::string ShelfEntry::titleForText(std::string_view text, std::size_t limit) {

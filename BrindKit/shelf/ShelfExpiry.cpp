@@ -1,5 +1,8 @@
 #include "BrindKit/shelf/ShelfExpiry.hpp"
 
+#include <algorithm>
+#include <iterator>
+
 namespace brind::ShelfExpiry {
 
 namespace {
@@ -11,15 +14,14 @@ bool expiryIsOn(double hours) { return hours > 0; }
 
 } // namespace
 
+bool isExpired(const ShelfEntry& entry, double hours, Date now) {
+    return expiryIsOn(hours) && !entry.pinned && entry.addedAt < now - hours * secondsPerHour;
+}
+
 std::vector<ShelfEntry> expired(const std::vector<ShelfEntry>& entries, double hours, Date now) {
     std::vector<ShelfEntry> result;
-    if (!expiryIsOn(hours))
-        return result;
-    const Date cutoff = now - hours * secondsPerHour;
-    for (const auto& entry : entries) {
-        if (!entry.pinned && entry.addedAt < cutoff)
-            result.push_back(entry);
-    }
+    std::ranges::copy_if(entries, std::back_inserter(result),
+                         [&](const ShelfEntry& entry) { return isExpired(entry, hours, now); });
     return result;
 }
 

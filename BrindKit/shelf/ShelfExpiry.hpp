@@ -12,7 +12,11 @@ namespace brind::ShelfExpiry {
 /// Counts above this show as "99+" on the tray.
 inline constexpr int maxBadgeCount = 99;
 
-/// The unpinned entries added strictly before `now` − `hours`; none when `hours` is 0 or less.
+/// True when `entry` is unpinned and was added strictly before `now` − `hours`; never when `hours`
+/// is 0 or less.
+bool isExpired(const ShelfEntry& entry, double hours, Date now);
+
+/// The entries for which `isExpired` holds, in their order.
 std::vector<ShelfEntry> expired(const std::vector<ShelfEntry>& entries, double hours, Date now);
 
 /// When the next unpinned entry expires; nothing when expiry is off or every entry is pinned.

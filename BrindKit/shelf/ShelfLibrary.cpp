@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <utility>
 
 namespace brind {
@@ -42,10 +43,14 @@ bool ShelfLibrary::contains(const ShelfEntry& entry) const {
 }
 
 std::vector<ShelfEntry> ShelfLibrary::expire(double olderThanHours, Date now) {
-    auto expired = ShelfExpiry::expired(entries, olderThanHours, now);
-    std::erase_if(entries, [&](const ShelfEntry& entry) {
-        return std::ranges::any_of(expired, [&](const ShelfEntry& gone) { return gone.id == entry.id; });
+    // Decided per entry, not by matching identifiers afterwards: a library read from disk may hold two
+    // entries with one identifier, and only the old one may go.
+    const auto gone = std::ranges::stable_partition(entries, [&](const ShelfEntry& entry) {
+        return !ShelfExpiry::isExpired(entry, olderThanHours, now);
     });
+    std::vector<ShelfEntry> expired(std::make_move_iterator(gone.begin()),
+                                    std::make_move_iterator(gone.end()));
+    entries.erase(gone.begin(), gone.end());
     return expired;
 }
 
@@ -81,10 +86,7 @@ std::expected<ShelfLibrary, ShelfLibrary::DecodeError> ShelfLibrary::read(std::s
 }
 
 ShelfLibrary ShelfLibrary::decode(std::string_view bytes) {
-    auto library = read(bytes);
-    if (!library)
-        return ShelfLibrary{};
-    return std::move(*library);
+    return read(bytes).value_or(ShelfLibrary{});
 }
 
 } // namespace brind

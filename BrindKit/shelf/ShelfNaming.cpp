@@ -7,21 +7,14 @@
 
 namespace brind::ShelfNaming {
 
-namespace {
-
-/// A file name split at its last dot; a leading dot (".profile") or a final one ("notes.") does not
-/// start an extension.
-struct SplitName {
-    std::string_view base;
-    std::string_view extension; ///< without the dot; empty when there is none
-};
-
 SplitName split(std::string_view name) {
     const auto dot = name.rfind('.');
     if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size())
         return {name, {}};
     return {name.substr(0, dot), name.substr(dot + 1)};
 }
+
+namespace {
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 

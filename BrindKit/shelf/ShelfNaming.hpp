@@ -14,6 +14,15 @@ inline constexpr std::size_t maxNameBytes = 255;
 /// How many numbered names `unique` tries before it gives up.
 inline constexpr long long maxNumberedAttempts = 100000;
 
+/// A file name split at its last dot; a leading dot (".profile") or a final one ("notes.") does not
+/// start an extension.
+struct SplitName {
+    std::string_view base;
+    std::string_view extension; ///< without the dot; empty when there is none
+};
+
+SplitName split(std::string_view name);
+
 /// `name` when `exists(name)` is false; otherwise the first free "base (k).ext". A base that ends
 /// in " <digits>" continues from that number ("report 7.pdf" -> "report (8).pdf"); any other base
 /// starts at 2. A base that already ends in a parenthesised number keeps it and gets another

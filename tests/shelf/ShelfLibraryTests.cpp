@@ -69,6 +69,12 @@ TEST(ShelfLibrary, ExpireRemovesAndReturnsExactlyTheExpiredEntries) {
     EXPECT_EQ(twins.expire(0, now).size(), 0u) << "0 hours turns expiry off";
     EXPECT_EQ(twins.expire(24, now).size(), 1u);
     EXPECT_EQ(twins.entries, std::vector<ShelfEntry>{young});
+
+    // A library read from disk may repeat an identifier: only the old entry of the two goes.
+    ShelfLibrary shared{.entries = {file("/stale", now - 30 * 3600), file("/new", now - 3600)}};
+    shared.entries[1].id = shared.entries[0].id;
+    EXPECT_EQ(shared.expire(24, now).size(), 1u);
+    EXPECT_EQ(paths(shared), std::vector<std::string>{"/new"});
 }
 
 TEST(ShelfLibrary, RoundTripsThroughItsStoredForm) {
