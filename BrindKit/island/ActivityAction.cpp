@@ -37,10 +37,9 @@ std::expected<ActivityAction, std::string> ActivityAction::fromJSON(const JSON& 
         return std::unexpected(std::string("action ") + *id + ": needs the string \"label\"");
 
     ActivityAction action{std::move(*id), std::move(*label), Role::normal, JSONRead::string(value, "symbol")};
-    const JSON* roleValue = JSONRead::member(value, "role");
-    if (roleValue && !roleValue->is_null()) {
-        const auto roleText = JSONRead::string(value, "role");
-        const auto role = roleText ? roleNamed(*roleText) : std::nullopt;
+    if (const JSON* roleValue = JSONRead::present(value, "role")) {
+        const auto role =
+            roleValue->is_string() ? roleNamed(roleValue->get_ref<const std::string&>()) : std::nullopt;
         if (!role)
             return std::unexpected("action " + action.id +
                                    ": role must be normal, primary, destructive or cancel");

@@ -1,9 +1,8 @@
 #include "BrindKit/island/ActivityGlyph.hpp"
 
 #include "BrindKit/foundation/Base64.hpp"
+#include "BrindKit/foundation/Overloaded.hpp"
 #include "BrindKit/island/UnitInterval.hpp"
-
-#include <type_traits>
 
 namespace brind {
 
@@ -56,13 +55,10 @@ std::expected<ActivityGlyph, std::string> ActivityGlyph::fromJSON(const JSON& va
     if (!value.is_object())
         return none();
 
-    std::optional<RGBA> tint;
-    if (const JSON* tintValue = JSONRead::present(value, "tint")) {
-        auto decoded = RGBA::fromJSON(*tintValue);
-        if (!decoded)
-            return std::unexpected("tint: " + decoded.error());
-        tint = *decoded;
-    }
+    const auto decodedTint = RGBA::fromJSONMember(value, "tint");
+    if (!decodedTint)
+        return std::unexpected(decodedTint.error());
+    const std::optional<RGBA> tint = *decodedTint;
 
     if (auto name = JSONRead::string(value, "symbol"))
         return symbol(std::move(*name), tint);
@@ -80,44 +76,35 @@ std::expected<ActivityGlyph, std::string> ActivityGlyph::fromJSON(const JSON& va
         return visualiser();
     if (JSONRead::boolean(value, "spinner") == true)
         return spinner();
-    if (const JSON* dotValue = JSONRead::present(value, "dot")) {
-        auto colour = RGBA::fromJSON(*dotValue);
-        if (!colour)
-            return std::unexpected("dot: " + colour.error());
-        return dot(*colour);
-    }
-    return none();
+    const auto colour = RGBA::fromJSONMember(value, "dot");
+    if (!colour)
+        return std::unexpected(colour.error());
+    return *colour ? dot(**colour) : none();
 }
 
 JSON ActivityGlyph::toJSON() const {
     JSON object = JSON::object();
-    std::visit(
-        [&object](const auto& glyph) {
-            using Kind = std::decay_t<decltype(glyph)>;
-            if constexpr (std::is_same_v<Kind, Symbol>) {
-                object["symbol"] = glyph.name;
-                writeTint(object, glyph.tint);
-            } else if constexpr (std::is_same_v<Kind, Image>) {
-                object["image"] = Base64::encode(glyph.bytes);
-            } else if constexpr (std::is_same_v<Kind, AppIcon>) {
-                object["app"] = glyph.bundleIdentifier;
-            } else if constexpr (std::is_same_v<Kind, Ring>) {
-                object["ring"] = glyph.progress;
-                writeTint(object, glyph.tint);
-            } else if constexpr (std::is_same_v<Kind, Text>) {
-                object["text"] = glyph.text;
-                writeTint(object, glyph.tint);
-            } else if constexpr (std::is_same_v<Kind, Visualiser>) {
-                object["visualiser"] = true;
-            } else if constexpr (std::is_same_v<Kind, Spinner>) {
-                object["spinner"] = true;
-            } else if constexpr (std::is_same_v<Kind, Dot>) {
-                object["dot"] = glyph.colour.toJSON();
-            } else {
-                static_assert(std::is_same_v<Kind, None>);
-            }
-        },
-        value);
+    std::visit(Overloaded{
+                   [&](const Symbol& glyph) {
+                       object["symbol"] = glyph.name;
+                       writeTint(object, glyph.tint);
+                   },
+                   [&](const Image& glyph) { object["image"] = Base64::encode(glyph.bytes); },
+                   [&](const AppIcon& glyph) { object["app"] = glyph.bundleIdentifier; },
+                   [&](const Ring& glyph) {
+                       object["ring"] = glyph.progress;
+                       writeTint(object, glyph.tint);
+                   },
+                   [&](const Text& glyph) {
+                       object["text"] = glyph.text;
+                       writeTint(object, glyph.tint);
+                   },
+                   [&](const Visualiser&) { object["visualiser"] = true; },
+                   [&](const Spinner&) { object["spinner"] = true; },
+                   [&](const Dot& glyph) { object["dot"] = glyph.colour.toJSON(); },
+                   [](const None&) {},
+               },
+               value);
     return object;
 }
 

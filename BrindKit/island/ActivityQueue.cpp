@@ -16,12 +16,27 @@ bool leads(const LiveActivity& a, const LiveActivity& b) {
     return a.id < b.id;
 }
 
+/// Removes every item that `matches`; the map keeps ids in ascending order, so the removed ids come
+/// out sorted.
+template <typename Predicate>
+std::vector<std::string> removeWhere(ActivityQueue::Items& items, Predicate matches) {
+    std::vector<std::string> removed;
+    for (auto entry = items.begin(); entry != items.end();) {
+        if (!matches(entry->second)) {
+            ++entry;
+            continue;
+        }
+        removed.push_back(entry->first);
+        entry = items.erase(entry);
+    }
+    return removed;
+}
+
 } // namespace
 
 ActivityQueue::PostResult ActivityQueue::post(LiveActivity activity, Date now) {
     if (activity.isExpired(now)) {
-        if (const auto stored = items_.find(activity.id); stored != items_.end())
-            items_.erase(stored);
+        items_.erase(activity.id);
         return PostResult::suppressed;
     }
 
@@ -70,30 +85,11 @@ bool ActivityQueue::isDismissed(std::string_view id) const {
 }
 
 std::vector<std::string> ActivityQueue::purgeExpired(Date now) {
-    // The map keeps ids in ascending order, so the removed ids come out sorted.
-    std::vector<std::string> removed;
-    for (auto entry = items_.begin(); entry != items_.end();) {
-        if (!entry->second.isExpired(now)) {
-            ++entry;
-            continue;
-        }
-        removed.push_back(entry->first);
-        entry = items_.erase(entry);
-    }
-    return removed;
+    return removeWhere(items_, [now](const LiveActivity& activity) { return activity.isExpired(now); });
 }
 
 std::vector<std::string> ActivityQueue::endAll(std::string_view source) {
-    std::vector<std::string> removed;
-    for (auto entry = items_.begin(); entry != items_.end();) {
-        if (entry->second.source != source) {
-            ++entry;
-            continue;
-        }
-        removed.push_back(entry->first);
-        entry = items_.erase(entry);
-    }
-    return removed;
+    return removeWhere(items_, [source](const LiveActivity& activity) { return activity.source == source; });
 }
 
 std::vector<LiveActivity> ActivityQueue::ordered() const {
@@ -113,14 +109,10 @@ std::vector<LiveActivity> ActivityQueue::ordered() const {
 }
 
 std::optional<LiveActivity> ActivityQueue::top() const {
-    const LiveActivity* first = nullptr;
-    for (const auto& entry : items_) {
-        if (!first || leads(entry.second, *first))
-            first = &entry.second;
-    }
-    if (!first)
+    const auto first = std::ranges::min_element(items_, leads, &Items::value_type::second);
+    if (first == items_.end())
         return std::nullopt;
-    return *first;
+    return first->second;
 }
 
 const LiveActivity* ActivityQueue::activity(std::string_view id) const {

@@ -79,19 +79,15 @@ std::expected<HUDEvent, std::string> HUDEvent::fromJSON(const JSON& value) {
     if (!muted)
         return std::unexpected(std::string("missing the boolean \"muted\""));
 
-    HUDEvent event{*kind,
-                   JSONRead::number(value, "value"),
-                   *muted,
-                   JSONRead::string(value, "symbol"),
-                   JSONRead::string(value, "label"),
-                   std::nullopt};
-    if (const JSON* tint = JSONRead::member(value, "tint"); tint && !tint->is_null()) {
-        auto colour = RGBA::fromJSON(*tint);
-        if (!colour)
-            return std::unexpected("tint: " + colour.error());
-        event.tint = *colour;
-    }
-    return event;
+    auto tint = RGBA::fromJSONMember(value, "tint");
+    if (!tint)
+        return std::unexpected(tint.error());
+    return HUDEvent{*kind,
+                    JSONRead::number(value, "value"),
+                    *muted,
+                    JSONRead::string(value, "symbol"),
+                    JSONRead::string(value, "label"),
+                    *tint};
 }
 
 JSON HUDEvent::toJSON() const {

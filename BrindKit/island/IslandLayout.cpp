@@ -1,10 +1,10 @@
 #include "BrindKit/island/IslandLayout.hpp"
 
+#include "BrindKit/foundation/Overloaded.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <algorithm>
 #include <cmath>
-#include <type_traits>
 #include <utility>
 
 namespace brind {
@@ -200,21 +200,17 @@ double IslandLayout::glyphFontSize(const Input& input) {
 
 double IslandLayout::wingWidth(const ActivityGlyph& glyph, const Input& input, const TextMeasure& measure) {
     const double side = glyphSide(input);
-    return std::visit(
-        [&](const auto& kind) -> double {
-            using Kind = std::decay_t<decltype(kind)>;
-            if constexpr (std::is_same_v<Kind, ActivityGlyph::None>) {
-                return 0;
-            } else if constexpr (std::is_same_v<Kind, ActivityGlyph::Text>) {
-                const double measured = measure ? measure(kind.text, glyphFontSize(input)) : 0;
-                return std::min(std::ceil(measured) + textWingPadding, textWingMaximum);
-            } else if constexpr (std::is_same_v<Kind, ActivityGlyph::Visualiser>) {
-                return side + visualiserPadding;
-            } else {
-                return side + glyphPadding;
-            }
-        },
-        glyph.value);
+    return std::visit(Overloaded{
+                          [](const ActivityGlyph::None&) { return 0.0; },
+                          [&](const ActivityGlyph::Text& text) {
+                              const double measured = measure ? measure(text.text, glyphFontSize(input)) : 0;
+                              return std::min(std::ceil(measured) + textWingPadding, textWingMaximum);
+                          },
+                          [&](const ActivityGlyph::Visualiser&) { return side + visualiserPadding; },
+                          // Every other glyph is drawn in a square box.
+                          [&](const auto&) { return side + glyphPadding; },
+                      },
+                      glyph.value);
 }
 
 std::pair<double, double> IslandLayout::compactWings(const LiveActivity* top, const Input& input,

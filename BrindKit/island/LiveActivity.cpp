@@ -136,12 +136,10 @@ std::expected<LiveActivity, std::string> LiveActivity::fromJSON(const JSON& valu
     if (const auto progress = JSONRead::number(value, "progress"))
         activity.progress = UnitInterval::clamp(*progress);
 
-    if (const JSON* tint = JSONRead::present(value, "tint")) {
-        auto colour = RGBA::fromJSON(*tint);
-        if (!colour)
-            return std::unexpected("tint: " + colour.error());
-        activity.tint = *colour;
-    }
+    auto tint = RGBA::fromJSONMember(value, "tint");
+    if (!tint)
+        return std::unexpected(tint.error());
+    activity.tint = *tint;
 
     if (const JSON* actions = JSONRead::present(value, "actions"); actions && actions->is_array()) {
         for (const JSON& element : *actions) {

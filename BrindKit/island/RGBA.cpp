@@ -5,7 +5,7 @@
 #include "BrindKit/island/UnitInterval.hpp"
 
 #include <cmath>
-#include <cstdio>
+#include <cstdint>
 
 namespace brind {
 
@@ -29,11 +29,11 @@ double linearised(double c) {
 } // namespace
 
 std::string RGBA::hex() const {
-    char text[10];
+    std::string text = "#";
+    for (const double component : {r, g, b})
+        Hex::appendByte(text, static_cast<std::uint8_t>(byteOf(component)), Hex::Letters::upper);
     if (a < opaqueThreshold)
-        std::snprintf(text, sizeof text, "#%02X%02X%02X%02X", byteOf(r), byteOf(g), byteOf(b), byteOf(a));
-    else
-        std::snprintf(text, sizeof text, "#%02X%02X%02X", byteOf(r), byteOf(g), byteOf(b));
+        Hex::appendByte(text, static_cast<std::uint8_t>(byteOf(a)), Hex::Letters::upper);
     return text;
 }
 
@@ -62,11 +62,10 @@ std::optional<RGBA> RGBA::fromHex(std::string_view text) {
 
     unsigned bytes[4] = {0, 0, 0, 0xFF};
     for (std::size_t i = 0; i < digits.size(); i += 2) {
-        const int high = Hex::digitValue(digits[i]);
-        const int low = Hex::digitValue(digits[i + 1]);
-        if (high < 0 || low < 0)
+        const int value = Hex::byteValue(digits[i], digits[i + 1]);
+        if (value < 0)
             return std::nullopt;
-        bytes[i / 2] = static_cast<unsigned>(high * 16 + low);
+        bytes[i / 2] = static_cast<unsigned>(value);
     }
     return RGBA{bytes[0] / 255.0, bytes[1] / 255.0, bytes[2] / 255.0, bytes[3] / 255.0};
 }
@@ -86,6 +85,17 @@ std::expected<RGBA, std::string> RGBA::fromJSON(const JSON& value) {
     if (!r || !g || !b)
         return std::unexpected(std::string("a colour object needs the numbers r, g and b"));
     return RGBA{*r, *g, *b, JSONRead::number(value, "a").value_or(1.0)};
+}
+
+std::expected<std::optional<RGBA>, std::string> RGBA::fromJSONMember(const JSON& object,
+                                                                     std::string_view key) {
+    const JSON* value = JSONRead::present(object, key);
+    if (!value)
+        return std::nullopt;
+    auto colour = fromJSON(*value);
+    if (!colour)
+        return std::unexpected(std::string(key) + ": " + colour.error());
+    return *colour;
 }
 
 JSON RGBA::toJSON() const {

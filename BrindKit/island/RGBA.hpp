@@ -39,6 +39,11 @@ struct RGBA {
     /// the decoder's message.
     static std::expected<RGBA, std::string> fromJSON(const JSON& value);
 
+    /// The optional colour under `key`: nothing when absent or null; a malformed one fails with
+    /// the key in front of the decoder's message ("tint: not a hex colour: plum").
+    static std::expected<std::optional<RGBA>, std::string> fromJSONMember(const JSON& object,
+                                                                          std::string_view key);
+
     /// Always the single `hex` string.
     JSON toJSON() const;
 

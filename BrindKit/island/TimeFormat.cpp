@@ -40,8 +40,8 @@ std::string clock(double seconds) {
 }
 
 std::string remaining(double elapsed, double total) {
-    const double left = total - elapsed;
-    return "-" + clock(std::isnan(left) ? 0 : std::max(0.0, left));
+    // `clock` already reads negative and non-finite values as 0.
+    return "-" + clock(total - elapsed);
 }
 
 std::string countdown(double seconds) {
@@ -59,14 +59,8 @@ std::string until(double seconds) {
         return "now";
     if (s < secondsPerMinute)
         return printed("in %lld s", s);
-    const long long minutes = (s + secondsPerMinute - 1) / secondsPerMinute;
-    if (s + secondsPerMinute - 1 < secondsPerHour)
-        return printed("in %lld min", minutes);
-    const long long hours = (s + secondsPerMinute - 1) / secondsPerHour;
-    const long long rest = minutes % minutesPerHour;
-    if (rest == 0)
-        return printed("in %lld h", hours);
-    return printed("in %lld h %lld min", hours, rest);
+    // From a minute on, the whole minutes rounded up, spelt as `duration` spells them.
+    return "in " + duration((s + secondsPerMinute - 1) / secondsPerMinute);
 }
 
 std::string duration(long long minutes) {
