@@ -2,6 +2,9 @@
 
 #include "BrindKit/foundation/Hex.hpp"
 
+#include <cmath>
+#include <limits>
+
 namespace brind {
 
 namespace JSONText {
@@ -92,6 +95,29 @@ std::optional<bool> boolean(const JSON& object, std::string_view key) {
     if (!value || !value->is_boolean())
         return std::nullopt;
     return value->get<bool>();
+}
+
+std::optional<std::int64_t> integer(const JSON& value) {
+    if (value.is_number_unsigned() && value.get<std::uint64_t>() > std::numeric_limits<std::int64_t>::max())
+        return std::nullopt;
+    if (!value.is_number_integer())
+        return std::nullopt;
+    return value.get<std::int64_t>();
+}
+
+std::optional<std::int64_t> integer(const JSON& object, std::string_view key) {
+    const JSON* value = member(object, key);
+    return value ? integer(*value) : std::nullopt;
+}
+
+std::optional<std::int64_t> wholeNumber(const JSON& value) {
+    if (!value.is_number_float())
+        return integer(value);
+    constexpr double largestExact = 9007199254740992.0; // 2^53
+    const double number = value.get<double>();
+    if (!std::isfinite(number) || std::trunc(number) != number || std::fabs(number) > largestExact)
+        return std::nullopt;
+    return static_cast<std::int64_t>(number);
 }
 
 } // namespace JSONRead

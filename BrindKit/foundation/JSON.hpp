@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
 #include <expected>
 #include <optional>
 #include <string>
@@ -40,6 +41,14 @@ const JSON* present(const JSON& object, std::string_view key);
 std::optional<std::string> string(const JSON& object, std::string_view key);
 std::optional<double> number(const JSON& object, std::string_view key);
 std::optional<bool> boolean(const JSON& object, std::string_view key);
+
+/// A JSON integer that fits 64 signed bits; a larger one is nothing, never a wrapped negative.
+std::optional<std::int64_t> integer(const JSON& value);
+std::optional<std::int64_t> integer(const JSON& object, std::string_view key);
+
+/// Like `integer`, and also a floating-point number with no fraction up to 2^53, where doubles still
+/// hold every whole number: some writers send 2.0 for 2.
+std::optional<std::int64_t> wholeNumber(const JSON& value);
 
 } // namespace JSONRead
 

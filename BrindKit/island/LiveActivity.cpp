@@ -10,31 +10,12 @@ namespace brind {
 
 namespace {
 
-/// An integer, or a floating-point number with no fraction (a sender's 2.0 means 2).
-std::optional<long long> integer(const JSON& value) {
-    if (value.is_number_unsigned()) {
-        const auto number = value.get<unsigned long long>();
-        // Anything this large is certainly not a priority.
-        if (number > static_cast<unsigned long long>(std::numeric_limits<long long>::max()))
-            return std::nullopt;
-        return static_cast<long long>(number);
-    }
-    if (value.is_number_integer())
-        return value.get<long long>();
-    if (value.is_number_float()) {
-        const double number = value.get<double>();
-        constexpr double largestExact = 9007199254740992.0; // 2^53
-        if (std::isfinite(number) && std::trunc(number) == number && std::fabs(number) <= largestExact)
-            return static_cast<long long>(number);
-    }
-    return std::nullopt;
-}
-
 ActivityPriority decodePriority(const JSON& object) {
     const JSON* value = JSONRead::present(object, "priority");
     if (!value)
         return ActivityPriority::normal;
-    if (const auto raw = integer(*value))
+    // A sender's 2.0 means 2.
+    if (const auto raw = JSONRead::wholeNumber(*value))
         return activityPriorityWithRawValue(*raw).value_or(ActivityPriority::normal);
     if (value->is_string())
         return activityPriorityNamed(value->get_ref<const std::string&>()).value_or(ActivityPriority::normal);

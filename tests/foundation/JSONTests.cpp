@@ -1,0 +1,47 @@
+#include "BrindKit/foundation/JSON.hpp"
+
+#include <gtest/gtest.h>
+
+using namespace brind;
+
+// Whole numbers arrive as JSON integers, as integers past 64 bits, and from some writers as 2.0.
+TEST(JSONRead, ReadsWholeNumbersWithoutWrappingOrRounding) {
+    struct Case {
+        const char* text;
+        std::optional<std::int64_t> integer;
+        std::optional<std::int64_t> wholeNumber;
+    };
+    const Case cases[] = {
+        {"42", 42, 42},
+        {"-7", -7, -7},
+        {"9223372036854775807", INT64_MAX, INT64_MAX},
+        {"-9223372036854775808", INT64_MIN, INT64_MIN},
+        {"9223372036854775808", std::nullopt, std::nullopt},
+        {"18446744073709551615", std::nullopt, std::nullopt},
+        {"2.0", std::nullopt, 2},
+        {"-3.0", std::nullopt, -3},
+        {"2.5", std::nullopt, std::nullopt},
+        {"9007199254740992.0", std::nullopt, 9007199254740992},
+        {"1e300", std::nullopt, std::nullopt},
+        {"\"4\"", std::nullopt, std::nullopt},
+        {"true", std::nullopt, std::nullopt},
+        {"null", std::nullopt, std::nullopt},
+    };
+    for (const Case& test : cases) {
+        const JSON value = JSONText::parse(test.text).value();
+        EXPECT_EQ(JSONRead::integer(value), test.integer) << test.text;
+        EXPECT_EQ(JSONRead::wholeNumber(value), test.wholeNumber) << test.text;
+    }
+    const JSON object = JSONText::parse(R"({"n": 5, "big": 9223372036854775808})").value();
+    EXPECT_EQ(JSONRead::integer(object, "n"), 5);
+    EXPECT_EQ(JSONRead::integer(object, "big"), std::nullopt);
+    EXPECT_EQ(JSONRead::integer(object, "missing"), std::nullopt);
+}
+
+// The quoting rule the agents' settings writer and the clip index share.
+TEST(JSONText, QuotesWithShortEscapesAndLeavesSlashesAlone) {
+    std::string out = "x";
+    JSONText::appendQuoted(out, std::string("a/b \"q\" \\ \n\r\t \x01\x1f \xC3\xA9 end"));
+    EXPECT_EQ(out, "x\"a/b \\\"q\\\" \\\\ \\n\\r\\t \\u0001\\u001f \xC3\xA9 end\"");
+    EXPECT_EQ(JSONText::parse(out.substr(1)).value(), std::string("a/b \"q\" \\ \n\r\t \x01\x1f \xC3\xA9 end"));
+}
