@@ -186,7 +186,7 @@ SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKCo
 
     SDKClient client;
     if (is("GET", {"events"})) {
-        if (auto refusal = authorizeAnyClient(request, client))
+        if (auto refusal = authorize(request, std::nullopt, client))
             co_return respond(std::move(*refusal));
         co_return co_await openStream(client, std::move(connection));
     }
@@ -220,25 +220,17 @@ SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKCo
     std::unreachable();
 }
 
-std::optional<SDKHTTPResponse> SDKBridge::authorize(const SDKHTTPRequest& request, SDKScope scope,
-                                                    SDKClient& client) {
-    auto authorized = auth.authorize(request.bearerToken(), scope, now());
-    if (!authorized)
-        return authorized.error().response();
-    client = std::move(*authorized);
-    return charge(client.appID);
-}
-
-std::optional<SDKHTTPResponse> SDKBridge::authorizeAnyClient(const SDKHTTPRequest& request, SDKClient& client) {
-    auto authorized = auth.authorize(request.bearerToken(), std::nullopt, now());
-    if (!authorized)
-        return authorized.error().response();
-    client = std::move(*authorized);
-    return charge(client.appID);
-}
-
-std::optional<SDKHTTPResponse> SDKBridge::charge(const std::string& appID) {
+std::optional<SDKHTTPResponse> SDKBridge::authorize(const SDKHTTPRequest& request,
+                                                    std::optional<SDKScope> scope, SDKClient& client) {
     const Date moment = now();
+    auto authorized = auth.authorize(request.bearerToken(), scope, moment);
+    if (!authorized)
+        return authorized.error().response();
+    client = std::move(*authorized);
+    return charge(client.appID, moment);
+}
+
+std::optional<SDKHTTPResponse> SDKBridge::charge(const std::string& appID, Date moment) {
     std::lock_guard guard(lock);
     if (limiter.allow(appID, moment, 1))
         return std::nullopt;
@@ -505,8 +497,9 @@ SDKBridge::Result SDKBridge::agentHook(const SDKHTTPRequest& request) {
 }
 
 SDKBridge::Result SDKBridge::agentEvent(const SDKHTTPRequest& request) {
+    // The decoder reads only JSON objects, so a body it accepts needs no second parse here.
     auto event = AgentEventDecoder::decode(AgentKind::generic, std::nullopt, request.body, now());
-    if (!event || !jsonObject(request.body))
+    if (!event)
         co_return respond(SDKHTTPResponse::error(400, "bad_event",
                                                  R"(Body: {"event":"start","session":"build","name":"Build"})"));
     if (const auto target = delegateOrNull())
@@ -516,11 +509,10 @@ SDKBridge::Result SDKBridge::agentEvent(const SDKHTTPRequest& request) {
 }
 
 void SDKBridge::publishAction(const std::string& id, const std::string& actionID) {
-    const std::string prefix = "sdk.";
     const auto owner = auth.owner(id);
     if (!owner)
         return;
-    const std::string localID = id.substr(prefix.size() + owner->appID.size() + 1);
+    const std::string localID = id.substr(activityID(owner->appID, "").size());
     const std::string data =
         JSONText::compact(JSON{{"id", id}, {"activity", localID}, {"action", actionID}});
     std::vector<std::shared_ptr<SDKConnection>> targets;

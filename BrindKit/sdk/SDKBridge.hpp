@@ -93,9 +93,10 @@ private:
     using Result = asio::awaitable<SDKRouteResult>;
 
     Result route(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection);
-    std::optional<SDKHTTPResponse> authorize(const SDKHTTPRequest& request, SDKScope scope, SDKClient& client);
-    std::optional<SDKHTTPResponse> authorizeAnyClient(const SDKHTTPRequest& request, SDKClient& client);
-    std::optional<SDKHTTPResponse> charge(const std::string& appID);
+    /// Checks the bearer token (and `scope`, when one is required), then charges the client's rate.
+    std::optional<SDKHTTPResponse> authorize(const SDKHTTPRequest& request, std::optional<SDKScope> scope,
+                                             SDKClient& client);
+    std::optional<SDKHTTPResponse> charge(const std::string& appID, Date moment);
 
     SDKRouteResult status() const;
     Result registerClient(const SDKHTTPRequest& request);

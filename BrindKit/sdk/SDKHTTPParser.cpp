@@ -18,10 +18,6 @@ constexpr std::string_view versionPrefix = "HTTP/1.";
 constexpr char horizontalTab = '\t';
 constexpr unsigned char deleteCharacter = 0x7F;
 
-bool isASCII(std::string_view text) {
-    return std::ranges::all_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-}
-
 // Control characters other than tab have no place in a head, and CR and LF may only appear together
 // as a line break: refusing a bare CR or LF keeps one request from being read two ways. One pass,
 // since this runs over every head.
@@ -62,19 +58,6 @@ std::string trimmedField(std::string_view text) {
     return std::string(text);
 }
 
-std::string asciiLowercased(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) {
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    }
-    return result;
-}
-
-std::string lowercased(std::string_view text) {
-    return isASCII(text) ? asciiLowercased(text) : Text::lowercased(text);
-}
-
 std::string asciiUppercased(std::string_view text) {
     std::string result(text);
     for (char& c : result) {
@@ -98,13 +81,10 @@ std::string decodeQueryPiece(std::string_view piece) {
             decoded.push_back(spaced[i]);
             continue;
         }
-        if (i + 2 >= spaced.size())
+        const int byte = i + 2 < spaced.size() ? Hex::byteValue(spaced[i + 1], spaced[i + 2]) : -1;
+        if (byte < 0)
             return spaced;
-        const int high = Hex::digitValue(spaced[i + 1]);
-        const int low = Hex::digitValue(spaced[i + 2]);
-        if (high < 0 || low < 0)
-            return spaced;
-        decoded.push_back(static_cast<char>(high << 4 | low));
+        decoded.push_back(static_cast<char>(byte));
         i += 2;
     }
     if (!Text::isValidUTF8(decoded))
@@ -112,26 +92,20 @@ std::string decodeQueryPiece(std::string_view piece) {
     return decoded;
 }
 
-// Content-Length as a signed decimal: an optional sign, then digits only, without overflow.
-std::optional<std::int64_t> signedDecimal(std::string_view text) {
-    bool negative = false;
-    if (!text.empty() && (text.front() == '+' || text.front() == '-')) {
-        negative = text.front() == '-';
+// Content-Length read leniently as an optional sign and decimal digits. A negative length (other
+// than "-0") and one past the signed 64-bit range are nothing, never wrapped around to a small one.
+std::optional<std::uint64_t> contentLengthValue(std::string_view text) {
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+'))
         text.remove_prefix(1);
-    }
-    if (text.empty() || !std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; }))
-        return std::nullopt;
-    std::uint64_t magnitude = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude);
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size())
         return std::nullopt;
-    constexpr auto largest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    if (magnitude > largest + (negative ? 1 : 0))
+    if (value > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()) ||
+        (negative && value != 0))
         return std::nullopt;
-    if (negative)
-        return magnitude == largest + 1 ? std::numeric_limits<std::int64_t>::min()
-                                        : -static_cast<std::int64_t>(magnitude);
-    return static_cast<std::int64_t>(magnitude);
+    return value;
 }
 
 } // namespace
@@ -221,7 +195,7 @@ std::expected<SDKHTTPParser::Head, SDKHTTPParseError> SDKHTTPParser::parseHead(s
         const std::size_t colon = line.find(':');
         if (colon == std::string_view::npos)
             return std::unexpected(SDKHTTPParseError::malformed);
-        std::string name = lowercased(trimmedField(line.substr(0, colon)));
+        std::string name = Text::lowercased(trimmedField(line.substr(0, colon)));
         if (name.empty())
             return std::unexpected(SDKHTTPParseError::malformed);
         std::string value = trimmedField(line.substr(colon + 1));
@@ -236,14 +210,14 @@ std::expected<SDKHTTPParser::Head, SDKHTTPParseError> SDKHTTPParser::parseHead(s
     }
 
     if (const auto coding = head.headers.find("transfer-encoding");
-        coding != head.headers.end() && lowercased(coding->second) != "identity")
+        coding != head.headers.end() && Text::lowercased(coding->second) != "identity")
         return std::unexpected(SDKHTTPParseError::unsupportedTransferEncoding);
 
     if (contentLength) {
-        const auto length = signedDecimal(*contentLength);
-        if (!length || *length < 0)
+        const auto length = contentLengthValue(*contentLength);
+        if (!length)
             return std::unexpected(SDKHTTPParseError::malformed);
-        if (static_cast<std::uint64_t>(*length) > maxBodyBytes)
+        if (*length > maxBodyBytes)
             return std::unexpected(SDKHTTPParseError::bodyTooLarge);
         head.length = static_cast<std::size_t>(*length);
     }

@@ -41,18 +41,6 @@ public:
         friend bool operator==(const Target&, const Target&) = default;
     };
 
-    /// The parsed head of the request in progress.
-    struct Head {
-        std::string method;
-        std::string path;
-        std::map<std::string, std::string> query;
-        std::map<std::string, std::string> headers;
-        std::size_t bodyStart = 0; ///< index in the buffer where the body begins
-        std::size_t length = 0;    ///< the body length from Content-Length
-
-        friend bool operator==(const Head&, const Head&) = default;
-    };
-
     SDKHTTPParser() = default;
 
     /// Appends `data` and tries to complete a request.
@@ -67,10 +55,17 @@ public:
     /// The bytes received and not yet consumed.
     const std::string& buffer() const { return buffer_; }
 
-    /// The head of the request in progress, once its blank line has arrived.
-    const std::optional<Head>& head() const { return head_; }
-
 private:
+    // The parsed head of the request in progress.
+    struct Head {
+        std::string method;
+        std::string path;
+        std::map<std::string, std::string> query;
+        std::map<std::string, std::string> headers;
+        std::size_t bodyStart = 0; // index in the buffer where the body begins
+        std::size_t length = 0;    // the body length from Content-Length
+    };
+
     std::expected<Head, SDKHTTPParseError> parseHead(std::size_t headEnd) const;
     bool headCanStillFit() const;
 

@@ -3,7 +3,6 @@
 #include "BrindKit/foundation/Text.hpp"
 
 #include <algorithm>
-#include <cctype>
 
 namespace brind {
 
@@ -14,9 +13,8 @@ constexpr std::string_view bearerPrefix = "Bearer ";
 } // namespace
 
 std::optional<std::string> SDKHTTPRequest::header(std::string_view name) const {
-    std::string key(name);
-    std::ranges::transform(key, key.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    const auto found = headers.find(key);
+    // Lower-cased exactly as the parser keys the fields, so any name finds its own field.
+    const auto found = headers.find(Text::lowercased(name));
     if (found == headers.end())
         return std::nullopt;
     return found->second;

@@ -16,7 +16,7 @@ struct SDKHTTPRequest {
     std::map<std::string, std::string> headers;  ///< keyed by lower-cased field name
     std::string body;                            ///< exactly Content-Length bytes
 
-    /// The value of a header field; the name is matched without regard to ASCII case.
+    /// The value of a header field; the name is matched without regard to case.
     std::optional<std::string> header(std::string_view name) const;
 
     /// The path split at "/" with empty pieces dropped: "/v1/activities/abc" gives v1, activities, abc.

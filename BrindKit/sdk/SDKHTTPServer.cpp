@@ -149,7 +149,6 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     std::deque<Outgoing> outbox;
     bool writing = false;
     bool closed = false;
-    bool inFlight = false;
     bool peerFinished = false;
     bool responseSent = false;
     bool streaming = false;
@@ -363,7 +362,6 @@ asio::awaitable<void> SDKHTTPServer::serve(std::shared_ptr<Session> session) {
         co_return;
     }
 
-    session->inFlight = true;
     SDKRouteResult result = co_await runHandler(std::get<SDKHTTPRequest>(std::move(outcome)), session->connection);
     if (session->closed)
         co_return;

@@ -86,6 +86,14 @@ TEST(SDKHTTPParser, ReadsARequestAlikeWhateverTheChunkSize) {
     }
 }
 
+TEST(SDKHTTPParser, FindsAFieldByItsNameInAnyCase) {
+    // A name outside ASCII is keyed by its Unicode lower case, and looked up the same way.
+    const auto parsed = parseWhole("GET / HTTP/1.1\r\nX-Caf\xC3\x89: 1\r\n\r\n");
+    ASSERT_TRUE(parsed && *parsed);
+    for (const std::string name : {"X-Caf\xC3\x89", "x-caf\xC3\xA9", "X-CAF\xC3\xA9"})
+        EXPECT_EQ((*parsed)->header(name), "1") << name;
+}
+
 TEST(SDKHTTPParser, KeepsBytesAfterARequestForTheNextFeed) {
     SDKHTTPParser parser;
     const auto first = parser.feed(post + "GET /v1/status HTTP/1.0\r\n\r\nGET /v1/ev");
@@ -130,6 +138,9 @@ TEST(SDKHTTPParser, FramesTheBodyByContentLengthAlone) {
         {"Content-Length: 9223372036854775807", std::unexpected(bodyTooLarge)},
         // Past 64 bits: refused rather than wrapped around to a small length.
         {"Content-Length: 9223372036854775808", std::unexpected(malformed)},
+        {"Content-Length: 18446744073709551616", std::unexpected(malformed)},
+        {"Content-Length: -9223372036854775808", std::unexpected(malformed)},
+        {"Content-Length: +-5", std::unexpected(malformed)},
         {"Content-Length: -1", std::unexpected(malformed)},
         {"Content-Length: +", std::unexpected(malformed)},
         {"Content-Length: 12abc", std::unexpected(malformed)},
