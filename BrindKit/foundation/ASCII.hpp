@@ -26,6 +26,11 @@ constexpr char lowercased(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
+/// "a" to "z" upper-cased; every other byte kept.
+constexpr char uppercased(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
 /// Without spaces, tabs and line breaks at either end.
 inline std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r\n";
@@ -40,6 +45,14 @@ inline std::string lowercased(std::string_view text) {
     std::string result(text);
     for (char& c : result)
         c = lowercased(c);
+    return result;
+}
+
+/// "a" to "z" upper-cased; every other byte kept.
+inline std::string uppercased(std::string_view text) {
+    std::string result(text);
+    for (char& c : result)
+        c = uppercased(c);
     return result;
 }
 

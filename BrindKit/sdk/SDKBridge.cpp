@@ -4,6 +4,7 @@
 #include "BrindKit/agents/AgentEventDecoder.hpp"
 #include "BrindKit/agents/AgentInteraction.hpp"
 #include "BrindKit/agents/AgentTerminalInfo.hpp"
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/JSON.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
@@ -52,8 +53,7 @@ bool isValidLocalID(std::string_view id) {
     if (id.empty() || id.size() > maxActivityIDLength)
         return false;
     for (const char c : id) {
-        const bool allowed = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-                             c == '-' || c == '_' || c == '.';
+        const bool allowed = ASCII::isAlphanumeric(c) || c == '-' || c == '_' || c == '.';
         if (!allowed)
             return false;
     }

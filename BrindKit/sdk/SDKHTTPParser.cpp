@@ -1,5 +1,6 @@
 #include "BrindKit/sdk/SDKHTTPParser.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
@@ -37,9 +38,7 @@ bool hasOnlyCleanLineBreaks(std::string_view text) {
 
 // RFC 9110 §5.6.2: the characters a method name may use.
 bool isTokenCharacter(char c) {
-    if ((c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'))
-        return true;
-    return std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
+    return ASCII::isAlphanumeric(c) || std::string_view("!#$%&'*+-.^_`|~").find(c) != std::string_view::npos;
 }
 
 bool isASCIISpace(char c) {
@@ -56,15 +55,6 @@ std::string trimmedField(std::string_view text) {
                           static_cast<unsigned char>(text.back()) >= 0x80))
         return Text::trimmed(text);
     return std::string(text);
-}
-
-std::string asciiUppercased(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) {
-        if (c >= 'a' && c <= 'z')
-            c = static_cast<char>(c - 'a' + 'A');
-    }
-    return result;
 }
 
 // "+" as a space, then strict percent-decoding: a "%" without two hexadecimal digits, or bytes
@@ -182,7 +172,7 @@ std::expected<SDKHTTPParser::Head, SDKHTTPParseError> SDKHTTPParser::parseHead(s
     if (!version.starts_with(versionPrefix) || !target.starts_with('/'))
         return std::unexpected(SDKHTTPParseError::malformed);
     Head head;
-    head.method = asciiUppercased(method);
+    head.method = ASCII::uppercased(method);
     Target split = splitTarget(target);
     head.path = std::move(split.path);
     head.query = std::move(split.query);

@@ -1,5 +1,7 @@
 #include "BrindKit/sdk/SDKHTTPResponse.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+
 #include <cctype>
 
 namespace brind {
@@ -7,16 +9,6 @@ namespace brind {
 namespace {
 
 constexpr std::size_t ssePaddingSpaces = 2048;
-
-bool equalsIgnoringASCIICase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size())
-        return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
-            return false;
-    }
-    return true;
-}
 
 } // namespace
 
@@ -71,7 +63,7 @@ std::string SDKHTTPResponse::serialized() const {
     wire += "\r\n";
     bool hasLength = false;
     for (const auto& [name, value] : headers) {
-        hasLength = hasLength || equalsIgnoringASCIICase(name, "content-length");
+        hasLength = hasLength || ASCII::equalsIgnoringCase(name, "content-length");
         wire += name;
         wire += ": ";
         wire += value;
