@@ -164,7 +164,7 @@ std::optional<AgentAllowRule> AgentAllowRule::fromJSON(const JSON& json) {
     if (!project || !tool)
         return std::nullopt;
     AgentAllowRule rule;
-    if (const JSON* agent = JSONRead::member(json, "agent"); agent && !agent->is_null()) {
+    if (const JSON* agent = JSONRead::present(json, "agent")) {
         if (!agent->is_string())
             return std::nullopt;
         rule.agent = agentKindFromRawValue(agent->get_ref<const std::string&>());

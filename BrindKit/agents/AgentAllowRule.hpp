@@ -2,6 +2,7 @@
 
 #include "BrindKit/agents/AgentHookEvent.hpp"
 #include "BrindKit/agents/AgentKind.hpp"
+#include "BrindKit/agents/AgentToolSummary.hpp"
 #include "BrindKit/foundation/Date.hpp"
 #include "BrindKit/foundation/JSON.hpp"
 
@@ -25,7 +26,8 @@ struct AgentAllowRule {
     std::optional<std::string> commandPrefix;
     Date createdAt;
 
-    static constexpr std::array<std::string_view, 4> shellTools{"Bash", "Shell", "run_shell_command", "shell"};
+    /// The tools whose rules carry a command prefix: those whose summary is the command.
+    static constexpr auto shellTools = AgentToolSummary::shellTools;
     /// Commands whose first word says little on its own: "git push" is a rule, "git" would be too
     /// broad.
     static constexpr std::array<std::string_view, 19> twoWordCommands{

@@ -27,11 +27,10 @@ struct AgentApprovalBroker::Pending {
 
 namespace {
 
-std::chrono::steady_clock::duration waitFor(double seconds) {
-    if (!(seconds > 0))
-        return std::chrono::steady_clock::duration::zero();
-    const double capped = std::min(seconds, AgentApprovalBroker::maxTimeout);
-    return std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(capped));
+// The wait actually granted, in seconds: capped at `maxTimeout`, and none for a time-out that is
+// not positive (NaN included).
+double grantedWait(double timeout) {
+    return timeout > 0 ? std::min(timeout, AgentApprovalBroker::maxTimeout) : 0.0;
 }
 
 } // namespace
@@ -40,7 +39,8 @@ asio::awaitable<AgentDecision> AgentApprovalBroker::request(AgentHookEvent event
                                                             Date now) {
     const auto executor = co_await asio::this_coro::executor;
     const std::string sessionKey = AgentSession::key(event.agent, event.sessionID);
-    const Date deadline = now + (timeout > 0 ? std::min(timeout, maxTimeout) : 0.0);
+    const double wait = grantedWait(timeout);
+    const Date deadline = now + wait;
 
     std::shared_ptr<Pending> entry;
     bool coveredByRule = false;
@@ -67,7 +67,8 @@ asio::awaitable<AgentDecision> AgentApprovalBroker::request(AgentHookEvent event
     notifyChange();
 
     asio::steady_timer timer(executor);
-    timer.expires_after(waitFor(timeout));
+    timer.expires_after(
+        std::chrono::duration_cast<asio::steady_timer::duration>(std::chrono::duration<double>(wait)));
     {
         using namespace asio::experimental::awaitable_operators;
         const auto token = asio::experimental::as_tuple(asio::use_awaitable);

@@ -1,5 +1,7 @@
 #include "BrindKit/agents/AgentDecisionEncoder.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+
 #include <utility>
 
 namespace brind::AgentDecisionEncoder {
@@ -11,9 +13,15 @@ constexpr std::string_view answeredReason = "Answered from the vantaquill island
 
 // A reason that is missing or blank gives the agent our default sentence instead.
 std::string reasonOf(const AgentDecision::Deny& deny) {
-    if (deny.reason && deny.reason->find_first_not_of(" \t\r\n") != std::string::npos)
+    if (deny.reason && !ASCII::trimmed(*deny.reason).empty())
         return *deny.reason;
     return std::string(denyDefault);
+}
+
+// Agents with one plain "allow" take answers to questions as an allow too.
+bool allows(const AgentDecision& decision) {
+    return std::holds_alternative<AgentDecision::Allow>(decision.value) ||
+           std::holds_alternative<AgentDecision::AllowUpdating>(decision.value);
 }
 
 std::string written(const JSON& value) { return JSONText::compact(value); }
@@ -64,8 +72,7 @@ std::optional<std::string> claude(const AgentDecision& decision, std::string_vie
 std::optional<std::string> gemini(const AgentDecision& decision, std::string_view rawName) {
     if (rawName != "BeforeTool")
         return std::nullopt;
-    if (std::holds_alternative<AgentDecision::Allow>(decision.value) ||
-        std::holds_alternative<AgentDecision::AllowUpdating>(decision.value))
+    if (allows(decision))
         return written({{"decision", "allow"}});
     if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value))
         return written({{"decision", "deny"}, {"reason", reasonOf(*deny)}});
@@ -78,8 +85,7 @@ std::optional<std::string> cursor(const AgentDecision& decision, std::string_vie
         return written({{"continue", true}});
     if (rawName != "beforeShellExecution" && rawName != "beforeMCPExecution")
         return std::nullopt;
-    if (std::holds_alternative<AgentDecision::Allow>(decision.value) ||
-        std::holds_alternative<AgentDecision::AllowUpdating>(decision.value))
+    if (allows(decision))
         return written({{"permission", "allow"}});
     if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value)) {
         const std::string reason = reasonOf(*deny);
@@ -91,8 +97,7 @@ std::optional<std::string> cursor(const AgentDecision& decision, std::string_vie
 }
 
 std::optional<std::string> plain(const AgentDecision& decision) {
-    if (std::holds_alternative<AgentDecision::Allow>(decision.value) ||
-        std::holds_alternative<AgentDecision::AllowUpdating>(decision.value))
+    if (allows(decision))
         return written({{"decision", "allow"}});
     if (const auto* deny = std::get_if<AgentDecision::Deny>(&decision.value))
         return written({{"decision", "deny"}, {"reason", reasonOf(*deny)}});

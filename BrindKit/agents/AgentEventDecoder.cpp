@@ -32,15 +32,6 @@ std::optional<std::string> nonEmptyString(const JSON& payload, std::string_view 
     return value;
 }
 
-std::optional<std::string> eventNameFrom(const JSON& payload, std::string_view key,
-                                         std::optional<std::string_view> eventName) {
-    if (auto name = string(payload, key))
-        return name;
-    if (eventName)
-        return std::string(*eventName);
-    return std::nullopt;
-}
-
 // Tool inputs are objects; some agents send the object as JSON text, which is read the same way.
 JSON toolInput(const JSON& payload) {
     const JSON* input = JSONRead::member(payload, "tool_input");
@@ -126,13 +117,7 @@ Kind claudeKind(std::string_view name, const AgentHookEvent& event) {
     return Kind::notification;
 }
 
-std::expected<AgentHookEvent, AgentDecodeError> decodeClaude(const JSON& payload,
-                                                             std::optional<std::string_view> eventName,
-                                                             AgentHookEvent event) {
-    auto name = eventNameFrom(payload, "hook_event_name", eventName);
-    if (!name)
-        return std::unexpected(AgentDecodeError::missingEvent);
-    event.rawName = std::move(*name);
+AgentHookEvent decodeClaude(const JSON& payload, AgentHookEvent event) {
     event.notificationType = string(payload, "notification_type");
     event.message = string(payload, "message");
     if (!event.message)
@@ -149,7 +134,6 @@ std::expected<AgentHookEvent, AgentDecodeError> decodeClaude(const JSON& payload
 }
 
 AgentHookEvent decodeCodex(const JSON& payload, AgentHookEvent event) {
-    event.rawName = string(payload, "type").value_or("agent-turn-complete");
     if (event.rawName == "agent-turn-complete")
         event.kind = Kind::stop;
     else if (event.rawName == "approval-requested" || event.rawName == "exec-approval-request")
@@ -186,13 +170,7 @@ Kind geminiKind(std::string_view name, const std::optional<std::string>& notific
     return Kind::unknown;
 }
 
-std::expected<AgentHookEvent, AgentDecodeError> decodeGemini(const JSON& payload,
-                                                             std::optional<std::string_view> eventName,
-                                                             AgentHookEvent event) {
-    auto name = eventNameFrom(payload, "hook_event_name", eventName);
-    if (!name)
-        return std::unexpected(AgentDecodeError::missingEvent);
-    event.rawName = std::move(*name);
+AgentHookEvent decodeGemini(const JSON& payload, AgentHookEvent event) {
     event.notificationType = string(payload, "notification_type");
     event.kind = geminiKind(event.rawName, event.notificationType);
     if (auto tool = string(payload, "tool_name"))
@@ -207,13 +185,7 @@ std::expected<AgentHookEvent, AgentDecodeError> decodeGemini(const JSON& payload
     return event;
 }
 
-std::expected<AgentHookEvent, AgentDecodeError> decodeCursor(const JSON& payload,
-                                                             std::optional<std::string_view> eventName,
-                                                             AgentHookEvent event) {
-    auto name = eventNameFrom(payload, "hook_event_name", eventName);
-    if (!name)
-        return std::unexpected(AgentDecodeError::missingEvent);
-    event.rawName = std::move(*name);
+AgentHookEvent decodeCursor(const JSON& payload, AgentHookEvent event) {
     const std::string& raw = event.rawName;
     if (raw == "sessionStart") {
         event.kind = Kind::sessionStart;
@@ -280,11 +252,7 @@ Kind genericKind(std::string_view name) {
     return Kind::status;
 }
 
-std::expected<AgentHookEvent, AgentDecodeError> decodeGeneric(const JSON& payload, AgentHookEvent event) {
-    auto name = string(payload, "event");
-    if (!name)
-        return std::unexpected(AgentDecodeError::missingEvent);
-    event.rawName = std::move(*name);
+AgentHookEvent decodeGeneric(const JSON& payload, AgentHookEvent event) {
     event.kind = genericKind(event.rawName);
     const auto agentName = string(payload, "agent");
     event.agent = agentName ? agentKindLoose(*agentName).value_or(AgentKind::generic) : AgentKind::generic;
@@ -346,14 +314,18 @@ std::expected<AgentHookEvent, AgentDecodeError> decode(AgentKind agent, std::opt
     const JSON payload = JSON::parse(body, nullptr, false);
     if (!payload.is_object())
         return std::unexpected(AgentDecodeError::notJSON);
+    auto name = eventNameIn(agent, eventName, payload);
+    if (!name)
+        return std::unexpected(AgentDecodeError::missingEvent);
     AgentHookEvent event;
     event.agent = agent;
+    event.rawName = std::move(*name);
     event.date = now;
     switch (agent) {
-    case AgentKind::claudeCode: return decodeClaude(payload, eventName, std::move(event));
+    case AgentKind::claudeCode: return decodeClaude(payload, std::move(event));
     case AgentKind::codex: return decodeCodex(payload, std::move(event));
-    case AgentKind::gemini: return decodeGemini(payload, eventName, std::move(event));
-    case AgentKind::cursor: return decodeCursor(payload, eventName, std::move(event));
+    case AgentKind::gemini: return decodeGemini(payload, std::move(event));
+    case AgentKind::cursor: return decodeCursor(payload, std::move(event));
     case AgentKind::generic: return decodeGeneric(payload, std::move(event));
     }
     std::unreachable();

@@ -23,11 +23,16 @@ namespace AgentEventDecoder {
 std::expected<AgentHookEvent, AgentDecodeError> decode(AgentKind agent, std::optional<std::string_view> eventName,
                                                        std::string_view body, Date now);
 
-/// Only the agent's own name for the event, as `decode` would set `rawName`: the payload's name,
-/// else `eventName`. Cheap (no text processing), for callers that need nothing else, such as the hook
-/// forwarder choosing its fallback answer. Defined apart from `decode` so that using it does not link
-/// the decoder.
+/// Only the agent's own name for the event, as `decode` sets `rawName`: the payload's name, else
+/// `eventName` (Codex: the payload's type, else "agent-turn-complete"; the generic form: the
+/// payload's name only). Cheap (no text processing), for callers that need nothing else, such as the
+/// hook forwarder choosing its fallback answer. Defined apart from `decode` so that using it does not
+/// link the decoder.
 std::optional<std::string> eventName(AgentKind agent, std::optional<std::string_view> eventName, std::string_view body);
+
+/// `eventName` for a payload already read; `decode` names its events with it.
+std::optional<std::string> eventNameIn(AgentKind agent, std::optional<std::string_view> eventName,
+                                       const JSON& payload);
 
 /// The first non-empty line; over 160 characters it is cut to 157 and "…".
 std::string firstLine(std::string_view text);

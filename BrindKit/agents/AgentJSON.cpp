@@ -1,5 +1,6 @@
 #include "BrindKit/agents/AgentJSON.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/JSON.hpp"
 
@@ -33,8 +34,6 @@ void appendUTF8(std::string& out, char32_t scalar) {
 
 // Objects up to this size look for a repeated key by scanning; larger ones build an index.
 constexpr std::size_t linearLookupLimit = 16;
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // A recursive-descent reader over bytes. Every failure records the offset of the byte that could
 // not be read and unwinds by returning false.
@@ -109,7 +108,7 @@ private:
         case 'n':
             return readLiteral("null", AgentJSON::null(), out);
         default:
-            if (peek() == '-' || isDigit(peek()))
+            if (peek() == '-' || ASCII::isDigit(peek()))
                 return readNumber(out);
             return fail(position_);
         }
@@ -130,28 +129,28 @@ private:
         const std::size_t start = position_;
         if (peek() == '-')
             ++position_;
-        if (atEnd() || !isDigit(peek()))
+        if (atEnd() || !ASCII::isDigit(peek()))
             return fail(position_);
         if (peek() == '0') {
             ++position_;
         } else {
-            while (!atEnd() && isDigit(peek()))
+            while (!atEnd() && ASCII::isDigit(peek()))
                 ++position_;
         }
         if (!atEnd() && peek() == '.') {
             ++position_;
-            if (atEnd() || !isDigit(peek()))
+            if (atEnd() || !ASCII::isDigit(peek()))
                 return fail(position_);
-            while (!atEnd() && isDigit(peek()))
+            while (!atEnd() && ASCII::isDigit(peek()))
                 ++position_;
         }
         if (!atEnd() && (peek() == 'e' || peek() == 'E')) {
             ++position_;
             if (!atEnd() && (peek() == '+' || peek() == '-'))
                 ++position_;
-            if (atEnd() || !isDigit(peek()))
+            if (atEnd() || !ASCII::isDigit(peek()))
                 return fail(position_);
-            while (!atEnd() && isDigit(peek()))
+            while (!atEnd() && ASCII::isDigit(peek()))
                 ++position_;
         }
         out = AgentJSON::number(std::string(text_.substr(start, position_ - start)));
@@ -488,7 +487,7 @@ void AgentJSON::write(std::string& out, int indent, int level) const {
     } else if (const Number* number = std::get_if<Number>(&storage_)) {
         out += number->text;
     } else if (const std::string* text = std::get_if<std::string>(&storage_)) {
-        out += quote(*text);
+        JSONText::appendQuoted(out, *text);
     } else if (const Array* elements = std::get_if<Array>(&storage_)) {
         if (elements->empty()) {
             out += "[]";
@@ -510,7 +509,7 @@ void AgentJSON::write(std::string& out, int indent, int level) const {
         out += "{\n";
         for (std::size_t i = 0; i < members->size(); ++i) {
             pad(level + 1);
-            out += quote((*members)[i].key);
+            JSONText::appendQuoted(out, (*members)[i].key);
             out += ": ";
             (*members)[i].value.write(out, indent, level + 1);
             out += i + 1 < members->size() ? ",\n" : "\n";

@@ -32,6 +32,16 @@ bool mayArriveAfterTheEnd(AgentEventKind kind) {
            kind == AgentEventKind::unknown;
 }
 
+// A tool call names the session's last tool, summary and all (an absent summary clears the old one).
+// False for an event that names no tool.
+bool recordTool(AgentSession& session, const AgentHookEvent& event) {
+    if (!event.toolName)
+        return false;
+    session.lastTool = event.toolName;
+    session.lastToolSummary = event.toolSummary;
+    return true;
+}
+
 void copyCarriedFields(AgentSession& session, const AgentHookEvent& event) {
     if (event.cwd && !event.cwd->empty()) {
         session.cwd = event.cwd;
@@ -53,7 +63,6 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
     std::vector<AgentSessionChange> changes;
     const std::string key = AgentSession::key(event.agent, event.sessionID);
     auto found = sessions.find(key);
-    AgentSession session;
     if (found == sessions.end()) {
         // A session that ended is removed at once; what it still sends is dropped, while a new
         // turn (a resumed conversation keeps its id) starts it afresh.
@@ -62,17 +71,18 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
                 return changes;
             recentlyEnded.erase(ended);
         }
-        session.agent = event.agent;
-        session.sessionID = event.sessionID;
-        session.project = event.projectName();
-        session.startedAt = event.date;
-        session.turnStartedAt = event.date;
-        session.lastEventAt = event.date;
+        AgentSession fresh;
+        fresh.agent = event.agent;
+        fresh.sessionID = event.sessionID;
+        fresh.project = event.projectName();
+        fresh.startedAt = event.date;
+        fresh.turnStartedAt = event.date;
+        fresh.lastEventAt = event.date;
+        found = sessions.emplace(key, std::move(fresh)).first;
         changes.push_back({Change::started, key});
-    } else {
-        session = found->second;
     }
 
+    AgentSession& session = found->second;
     const Status previous = session.status;
     copyCarriedFields(session, event);
 
@@ -83,7 +93,7 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
         session.turnStartedAt = event.date;
         break;
     case AgentEventKind::sessionEnd:
-        sessions.erase(key);
+        sessions.erase(found);
         recentlyEnded.insert_or_assign(key, event.date);
         changes.push_back({Change::ended, key});
         return changes;
@@ -101,19 +111,13 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
         // Questions and plans wait for the user although no permission request comes.
         if (event.toolName && AgentInteraction::isInteractiveTool(*event.toolName))
             session.status = Status::awaitingApproval;
-        if (event.toolName) {
-            session.lastTool = event.toolName;
-            session.lastToolSummary = event.toolSummary;
+        if (recordTool(session, event))
             session.toolCount += 1;
-        }
         break;
     case AgentEventKind::postTool:
         beginTurnIfIdle(session, previous, event.date);
         session.status = Status::working;
-        if (event.toolName) {
-            session.lastTool = event.toolName;
-            session.lastToolSummary = event.toolSummary;
-        }
+        recordTool(session, event);
         break;
     case AgentEventKind::permissionRequest:
         beginTurnIfIdle(session, previous, event.date);
@@ -150,7 +154,6 @@ std::vector<AgentSessionChange> AgentSessionTracker::apply(const AgentHookEvent&
         break;
     }
 
-    sessions.insert_or_assign(key, std::move(session));
     return changes;
 }
 
@@ -202,14 +205,9 @@ int AgentSessionTracker::activeCount() const {
 }
 
 bool AgentSessionTracker::showsInWing(const AgentSession& session, Date now) const {
-    switch (session.status) {
-    case Status::working:
-    case Status::awaitingApproval:
-    case Status::needsInput: return true;
-    case Status::finished: return now - session.lastEventAt < finishedLinger;
-    case Status::ended: return false;
-    }
-    std::unreachable();
+    if (session.isActive())
+        return true;
+    return session.status == Status::finished && now - session.lastEventAt < finishedLinger;
 }
 
 } // namespace brind

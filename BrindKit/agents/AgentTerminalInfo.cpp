@@ -17,14 +17,6 @@ constexpr std::size_t minPaneLength = 2;
 constexpr std::size_t maxPaneLength = 8;
 constexpr std::size_t maxSessionIDLength = 80;
 
-bool isASCIIDigit(char c) { return c >= '0' && c <= '9'; }
-bool isASCIILetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool isASCIIAlphanumeric(char c) { return isASCIIDigit(c) || isASCIILetter(c); }
-
-std::optional<std::string> stringField(const JSON& json, std::string_view key) {
-    return JSONRead::string(json, key);
-}
-
 } // namespace
 
 bool AgentTerminalInfo::isEmpty() const { return !tty && !tmuxPane && !sessionID; }
@@ -59,13 +51,13 @@ JSON AgentTerminalInfo::toJSON() const {
 
 AgentTerminalInfo AgentTerminalInfo::fromJSON(const JSON& json) {
     AgentTerminalInfo info;
-    if (const auto value = stringField(json, "tty"))
+    if (const auto value = JSONRead::string(json, "tty"))
         info.tty = validTTY(*value);
-    if (const auto value = stringField(json, "tmuxSocket"))
+    if (const auto value = JSONRead::string(json, "tmuxSocket"))
         info.tmuxSocket = validSocket(*value);
-    if (const auto value = stringField(json, "tmuxPane"))
+    if (const auto value = JSONRead::string(json, "tmuxPane"))
         info.tmuxPane = validPane(*value);
-    if (const auto value = stringField(json, "sessionID"))
+    if (const auto value = JSONRead::string(json, "sessionID"))
         info.sessionID = validSessionID(*value);
     return info;
 }
@@ -77,11 +69,12 @@ std::optional<std::string> AgentTerminalInfo::validTTY(std::string_view text) {
     const std::string_view name = value.starts_with(devPrefix) ? value.substr(devPrefix.size()) : value;
     if (name.starts_with(ptsPrefix)) {
         const std::string_view number = name.substr(ptsPrefix.size());
-        if (number.empty() || number.size() > maxPTSNumberLength || !std::ranges::all_of(number, isASCIIDigit))
+        if (number.empty() || number.size() > maxPTSNumberLength ||
+            !std::ranges::all_of(number, ASCII::isDigit))
             return std::nullopt;
         return std::string(devPrefix) + std::string(name);
     }
-    if (name.empty() || name.size() > maxTTYNameLength || !std::ranges::all_of(name, isASCIIAlphanumeric))
+    if (name.empty() || name.size() > maxTTYNameLength || !std::ranges::all_of(name, ASCII::isAlphanumeric))
         return std::nullopt;
     return std::string(devPrefix) + std::string(name);
 }
@@ -91,7 +84,9 @@ std::optional<std::string> AgentTerminalInfo::validSocket(std::string_view text)
     if (value.empty() || value.front() != '/' || value.size() > maxSocketLength ||
         value.find("..") != std::string_view::npos)
         return std::nullopt;
-    const auto allowed = [](char c) { return isASCIIAlphanumeric(c) || c == '/' || c == '.' || c == '_' || c == '-'; };
+    const auto allowed = [](char c) {
+        return ASCII::isAlphanumeric(c) || c == '/' || c == '.' || c == '_' || c == '-';
+    };
     if (!std::ranges::all_of(value, allowed))
         return std::nullopt;
     return std::string(value);
@@ -100,14 +95,14 @@ std::optional<std::string> AgentTerminalInfo::validSocket(std::string_view text)
 std::optional<std::string> AgentTerminalInfo::validPane(std::string_view text) {
     const std::string_view value = ASCII::trimmed(text);
     if (value.size() < minPaneLength || value.size() > maxPaneLength || value.front() != '%' ||
-        !std::ranges::all_of(value.substr(1), isASCIIDigit))
+        !std::ranges::all_of(value.substr(1), ASCII::isDigit))
         return std::nullopt;
     return std::string(value);
 }
 
 std::optional<std::string> AgentTerminalInfo::validSessionID(std::string_view text) {
     const std::string_view value = ASCII::trimmed(text);
-    const auto allowed = [](char c) { return isASCIIAlphanumeric(c) || c == ':' || c == '-'; };
+    const auto allowed = [](char c) { return ASCII::isAlphanumeric(c) || c == ':' || c == '-'; };
     if (value.empty() || value.size() > maxSessionIDLength || !std::ranges::all_of(value, allowed))
         return std::nullopt;
     return std::string(value);

@@ -1,6 +1,7 @@
 #include "BrindKit/agents/AgentToolSummary.hpp"
 
 #include "BrindKit/agents/AgentText.hpp"
+#include "BrindKit/foundation/ASCII.hpp"
 
 #include <algorithm>
 #include <array>
@@ -21,7 +22,6 @@ bool contains(const std::array<std::string_view, N>& names, std::string_view nam
     return std::ranges::find(names, name) != names.end();
 }
 
-constexpr std::array<std::string_view, 4> shellTools{"Bash", "run_shell_command", "Shell", "shell"};
 constexpr std::array<std::string_view, 8> fileTools{"Edit",         "MultiEdit",  "Write",   "Read",
                                                     "NotebookEdit", "write_file", "replace", "read_file"};
 constexpr std::array<std::string_view, 2> fetchTools{"WebFetch", "web_fetch"};
@@ -57,13 +57,8 @@ std::string flattened(std::string_view text) {
         joined += text[i];
         ++i;
     }
-    const auto blank = [](char c) { return c == ' ' || c == '\t'; };
-    std::string_view trimmed = joined;
-    while (!trimmed.empty() && blank(trimmed.front()))
-        trimmed.remove_prefix(1);
-    while (!trimmed.empty() && blank(trimmed.back()))
-        trimmed.remove_suffix(1);
-    return AgentText::truncated(trimmed, flattenedLimit, flattenedKeep);
+    // Line breaks are replaced by now, so only spaces and tabs are left to trim.
+    return AgentText::truncated(ASCII::trimmed(joined), flattenedLimit, flattenedKeep);
 }
 
 std::string shortPath(std::string_view path) {

@@ -2,6 +2,7 @@
 
 #include "BrindKit/foundation/JSON.hpp"
 
+#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -11,6 +12,9 @@ namespace brind {
 /// The one-line description of a tool call shown beside a session: the command for shell tools,
 /// the file for editors, the URL, query or pattern for web and search tools.
 namespace AgentToolSummary {
+
+/// The tools that run a shell command, whose summary is the command itself.
+inline constexpr std::array<std::string_view, 4> shellTools{"Bash", "Shell", "run_shell_command", "shell"};
 
 /// Summary of a call of `tool` with `input` (a JSON object, or null for none). Nothing when there
 /// is no input, no usable key, or the summary would be empty.

@@ -229,6 +229,33 @@ TEST(AgentEventDecoder, TakesTheEventNameFromTheRequestWhenTheBodyHasNone) {
     EXPECT_EQ(decoded(AgentKind::cursor, "{}", "stop").kind, K::stop);
 }
 
+// The hook forwarder picks its fallback answer by this name alone; it must be the name `decode`
+// gives the event (nothing where `decode` finds none).
+TEST(AgentEventDecoder, EventNameIsTheNameDecodeGives) {
+    struct Case {
+        AgentKind agent;
+        std::optional<std::string_view> given;
+        const char* body;
+        std::optional<std::string> name;
+    };
+    const Case cases[] = {
+        {AgentKind::cursor, "stop", R"({"hook_event_name":"beforeShellExecution"})", "beforeShellExecution"},
+        {AgentKind::cursor, "beforeMCPExecution", "{}", "beforeMCPExecution"},
+        {AgentKind::claudeCode, std::nullopt, "{}", std::nullopt},
+        {AgentKind::codex, "approval-requested", "{}", "agent-turn-complete"},
+        {AgentKind::codex, std::nullopt, R"({"type":"exec-approval-request"})", "exec-approval-request"},
+        {AgentKind::generic, "stop", "{}", std::nullopt},
+        {AgentKind::generic, "stop", R"({"event":"tool"})", "tool"},
+    };
+    for (const Case& c : cases) {
+        const auto result = AgentEventDecoder::decode(c.agent, c.given, c.body, now);
+        EXPECT_EQ(result ? std::optional(result->rawName) : std::nullopt, c.name)
+            << rawValue(c.agent) << " " << c.body;
+        EXPECT_EQ(AgentEventDecoder::eventName(c.agent, c.given, c.body), c.name)
+            << rawValue(c.agent) << " " << c.body;
+    }
+}
+
 TEST(AgentEventDecoder, FillsDefaultSessionIdentifiers) {
     EXPECT_EQ(decoded(AgentKind::claudeCode, R"({"hook_event_name":"Stop","session_id":""})").sessionID,
               "default");
