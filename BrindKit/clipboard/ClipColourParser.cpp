@@ -1,5 +1,9 @@
 #include "BrindKit/clipboard/ClipColourParser.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+#include "BrindKit/foundation/Hex.hpp"
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -12,10 +16,6 @@ namespace {
 constexpr double channelMaximum = 255;
 constexpr double percentMaximum = 100;
 
-bool isHexDigit(char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
-
 std::optional<RGBA> parseHex(std::string_view text) {
     if (!text.starts_with('#'))
         return std::nullopt;
@@ -23,10 +23,9 @@ std::optional<RGBA> parseHex(std::string_view text) {
     const std::size_t length = digits.size();
     if (length != 3 && length != 4 && length != 6 && length != 8)
         return std::nullopt;
-    for (const char c : digits) {
-        if (!isHexDigit(c))
-            return std::nullopt;
-    }
+    // fromHex would also take blanks around the digits; a literal has none.
+    if (!std::ranges::all_of(digits, [](char c) { return Hex::digitValue(c) >= 0; }))
+        return std::nullopt;
     return RGBA::fromHex(text);
 }
 
@@ -82,22 +81,9 @@ std::optional<double> alpha(std::string_view text) {
 // Function names are ASCII, and no other character lower-cases into ASCII letters or the
 // characters of a number, so comparing the name without case equals lower-casing the whole text
 // (which a megabyte of copied prose would pay for on every copy).
-bool startsWithName(std::string_view text, std::string_view name) {
-    if (text.size() < name.size())
-        return false;
-    for (std::size_t index = 0; index < name.size(); ++index) {
-        char c = text[index];
-        if (c >= 'A' && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-        if (c != name[index])
-            return false;
-    }
-    return true;
-}
-
 std::optional<std::vector<std::string>> callArguments(std::string_view text, std::string_view name) {
-    if (!startsWithName(text, name) || text.size() < name.size() + 2 || text[name.size()] != '(' ||
-        !text.ends_with(')'))
+    if (text.size() < name.size() + 2 || !ASCII::equalsIgnoringCase(text.substr(0, name.size()), name) ||
+        text[name.size()] != '(' || !text.ends_with(')'))
         return std::nullopt;
     const std::string_view inside = text.substr(name.size() + 1, text.size() - name.size() - 2);
     std::vector<std::string> arguments;

@@ -4,7 +4,6 @@
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
 
-#include <limits>
 #include <utility>
 
 namespace brind {
@@ -67,16 +66,6 @@ std::string joinedPaths(const std::vector<std::string>& urls) {
         first = false;
     }
     return joined;
-}
-
-std::optional<std::int64_t> optionalInteger(const JSON& object, std::string_view key) {
-    const JSON* value = JSONRead::member(object, key);
-    if (!value || !value->is_number_integer())
-        return std::nullopt;
-    // A whole number past the signed range would wrap to a negative one; it counts as a wrong type.
-    if (value->is_number_unsigned() && value->get<std::uint64_t>() > std::numeric_limits<std::int64_t>::max())
-        return std::nullopt;
-    return value->get<std::int64_t>();
 }
 
 std::string missing(std::string_view key) {
@@ -214,7 +203,7 @@ std::expected<ClipItem, std::string> ClipItem::fromJSON(const JSON& value) {
         return std::unexpected(missing("lastUsed"));
     item.lastUsed = Date{*lastUsed};
 
-    const auto useCount = optionalInteger(value, "useCount");
+    const auto useCount = JSONRead::integer(value, "useCount");
     if (!useCount)
         return std::unexpected(missing("useCount"));
     item.useCount = *useCount;
@@ -226,7 +215,7 @@ std::expected<ClipItem, std::string> ClipItem::fromJSON(const JSON& value) {
     if (!contentHash)
         return std::unexpected(missing("contentHash"));
     item.contentHash = *contentHash;
-    const auto byteSize = optionalInteger(value, "byteSize");
+    const auto byteSize = JSONRead::integer(value, "byteSize");
     if (!byteSize)
         return std::unexpected(missing("byteSize"));
     item.byteSize = *byteSize;
@@ -234,8 +223,8 @@ std::expected<ClipItem, std::string> ClipItem::fromJSON(const JSON& value) {
     item.text = JSONRead::string(value, "text");
     item.rtfFile = JSONRead::string(value, "rtfFile");
     item.imageFile = JSONRead::string(value, "imageFile");
-    item.imageWidth = optionalInteger(value, "imageWidth");
-    item.imageHeight = optionalInteger(value, "imageHeight");
+    item.imageWidth = JSONRead::integer(value, "imageWidth");
+    item.imageHeight = JSONRead::integer(value, "imageHeight");
     if (const JSON* colour = JSONRead::member(value, "colour")) {
         if (auto decoded = RGBA::fromJSON(*colour))
             item.colour = *decoded;

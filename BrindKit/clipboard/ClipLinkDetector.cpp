@@ -1,5 +1,6 @@
 #include "BrindKit/clipboard/ClipLinkDetector.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
 
@@ -11,7 +12,6 @@ namespace {
 
 // Longer texts are documents, not links; refusing them early keeps classifying large copies fast.
 constexpr std::size_t maxLinkCharacters = 4096;
-constexpr std::size_t minWWWLength = 5;
 constexpr std::size_t minMailtoLength = 8;
 
 bool containsWhitespace(std::string_view text) {
@@ -47,9 +47,10 @@ std::optional<std::string> link(std::string_view text) {
     if (trimmed.empty() || trimmed.size() > maxLinkCharacters || containsWhitespace(trimmed))
         return std::nullopt;
 
-    const std::string lowered = Text::lowercased(trimmed);
-    if (lowered.starts_with("www.") && lowered.size() >= minWWWLength &&
-        lowered.find('.', 4) != std::string::npos) {
+    // "www." and a later dot; only the prefix's case matters, so nothing needs lower-casing.
+    constexpr std::string_view wwwPrefix = "www.";
+    if (ASCII::equalsIgnoringCase(std::string_view(trimmed).substr(0, wwwPrefix.size()), wwwPrefix) &&
+        trimmed.find('.', wwwPrefix.size()) != std::string::npos) {
         if (URL::parse("https://" + trimmed))
             return trimmed;
         return std::nullopt;

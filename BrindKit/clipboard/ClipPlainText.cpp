@@ -1,5 +1,6 @@
 #include "BrindKit/clipboard/ClipPlainText.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
@@ -85,14 +86,6 @@ std::size_t sequenceLength(unsigned char lead) {
 
 bool isContinuationByte(char c) {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
-}
-
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isDigit(char c) {
-    return c >= '0' && c <= '9';
 }
 
 // Groups that hold no document text: tables, metadata, pictures and generator notes.
@@ -290,7 +283,7 @@ private:
         if (source_[position_ + 1] == '*')
             return true;
         std::size_t end = position_ + 1;
-        while (end < source_.size() && isLetter(source_[end]))
+        while (end < source_.size() && ASCII::isLetter(source_[end]))
             ++end;
         return isSkippedDestination(source_.substr(position_ + 1, end - position_ - 1));
     }
@@ -309,7 +302,7 @@ private:
                     return;
             } else if (c == '\\') {
                 ++position_;
-                if (position_ < source_.size() && isLetter(source_[position_])) {
+                if (position_ < source_.size() && ASCII::isLetter(source_[position_])) {
                     const ControlWord control = readControlWord();
                     if (control.word == "bin")
                         skipBinary(control.parameter);
@@ -336,18 +329,18 @@ private:
 
     ControlWord readControlWord() {
         const std::size_t start = position_;
-        while (position_ < source_.size() && isLetter(source_[position_]))
+        while (position_ < source_.size() && ASCII::isLetter(source_[position_]))
             ++position_;
         ControlWord control{source_.substr(start, position_ - start), std::nullopt};
         bool negative = false;
         if (position_ < source_.size() && source_[position_] == '-' && position_ + 1 < source_.size() &&
-            isDigit(source_[position_ + 1])) {
+            ASCII::isDigit(source_[position_ + 1])) {
             negative = true;
             ++position_;
         }
-        if (position_ < source_.size() && isDigit(source_[position_])) {
+        if (position_ < source_.size() && ASCII::isDigit(source_[position_])) {
             std::int64_t value = 0;
-            while (position_ < source_.size() && isDigit(source_[position_])) {
+            while (position_ < source_.size() && ASCII::isDigit(source_[position_])) {
                 value = std::min(parameterLimit, value * 10 + (source_[position_] - '0'));
                 ++position_;
             }
@@ -362,7 +355,7 @@ private:
         if (position_ >= source_.size())
             return;
         const char c = source_[position_];
-        if (isLetter(c)) {
+        if (ASCII::isLetter(c)) {
             handleWord(readControlWord());
             return;
         }

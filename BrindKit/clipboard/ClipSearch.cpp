@@ -98,29 +98,30 @@ int tokenScore(const ClipItem& item, const Prepared& prepared, const Token& quer
 } // namespace
 
 std::string haystack(const ClipItem& item) {
-    std::vector<std::string> parts;
+    std::string joined;
+    bool first = true;
+    const auto append = [&](std::string_view part) {
+        if (!first)
+            joined += '\n';
+        joined += part;
+        first = false;
+    };
     if (item.text) {
         // A text of at most that many bytes has at most that many characters.
         if (item.text->size() <= haystackCharacters)
-            parts.push_back(*item.text);
+            append(*item.text);
         else
-            parts.push_back(Text::graphemePrefix(*item.text, haystackCharacters));
+            append(Text::graphemePrefix(*item.text, haystackCharacters));
     }
     for (const std::string& text : item.fileURLs) {
         if (const auto url = URL::parse(text)) {
             const auto segments = url->pathSegments();
             if (!segments.empty())
-                parts.push_back(segments.back());
+                append(segments.back());
         }
     }
     if (item.colour)
-        parts.push_back(item.colour->hex());
-    std::string joined;
-    for (std::size_t index = 0; index < parts.size(); ++index) {
-        if (index > 0)
-            joined += '\n';
-        joined += parts[index];
-    }
+        append(item.colour->hex());
     return Text::lowercased(joined);
 }
 

@@ -26,14 +26,14 @@ int score(const ClipItem& item, std::string_view query);
 /// The items with a positive score, best first; equal scores keep their order.
 std::vector<ClipItem> rank(const std::vector<ClipItem>& items, std::string_view query);
 
-/// What scoring needs of one item, computed once so that every keystroke of a search does not
-/// lower-case the whole history again.
 /// Which byte values occur in a text: a word with a byte its haystack lacks can match neither
 /// inside it nor scattered through it, which spares scanning long haystacks.
 using ByteSet = std::array<std::uint64_t, 4>;
 
 ByteSet byteSet(std::string_view text);
 
+/// What scoring needs of one item, computed once so that every keystroke of a search does not
+/// lower-case the whole history again.
 struct Prepared {
     std::string haystack;
     std::string appName; ///< the lower-cased source application name

@@ -4,10 +4,11 @@ namespace brind {
 
 namespace {
 
+// A value of another type, or a whole number past the signed range (which would otherwise wrap to a
+// negative limit: a history of one item, no image small enough), keeps the default.
 void readInteger(const JSON& object, std::string_view key, std::int64_t& field) {
-    const JSON* value = JSONRead::member(object, key);
-    if (value && value->is_number_integer())
-        field = value->get<std::int64_t>();
+    if (const auto value = JSONRead::integer(object, key))
+        field = *value;
 }
 
 void readBoolean(const JSON& object, std::string_view key, bool& field) {

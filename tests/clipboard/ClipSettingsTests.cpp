@@ -1,7 +1,9 @@
 #include "BrindKit/clipboard/ClipSettings.hpp"
 
 #include <algorithm>
+#include <cstdint>
 #include <gtest/gtest.h>
+#include <limits>
 
 using namespace brind;
 
@@ -33,6 +35,8 @@ TEST(ClipSettings, MissingOrMistypedValuesTakeTheDefaults) {
     mistyped["maxItems"] = "many";
     mistyped["enabled"] = 0;
     mistyped["pausedUntil"] = "tomorrow";
+    // Past the signed range: read as it is, it would wrap to a negative limit.
+    mistyped["maxImageBytes"] = std::numeric_limits<std::uint64_t>::max();
     // A stray non-string keeps the list's strings: dropping the list would record excluded applications.
     mistyped["excludedBundleIDs"] = JSON::array({"org.example.vault", 7});
     EXPECT_EQ(ClipSettings::fromJSON(mistyped), custom);
