@@ -9,8 +9,9 @@
 #include "BrindKit/foundation/Paths.hpp"
 #include "BrindKit/foundation/URL.hpp"
 
+#include <cerrno>
 #include <iostream>
-#include <iterator>
+#include <unistd.h>
 
 namespace vq {
 
@@ -21,8 +22,20 @@ struct HookOptions {
     std::string event;
 };
 
+// Straight from the descriptor: a payload may carry a whole tool output, and std::cin (kept in step
+// with stdio) would hand it over one byte at a time, on every tool use of the agent.
 std::string readStandardInput() {
-    return std::string(std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>());
+    std::string text;
+    char buffer[64 * 1024];
+    for (;;) {
+        const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
+        if (count > 0)
+            text.append(buffer, static_cast<std::size_t>(count));
+        else if (count < 0 && errno == EINTR)
+            continue;
+        else
+            return text;
+    }
 }
 
 } // namespace

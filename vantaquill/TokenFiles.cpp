@@ -1,7 +1,7 @@
 #include "vantaquill/TokenFiles.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/foundation/AtomicFile.hpp"
-#include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/sdk/SDKAuthorizer.hpp"
 
 namespace vq::TokenFiles {
@@ -9,7 +9,8 @@ namespace vq::TokenFiles {
 std::expected<std::string, std::string> loadOrCreateHookToken(const std::filesystem::path& dataFolder) {
     const auto file = dataFolder / "hook-token";
     if (const auto existing = brind::AtomicFile::read(file)) {
-        const std::string token = brind::Text::trimmed(*existing);
+        // Trimmed as the hook command trims it, so that both ends agree on the same secret.
+        const std::string token(brind::ASCII::trimmed(*existing));
         if (!token.empty())
             return token;
     }

@@ -29,7 +29,6 @@ namespace {
 constexpr int exitStartFailure = 1;
 
 struct Options {
-    bool headless = true;
     std::uint16_t port = brind::SDKBridge::defaultPort;
 };
 

@@ -2,8 +2,6 @@
 
 #include <poll.h>
 #include <sys/socket.h>
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <unistd.h>
 
 using namespace vq::e2e;
@@ -40,6 +38,18 @@ TEST_F(Activities, ExpireOnTheirOwn) {
     EXPECT_TRUE(island->waitForLine("activity ended id=sdk.cli.tea", std::chrono::seconds(5)));
 }
 
+TEST_F(Activities, AnExpiryMonthsAwayWaitsQuietlyWhileNearerOnesStillExpire) {
+    // Further off than one platform timer can wait (about 24.8 days).
+    ASSERT_EQ(command({"notify", "--id", "far", "--title", "Far", "--expires-in", "5000000"}).exitCode, 0);
+    ASSERT_TRUE(island->waitForLine("activity shown id=sdk.cli.far"));
+    ASSERT_EQ(command({"notify", "--id", "near", "--title", "Near", "--expires-in", "0.3"}).exitCode, 0);
+    EXPECT_TRUE(island->waitForLine("activity ended id=sdk.cli.near", std::chrono::seconds(5)));
+    ASSERT_EQ(island->stop(), 0);
+    for (const auto& line : island->lines())
+        EXPECT_NE(line, "activity ended id=sdk.cli.far");
+    EXPECT_EQ(island->errors(), "");
+}
+
 TEST_F(Activities, HUDFlashesAndClears) {
     const auto reply = authorized("POST", "/v1/hud", R"({"kind":"volume","level":0.5,"label":"Headphones"})");
     ASSERT_EQ(statusOf(reply), 200) << reply;
@@ -69,12 +79,8 @@ TEST_F(Activities, EventStreamHearsHelloThenActionPresses) {
     ASSERT_EQ(command({"notify", "--id", "upload", "--title", "Uploading"}).exitCode, 0);
     ASSERT_TRUE(island->waitForLine("activity shown id=sdk.cli.upload"));
 
-    const int descriptor = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(island->port());
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const int descriptor = connectLoopback(island->port());
+    ASSERT_GE(descriptor, 0);
     const std::string open = "GET /v1/events HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(island->port()) +
                              "\r\nAuthorization: Bearer " + cliToken() + "\r\n\r\n";
     ASSERT_EQ(::send(descriptor, open.data(), open.size(), 0), static_cast<ssize_t>(open.size()));

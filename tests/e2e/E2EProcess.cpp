@@ -158,13 +158,16 @@ IslandProcess::IslandProcess(const TemporaryHome& home, const std::vector<std::s
     ::close(out[1]);
     ::close(err[1]);
     inputDescriptor = in[1];
-    // The application's diagnostics go to the test's own stderr, where ctest shows them on failure.
-    std::thread([descriptor = err[0]] {
+    // The application's diagnostics are kept for the test and go to its own stderr, where ctest
+    // shows them on failure.
+    errorReader = std::thread([this, descriptor = err[0]] {
         const std::string text = drain(descriptor);
         ::close(descriptor);
         if (!text.empty())
             std::fprintf(stderr, "[vantaquill-island] %s", text.c_str());
-    }).detach();
+        std::lock_guard guard(lock);
+        errorText = text;
+    });
     outputDescriptor = out[0];
     reader = std::thread([this] { readOutput(); });
     if (const auto line = waitForLine(std::string(listeningPrefix))) {
@@ -179,6 +182,8 @@ IslandProcess::~IslandProcess() {
         ::close(inputDescriptor);
     if (reader.joinable())
         reader.join();
+    if (errorReader.joinable())
+        errorReader.join();
     if (outputDescriptor >= 0)
         ::close(outputDescriptor);
 }
@@ -233,6 +238,11 @@ std::vector<std::string> IslandProcess::lines() const {
     return seen;
 }
 
+std::string IslandProcess::errors() const {
+    std::lock_guard guard(lock);
+    return errorText;
+}
+
 int IslandProcess::stop() {
     if (exitCode)
         return *exitCode;
@@ -242,10 +252,13 @@ int IslandProcess::stop() {
     int status = 0;
     ::waitpid(pid, &status, 0);
     exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    // Its standard error ends with it: once read to the end, `errors()` is complete.
+    if (errorReader.joinable())
+        errorReader.join();
     return *exitCode;
 }
 
-std::string rawExchange(std::uint16_t port, const std::string& request, std::chrono::milliseconds timeout) {
+int connectLoopback(std::uint16_t port) {
     const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -253,8 +266,15 @@ std::string rawExchange(std::uint16_t port, const std::string& request, std::chr
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (::connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
         ::close(descriptor);
-        return {};
+        return -1;
     }
+    return descriptor;
+}
+
+std::string rawExchange(std::uint16_t port, const std::string& request, std::chrono::milliseconds timeout) {
+    const int descriptor = connectLoopback(port);
+    if (descriptor < 0)
+        return {};
     std::size_t written = 0;
     while (written < request.size()) {
         const ssize_t count = ::send(descriptor, request.data() + written, request.size() - written, MSG_NOSIGNAL);

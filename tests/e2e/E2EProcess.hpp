@@ -61,6 +61,9 @@ public:
     /// Every line seen so far.
     std::vector<std::string> lines() const;
 
+    /// Everything the application wrote on standard error; complete once it has stopped.
+    std::string errors() const;
+
     /// Writes to the application's standard input (its headless console).
     bool sendInput(const std::string& text);
 
@@ -75,13 +78,18 @@ private:
     int inputDescriptor = -1;
     std::uint16_t boundPort = 0;
     std::thread reader;
+    std::thread errorReader;
     mutable std::mutex lock;
     std::condition_variable changed;
     std::vector<std::string> seen;
+    std::string errorText;
     std::size_t consumed = 0;
     bool finished = false;
     std::optional<int> exitCode;
 };
+
+/// A TCP connection to 127.0.0.1:port; the descriptor, or -1.
+int connectLoopback(std::uint16_t port);
 
 /// Writes `request` to 127.0.0.1:port and reads until the server closes; the raw reply bytes.
 std::string rawExchange(std::uint16_t port, const std::string& request,

@@ -4,6 +4,7 @@
 
 #include <QObject>
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -26,9 +27,18 @@ protected:
 
 private:
     class QtTimer;
-    void cancel(int id);
+    struct Pending {
+        std::uint64_t key = 0;   ///< what the handle knows it by; the Qt id changes at every hop
+        double milliseconds = 0; ///< still to wait after the running Qt timer
+        std::function<void()> action;
+    };
 
-    std::map<int, std::function<void()>> actions;
+    void start(Pending entry);
+    void cancel(std::uint64_t key);
+
+    /// By the id of the running Qt timer; only a handful at a time.
+    std::map<int, Pending> pending;
+    std::uint64_t nextKey = 0;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 
