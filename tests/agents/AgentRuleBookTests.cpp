@@ -1,5 +1,6 @@
 #include "BrindKit/agents/AgentRuleBook.hpp"
 #include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -29,14 +30,6 @@ AgentHookEvent bash(std::string cwd, std::string command) {
     return event;
 }
 
-struct TemporaryFolder {
-    std::filesystem::path path = std::filesystem::temp_directory_path() /
-                                 ("agent-rules-" + std::to_string(::getpid()) + "-" +
-                                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    TemporaryFolder() { std::filesystem::create_directories(path); }
-    ~TemporaryFolder() { std::filesystem::remove_all(path); }
-};
-
 } // namespace
 
 TEST(AgentRuleBook, MatchesTheFirstCoveringRuleInOrder) {
@@ -62,8 +55,8 @@ TEST(AgentRuleBook, KeepsOneRulePerIDAndRemovesByID) {
 }
 
 TEST(AgentRuleBook, SavesAndLoadsAtomicallyUnderTheRulesKey) {
-    TemporaryFolder folder;
-    const auto file = folder.path / AgentRuleBook::fileName;
+    const brindtest::TemporaryFolder folder("agent-rules");
+    const auto file = folder.path() / AgentRuleBook::fileName;
     const auto missing = AgentRuleBook::load(file);
     ASSERT_TRUE(missing.has_value());
     EXPECT_TRUE(missing->rules.empty());

@@ -2,6 +2,7 @@
 
 #include "BrindKit/clipboard/ClipClassifier.hpp"
 #include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -21,22 +22,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A private folder under the system's temporary folder, removed with its contents.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (fs::temp_directory_path() / "clip-archive-XXXXXX").string();
-        path_ = ::mkdtemp(pattern.data()) ? fs::path(pattern) : fs::path();
-    }
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
+using brindtest::TemporaryFolder;
 
 ClipItem textItem(const std::string& text, double when) {
     ClipItem item;

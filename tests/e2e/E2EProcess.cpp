@@ -87,26 +87,16 @@ bool isComplete(const std::string& reply) {
 
 } // namespace
 
-TemporaryHome::TemporaryHome() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "vantaquill-e2e-XXXXXX").string();
-    root = ::mkdtemp(pattern.data());
-}
-
-TemporaryHome::~TemporaryHome() {
-    std::error_code ignored;
-    std::filesystem::remove_all(root, ignored);
-}
-
 std::map<std::string, std::string> TemporaryHome::environment() const {
     std::map<std::string, std::string> result;
     for (const char* name : {"PATH", "LANG", "LC_ALL", "TZ"}) {
         if (const char* value = std::getenv(name))
             result[name] = value;
     }
-    result["HOME"] = root.string();
-    result["XDG_DATA_HOME"] = (root / ".local/share").string();
-    result["XDG_CONFIG_HOME"] = (root / ".config").string();
-    result["XDG_RUNTIME_DIR"] = root.string();
+    result["HOME"] = path().string();
+    result["XDG_DATA_HOME"] = (path() / ".local/share").string();
+    result["XDG_CONFIG_HOME"] = (path() / ".config").string();
+    result["XDG_RUNTIME_DIR"] = path().string();
     result["QT_QPA_PLATFORM"] = "offscreen";
     return result;
 }

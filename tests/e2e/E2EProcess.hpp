@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/TemporaryFolder.hpp"
+
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -17,17 +19,12 @@ namespace vq::e2e {
 /// A throw-away home folder for one test: HOME and the XDG folders point inside it.
 class TemporaryHome {
 public:
-    TemporaryHome();
-    ~TemporaryHome();
-    TemporaryHome(const TemporaryHome&) = delete;
-    TemporaryHome& operator=(const TemporaryHome&) = delete;
-
-    const std::filesystem::path& path() const { return root; }
+    const std::filesystem::path& path() const { return root.path(); }
     /// The environment a program started for this home gets (PATH and the like are kept).
     std::map<std::string, std::string> environment() const;
 
 private:
-    std::filesystem::path root;
+    brindtest::TemporaryFolder root{"vantaquill-e2e"};
 };
 
 struct CommandResult {

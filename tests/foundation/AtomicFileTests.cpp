@@ -1,5 +1,7 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 
+#include "tests/support/TemporaryFolder.hpp"
+
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -7,18 +9,9 @@
 using namespace brind;
 namespace fs = std::filesystem;
 
-namespace {
-
-fs::path freshFolder() {
-    const fs::path folder = fs::temp_directory_path() / ("brind-atomic-" + std::to_string(::getpid()));
-    fs::remove_all(folder);
-    return folder;
-}
-
-} // namespace
-
 TEST(AtomicFile, WritesReplacesAndLeavesNoTemporaryFiles) {
-    const fs::path folder = freshFolder();
+    const brindtest::TemporaryFolder temporary("brind-atomic");
+    const fs::path& folder = temporary.path();
     ASSERT_TRUE(AtomicFile::ensureFolder(folder / "nested"));
     EXPECT_EQ(fs::status(folder / "nested").permissions() & fs::perms::all, fs::perms::owner_all);
 
@@ -29,7 +22,6 @@ TEST(AtomicFile, WritesReplacesAndLeavesNoTemporaryFiles) {
     EXPECT_EQ(fs::status(file).permissions() & fs::perms::all,
               fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder / "nested"), fs::directory_iterator{}), 1);
-    fs::remove_all(folder);
 }
 
 TEST(AtomicFile, ReportsFailuresAsSentences) {
@@ -40,7 +32,8 @@ TEST(AtomicFile, ReportsFailuresAsSentences) {
 }
 
 TEST(AtomicFile, ReadsWholeFilesWhateverSizeTheyReport) {
-    const fs::path folder = freshFolder();
+    const brindtest::TemporaryFolder temporary("brind-atomic");
+    const fs::path& folder = temporary.path();
     ASSERT_TRUE(AtomicFile::ensureFolder(folder));
     std::string large(3 * 4096 + 7, 'x');
     large[100] = '\0';
@@ -57,5 +50,4 @@ TEST(AtomicFile, ReadsWholeFilesWhateverSizeTheyReport) {
     EXPECT_EQ(mappings->back(), '\n');
     EXPECT_NE(mappings->find("Rss:"), std::string::npos);
     EXPECT_FALSE(AtomicFile::read(folder));
-    fs::remove_all(folder);
 }

@@ -1,6 +1,7 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/system/LyricsStore.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <cmath>
 #include <cstdlib>
@@ -86,16 +87,9 @@ TEST(LyricsStore, ReadsOnlySyncedLyricsFromASuccessfulAnswer) {
 // Each test gets a support folder of its own, removed afterwards.
 class LyricsCache : public testing::Test {
   protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "lyrics-store-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        folder = pattern;
-    }
-    void TearDown() override {
-        std::error_code ignored;
-        fs::remove_all(folder, ignored);
-    }
-    fs::path folder;
+    void SetUp() override { ASSERT_FALSE(folder.empty()); }
+    const brindtest::TemporaryFolder temporary{"lyrics-store"};
+    const fs::path& folder = temporary.path();
 };
 
 TEST_F(LyricsCache, SavedLyricsComeBackFromTheCache) {
