@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QPointF>
+#include <QRect>
+#include <QRegion>
+#include <QString>
+
+#include <functional>
+
+class QPainter;
+class QScreen;
+
+namespace vq {
+
+/// Where the island is shown: an X11 window (X11 sessions, and XWayland where the compositor has no
+/// layer shell) or a Wayland layer-shell surface. The controller and the view never know which one
+/// runs: they place the surface, say which part of it takes the pointer, ask for frames and paint
+/// when the surface is ready to draw. All coordinates are logical pixels; the surface applies the
+/// screen's scale.
+class IslandSurface {
+public:
+    enum class Kind { x11, layerShell };
+
+    struct PointerEvent {
+        enum class Type { enter, leave, motion, press, release };
+        Type type = Type::motion;
+        /// In the surface's own coordinates (origin top-left).
+        QPointF position;
+        Qt::MouseButton button = Qt::NoButton;
+    };
+
+    struct KeyEvent {
+        int key = 0; // a Qt::Key
+        Qt::KeyboardModifiers modifiers;
+        QString text;
+    };
+
+    virtual ~IslandSurface() = default;
+
+    virtual Kind kind() const = 0;
+
+    /// Shows the surface on `screen` with the given frame in Qt's global logical coordinates (the
+    /// frame hangs from the top edge, centred). A layer-shell surface uses only the size and the
+    /// screen's output: it is anchored to the top edge and centred by the compositor.
+    virtual void place(QScreen* screen, const QRect& frame) = 0;
+    virtual void setVisible(bool visible) = 0;
+    /// The part of the surface that takes pointer input (the island's outline); elsewhere clicks
+    /// reach the windows below.
+    virtual void setInputRegion(const QRegion& region) = 0;
+    /// Asks for keyboard input (only while the expanded panel needs typing) or gives it back.
+    virtual void setKeyboardInteractive(bool interactive) = 0;
+    /// Asks for one frame: when the surface can draw, it calls `onFrame` and then `paint`.
+    /// Nothing is scheduled until this is called again, so an island at rest costs nothing.
+    virtual void requestFrame() = 0;
+
+    /// Advances animations to the frame's time (seconds, monotonic) before painting.
+    std::function<void(double time)> onFrame;
+    /// Paints the whole surface; the painter is in logical coordinates, already scaled.
+    std::function<void(QPainter& painter)> paint;
+    std::function<void(const PointerEvent&)> onPointer;
+    std::function<void(const KeyEvent&)> onKey;
+};
+
+} // namespace vq
