@@ -3,26 +3,9 @@
 #include "BrindKit/agents/AgentKind.hpp"
 #include "BrindKit/agents/AgentRuleBook.hpp"
 #include "BrindKit/agents/AgentSession.hpp"
+#include "BrindKit/agents/AgentSessionChange.hpp"
 
 namespace vq {
-
-namespace {
-
-std::string_view changeName(brind::AgentSessionChange::Kind kind) {
-    switch (kind) {
-    case brind::AgentSessionChange::Kind::started:
-        return "started";
-    case brind::AgentSessionChange::Kind::finished:
-        return "finished";
-    case brind::AgentSessionChange::Kind::needsInput:
-        return "needsInput";
-    case brind::AgentSessionChange::Kind::ended:
-        return "ended";
-    }
-    std::unreachable();
-}
-
-} // namespace
 
 AgentHub::AgentHub(Scheduler& scheduler, std::filesystem::path dataFolder, HeadlessDisplay& display,
                    MainThread mainThread, double pruneInterval)
@@ -61,7 +44,7 @@ AgentHub::~AgentHub() {
 void AgentHub::apply(const brind::AgentHookEvent& event) {
     const auto changes = tracker_.apply(event);
     for (const auto& change : changes)
-        display.line("agent " + std::string(changeName(change.kind)) + " key=" + change.key);
+        display.line("agent " + std::string(brind::name(change.kind)) + " key=" + change.key);
     showSession(brind::AgentSession::key(event.agent, event.sessionID));
 }
 
@@ -86,8 +69,8 @@ void AgentHub::showSession(const std::string& key) {
         return;
     }
     const brind::AgentSession& session = found->second;
-    std::string line = "agent session key=" + key + " agent=" + std::string(brind::rawValue(session.agent)) +
-                       " status=" + std::string(brind::rawValue(session.status)) + " " +
+    std::string line = "agent session key=" + key + " agent=" + std::string(brind::name(session.agent)) +
+                       " status=" + std::string(brind::name(session.status)) + " " +
                        HeadlessDisplay::field("project", session.project);
     if (session.lastTool)
         line += " " + HeadlessDisplay::field("tool", *session.lastTool);
@@ -110,7 +93,7 @@ void AgentHub::showApprovals() {
         if (shownApprovals.contains(request.id))
             continue;
         const auto& event = request.event;
-        std::string line = "approval waiting id=" + request.id + " agent=" + std::string(brind::rawValue(event.agent)) +
+        std::string line = "approval waiting id=" + request.id + " agent=" + std::string(brind::name(event.agent)) +
                            " session=" + brind::AgentSession::key(event.agent, event.sessionID);
         if (event.toolName)
             line += " " + HeadlessDisplay::field("tool", *event.toolName);

@@ -31,7 +31,7 @@ std::string HeadlessDisplay::describe(const brind::LiveActivity& activity) {
 }
 
 std::string HeadlessDisplay::describe(const brind::HUDEvent& hud) {
-    std::string text = "kind=" + std::string(brind::HUDEvent::name(hud.kind));
+    std::string text = "kind=" + std::string(brind::name(hud.kind));
     if (hud.value)
         text += " " + number("value", *hud.value);
     text += std::string(" muted=") + (hud.muted ? "true" : "false");

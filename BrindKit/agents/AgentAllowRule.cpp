@@ -75,7 +75,7 @@ std::optional<std::string> commandOf(const AgentHookEvent& event) {
 } // namespace
 
 std::string AgentAllowRule::id() const {
-    std::string result = agent ? std::string(rawValue(*agent)) : "*";
+    std::string result = agent ? std::string(name(*agent)) : "*";
     result += '|';
     result += project;
     result += '|';
@@ -152,7 +152,7 @@ bool AgentAllowRule::matches(const AgentHookEvent& event) const {
 JSON AgentAllowRule::toJSON() const {
     JSON json = {{"project", project}, {"tool", tool}, {"createdAt", createdAt.secondsSince1970}};
     if (agent)
-        json["agent"] = rawValue(*agent);
+        json["agent"] = name(*agent);
     if (commandPrefix)
         json["commandPrefix"] = *commandPrefix;
     return json;
@@ -167,7 +167,7 @@ std::optional<AgentAllowRule> AgentAllowRule::fromJSON(const JSON& json) {
     if (const JSON* agent = JSONRead::present(json, "agent")) {
         if (!agent->is_string())
             return std::nullopt;
-        rule.agent = agentKindFromRawValue(agent->get_ref<const std::string&>());
+        rule.agent = agentKindNamed(agent->get_ref<const std::string&>());
         if (!rule.agent)
             return std::nullopt;
     }

@@ -1,25 +1,31 @@
 #include "BrindKit/agents/AgentEventKind.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
-std::string_view rawValue(AgentEventKind kind) {
-    switch (kind) {
-    case AgentEventKind::sessionStart: return "sessionStart";
-    case AgentEventKind::sessionEnd: return "sessionEnd";
-    case AgentEventKind::prompt: return "prompt";
-    case AgentEventKind::preTool: return "preTool";
-    case AgentEventKind::postTool: return "postTool";
-    case AgentEventKind::permissionRequest: return "permissionRequest";
-    case AgentEventKind::needsInput: return "needsInput";
-    case AgentEventKind::notification: return "notification";
-    case AgentEventKind::stop: return "stop";
-    case AgentEventKind::subagentStop: return "subagentStop";
-    case AgentEventKind::status: return "status";
-    case AgentEventKind::unknown: return "unknown";
-    }
-    std::unreachable();
+namespace {
+
+constexpr auto eventKindRows = std::to_array<EnumTable::NameRow<AgentEventKind>>({
+    {AgentEventKind::sessionStart, "sessionStart"},
+    {AgentEventKind::sessionEnd, "sessionEnd"},
+    {AgentEventKind::prompt, "prompt"},
+    {AgentEventKind::preTool, "preTool"},
+    {AgentEventKind::postTool, "postTool"},
+    {AgentEventKind::permissionRequest, "permissionRequest"},
+    {AgentEventKind::needsInput, "needsInput"},
+    {AgentEventKind::notification, "notification"},
+    {AgentEventKind::stop, "stop"},
+    {AgentEventKind::subagentStop, "subagentStop"},
+    {AgentEventKind::status, "status"},
+    {AgentEventKind::unknown, "unknown"},
+});
+static_assert(EnumTable::coversEveryCase(eventKindRows));
+
+} // namespace
+
+std::string_view name(AgentEventKind kind) {
+    return EnumTable::row(eventKindRows, kind).name;
 }
 
 } // namespace brind

@@ -21,6 +21,6 @@ enum class AgentEventKind {
 };
 
 /// The case name as text ("sessionStart", "preTool", ...).
-std::string_view rawValue(AgentEventKind kind);
+std::string_view name(AgentEventKind kind);
 
 } // namespace brind

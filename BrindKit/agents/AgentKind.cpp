@@ -1,39 +1,44 @@
 #include "BrindKit/agents/AgentKind.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/foundation/Text.hpp"
-
-#include <utility>
 
 namespace brind {
 
-std::string_view rawValue(AgentKind kind) {
-    switch (kind) {
-    case AgentKind::claudeCode: return "claude-code";
-    case AgentKind::codex: return "codex";
-    case AgentKind::gemini: return "gemini";
-    case AgentKind::cursor: return "cursor";
-    case AgentKind::generic: return "generic";
-    }
-    std::unreachable();
+namespace {
+
+struct AgentKindRow {
+    AgentKind value;
+    std::string_view name;
+    std::string_view displayName;
+    std::string_view keyWord;
+};
+
+constexpr auto agentKindRows = std::to_array<AgentKindRow>({
+    {AgentKind::claudeCode, "claude-code", "Claude Code", "claude"},
+    {AgentKind::codex, "codex", "Codex CLI", "codex"},
+    {AgentKind::gemini, "gemini", "Gemini CLI", "gemini"},
+    {AgentKind::cursor, "cursor", "Cursor", "cursor"},
+    {AgentKind::generic, "generic", "Agent", "agent"},
+});
+static_assert(EnumTable::coversEveryCase(agentKindRows));
+
+} // namespace
+
+std::string_view name(AgentKind kind) {
+    return EnumTable::row(agentKindRows, kind).name;
+}
+
+std::optional<AgentKind> agentKindNamed(std::string_view text) {
+    return EnumTable::named(agentKindRows, text);
 }
 
 std::string_view displayName(AgentKind kind) {
-    switch (kind) {
-    case AgentKind::claudeCode: return "Claude Code";
-    case AgentKind::codex: return "Codex CLI";
-    case AgentKind::gemini: return "Gemini CLI";
-    case AgentKind::cursor: return "Cursor";
-    case AgentKind::generic: return "Agent";
-    }
-    std::unreachable();
+    return EnumTable::row(agentKindRows, kind).displayName;
 }
 
-std::optional<AgentKind> agentKindFromRawValue(std::string_view raw) {
-    for (const AgentKind kind : allAgentKinds) {
-        if (rawValue(kind) == raw)
-            return kind;
-    }
-    return std::nullopt;
+std::string_view keyWord(AgentKind kind) {
+    return EnumTable::row(agentKindRows, kind).keyWord;
 }
 
 std::optional<AgentKind> agentKindLoose(std::string_view name) {

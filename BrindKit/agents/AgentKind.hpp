@@ -20,13 +20,16 @@ inline constexpr std::array<AgentKind, 5> allAgentKinds{AgentKind::claudeCode, A
                                                         AgentKind::cursor, AgentKind::generic};
 
 /// The name used in URLs, rules and stored records ("claude-code", "codex", ...).
-std::string_view rawValue(AgentKind kind);
+std::string_view name(AgentKind kind);
 
 /// The name shown to people ("Claude Code", "Codex CLI", ...).
 std::string_view displayName(AgentKind kind);
 
-/// The kind with exactly this raw value; used where a stored identifier must be read strictly.
-std::optional<AgentKind> agentKindFromRawValue(std::string_view raw);
+/// The word a session's key starts with ("claude", "codex", ..., "agent").
+std::string_view keyWord(AgentKind kind);
+
+/// The kind with exactly this name; used where a stored identifier must be read strictly.
+std::optional<AgentKind> agentKindNamed(std::string_view name);
 
 /// A user- or script-supplied name, read loosely: case is ignored and common aliases ("claude",
 /// "cc", "codex-cli", "agent", ...) are understood. Nothing for a name no agent answers to.

@@ -59,6 +59,6 @@ struct AgentSession {
 };
 
 /// The status's case name ("working", "awaitingApproval", ...).
-std::string_view rawValue(AgentSession::Status status);
+std::string_view name(AgentSession::Status status);
 
 } // namespace brind

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace brind {
 
@@ -19,5 +20,8 @@ struct AgentSessionChange {
 
     friend bool operator==(const AgentSessionChange&, const AgentSessionChange&) = default;
 };
+
+/// "started", "finished", "needsInput" or "ended".
+std::string_view name(AgentSessionChange::Kind kind);
 
 } // namespace brind

@@ -91,7 +91,7 @@ void appendItem(std::string& out, const ClipItem& item) {
     appendOptional(out, "imageHeight", item.imageHeight, first, appendInteger);
     appendOptional(out, "imageWidth", item.imageWidth, first, appendInteger);
     appendKey(out, "kind", first);
-    appendString(out, rawValue(item.kind));
+    appendString(out, name(item.kind));
     appendKey(out, "lastUsed", first);
     appendNumber(out, item.lastUsed.secondsSince1970);
     appendKey(out, "pinned", first);
@@ -211,7 +211,7 @@ std::optional<UUID> uuidValue(element value) {
 
 std::optional<ClipKind> kindValue(element value) {
     const auto text = stringValue(value);
-    return text ? clipKindFromRawValue(*text) : std::nullopt;
+    return text ? clipKindNamed(*text) : std::nullopt;
 }
 
 std::optional<RGBA> colourValue(element value) {

@@ -137,7 +137,7 @@ std::vector<std::string> ClipItem::sideFiles() const {
 JSON ClipItem::toJSON() const {
     JSON object = JSON::object();
     object["id"] = id.string();
-    object["kind"] = std::string(rawValue(kind));
+    object["kind"] = std::string(name(kind));
     if (text)
         object["text"] = *text;
     object["fileURLs"] = fileURLs;
@@ -180,7 +180,7 @@ std::expected<ClipItem, std::string> ClipItem::fromJSON(const JSON& value) {
     const auto kindName = JSONRead::string(value, "kind");
     if (!kindName)
         return std::unexpected(missing("kind"));
-    const auto kind = clipKindFromRawValue(*kindName);
+    const auto kind = clipKindNamed(*kindName);
     if (!kind)
         return std::unexpected("clip item: unknown kind: " + *kindName);
     item.kind = *kind;

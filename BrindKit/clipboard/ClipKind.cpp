@@ -1,69 +1,44 @@
 #include "BrindKit/clipboard/ClipKind.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
-std::string_view rawValue(ClipKind kind) {
-    switch (kind) {
-    case ClipKind::text:
-        return "text";
-    case ClipKind::richText:
-        return "richText";
-    case ClipKind::link:
-        return "link";
-    case ClipKind::image:
-        return "image";
-    case ClipKind::file:
-        return "file";
-    case ClipKind::colour:
-        return "colour";
-    }
-    std::unreachable();
+namespace {
+
+struct ClipKindRow {
+    ClipKind value;
+    std::string_view name;
+    std::string_view title;
+    std::string_view symbol;
+};
+
+constexpr auto clipKindRows = std::to_array<ClipKindRow>({
+    {ClipKind::text, "text", "Text", "text.alignleft"},
+    {ClipKind::richText, "richText", "Rich text", "textformat"},
+    {ClipKind::link, "link", "Link", "link"},
+    {ClipKind::image, "image", "Image", "photo"},
+    {ClipKind::file, "file", "File", "doc"},
+    {ClipKind::colour, "colour", "Colour", "paintpalette"},
+});
+static_assert(EnumTable::coversEveryCase(clipKindRows));
+
+} // namespace
+
+std::string_view name(ClipKind kind) {
+    return EnumTable::row(clipKindRows, kind).name;
 }
 
-std::optional<ClipKind> clipKindFromRawValue(std::string_view name) {
-    for (const ClipKind kind : allClipKinds) {
-        if (rawValue(kind) == name)
-            return kind;
-    }
-    return std::nullopt;
+std::optional<ClipKind> clipKindNamed(std::string_view text) {
+    return EnumTable::named(clipKindRows, text);
 }
 
 std::string_view title(ClipKind kind) {
-    switch (kind) {
-    case ClipKind::text:
-        return "Text";
-    case ClipKind::richText:
-        return "Rich text";
-    case ClipKind::link:
-        return "Link";
-    case ClipKind::image:
-        return "Image";
-    case ClipKind::file:
-        return "File";
-    case ClipKind::colour:
-        return "Colour";
-    }
-    std::unreachable();
+    return EnumTable::row(clipKindRows, kind).title;
 }
 
 std::string_view symbol(ClipKind kind) {
-    switch (kind) {
-    case ClipKind::text:
-        return "text.alignleft";
-    case ClipKind::richText:
-        return "textformat";
-    case ClipKind::link:
-        return "link";
-    case ClipKind::image:
-        return "photo";
-    case ClipKind::file:
-        return "doc";
-    case ClipKind::colour:
-        return "paintpalette";
-    }
-    std::unreachable();
+    return EnumTable::row(clipKindRows, kind).symbol;
 }
 
 } // namespace brind

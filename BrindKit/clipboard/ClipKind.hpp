@@ -13,10 +13,10 @@ inline constexpr std::array<ClipKind, 6> allClipKinds{ClipKind::text,  ClipKind:
                                                       ClipKind::image, ClipKind::file,     ClipKind::colour};
 
 /// The stable name written to JSON ("richText").
-std::string_view rawValue(ClipKind kind);
+std::string_view name(ClipKind kind);
 
 /// The kind for a stored name; unknown names are nothing.
-std::optional<ClipKind> clipKindFromRawValue(std::string_view rawValue);
+std::optional<ClipKind> clipKindNamed(std::string_view name);
 
 /// The label shown in filters ("Rich text").
 std::string_view title(ClipKind kind);

@@ -1,29 +1,29 @@
 #include "BrindKit/island/ActivityAction.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
+
 #include <utility>
 
 namespace brind {
 
-std::string_view ActivityAction::name(Role role) {
-    switch (role) {
-    case Role::normal:
-        return "normal";
-    case Role::primary:
-        return "primary";
-    case Role::destructive:
-        return "destructive";
-    case Role::cancel:
-        return "cancel";
-    }
-    std::unreachable();
+namespace {
+
+constexpr auto roleRows = std::to_array<EnumTable::NameRow<ActivityAction::Role>>({
+    {ActivityAction::Role::normal, "normal"},
+    {ActivityAction::Role::primary, "primary"},
+    {ActivityAction::Role::destructive, "destructive"},
+    {ActivityAction::Role::cancel, "cancel"},
+});
+static_assert(EnumTable::coversEveryCase(roleRows));
+
+} // namespace
+
+std::string_view name(ActivityAction::Role role) {
+    return EnumTable::row(roleRows, role).name;
 }
 
-std::optional<ActivityAction::Role> ActivityAction::roleNamed(std::string_view text) {
-    for (const Role role : allRoles) {
-        if (name(role) == text)
-            return role;
-    }
-    return std::nullopt;
+std::optional<ActivityAction::Role> activityActionRoleNamed(std::string_view text) {
+    return EnumTable::named(roleRows, text);
 }
 
 std::expected<ActivityAction, std::string> ActivityAction::fromJSON(const JSON& value) {
@@ -38,8 +38,9 @@ std::expected<ActivityAction, std::string> ActivityAction::fromJSON(const JSON& 
 
     ActivityAction action{std::move(*id), std::move(*label), Role::normal, JSONRead::string(value, "symbol")};
     if (const JSON* roleValue = JSONRead::present(value, "role")) {
-        const auto role =
-            roleValue->is_string() ? roleNamed(roleValue->get_ref<const std::string&>()) : std::nullopt;
+        const auto role = roleValue->is_string()
+                              ? activityActionRoleNamed(roleValue->get_ref<const std::string&>())
+                              : std::nullopt;
         if (!role)
             return std::unexpected("action " + action.id +
                                    ": role must be normal, primary, destructive or cancel");

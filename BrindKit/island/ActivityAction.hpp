@@ -26,9 +26,6 @@ struct ActivityAction {
     /// A system symbol drawn before the label.
     std::optional<std::string> symbol;
 
-    static std::string_view name(Role role);
-    static std::optional<Role> roleNamed(std::string_view name);
-
     /// "id" and "label" are required strings; "role" defaults to normal when absent but an unknown
     /// role is an error; "symbol" is optional.
     static std::expected<ActivityAction, std::string> fromJSON(const JSON& value);
@@ -36,6 +33,10 @@ struct ActivityAction {
 
     friend bool operator==(const ActivityAction&, const ActivityAction&) = default;
 };
+
+/// "normal", "primary", "destructive" or "cancel".
+std::string_view name(ActivityAction::Role role);
+std::optional<ActivityAction::Role> activityActionRoleNamed(std::string_view name);
 
 } // namespace brind
 

@@ -1,44 +1,40 @@
 #include "BrindKit/island/ActivityPriority.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/foundation/Text.hpp"
-
-#include <utility>
 
 namespace brind {
 
+namespace {
+
+struct PriorityRow {
+    ActivityPriority value;
+    std::string_view name;
+    /// The other word posters use for the same priority.
+    std::string_view alias;
+};
+
+constexpr auto priorityRows = std::to_array<PriorityRow>({
+    {ActivityPriority::ambient, "ambient", "low"},
+    {ActivityPriority::normal, "normal", "default"},
+    {ActivityPriority::important, "important", "high"},
+    {ActivityPriority::critical, "critical", "urgent"},
+});
+static_assert(EnumTable::coversEveryCase(priorityRows));
+
+} // namespace
+
 std::string_view name(ActivityPriority priority) {
-    switch (priority) {
-    case ActivityPriority::ambient:
-        return "ambient";
-    case ActivityPriority::normal:
-        return "normal";
-    case ActivityPriority::important:
-        return "important";
-    case ActivityPriority::critical:
-        return "critical";
-    }
-    std::unreachable();
+    return EnumTable::row(priorityRows, priority).name;
 }
 
 std::optional<ActivityPriority> activityPriorityNamed(std::string_view text) {
-    struct Alias {
-        std::string_view name;
-        ActivityPriority priority;
-    };
-    static constexpr Alias aliases[] = {
-        {"low", ActivityPriority::ambient},
-        {"default", ActivityPriority::normal},
-        {"high", ActivityPriority::important},
-        {"urgent", ActivityPriority::critical},
-    };
     const std::string lowered = Text::lowercased(text);
-    for (const ActivityPriority priority : allActivityPriorities) {
-        if (lowered == name(priority))
-            return priority;
-    }
-    for (const Alias& alias : aliases) {
-        if (lowered == alias.name)
-            return alias.priority;
+    if (const auto priority = EnumTable::named(priorityRows, lowered))
+        return priority;
+    for (const PriorityRow& row : priorityRows) {
+        if (lowered == row.alias)
+            return row.value;
     }
     return std::nullopt;
 }

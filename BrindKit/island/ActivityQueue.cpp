@@ -1,5 +1,7 @@
 #include "BrindKit/island/ActivityQueue.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
+
 #include <algorithm>
 #include <utility>
 
@@ -130,18 +132,20 @@ std::optional<Date> ActivityQueue::nextExpiry() const {
     return earliest;
 }
 
+namespace {
+
+constexpr auto postResultRows = std::to_array<EnumTable::NameRow<ActivityQueue::PostResult>>({
+    {ActivityQueue::PostResult::inserted, "inserted"},
+    {ActivityQueue::PostResult::updated, "updated"},
+    {ActivityQueue::PostResult::unchanged, "unchanged"},
+    {ActivityQueue::PostResult::suppressed, "suppressed"},
+});
+static_assert(EnumTable::coversEveryCase(postResultRows));
+
+} // namespace
+
 std::string_view name(ActivityQueue::PostResult result) {
-    switch (result) {
-    case ActivityQueue::PostResult::inserted:
-        return "inserted";
-    case ActivityQueue::PostResult::updated:
-        return "updated";
-    case ActivityQueue::PostResult::unchanged:
-        return "unchanged";
-    case ActivityQueue::PostResult::suppressed:
-        return "suppressed";
-    }
-    std::unreachable();
+    return EnumTable::row(postResultRows, result).name;
 }
 
 } // namespace brind

@@ -1,5 +1,6 @@
 #include "BrindKit/island/HUDEvent.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/island/UnitInterval.hpp"
 
 #include <utility>
@@ -44,26 +45,24 @@ std::string HUDEvent::resolvedSymbol() const {
     std::unreachable();
 }
 
-std::string_view HUDEvent::name(Kind kind) {
-    switch (kind) {
-    case Kind::volume:
-        return "volume";
-    case Kind::brightness:
-        return "brightness";
-    case Kind::keyboardBacklight:
-        return "keyboardBacklight";
-    case Kind::custom:
-        return "custom";
-    }
-    std::unreachable();
+namespace {
+
+constexpr auto kindRows = std::to_array<EnumTable::NameRow<HUDEvent::Kind>>({
+    {HUDEvent::Kind::volume, "volume"},
+    {HUDEvent::Kind::brightness, "brightness"},
+    {HUDEvent::Kind::keyboardBacklight, "keyboardBacklight"},
+    {HUDEvent::Kind::custom, "custom"},
+});
+static_assert(EnumTable::coversEveryCase(kindRows));
+
+} // namespace
+
+std::string_view name(HUDEvent::Kind kind) {
+    return EnumTable::row(kindRows, kind).name;
 }
 
-std::optional<HUDEvent::Kind> HUDEvent::kindNamed(std::string_view text) {
-    for (const Kind kind : allKinds) {
-        if (name(kind) == text)
-            return kind;
-    }
-    return std::nullopt;
+std::optional<HUDEvent::Kind> hudEventKindNamed(std::string_view text) {
+    return EnumTable::named(kindRows, text);
 }
 
 std::expected<HUDEvent, std::string> HUDEvent::fromJSON(const JSON& value) {
@@ -72,7 +71,7 @@ std::expected<HUDEvent, std::string> HUDEvent::fromJSON(const JSON& value) {
     const auto kindText = JSONRead::string(value, "kind");
     if (!kindText)
         return std::unexpected(std::string("missing the string \"kind\""));
-    const auto kind = kindNamed(*kindText);
+    const auto kind = hudEventKindNamed(*kindText);
     if (!kind)
         return std::unexpected("kind: unknown HUD kind " + *kindText);
     const auto muted = JSONRead::boolean(value, "muted");

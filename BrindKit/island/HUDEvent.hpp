@@ -40,9 +40,6 @@ struct HUDEvent {
     /// `symbol` when set, otherwise the kind's symbol for the level (an absent level counts as 0).
     std::string resolvedSymbol() const;
 
-    static std::string_view name(Kind kind);
-    static std::optional<Kind> kindNamed(std::string_view name);
-
     /// "kind" (one of the kind names) and "muted" (a boolean) are required; "value" is taken as
     /// given; "symbol", "label" and "tint" are optional. The error is the decoder's message.
     static std::expected<HUDEvent, std::string> fromJSON(const JSON& value);
@@ -50,6 +47,10 @@ struct HUDEvent {
 
     friend bool operator==(const HUDEvent&, const HUDEvent&) = default;
 };
+
+/// "volume", "brightness", "keyboardBacklight" or "custom".
+std::string_view name(HUDEvent::Kind kind);
+std::optional<HUDEvent::Kind> hudEventKindNamed(std::string_view name);
 
 } // namespace brind
 

@@ -1,5 +1,6 @@
 #include "BrindKit/island/IslandLayout.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/foundation/Overloaded.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
@@ -60,50 +61,36 @@ SizeF housing(const IslandLayout::Input& input) {
             std::max(input.metrics.size.height + input.heightOffset, minimumClosedHeight)};
 }
 
+struct SizeRow {
+    IslandLayout::Size value;
+    std::string_view name;
+    double scale;
+    double pillWidth;
+};
+
+constexpr auto sizeRows = std::to_array<SizeRow>({
+    {IslandLayout::Size::small, "small", 0.88, 132},
+    {IslandLayout::Size::medium, "medium", 1.0, 150},
+    {IslandLayout::Size::large, "large", 1.13, 169},
+});
+static_assert(EnumTable::coversEveryCase(sizeRows));
+
 } // namespace
 
-std::string_view IslandLayout::name(Size size) {
-    switch (size) {
-    case Size::small:
-        return "small";
-    case Size::medium:
-        return "medium";
-    case Size::large:
-        return "large";
-    }
-    std::unreachable();
+std::string_view name(IslandLayout::Size size) {
+    return EnumTable::row(sizeRows, size).name;
 }
 
-std::optional<IslandLayout::Size> IslandLayout::sizeNamed(std::string_view text) {
-    for (const Size size : allSizes) {
-        if (name(size) == text)
-            return size;
-    }
-    return std::nullopt;
+std::optional<IslandLayout::Size> islandLayoutSizeNamed(std::string_view text) {
+    return EnumTable::named(sizeRows, text);
 }
 
 double IslandLayout::scale(Size size) {
-    switch (size) {
-    case Size::small:
-        return 0.88;
-    case Size::medium:
-        return 1.0;
-    case Size::large:
-        return 1.13;
-    }
-    std::unreachable();
+    return EnumTable::row(sizeRows, size).scale;
 }
 
 double IslandLayout::pillWidth(Size size) {
-    switch (size) {
-    case Size::small:
-        return 132;
-    case Size::medium:
-        return 150;
-    case Size::large:
-        return 169;
-    }
-    std::unreachable();
+    return EnumTable::row(sizeRows, size).pillWidth;
 }
 
 SizeF IslandLayout::closed(const Input& input) {

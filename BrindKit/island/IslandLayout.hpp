@@ -46,8 +46,6 @@ struct IslandLayout {
     /// Gap between the top bar and a floating pill.
     static constexpr double floatingGap = 6;
 
-    static std::string_view name(Size size);
-    static std::optional<Size> sizeNamed(std::string_view name);
     /// 0.88, 1.0, 1.13.
     static double scale(Size size);
     /// The floating pill's width: 132, 150, 169.
@@ -95,5 +93,9 @@ struct IslandLayout {
     /// The expanded island once its content has reported a height (96 until then).
     static SizeF expandedForContent(const Input& input, std::optional<double> contentHeight);
 };
+
+/// "small", "medium" or "large".
+std::string_view name(IslandLayout::Size size);
+std::optional<IslandLayout::Size> islandLayoutSizeNamed(std::string_view name);
 
 } // namespace brind

@@ -1,29 +1,27 @@
 #include "BrindKit/island/IslandState.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
+namespace {
+
+constexpr auto islandStateRows = std::to_array<EnumTable::NameRow<IslandState>>({
+    {IslandState::closed, "closed"},
+    {IslandState::peek, "peek"},
+    {IslandState::compact, "compact"},
+    {IslandState::expanded, "expanded"},
+});
+static_assert(EnumTable::coversEveryCase(islandStateRows));
+
+} // namespace
+
 std::string_view name(IslandState state) {
-    switch (state) {
-    case IslandState::closed:
-        return "closed";
-    case IslandState::peek:
-        return "peek";
-    case IslandState::compact:
-        return "compact";
-    case IslandState::expanded:
-        return "expanded";
-    }
-    std::unreachable();
+    return EnumTable::row(islandStateRows, state).name;
 }
 
 std::optional<IslandState> islandStateNamed(std::string_view text) {
-    for (const IslandState state : allIslandStates) {
-        if (name(state) == text)
-            return state;
-    }
-    return std::nullopt;
+    return EnumTable::named(islandStateRows, text);
 }
 
 } // namespace brind

@@ -15,7 +15,7 @@ SDKHTTPResponse SDKAuthError::response() const {
         Overloaded{
             [](const ScopeNotGranted& denied) {
                 return SDKHTTPResponse::error(
-                    403, "forbidden", "This app wasn't granted the '" + std::string(rawValue(denied.scope)) + "' scope.");
+                    403, "forbidden", "This app wasn't granted the '" + std::string(name(denied.scope)) + "' scope.");
             },
             [](const MissingToken&) {
                 return SDKHTTPResponse::error(401, "unauthorized",

@@ -308,7 +308,7 @@ SDKBridge::Result SDKBridge::registerClient(const SDKHTTPRequest& request) {
     const std::string token = auth.issue(appID, displayName, *granted, now());
     JSON names = JSON::array();
     for (const SDKScope scope : *granted)
-        names.push_back(std::string(rawValue(scope)));
+        names.push_back(std::string(brind::name(scope)));
     co_return respond(SDKHTTPResponse::json(200, JSON{{"token", token}, {"app", appID}, {"scopes", names}}));
 }
 
@@ -475,7 +475,7 @@ SDKBridge::Result SDKBridge::agentHook(const SDKHTTPRequest& request) {
     }
     const auto agentName = request.query.find("agent");
     const auto agent =
-        agentName == request.query.end() ? std::nullopt : agentKindFromRawValue(agentName->second);
+        agentName == request.query.end() ? std::nullopt : agentKindNamed(agentName->second);
     if (!agent || *agent == AgentKind::generic)
         co_return respond(SDKHTTPResponse::error(400, "bad_agent", "agent: claude-code, codex, gemini, cursor."));
 

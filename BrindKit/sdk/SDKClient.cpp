@@ -20,7 +20,7 @@ bool isTokenHash(std::string_view text) {
 JSON SDKClient::toJSON() const {
     JSON scopeNames = JSON::array();
     for (const SDKScope scope : scopes)
-        scopeNames.push_back(rawValue(scope));
+        scopeNames.push_back(brind::name(scope));
     return JSON{
         {"appID", appID},
         {"name", name},
@@ -45,7 +45,7 @@ std::optional<SDKClient> SDKClient::fromJSON(const JSON& object) {
         for (const JSON& name : *names) {
             if (!name.is_string())
                 continue;
-            if (const auto scope = SDKScopes::fromRawValue(name.get_ref<const std::string&>()))
+            if (const auto scope = sdkScopeNamed(name.get_ref<const std::string&>()))
                 client.scopes.push_back(*scope);
         }
     }

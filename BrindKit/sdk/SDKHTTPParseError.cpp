@@ -1,21 +1,23 @@
 #include "BrindKit/sdk/SDKHTTPParseError.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
-std::string_view toString(SDKHTTPParseError error) {
-    switch (error) {
-    case SDKHTTPParseError::malformed:
-        return "malformed";
-    case SDKHTTPParseError::headersTooLarge:
-        return "headersTooLarge";
-    case SDKHTTPParseError::bodyTooLarge:
-        return "bodyTooLarge";
-    case SDKHTTPParseError::unsupportedTransferEncoding:
-        return "unsupportedTransferEncoding";
-    }
-    std::unreachable();
+namespace {
+
+constexpr auto parseErrorRows = std::to_array<EnumTable::NameRow<SDKHTTPParseError>>({
+    {SDKHTTPParseError::malformed, "malformed"},
+    {SDKHTTPParseError::headersTooLarge, "headersTooLarge"},
+    {SDKHTTPParseError::bodyTooLarge, "bodyTooLarge"},
+    {SDKHTTPParseError::unsupportedTransferEncoding, "unsupportedTransferEncoding"},
+});
+static_assert(EnumTable::coversEveryCase(parseErrorRows));
+
+} // namespace
+
+std::string_view name(SDKHTTPParseError error) {
+    return EnumTable::row(parseErrorRows, error).name;
 }
 
 } // namespace brind

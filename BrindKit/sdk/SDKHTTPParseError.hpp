@@ -13,6 +13,6 @@ enum class SDKHTTPParseError {
 };
 
 /// The case name ("malformed", "headersTooLarge", ...), for logs and test output.
-std::string_view toString(SDKHTTPParseError error);
+std::string_view name(SDKHTTPParseError error);
 
 } // namespace brind

@@ -1,5 +1,6 @@
 #include "BrindKit/sdk/SDKScope.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <algorithm>
@@ -7,48 +8,42 @@
 
 namespace brind {
 
-std::string_view rawValue(SDKScope scope) {
-    switch (scope) {
-    case SDKScope::activities:
-        return "activities";
-    case SDKScope::hud:
-        return "hud";
-    case SDKScope::shelf:
-        return "shelf";
-    case SDKScope::agents:
-        return "agents";
-    }
-    std::unreachable();
+namespace {
+
+struct ScopeRow {
+    SDKScope value;
+    std::string_view name;
+    std::string_view consentText;
+};
+
+constexpr auto scopeRows = std::to_array<ScopeRow>({
+    {SDKScope::activities, "activities", "show live activities in the island"},
+    {SDKScope::hud, "hud", "flash short messages in the island"},
+    {SDKScope::shelf, "shelf", "add files to your shelf"},
+    {SDKScope::agents, "agents", "report coding-agent sessions"},
+});
+static_assert(EnumTable::coversEveryCase(scopeRows));
+
+} // namespace
+
+std::string_view name(SDKScope scope) {
+    return EnumTable::row(scopeRows, scope).name;
+}
+
+std::optional<SDKScope> sdkScopeNamed(std::string_view text) {
+    return EnumTable::named(scopeRows, text);
 }
 
 std::string_view consentText(SDKScope scope) {
-    switch (scope) {
-    case SDKScope::activities:
-        return "show live activities in the island";
-    case SDKScope::hud:
-        return "flash short messages in the island";
-    case SDKScope::shelf:
-        return "add files to your shelf";
-    case SDKScope::agents:
-        return "report coding-agent sessions";
-    }
-    std::unreachable();
+    return EnumTable::row(scopeRows, scope).consentText;
 }
 
 namespace SDKScopes {
 
-std::optional<SDKScope> fromRawValue(std::string_view name) {
-    for (const SDKScope scope : all) {
-        if (rawValue(scope) == name)
-            return scope;
-    }
-    return std::nullopt;
-}
-
 std::optional<std::vector<SDKScope>> parse(const std::vector<std::string>& names) {
     std::vector<SDKScope> scopes;
     for (const auto& name : names) {
-        const auto scope = fromRawValue(Text::lowercased(name));
+        const auto scope = sdkScopeNamed(Text::lowercased(name));
         if (!scope)
             return std::nullopt;
         scopes.push_back(*scope);

@@ -17,7 +17,9 @@ enum class SDKScope {
 };
 
 /// The wire name ("activities", "hud", "shelf", "agents").
-std::string_view rawValue(SDKScope scope);
+std::string_view name(SDKScope scope);
+/// The scope with this exact wire name.
+std::optional<SDKScope> sdkScopeNamed(std::string_view name);
 
 /// The line shown for the scope in the consent prompt ("show live activities in the island", ...).
 std::string_view consentText(SDKScope scope);
@@ -26,9 +28,6 @@ namespace SDKScopes {
 
 /// Every scope in sort order.
 inline constexpr std::array<SDKScope, 4> all{SDKScope::activities, SDKScope::hud, SDKScope::shelf, SDKScope::agents};
-
-/// The scope with this exact wire name.
-std::optional<SDKScope> fromRawValue(std::string_view name);
 
 /// Reads requested scope names, matched case-insensitively, as a sorted list without duplicates.
 /// Nothing when the list is empty or names a scope that does not exist: a registration asks for

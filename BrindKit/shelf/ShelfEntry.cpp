@@ -1,6 +1,7 @@
 #include "BrindKit/shelf/ShelfEntry.hpp"
 
 #include "BrindKit/foundation/Base64.hpp"
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
 #include "BrindKit/shelf/ShelfNaming.hpp"
@@ -10,24 +11,23 @@
 
 namespace brind {
 
-std::string_view rawValue(ShelfEntry::Kind kind) {
-    switch (kind) {
-    case ShelfEntry::Kind::file:
-        return "file";
-    case ShelfEntry::Kind::text:
-        return "text";
-    case ShelfEntry::Kind::link:
-        return "link";
-    }
-    std::unreachable();
+namespace {
+
+constexpr auto kindRows = std::to_array<EnumTable::NameRow<ShelfEntry::Kind>>({
+    {ShelfEntry::Kind::file, "file"},
+    {ShelfEntry::Kind::text, "text"},
+    {ShelfEntry::Kind::link, "link"},
+});
+static_assert(EnumTable::coversEveryCase(kindRows));
+
+} // namespace
+
+std::string_view name(ShelfEntry::Kind kind) {
+    return EnumTable::row(kindRows, kind).name;
 }
 
-std::optional<ShelfEntry::Kind> shelfEntryKind(std::string_view rawValue) {
-    for (const auto kind : {ShelfEntry::Kind::file, ShelfEntry::Kind::text, ShelfEntry::Kind::link}) {
-        if (brind::rawValue(kind) == rawValue)
-            return kind;
-    }
-    return std::nullopt;
+std::optional<ShelfEntry::Kind> shelfEntryKindNamed(std::string_view text) {
+    return EnumTable::named(kindRows, text);
 }
 
 std::optional<std::string> ShelfEntry::fileURL() const {
@@ -145,7 +145,7 @@ bool ShelfEntry::sameContent(const ShelfEntry& other) const {
 JSON ShelfEntry::json() const {
     JSON object = JSON::object();
     object["id"] = id.string();
-    object["kind"] = rawValue(kind);
+    object["kind"] = name(kind);
     if (path)
         object["path"] = *path;
     if (bookmark)
@@ -166,7 +166,7 @@ std::optional<ShelfEntry> ShelfEntry::fromJSON(const JSON& value) {
     if (!idText || !kindText || !addedText)
         return std::nullopt;
     const auto id = UUID::parse(*idText);
-    const auto kind = shelfEntryKind(*kindText);
+    const auto kind = shelfEntryKindNamed(*kindText);
     const auto addedAt = Date::parseISO8601(*addedText);
     if (!id || !kind || !addedAt)
         return std::nullopt;

@@ -59,7 +59,7 @@ struct ShelfEntry {
     friend bool operator==(const ShelfEntry&, const ShelfEntry&) = default;
 };
 
-std::string_view rawValue(ShelfEntry::Kind kind);
-std::optional<ShelfEntry::Kind> shelfEntryKind(std::string_view rawValue);
+std::string_view name(ShelfEntry::Kind kind);
+std::optional<ShelfEntry::Kind> shelfEntryKindNamed(std::string_view name);
 
 } // namespace brind

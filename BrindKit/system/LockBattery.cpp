@@ -1,10 +1,10 @@
 #include "BrindKit/system/LockBattery.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/island/TimeFormat.hpp"
 #include "BrindKit/system/BatteryEstimate.hpp"
 
 #include <algorithm>
-#include <utility>
 
 namespace brind {
 
@@ -46,26 +46,24 @@ std::optional<std::string> LockBattery::detail(int percent, bool pluggedIn, bool
     return TimeFormat::duration(*left) + " left";
 }
 
-std::string_view LockBattery::name(Tone tone) {
-    switch (tone) {
-    case Tone::normal:
-        return "normal";
-    case Tone::charging:
-        return "charging";
-    case Tone::low:
-        return "low";
-    case Tone::lowPower:
-        return "lowPower";
-    }
-    std::unreachable();
+namespace {
+
+constexpr auto toneRows = std::to_array<EnumTable::NameRow<LockBattery::Tone>>({
+    {LockBattery::Tone::normal, "normal"},
+    {LockBattery::Tone::charging, "charging"},
+    {LockBattery::Tone::low, "low"},
+    {LockBattery::Tone::lowPower, "lowPower"},
+});
+static_assert(EnumTable::coversEveryCase(toneRows));
+
+} // namespace
+
+std::string_view name(LockBattery::Tone tone) {
+    return EnumTable::row(toneRows, tone).name;
 }
 
-std::optional<LockBattery::Tone> LockBattery::toneNamed(std::string_view text) {
-    for (const Tone tone : allTones) {
-        if (name(tone) == text)
-            return tone;
-    }
-    return std::nullopt;
+std::optional<LockBattery::Tone> lockBatteryToneNamed(std::string_view text) {
+    return EnumTable::named(toneRows, text);
 }
 
 } // namespace brind

@@ -29,9 +29,10 @@ struct LockBattery {
     static std::optional<std::string> detail(int percent, bool pluggedIn, bool charging,
                                              std::optional<long long> minutesToFull,
                                              std::optional<long long> minutesLeft);
-
-    static std::string_view name(Tone tone);
-    static std::optional<Tone> toneNamed(std::string_view name);
 };
+
+/// "normal", "charging", "low" or "lowPower".
+std::string_view name(LockBattery::Tone tone);
+std::optional<LockBattery::Tone> lockBatteryToneNamed(std::string_view name);
 
 } // namespace brind

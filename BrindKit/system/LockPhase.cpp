@@ -1,29 +1,27 @@
 #include "BrindKit/system/LockPhase.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
+namespace {
+
+constexpr auto lockPhaseRows = std::to_array<EnumTable::NameRow<LockPhase>>({
+    {LockPhase::hidden, "hidden"},
+    {LockPhase::locked, "locked"},
+    {LockPhase::unlocking, "unlocking"},
+    {LockPhase::collapsing, "collapsing"},
+});
+static_assert(EnumTable::coversEveryCase(lockPhaseRows));
+
+} // namespace
+
 std::string_view name(LockPhase phase) {
-    switch (phase) {
-    case LockPhase::hidden:
-        return "hidden";
-    case LockPhase::locked:
-        return "locked";
-    case LockPhase::unlocking:
-        return "unlocking";
-    case LockPhase::collapsing:
-        return "collapsing";
-    }
-    std::unreachable();
+    return EnumTable::row(lockPhaseRows, phase).name;
 }
 
 std::optional<LockPhase> lockPhaseNamed(std::string_view text) {
-    for (const LockPhase phase : allLockPhases) {
-        if (name(phase) == text)
-            return phase;
-    }
-    return std::nullopt;
+    return EnumTable::named(lockPhaseRows, text);
 }
 
 } // namespace brind

@@ -1,25 +1,25 @@
 #include "BrindKit/system/LockPosition.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
+namespace {
+
+constexpr auto lockPositionRows = std::to_array<EnumTable::NameRow<LockPosition>>({
+    {LockPosition::clock, "clock"},
+    {LockPosition::bottom, "bottom"},
+});
+static_assert(EnumTable::coversEveryCase(lockPositionRows));
+
+} // namespace
+
 std::string_view name(LockPosition position) {
-    switch (position) {
-    case LockPosition::clock:
-        return "clock";
-    case LockPosition::bottom:
-        return "bottom";
-    }
-    std::unreachable();
+    return EnumTable::row(lockPositionRows, position).name;
 }
 
 std::optional<LockPosition> lockPositionNamed(std::string_view text) {
-    for (const LockPosition position : allLockPositions) {
-        if (name(position) == text)
-            return position;
-    }
-    return std::nullopt;
+    return EnumTable::named(lockPositionRows, text);
 }
 
 } // namespace brind

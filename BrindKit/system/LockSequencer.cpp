@@ -1,5 +1,7 @@
 #include "BrindKit/system/LockSequencer.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
+
 #include <utility>
 
 namespace brind {
@@ -56,14 +58,18 @@ LockSequencer::Effect LockSequencer::reset() {
     return None{};
 }
 
+namespace {
+
+constexpr auto stepRows = std::to_array<EnumTable::NameRow<LockSequencer::Step>>({
+    {LockSequencer::Step::collapse, "collapse"},
+    {LockSequencer::Step::teardown, "teardown"},
+});
+static_assert(EnumTable::coversEveryCase(stepRows));
+
+} // namespace
+
 std::string_view name(LockSequencer::Step step) {
-    switch (step) {
-    case LockSequencer::Step::collapse:
-        return "collapse";
-    case LockSequencer::Step::teardown:
-        return "teardown";
-    }
-    std::unreachable();
+    return EnumTable::row(stepRows, step).name;
 }
 
 } // namespace brind

@@ -1,37 +1,31 @@
 #include "BrindKit/system/LockWidget.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
+namespace {
+
+constexpr auto lockWidgetRows = std::to_array<EnumTable::NameRow<LockWidget>>({
+    {LockWidget::media, "media"},
+    {LockWidget::battery, "battery"},
+    {LockWidget::bluetooth, "bluetooth"},
+    {LockWidget::meeting, "meeting"},
+    {LockWidget::weather, "weather"},
+    {LockWidget::timer, "timer"},
+    {LockWidget::focus, "focus"},
+    {LockWidget::stayAwake, "stayAwake"},
+});
+static_assert(EnumTable::coversEveryCase(lockWidgetRows));
+
+} // namespace
+
 std::string_view name(LockWidget widget) {
-    switch (widget) {
-    case LockWidget::media:
-        return "media";
-    case LockWidget::battery:
-        return "battery";
-    case LockWidget::bluetooth:
-        return "bluetooth";
-    case LockWidget::meeting:
-        return "meeting";
-    case LockWidget::weather:
-        return "weather";
-    case LockWidget::timer:
-        return "timer";
-    case LockWidget::focus:
-        return "focus";
-    case LockWidget::stayAwake:
-        return "stayAwake";
-    }
-    std::unreachable();
+    return EnumTable::row(lockWidgetRows, widget).name;
 }
 
 std::optional<LockWidget> lockWidgetNamed(std::string_view text) {
-    for (const LockWidget widget : allLockWidgets) {
-        if (name(widget) == text)
-            return widget;
-    }
-    return std::nullopt;
+    return EnumTable::named(lockWidgetRows, text);
 }
 
 } // namespace brind

@@ -1,8 +1,7 @@
 #include "BrindKit/system/NetworkPeek.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/foundation/Overloaded.hpp"
-
-#include <utility>
 
 namespace brind {
 
@@ -53,26 +52,24 @@ bool NetworkPeek::isWarning() const {
     return is<WifiLost>() || is<VPNDown>() || is<NoInternet>();
 }
 
+namespace {
+
+constexpr auto kindRows = std::to_array<EnumTable::NameRow<NetworkPeek::Kind>>({
+    {NetworkPeek::Kind::wifi, "wifi"},
+    {NetworkPeek::Kind::vpn, "vpn"},
+    {NetworkPeek::Kind::hotspot, "hotspot"},
+    {NetworkPeek::Kind::internet, "internet"},
+});
+static_assert(EnumTable::coversEveryCase(kindRows));
+
+} // namespace
+
 std::string_view name(NetworkPeek::Kind kind) {
-    switch (kind) {
-    case NetworkPeek::Kind::wifi:
-        return "wifi";
-    case NetworkPeek::Kind::vpn:
-        return "vpn";
-    case NetworkPeek::Kind::hotspot:
-        return "hotspot";
-    case NetworkPeek::Kind::internet:
-        return "internet";
-    }
-    std::unreachable();
+    return EnumTable::row(kindRows, kind).name;
 }
 
 std::optional<NetworkPeek::Kind> networkPeekKindNamed(std::string_view text) {
-    for (const NetworkPeek::Kind kind : NetworkPeek::allKinds) {
-        if (name(kind) == text)
-            return kind;
-    }
-    return std::nullopt;
+    return EnumTable::named(kindRows, text);
 }
 
 } // namespace brind

@@ -117,7 +117,7 @@ std::string WidgetOpenMeteo::forecastURL(double latitude, double longitude, Widg
         {"daily", std::string(dailyFields)},
         {"timezone", "auto"},
         {"forecast_days", std::string(forecastDays)},
-        {"temperature_unit", std::string(rawValue(unit))},
+        {"temperature_unit", std::string(name(unit))},
     };
     return "https://" + forecastHost + "/v1/forecast?" + URL::encodeQuery(items);
 }

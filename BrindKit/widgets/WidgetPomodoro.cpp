@@ -1,5 +1,6 @@
 #include "BrindKit/widgets/WidgetPomodoro.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/island/TimeFormat.hpp"
 #include "BrindKit/island/UnitInterval.hpp"
 #include "BrindKit/widgets/WidgetJSONRead.hpp"
@@ -14,50 +15,36 @@ namespace {
 
 constexpr double secondsPerMinute = 60;
 
+struct PhaseRow {
+    WidgetPomodoro::Phase value;
+    std::string_view name;
+    std::string_view label;
+    std::string_view symbol;
+};
+
+constexpr auto phaseRows = std::to_array<PhaseRow>({
+    {WidgetPomodoro::Phase::work, "work", "Focus", "brain.head.profile"},
+    {WidgetPomodoro::Phase::shortBreak, "shortBreak", "Short break", "cup.and.saucer.fill"},
+    {WidgetPomodoro::Phase::longBreak, "longBreak", "Long break", "figure.walk"},
+});
+static_assert(EnumTable::coversEveryCase(phaseRows));
+
 } // namespace
 
-std::string_view rawValue(WidgetPomodoro::Phase phase) {
-    switch (phase) {
-    case WidgetPomodoro::Phase::work:
-        return "work";
-    case WidgetPomodoro::Phase::shortBreak:
-        return "shortBreak";
-    case WidgetPomodoro::Phase::longBreak:
-        return "longBreak";
-    }
-    std::unreachable();
+std::string_view name(WidgetPomodoro::Phase phase) {
+    return EnumTable::row(phaseRows, phase).name;
 }
 
-std::optional<WidgetPomodoro::Phase> widgetPomodoroPhase(std::string_view text) {
-    for (const auto phase : WidgetPomodoro::allPhases) {
-        if (rawValue(phase) == text)
-            return phase;
-    }
-    return std::nullopt;
+std::optional<WidgetPomodoro::Phase> widgetPomodoroPhaseNamed(std::string_view text) {
+    return EnumTable::named(phaseRows, text);
 }
 
 std::string_view label(WidgetPomodoro::Phase phase) {
-    switch (phase) {
-    case WidgetPomodoro::Phase::work:
-        return "Focus";
-    case WidgetPomodoro::Phase::shortBreak:
-        return "Short break";
-    case WidgetPomodoro::Phase::longBreak:
-        return "Long break";
-    }
-    std::unreachable();
+    return EnumTable::row(phaseRows, phase).label;
 }
 
 std::string_view symbol(WidgetPomodoro::Phase phase) {
-    switch (phase) {
-    case WidgetPomodoro::Phase::work:
-        return "brain.head.profile";
-    case WidgetPomodoro::Phase::shortBreak:
-        return "cup.and.saucer.fill";
-    case WidgetPomodoro::Phase::longBreak:
-        return "figure.walk";
-    }
-    std::unreachable();
+    return EnumTable::row(phaseRows, phase).symbol;
 }
 
 double WidgetPomodoro::Config::duration(Phase phase) const {
@@ -219,7 +206,7 @@ std::string WidgetPomodoro::clock(double seconds) {
 
 JSON WidgetPomodoro::json() const {
     JSON object{{"config", config.json()},
-                {"phase", rawValue(phase)},
+                {"phase", name(phase)},
                 {"completedWork", completedWork},
                 {"totalCompleted", totalCompleted},
                 {"pausedRemaining", pausedRemaining}};
@@ -232,7 +219,7 @@ WidgetPomodoro WidgetPomodoro::fromJSON(const JSON& value) {
     const JSON* configValue = JSONRead::member(value, "config");
     WidgetPomodoro pomodoro = make(configValue ? Config::fromJSON(*configValue) : Config{});
     if (const auto phaseText = JSONRead::string(value, "phase"))
-        pomodoro.phase = widgetPomodoroPhase(*phaseText).value_or(Phase::work);
+        pomodoro.phase = widgetPomodoroPhaseNamed(*phaseText).value_or(Phase::work);
     pomodoro.completedWork = std::max(0, WidgetJSONRead::integer(value, "completedWork").value_or(0));
     pomodoro.totalCompleted = std::max(0, WidgetJSONRead::integer(value, "totalCompleted").value_or(0));
     if (const auto ends = JSONRead::number(value, "endsAt"))

@@ -89,8 +89,9 @@ private:
     Phase phaseAfterWork(int finishedSessions) const;
 };
 
-std::string_view rawValue(WidgetPomodoro::Phase phase);
-std::optional<WidgetPomodoro::Phase> widgetPomodoroPhase(std::string_view rawValue);
+/// "work", "shortBreak" or "longBreak": the stored form.
+std::string_view name(WidgetPomodoro::Phase phase);
+std::optional<WidgetPomodoro::Phase> widgetPomodoroPhaseNamed(std::string_view name);
 /// "Focus", "Short break", "Long break".
 std::string_view label(WidgetPomodoro::Phase phase);
 /// The system symbol drawn for the phase.

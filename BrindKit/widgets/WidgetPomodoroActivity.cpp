@@ -1,22 +1,32 @@
 #include "BrindKit/widgets/WidgetPomodoroActivity.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/island/TimeFormat.hpp"
 
-#include <utility>
-
 namespace brind::WidgetPomodoroActivity {
 
+namespace {
+
+/// How the activity shows each phase.
+struct PhaseLook {
+    WidgetPomodoro::Phase value;
+    RGBA tint;
+    /// Said when the phase has run out.
+    std::string_view alertText;
+};
+
+constexpr auto phaseLooks = std::to_array<PhaseLook>({
+    {WidgetPomodoro::Phase::work, {1.0, 0.42, 0.29, 1}, "Focus done"},
+    {WidgetPomodoro::Phase::shortBreak, {0.20, 0.78, 0.35, 1}, "Break over"},
+    {WidgetPomodoro::Phase::longBreak, {0.35, 0.78, 0.98, 1}, "Break over"},
+});
+static_assert(EnumTable::coversEveryCase(phaseLooks));
+
+} // namespace
+
 RGBA tint(WidgetPomodoro::Phase phase) {
-    switch (phase) {
-    case WidgetPomodoro::Phase::work:
-        return RGBA{1.0, 0.42, 0.29, 1};
-    case WidgetPomodoro::Phase::shortBreak:
-        return RGBA{0.20, 0.78, 0.35, 1};
-    case WidgetPomodoro::Phase::longBreak:
-        return RGBA{0.35, 0.78, 0.98, 1};
-    }
-    std::unreachable();
+    return EnumTable::row(phaseLooks, phase).tint;
 }
 
 std::string subtitle(int totalCompleted) {
@@ -54,14 +64,7 @@ LiveActivity activity(const WidgetPomodoro& pomodoro, Date now) {
 }
 
 std::string_view alertText(WidgetPomodoro::Phase finished) {
-    switch (finished) {
-    case WidgetPomodoro::Phase::work:
-        return "Focus done";
-    case WidgetPomodoro::Phase::shortBreak:
-    case WidgetPomodoro::Phase::longBreak:
-        return "Break over";
-    }
-    std::unreachable();
+    return EnumTable::row(phaseLooks, finished).alertText;
 }
 
 LiveActivity finishedActivity(const WidgetPomodoro& pomodoro, WidgetPomodoro::Phase finished, Date now) {

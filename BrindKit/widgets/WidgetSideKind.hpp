@@ -15,8 +15,8 @@ inline constexpr std::array<WidgetSideKind, 11> allWidgetSideKinds{
     WidgetSideKind::battery, WidgetSideKind::pomodoro,  WidgetSideKind::stayAwake};
 
 /// The case name, which is also the kind's identifier and stored form.
-std::string_view rawValue(WidgetSideKind kind);
-std::optional<WidgetSideKind> widgetSideKind(std::string_view rawValue);
+std::string_view name(WidgetSideKind kind);
+std::optional<WidgetSideKind> widgetSideKindNamed(std::string_view name);
 /// "Date", "Next event", ... as the settings list them.
 std::string_view title(WidgetSideKind kind);
 /// The system symbol drawn for the kind.

@@ -1,35 +1,35 @@
 #include "BrindKit/widgets/WidgetTemperatureUnit.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
 
 namespace brind {
 
-std::string_view rawValue(WidgetTemperatureUnit unit) {
-    switch (unit) {
-    case WidgetTemperatureUnit::celsius:
-        return "celsius";
-    case WidgetTemperatureUnit::fahrenheit:
-        return "fahrenheit";
-    }
-    std::unreachable();
+namespace {
+
+struct TemperatureUnitRow {
+    WidgetTemperatureUnit value;
+    std::string_view name;
+    std::string_view symbol;
+};
+
+constexpr auto temperatureUnitRows = std::to_array<TemperatureUnitRow>({
+    {WidgetTemperatureUnit::celsius, "celsius", "\u00B0C"},
+    {WidgetTemperatureUnit::fahrenheit, "fahrenheit", "\u00B0F"},
+});
+static_assert(EnumTable::coversEveryCase(temperatureUnitRows));
+
+} // namespace
+
+std::string_view name(WidgetTemperatureUnit unit) {
+    return EnumTable::row(temperatureUnitRows, unit).name;
 }
 
-std::optional<WidgetTemperatureUnit> widgetTemperatureUnit(std::string_view text) {
-    for (const auto unit : {WidgetTemperatureUnit::celsius, WidgetTemperatureUnit::fahrenheit}) {
-        if (rawValue(unit) == text)
-            return unit;
-    }
-    return std::nullopt;
+std::optional<WidgetTemperatureUnit> widgetTemperatureUnitNamed(std::string_view text) {
+    return EnumTable::named(temperatureUnitRows, text);
 }
 
 std::string_view symbol(WidgetTemperatureUnit unit) {
-    switch (unit) {
-    case WidgetTemperatureUnit::celsius:
-        return "\u00B0C";
-    case WidgetTemperatureUnit::fahrenheit:
-        return "\u00B0F";
-    }
-    std::unreachable();
+    return EnumTable::row(temperatureUnitRows, unit).symbol;
 }
 
 } // namespace brind

@@ -1,6 +1,9 @@
 #include "BrindKit/widgets/WidgetWeatherCode.hpp"
 
-#include <utility>
+#include "BrindKit/foundation/EnumTable.hpp"
+
+#include <algorithm>
+#include <array>
 
 namespace brind::WidgetWeatherCode {
 
@@ -10,167 +13,106 @@ namespace {
 enum class Family { clear, mostlyClear, partlyCloudy, overcast, fog, drizzle, rain, heavyRain, snow, showers,
                     storm, hailStorm, unknown };
 
-Family family(int code) {
-    switch (code) {
-    case 0:
-        return Family::clear;
-    case 1:
-        return Family::mostlyClear;
-    case 2:
-        return Family::partlyCloudy;
-    case 3:
-        return Family::overcast;
-    case 45:
-    case 48:
-        return Family::fog;
-    case 51:
-    case 53:
-    case 55:
-    case 56:
-    case 57:
-        return Family::drizzle;
-    case 61:
-    case 63:
-    case 66:
-        return Family::rain;
-    case 65:
-    case 67:
-    case 82:
-        return Family::heavyRain;
-    case 71:
-    case 73:
-    case 75:
-    case 77:
-    case 85:
-    case 86:
-        return Family::snow;
-    case 80:
-    case 81:
-        return Family::showers;
-    case 95:
-        return Family::storm;
-    case 96:
-    case 99:
-        return Family::hailStorm;
-    default:
-        return Family::unknown;
-    }
+struct FamilyRow {
+    Family value;
+    std::string_view daySymbol;
+    std::string_view nightSymbol;
+    RGBA dayTint;
+    RGBA nightTint;
+};
+
+constexpr RGBA sunTint{1.0, 0.80, 0.20, 1};
+constexpr RGBA clearNightTint{0.55, 0.60, 0.95, 1};
+constexpr RGBA greyDayTint{0.75, 0.78, 0.82, 1};
+constexpr RGBA greyNightTint{0.55, 0.58, 0.65, 1};
+constexpr RGBA rainDayTint{0.35, 0.65, 1.0, 1};
+constexpr RGBA rainNightTint{0.30, 0.50, 0.85, 1};
+constexpr RGBA heavyRainDayTint{0.20, 0.45, 0.95, 1};
+constexpr RGBA heavyRainNightTint{0.18, 0.35, 0.75, 1};
+constexpr RGBA stormDayTint{0.70, 0.45, 1.0, 1};
+constexpr RGBA stormNightTint{0.58, 0.38, 0.90, 1};
+constexpr RGBA unknownTint{0.60, 0.60, 0.60, 1};
+
+constexpr auto familyRows = std::to_array<FamilyRow>({
+    {Family::clear, "sun.max.fill", "moon.stars.fill", sunTint, clearNightTint},
+    {Family::mostlyClear, "sun.min.fill", "moon.fill", sunTint, clearNightTint},
+    {Family::partlyCloudy, "cloud.sun.fill", "cloud.moon.fill", {0.98, 0.85, 0.45, 1}, {0.60, 0.65, 0.90, 1}},
+    {Family::overcast, "cloud.fill", "cloud.fill", greyDayTint, greyNightTint},
+    {Family::fog, "cloud.fog.fill", "cloud.fog.fill", greyDayTint, greyNightTint},
+    {Family::drizzle, "cloud.drizzle.fill", "cloud.drizzle.fill", rainDayTint, rainNightTint},
+    {Family::rain, "cloud.rain.fill", "cloud.rain.fill", rainDayTint, rainNightTint},
+    {Family::heavyRain, "cloud.heavyrain.fill", "cloud.heavyrain.fill", heavyRainDayTint, heavyRainNightTint},
+    {Family::snow, "cloud.snow.fill", "cloud.snow.fill", {0.85, 0.93, 1.0, 1}, {0.70, 0.80, 0.95, 1}},
+    {Family::showers, "cloud.sun.rain.fill", "cloud.moon.rain.fill", rainDayTint, rainNightTint},
+    {Family::storm, "cloud.bolt.fill", "cloud.bolt.fill", stormDayTint, stormNightTint},
+    {Family::hailStorm, "cloud.bolt.rain.fill", "cloud.bolt.rain.fill", stormDayTint, stormNightTint},
+    {Family::unknown, "questionmark.circle", "questionmark.circle", unknownTint, unknownTint},
+});
+static_assert(EnumTable::coversEveryCase(familyRows));
+
+/// One WMO code: its description and the family that draws it.
+struct CodeRow {
+    int code;
+    std::string_view label;
+    Family family;
+};
+
+constexpr auto codeRows = std::to_array<CodeRow>({
+    {0, "Clear", Family::clear},
+    {1, "Mostly clear", Family::mostlyClear},
+    {2, "Partly cloudy", Family::partlyCloudy},
+    {3, "Overcast", Family::overcast},
+    {45, "Fog", Family::fog},
+    {48, "Fog", Family::fog},
+    {51, "Drizzle", Family::drizzle},
+    {53, "Drizzle", Family::drizzle},
+    {55, "Drizzle", Family::drizzle},
+    {56, "Freezing drizzle", Family::drizzle},
+    {57, "Freezing drizzle", Family::drizzle},
+    {61, "Light rain", Family::rain},
+    {63, "Rain", Family::rain},
+    {65, "Heavy rain", Family::heavyRain},
+    {66, "Freezing rain", Family::rain},
+    {67, "Freezing rain", Family::heavyRain},
+    {71, "Light snow", Family::snow},
+    {73, "Snow", Family::snow},
+    {75, "Heavy snow", Family::snow},
+    {77, "Snow grains", Family::snow},
+    {80, "Showers", Family::showers},
+    {81, "Showers", Family::showers},
+    {82, "Heavy showers", Family::heavyRain},
+    {85, "Snow showers", Family::snow},
+    {86, "Snow showers", Family::snow},
+    {95, "Thunderstorm", Family::storm},
+    {96, "Thunderstorm, hail", Family::hailStorm},
+    {99, "Thunderstorm, hail", Family::hailStorm},
+});
+
+constexpr CodeRow unknownCode{-1, "\u2014", Family::unknown};
+
+const CodeRow& codeRow(int code) {
+    const auto* found = std::ranges::find(codeRows, code, &CodeRow::code);
+    return found == codeRows.end() ? unknownCode : *found;
+}
+
+const FamilyRow& familyRow(int code) {
+    return EnumTable::row(familyRows, codeRow(code).family);
 }
 
 } // namespace
 
 std::string_view label(int code) {
-    switch (code) {
-    case 0:
-        return "Clear";
-    case 1:
-        return "Mostly clear";
-    case 2:
-        return "Partly cloudy";
-    case 3:
-        return "Overcast";
-    case 45:
-    case 48:
-        return "Fog";
-    case 51:
-    case 53:
-    case 55:
-        return "Drizzle";
-    case 56:
-    case 57:
-        return "Freezing drizzle";
-    case 61:
-        return "Light rain";
-    case 63:
-        return "Rain";
-    case 65:
-        return "Heavy rain";
-    case 66:
-    case 67:
-        return "Freezing rain";
-    case 71:
-        return "Light snow";
-    case 73:
-        return "Snow";
-    case 75:
-        return "Heavy snow";
-    case 77:
-        return "Snow grains";
-    case 80:
-    case 81:
-        return "Showers";
-    case 82:
-        return "Heavy showers";
-    case 85:
-    case 86:
-        return "Snow showers";
-    case 95:
-        return "Thunderstorm";
-    case 96:
-    case 99:
-        return "Thunderstorm, hail";
-    default:
-        return "\u2014";
-    }
+    return codeRow(code).label;
 }
 
 std::string_view symbol(int code, bool isDay) {
-    switch (family(code)) {
-    case Family::clear:
-        return isDay ? "sun.max.fill" : "moon.stars.fill";
-    case Family::mostlyClear:
-        return isDay ? "sun.min.fill" : "moon.fill";
-    case Family::partlyCloudy:
-        return isDay ? "cloud.sun.fill" : "cloud.moon.fill";
-    case Family::overcast:
-        return "cloud.fill";
-    case Family::fog:
-        return "cloud.fog.fill";
-    case Family::drizzle:
-        return "cloud.drizzle.fill";
-    case Family::rain:
-        return "cloud.rain.fill";
-    case Family::heavyRain:
-        return "cloud.heavyrain.fill";
-    case Family::snow:
-        return "cloud.snow.fill";
-    case Family::showers:
-        return isDay ? "cloud.sun.rain.fill" : "cloud.moon.rain.fill";
-    case Family::storm:
-        return "cloud.bolt.fill";
-    case Family::hailStorm:
-        return "cloud.bolt.rain.fill";
-    case Family::unknown:
-        return "questionmark.circle";
-    }
-    std::unreachable();
+    const FamilyRow& family = familyRow(code);
+    return isDay ? family.daySymbol : family.nightSymbol;
 }
 
 RGBA tint(int code, bool isDay) {
-    switch (family(code)) {
-    case Family::clear:
-    case Family::mostlyClear:
-        return isDay ? RGBA{1.0, 0.80, 0.20, 1} : RGBA{0.55, 0.60, 0.95, 1};
-    case Family::partlyCloudy:
-        return isDay ? RGBA{0.98, 0.85, 0.45, 1} : RGBA{0.60, 0.65, 0.90, 1};
-    case Family::overcast:
-    case Family::fog:
-        return isDay ? RGBA{0.75, 0.78, 0.82, 1} : RGBA{0.55, 0.58, 0.65, 1};
-    case Family::drizzle:
-    case Family::rain:
-    case Family::showers:
-        return isDay ? RGBA{0.35, 0.65, 1.0, 1} : RGBA{0.30, 0.50, 0.85, 1};
-    case Family::heavyRain:
-        return isDay ? RGBA{0.20, 0.45, 0.95, 1} : RGBA{0.18, 0.35, 0.75, 1};
-    case Family::snow:
-        return isDay ? RGBA{0.85, 0.93, 1.0, 1} : RGBA{0.70, 0.80, 0.95, 1};
-    case Family::storm:
-    case Family::hailStorm:
-        return isDay ? RGBA{0.70, 0.45, 1.0, 1} : RGBA{0.58, 0.38, 0.90, 1};
-    case Family::unknown:
-        return RGBA{0.60, 0.60, 0.60, 1};
-    }
-    std::unreachable();
+    const FamilyRow& family = familyRow(code);
+    return isDay ? family.dayTint : family.nightTint;
 }
 
 } // namespace brind::WidgetWeatherCode

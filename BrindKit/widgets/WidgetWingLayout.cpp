@@ -20,7 +20,7 @@ std::vector<WidgetSideKind> knownKinds(const JSON& object, std::string_view key)
     for (const auto& item : *list) {
         if (!item.is_string())
             continue;
-        if (const auto kind = widgetSideKind(item.get<std::string>()))
+        if (const auto kind = widgetSideKindNamed(item.get<std::string>()))
             kinds.push_back(*kind);
     }
     return kinds;
@@ -29,7 +29,7 @@ std::vector<WidgetSideKind> knownKinds(const JSON& object, std::string_view key)
 JSON names(const std::vector<WidgetSideKind>& kinds) {
     JSON list = JSON::array();
     for (const auto kind : kinds)
-        list.push_back(rawValue(kind));
+        list.push_back(name(kind));
     return list;
 }
 

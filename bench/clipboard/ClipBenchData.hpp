@@ -65,7 +65,7 @@ inline brind::ClipItem makeItem(std::mt19937& random, int index) {
         item.imageFile = item.id.string() + ".png";
     }
     item.sourceAppName = (random() % 2) ? "Editor" : "Terminal";
-    item.contentHash = brind::ClipClassifier::hash(brind::rawValue(item.kind), item.text.value_or(item.id.string()));
+    item.contentHash = brind::ClipClassifier::hash(brind::name(item.kind), item.text.value_or(item.id.string()));
     item.byteSize = static_cast<std::int64_t>(item.text.value_or("").size());
     return item;
 }

@@ -25,7 +25,7 @@ void check(const std::vector<Row>& rows) {
         event.rawName = row.rawName;
         event.sessionID = "s";
         EXPECT_EQ(AgentDecisionEncoder::output(row.decision, event), row.output)
-            << rawValue(row.agent) << " " << row.rawName << " " << row.decision.label();
+            << name(row.agent) << " " << row.rawName << " " << row.decision.label();
     }
 }
 

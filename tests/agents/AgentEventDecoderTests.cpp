@@ -175,7 +175,7 @@ TEST(AgentEventDecoder, MapsEventNamesToKinds) {
                                                               : "hook_event_name";
         for (const auto& [name, kind] : names)
             EXPECT_EQ(decoded(agent, "{\"" + key + "\":\"" + name + "\"}").kind, kind)
-                << rawValue(agent) << " " << name;
+                << brind::name(agent) << " " << name;
     };
     const AgentKind C = AgentKind::claudeCode, X = AgentKind::codex, G = AgentKind::gemini,
                     U = AgentKind::cursor, N = AgentKind::generic;
@@ -212,7 +212,7 @@ TEST(AgentEventDecoder, FailsOnlyOnBadBodiesAndMissingEventNames) {
          {AgentKind::claudeCode, AgentKind::gemini, AgentKind::cursor, AgentKind::generic}) {
         const auto result =
             AgentEventDecoder::decode(agent, std::nullopt, R"({"hook_event_name":7,"event":false})", now);
-        ASSERT_FALSE(result.has_value()) << rawValue(agent);
+        ASSERT_FALSE(result.has_value()) << name(agent);
         EXPECT_EQ(result.error(), AgentDecodeError::missingEvent);
     }
     // An empty Codex notification is a finished turn.
@@ -250,9 +250,9 @@ TEST(AgentEventDecoder, EventNameIsTheNameDecodeGives) {
     for (const Case& c : cases) {
         const auto result = AgentEventDecoder::decode(c.agent, c.given, c.body, now);
         EXPECT_EQ(result ? std::optional(result->rawName) : std::nullopt, c.name)
-            << rawValue(c.agent) << " " << c.body;
+            << name(c.agent) << " " << c.body;
         EXPECT_EQ(AgentEventDecoder::eventName(c.agent, c.given, c.body), c.name)
-            << rawValue(c.agent) << " " << c.body;
+            << name(c.agent) << " " << c.body;
     }
 }
 

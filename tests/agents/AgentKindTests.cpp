@@ -8,11 +8,11 @@ using namespace brind;
 TEST(AgentKind, ReadsBackItsRawValuesStrictly) {
     std::vector<std::string_view> raws;
     for (const AgentKind kind : allAgentKinds) {
-        raws.push_back(rawValue(kind));
-        EXPECT_EQ(agentKindFromRawValue(rawValue(kind)), kind);
+        raws.push_back(name(kind));
+        EXPECT_EQ(agentKindNamed(name(kind)), kind);
     }
     EXPECT_EQ(raws, (std::vector<std::string_view>{"claude-code", "codex", "gemini", "cursor", "generic"}));
-    EXPECT_EQ(agentKindFromRawValue("claude"), std::nullopt);
+    EXPECT_EQ(agentKindNamed("claude"), std::nullopt);
 }
 
 TEST(AgentKind, ParsesLooseNames) {

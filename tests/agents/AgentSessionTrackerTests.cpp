@@ -137,7 +137,7 @@ TEST(AgentSessionTracker, StartsANewTurnOnlyAfterTheAgentWasIdle) {
             tracker.apply(event(kind, 30));
             const bool idle = before == S::needsInput || before == S::finished;
             EXPECT_EQ(session(tracker).turnStartedAt, idle ? t0 + 30 : t0)
-                << rawValue(before) << " " << rawValue(kind);
+                << name(before) << " " << name(kind);
         }
     }
     AgentSessionTracker tracker = trackerWith(S::working);

@@ -14,8 +14,8 @@ TEST(ClipKind, RawValuesAreTheStoredNamesInCaseOrder) {
     for (std::size_t index = 0; index < allClipKinds.size(); ++index) {
         const ClipKind kind = allClipKinds[index];
         EXPECT_EQ(static_cast<std::size_t>(kind), index);
-        EXPECT_EQ(rawValue(kind), names[index]);
-        EXPECT_EQ(clipKindFromRawValue(names[index]), kind);
+        EXPECT_EQ(name(kind), names[index]);
+        EXPECT_EQ(clipKindNamed(names[index]), kind);
         titles.insert(title(kind));
         symbols.insert(symbol(kind));
     }
@@ -23,5 +23,5 @@ TEST(ClipKind, RawValuesAreTheStoredNamesInCaseOrder) {
     EXPECT_EQ(titles.size(), allClipKinds.size());
     EXPECT_EQ(symbols.size(), allClipKinds.size());
     for (const char* unknown : {"Text", "color", ""})
-        EXPECT_FALSE(clipKindFromRawValue(unknown)) << unknown;
+        EXPECT_FALSE(clipKindNamed(unknown)) << unknown;
 }

@@ -74,7 +74,7 @@ TEST(ClipSearch, KindKeywordsNeedThreeCharacters) {
     };
     for (const auto& test : cases)
         EXPECT_EQ(ClipSearch::score(item(test.kind, std::nullopt), test.query), test.score)
-            << rawValue(test.kind) << " " << test.query;
+            << name(test.kind) << " " << test.query;
 }
 
 TEST(ClipSearch, WordStartsFollowUnicodeLetters) {

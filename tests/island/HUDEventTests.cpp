@@ -16,7 +16,7 @@ TEST(HUDEvent, ResolvesTheSymbolForKindAndLevel) {
         {Kind::brightness, 0.5, "sun.max.fill"},     {Kind::brightness, std::nullopt, "sun.min.fill"},
         {Kind::keyboardBacklight, 0, "light.min"},   {Kind::keyboardBacklight, 0.1, "light.max"}};
     for (const auto& [kind, value, expected] : cases)
-        EXPECT_EQ(symbol(kind, value, false), expected) << HUDEvent::name(kind) << " " << value.value_or(-1);
+        EXPECT_EQ(symbol(kind, value, false), expected) << name(kind) << " " << value.value_or(-1);
     EXPECT_EQ(symbol(Kind::volume, 0.5, true), "speaker.slash.fill");
     EXPECT_EQ(symbol(Kind::custom, std::nullopt, true), "info.circle.fill");
     EXPECT_EQ(HUDEvent::make(Kind::volume, 1, false, "bell.fill", {}, {}).resolvedSymbol(), "bell.fill");

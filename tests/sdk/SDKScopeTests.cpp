@@ -17,6 +17,6 @@ TEST(SDKScope, ParsesNamesWithoutCaseIntoASortedSetButReadsStoredNamesExactly) {
     };
     for (const auto& [names, scopes] : cases)
         EXPECT_EQ(SDKScopes::parse(names), scopes) << ::testing::PrintToString(names);
-    EXPECT_EQ(SDKScopes::fromRawValue("hud"), SDKScope::hud);
-    EXPECT_EQ(SDKScopes::fromRawValue("HUD"), std::nullopt);
+    EXPECT_EQ(brind::sdkScopeNamed("hud"), SDKScope::hud);
+    EXPECT_EQ(brind::sdkScopeNamed("HUD"), std::nullopt);
 }

@@ -9,12 +9,12 @@ using namespace brind;
 TEST(WidgetSideKind, NamesRoundTripAndOnlySystemKindsUseStats) {
     std::vector<std::string> statsKinds;
     for (const auto kind : allWidgetSideKinds) {
-        EXPECT_EQ(widgetSideKind(rawValue(kind)), kind);
+        EXPECT_EQ(widgetSideKindNamed(name(kind)), kind);
         EXPECT_FALSE(title(kind).empty());
         EXPECT_FALSE(symbol(kind).empty());
         if (usesStats(kind))
-            statsKinds.emplace_back(rawValue(kind));
+            statsKinds.emplace_back(name(kind));
     }
     EXPECT_EQ(statsKinds, (std::vector<std::string>{"cpu", "memory", "gpu", "network", "disk", "battery"}));
-    EXPECT_EQ(widgetSideKind("CPU"), std::nullopt);
+    EXPECT_EQ(widgetSideKindNamed("CPU"), std::nullopt);
 }
