@@ -22,6 +22,7 @@ constexpr auto agentKindRows = std::to_array<AgentKindRow>({
     {AgentKind::generic, "generic", "Agent", "agent"},
 });
 static_assert(EnumTable::coversEveryCase(agentKindRows));
+static_assert(EnumTable::coversEveryCase(allAgentKinds));
 
 } // namespace
 

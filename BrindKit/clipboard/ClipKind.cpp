@@ -22,6 +22,7 @@ constexpr auto clipKindRows = std::to_array<ClipKindRow>({
     {ClipKind::colour, "colour", "Colour", "paintpalette"},
 });
 static_assert(EnumTable::coversEveryCase(clipKindRows));
+static_assert(EnumTable::coversEveryCase(allClipKinds));
 
 } // namespace
 

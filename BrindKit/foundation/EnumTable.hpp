@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 /// One table of rows per enumeration keeps each case's facts (its stored name, label, symbol, ...)
@@ -37,15 +38,25 @@ enum class Probe { first, second };
 static_assert(isNamedCase<Probe::second>() && !isNamedCase<static_cast<Probe>(2)>(),
               "the compiler does not name enumeration cases the way EnumTable reads them");
 
+/// The case a row is for; a list of the cases themselves is its own rows.
+template <typename Row>
+constexpr auto caseOf(const Row& row) {
+    if constexpr (std::is_enum_v<Row>)
+        return row;
+    else
+        return row.value;
+}
+
 } // namespace detail
 
-/// True when the rows hold every case of the enumeration exactly once, in declaration order:
-/// row i holds the case whose value is i, and the value after the last row names no case.
+/// True when the rows (or a plain list of cases, such as an `all...` array) hold every case of the
+/// enumeration exactly once, in declaration order: row i holds the case whose value is i, and the
+/// value after the last row names no case.
 template <typename Row, std::size_t count>
 consteval bool coversEveryCase(const std::array<Row, count>& rows) {
-    using Enum = decltype(Row::value);
+    using Enum = decltype(detail::caseOf(rows[0]));
     for (std::size_t index = 0; index < count; ++index) {
-        if (std::cmp_not_equal(std::to_underlying(rows[index].value), index))
+        if (std::cmp_not_equal(std::to_underlying(detail::caseOf(rows[index])), index))
             return false;
     }
     return !detail::isNamedCase<static_cast<Enum>(count)>();

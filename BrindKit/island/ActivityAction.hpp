@@ -2,7 +2,6 @@
 
 #include "BrindKit/foundation/JSON.hpp"
 
-#include <array>
 #include <cstddef>
 #include <expected>
 #include <functional>
@@ -15,9 +14,6 @@ namespace brind {
 /// One button of an expanded activity.
 struct ActivityAction {
     enum class Role { normal, primary, destructive, cancel };
-
-    static constexpr std::array<Role, 4> allRoles{Role::normal, Role::primary, Role::destructive,
-                                                  Role::cancel};
 
     /// Reported back to the poster when the button is pressed.
     std::string id;

@@ -21,6 +21,7 @@ constexpr auto priorityRows = std::to_array<PriorityRow>({
     {ActivityPriority::critical, "critical", "urgent"},
 });
 static_assert(EnumTable::coversEveryCase(priorityRows));
+static_assert(EnumTable::coversEveryCase(allActivityPriorities));
 
 } // namespace
 

@@ -3,7 +3,6 @@
 #include "BrindKit/foundation/JSON.hpp"
 #include "BrindKit/island/RGBA.hpp"
 
-#include <array>
 #include <cstddef>
 #include <expected>
 #include <functional>
@@ -17,9 +16,6 @@ namespace brind {
 /// or a custom message from another part of the system.
 struct HUDEvent {
     enum class Kind { volume, brightness, keyboardBacklight, custom };
-
-    static constexpr std::array<Kind, 4> allKinds{Kind::volume, Kind::brightness, Kind::keyboardBacklight,
-                                                  Kind::custom};
 
     Kind kind = Kind::custom;
     /// The level, 0...1.

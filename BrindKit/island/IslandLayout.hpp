@@ -6,7 +6,6 @@
 #include "BrindKit/island/LiveActivity.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
 
-#include <array>
 #include <functional>
 #include <optional>
 #include <string_view>
@@ -18,8 +17,6 @@ namespace brind {
 struct IslandLayout {
     /// The user's size choice.
     enum class Size { small, medium, large };
-
-    static constexpr std::array<Size, 3> allSizes{Size::small, Size::medium, Size::large};
 
     /// Everything a size depends on; the controller republishes it only when it changes.
     struct Input {

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string_view>
 
@@ -18,9 +17,6 @@ enum class IslandState {
     /// The open panel.
     expanded,
 };
-
-inline constexpr std::array<IslandState, 4> allIslandStates{IslandState::closed, IslandState::peek,
-                                                            IslandState::compact, IslandState::expanded};
 
 /// The state's raw string: "closed", "peek", "compact" or "expanded".
 std::string_view name(IslandState state);

@@ -23,6 +23,7 @@ constexpr auto scopeRows = std::to_array<ScopeRow>({
     {SDKScope::agents, "agents", "report coding-agent sessions"},
 });
 static_assert(EnumTable::coversEveryCase(scopeRows));
+static_assert(EnumTable::coversEveryCase(SDKScopes::all));
 
 } // namespace
 

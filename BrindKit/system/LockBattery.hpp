@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -10,8 +9,6 @@ namespace brind {
 /// The lock screen's battery widget: its colour, how full it is drawn and its second line.
 struct LockBattery {
     enum class Tone { normal, charging, low, lowPower };
-
-    static constexpr std::array<Tone, 4> allTones{Tone::normal, Tone::charging, Tone::low, Tone::lowPower};
 
     /// At or below this the battery is shown as low.
     static constexpr int lowPercent = 20;

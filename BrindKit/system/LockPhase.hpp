@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string_view>
 
@@ -8,9 +7,6 @@ namespace brind {
 
 /// Where the lock-screen notch is in its lock and unlock animation.
 enum class LockPhase { hidden, locked, unlocking, collapsing };
-
-inline constexpr std::array<LockPhase, 4> allLockPhases{LockPhase::hidden, LockPhase::locked,
-                                                        LockPhase::unlocking, LockPhase::collapsing};
 
 /// The notch is drawn wide (locked, or holding the opened lock).
 constexpr bool expanded(LockPhase phase) {

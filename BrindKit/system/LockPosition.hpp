@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string_view>
 
@@ -11,8 +10,6 @@ enum class LockPosition {
     clock,  ///< hanging below the clock
     bottom, ///< low on the screen
 };
-
-inline constexpr std::array<LockPosition, 2> allLockPositions{LockPosition::clock, LockPosition::bottom};
 
 /// "clock" or "bottom"; also the position's id.
 std::string_view name(LockPosition position);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <optional>
 #include <string_view>
 
@@ -8,10 +7,6 @@ namespace brind {
 
 /// The widgets the lock screen can show, in display order.
 enum class LockWidget { media, battery, bluetooth, meeting, weather, timer, focus, stayAwake };
-
-inline constexpr std::array<LockWidget, 8> allLockWidgets{
-    LockWidget::media,   LockWidget::battery, LockWidget::bluetooth, LockWidget::meeting,
-    LockWidget::weather, LockWidget::timer,   LockWidget::focus,     LockWidget::stayAwake};
 
 /// Every widget but media, which takes a wide row of its own.
 constexpr bool isSmall(LockWidget widget) {

@@ -61,6 +61,7 @@ constexpr auto kindRows = std::to_array<EnumTable::NameRow<NetworkPeek::Kind>>({
     {NetworkPeek::Kind::internet, "internet"},
 });
 static_assert(EnumTable::coversEveryCase(kindRows));
+static_assert(EnumTable::coversEveryCase(NetworkPeek::allKinds));
 
 } // namespace
 

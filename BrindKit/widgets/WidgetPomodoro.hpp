@@ -3,7 +3,6 @@
 #include "BrindKit/foundation/Date.hpp"
 #include "BrindKit/foundation/JSON.hpp"
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,8 +13,6 @@ namespace brind {
 /// operation takes the moment, so the state survives sleep and whoever calls `tick` advances it.
 struct WidgetPomodoro {
     enum class Phase { work, shortBreak, longBreak };
-
-    static constexpr std::array<Phase, 3> allPhases{Phase::work, Phase::shortBreak, Phase::longBreak};
 
     struct Config {
         double work = 1500;      ///< seconds

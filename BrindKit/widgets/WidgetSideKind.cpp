@@ -28,6 +28,7 @@ constexpr auto sideKindRows = std::to_array<SideKindRow>({
     {WidgetSideKind::stayAwake, "stayAwake", "Stay Awake", "cup.and.saucer.fill", false},
 });
 static_assert(EnumTable::coversEveryCase(sideKindRows));
+static_assert(EnumTable::coversEveryCase(allWidgetSideKinds));
 
 } // namespace
 

@@ -43,4 +43,7 @@ TEST(EnumTable, CoversEveryCaseOnlyWithOneRowPerCaseInDeclarationOrder) {
         std::to_array<Row>({{Shade::light, "light"}, {Shade::dark, "dark"}, {Shade::dim, "dim"}})));
     EXPECT_FALSE(EnumTable::coversEveryCase(
         std::to_array<Row>({{Shade::light, "light"}, {Shade::dim, "dim"}, {Shade::dim, "dim"}})));
+    // A plain list of the cases is checked the same way.
+    EXPECT_TRUE(EnumTable::coversEveryCase(std::array{Shade::light, Shade::dim, Shade::dark}));
+    EXPECT_FALSE(EnumTable::coversEveryCase(std::array{Shade::light, Shade::dark}));
 }
