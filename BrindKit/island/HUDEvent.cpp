@@ -1,6 +1,6 @@
 #include "BrindKit/island/HUDEvent.hpp"
 
-#include "BrindKit/island/UnitInterval.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "BrindKit/widgets/WidgetPomodoro.hpp"
 
+#include "BrindKit/foundation/UnitInterval.hpp"
 #include "BrindKit/island/TimeFormat.hpp"
-#include "BrindKit/island/UnitInterval.hpp"
 #include "BrindKit/widgets/WidgetJSONRead.hpp"
 
 #include <algorithm>
