@@ -10,8 +10,7 @@
 
 namespace brind {
 
-using SDKBridgeRoute::notFound;
-using SDKBridgeRoute::respond;
+using namespace SDKBridgeRoute;
 
 SDKBridge::SDKBridge(SDKAuthorizer& auth, AgentApprovalBroker& broker, std::string hookToken, std::uint16_t port)
     : auth(auth), broker(broker), hookToken(std::move(hookToken)), limiter(SDKRateLimiter::requests()), registerLimiter(SDKRateLimiter::registrations()),

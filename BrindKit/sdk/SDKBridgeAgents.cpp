@@ -10,7 +10,7 @@
 
 namespace brind {
 
-using SDKBridgeRoute::respond;
+using namespace SDKBridgeRoute;
 
 namespace {
 

@@ -6,7 +6,7 @@
 
 namespace brind {
 
-using SDKBridgeRoute::seconds;
+using namespace SDKBridgeRoute;
 
 SDKBridge::Result SDKBridge::openStream(const SDKClient& client, std::shared_ptr<SDKConnection> connection) {
     connection->send(SDKHTTPResponse::sseHead());

@@ -4,10 +4,7 @@
 
 namespace brind {
 
-using SDKBridgeRoute::jsonBodyRequired;
-using SDKBridgeRoute::jsonObject;
-using SDKBridgeRoute::respond;
-using SDKBridgeRoute::unavailable;
+using namespace SDKBridgeRoute;
 
 SDKRouteResult SDKBridge::postHUD(const SDKHTTPRequest& request) {
     auto body = jsonObject(request.body);

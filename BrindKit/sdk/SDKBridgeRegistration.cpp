@@ -6,9 +6,7 @@
 
 namespace brind {
 
-using SDKBridgeRoute::jsonObject;
-using SDKBridgeRoute::respond;
-using SDKBridgeRoute::seconds;
+using namespace SDKBridgeRoute;
 
 SDKRouteResult SDKBridge::status() const {
     const Config current = config();

@@ -8,10 +8,7 @@
 
 namespace brind {
 
-using SDKBridgeRoute::jsonBodyRequired;
-using SDKBridgeRoute::jsonObject;
-using SDKBridgeRoute::respond;
-using SDKBridgeRoute::unavailable;
+using namespace SDKBridgeRoute;
 
 namespace {
 
