@@ -13,19 +13,32 @@ void addShelfCommand(CLI::App& app, CommandContext& context) {
     add->add_option("PATH", *paths, "Files to add (relative paths are taken from the current folder)")
         ->required();
     add->callback([paths, &context] {
+        // The island takes only files that exist; naming the others here tells the user which of
+        // their paths were dropped, which the island's count alone cannot.
         brind::JSON list = brind::JSON::array();
         for (const auto& path : *paths) {
             std::error_code error;
             const auto absolute = std::filesystem::absolute(path, error);
-            list.push_back(error ? path : absolute.lexically_normal().string());
+            const std::string sent = error ? path : absolute.lexically_normal().string();
+            if (!std::filesystem::exists(sent, error)) {
+                std::cerr << "vantaquill: skipped " << path << ": no such file\n";
+                continue;
+            }
+            list.push_back(sent);
         }
         const auto token = context.cliToken();
         if (!token)
             return;
-        if (const auto reply = context.call("POST", "/v1/shelf", brind::JSON{{"paths", list}}, token)) {
-            const auto added = brind::JSONRead::number(*reply, "added").value_or(0);
-            std::cout << "added " << static_cast<long long>(added) << (added == 1 ? " file" : " files") << "\n";
+        // With no file left the island's own refusal (400 no_files) is the message every client hears.
+        const auto reply = context.call("POST", "/v1/shelf", brind::JSON{{"paths", list}}, token);
+        if (!reply)
+            return;
+        const int added = brind::JSONRead::wholeInt(*reply, "added").value_or(0);
+        if (added == 0) {
+            context.fail("nothing was added: the files are already on the shelf");
+            return;
         }
+        std::cout << "added " << added << (added == 1 ? " file" : " files") << "\n";
     });
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "BrindKit/clipboard/ClipKind.hpp"
-#include "BrindKit/island/RGBA.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 
 #include <cstdint>
 #include <optional>

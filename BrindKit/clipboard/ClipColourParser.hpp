@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BrindKit/island/RGBA.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 
 #include <optional>
 #include <string_view>

@@ -3,8 +3,8 @@
 #include "BrindKit/clipboard/ClipKind.hpp"
 #include "BrindKit/foundation/Date.hpp"
 #include "BrindKit/foundation/JSON.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 #include "BrindKit/foundation/UUID.hpp"
-#include "BrindKit/island/RGBA.hpp"
 
 #include <cstdint>
 #include <expected>

@@ -120,6 +120,20 @@ std::optional<std::int64_t> wholeNumber(const JSON& value) {
     return static_cast<std::int64_t>(number);
 }
 
+std::optional<int> wholeInt(const JSON& value) {
+    const auto number = wholeNumber(value);
+    if (!number || *number < std::numeric_limits<int>::min() || *number > std::numeric_limits<int>::max())
+        return std::nullopt;
+    return static_cast<int>(*number);
+}
+
+std::optional<int> wholeInt(const JSON& object, std::string_view key) {
+    const JSON* value = member(object, key);
+    if (!value)
+        return std::nullopt;
+    return wholeInt(*value);
+}
+
 } // namespace JSONRead
 
 } // namespace brind

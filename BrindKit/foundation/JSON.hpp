@@ -50,6 +50,12 @@ std::optional<std::int64_t> integer(const JSON& object, std::string_view key);
 /// hold every whole number: some writers send 2.0 for 2.
 std::optional<std::int64_t> wholeNumber(const JSON& value);
 
+/// A whole number, read as by `wholeNumber`, that also fits an `int`; a larger one is nothing, never
+/// a truncated value.
+std::optional<int> wholeInt(const JSON& value);
+/// The member `key` of an object read as by `wholeInt(value)`; nothing when it is missing.
+std::optional<int> wholeInt(const JSON& object, std::string_view key);
+
 } // namespace JSONRead
 
 } // namespace brind

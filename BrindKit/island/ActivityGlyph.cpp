@@ -2,7 +2,7 @@
 
 #include "BrindKit/foundation/Base64.hpp"
 #include "BrindKit/foundation/Overloaded.hpp"
-#include "BrindKit/island/UnitInterval.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 
 namespace brind {
 

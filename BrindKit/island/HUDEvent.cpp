@@ -1,7 +1,7 @@
 #include "BrindKit/island/HUDEvent.hpp"
 
 #include "BrindKit/foundation/EnumTable.hpp"
-#include "BrindKit/island/UnitInterval.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "BrindKit/foundation/JSON.hpp"
-#include "BrindKit/island/RGBA.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 
 #include <cstddef>
 #include <expected>

@@ -1,6 +1,6 @@
 #include "BrindKit/island/LiveActivity.hpp"
 
-#include "BrindKit/island/UnitInterval.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 
 #include <cmath>
 #include <limits>

@@ -2,10 +2,10 @@
 
 #include "BrindKit/foundation/Date.hpp"
 #include "BrindKit/foundation/JSON.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 #include "BrindKit/island/ActivityAction.hpp"
 #include "BrindKit/island/ActivityGlyph.hpp"
 #include "BrindKit/island/ActivityPriority.hpp"
-#include "BrindKit/island/RGBA.hpp"
 
 #include <expected>
 #include <optional>

@@ -19,12 +19,18 @@
 #include <mutex>
 #include <set>
 #include <string>
+#include <vector>
 
 namespace brind {
 
 /// The router behind the local HTTP server: checks every request (guard, route, token, scope, rate),
 /// turns bodies into live activities, HUD flashes, shelf files and agent events for its delegate,
 /// holds agent hook calls open while the approval broker waits, and keeps the clients' event streams.
+///
+/// Each family of routes is written in a file of its own (SDKBridgeRegistration.cpp for status,
+/// registration and disconnecting, SDKBridgeActivities.cpp, SDKBridgeHUD.cpp, SDKBridgeShelf.cpp,
+/// SDKBridgeEvents.cpp, SDKBridgeAgents.cpp); SDKBridge.cpp holds the guard, the route table and the
+/// token, scope and rate checks every request goes through.
 ///
 /// `handle` runs on the server's thread. The lock guards the configuration, both rate limiters, the
 /// pending consent prompts and the subscribers; it is never held across a `co_await`.
@@ -108,6 +114,9 @@ private:
     Result agentHook(const SDKHTTPRequest& request);
     Result agentEvent(const SDKHTTPRequest& request);
     asio::awaitable<AgentDecision> decide(const AgentHookEvent& event);
+
+    /// The open event streams of one client.
+    std::vector<std::shared_ptr<SDKConnection>> streamsOf(const std::string& appID) const;
 
     std::shared_ptr<SDKBridgeDelegate> delegateOrNull() const;
     Date now() const;

@@ -114,6 +114,35 @@ std::expected<void, std::string> LyricsStore::save(std::string_view artist, std:
     return AtomicFile::write(folder / cacheFileName(artist, title), lrc);
 }
 
+void LyricsStore::fetch(const Track& track, const HTTPCall& call,
+                        std::function<void(FetchResult)> completion) const {
+    auto lyrics = cached(track.artist, track.title);
+    if (lyrics)
+        return completion(std::move(*lyrics));
+    if (lyrics.error() == CacheMiss::unparsable)
+        return completion(
+            std::unexpected(FetchMiss{FetchStage::cache, std::string(toString(lyrics.error()))}));
+
+    std::optional<std::string_view> album;
+    if (track.album)
+        album = *track.album;
+    // The answer may come back after this store is gone: the completion keeps what saving needs.
+    call(request(track.artist, track.title, album, track.duration), [store = *this, artist = track.artist,
+                                                                     title = track.title,
+                                                                     completion = std::move(completion)](
+                                                                        TransportResult answer) {
+        if (!answer)
+            return completion(std::unexpected(FetchMiss{FetchStage::transport, std::move(answer.error())}));
+        auto fetched = readResponse(answer->status, answer->body);
+        if (!fetched)
+            return completion(
+                std::unexpected(FetchMiss{FetchStage::response, std::string(toString(fetched.error()))}));
+        if (auto saved = store.save(artist, title, fetched->lrc); !saved)
+            return completion(std::unexpected(FetchMiss{FetchStage::save, std::move(saved.error())}));
+        completion(std::move(fetched->lyrics));
+    });
+}
+
 std::string_view toString(LyricsStore::ResponseError error) {
     switch (error) {
     case LyricsStore::ResponseError::status:

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <expected>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,8 +14,8 @@
 
 namespace brind {
 
-/// The lyrics service's request, its answer and the ".lrc" cache on disk. The application performs
-/// the HTTP request itself; everything it needs to build it and read the answer lives here.
+/// The lyrics service's request, its answer and the ".lrc" cache on disk, and `fetch`, which runs them
+/// in their one order. The application supplies only the HTTP transport.
 class LyricsStore {
   public:
     static constexpr std::size_t maxKeyLength = 120;
@@ -55,6 +56,48 @@ class LyricsStore {
         friend bool operator==(const Fetched&, const Fetched&) = default;
     };
 
+    /// The track whose lyrics are wanted; album and length narrow the service's match when known.
+    struct Track {
+        std::string artist;
+        std::string title;
+        std::optional<std::string> album;
+        std::optional<double> duration;
+
+        friend bool operator==(const Track&, const Track&) = default;
+    };
+
+    /// What the service answered.
+    struct Response {
+        int status = 0;
+        std::string body;
+
+        friend bool operator==(const Response&, const Response&) = default;
+    };
+
+    /// The service's answer, or why none arrived (connection refused, time-out, ...).
+    using TransportResult = std::expected<Response, std::string>;
+
+    /// Sends one request and calls the completion exactly once, at once or later, from any thread.
+    using HTTPCall = std::function<void(const Request&, std::function<void(TransportResult)>)>;
+
+    /// The step of a fetch that ended without lyrics.
+    enum class FetchStage {
+        cache,     ///< the cached file has no timed line: a remembered miss, nothing was asked
+        transport, ///< no answer from the service
+        response,  ///< an answer without synced lyrics
+        save,      ///< the lyrics could not be kept in the cache
+    };
+
+    /// Why a fetch gave no lyrics, in words for the application's log.
+    struct FetchMiss {
+        FetchStage stage = FetchStage::cache;
+        std::string reason;
+
+        friend bool operator==(const FetchMiss&, const FetchMiss&) = default;
+    };
+
+    using FetchResult = std::expected<LRCLyrics, FetchMiss>;
+
     /// `supportFolder` is the application's data folder; `baseURL` the service's scheme and host.
     explicit LyricsStore(std::filesystem::path supportFolder,
                          std::string baseURL = std::string(defaultBaseURL));
@@ -85,6 +128,12 @@ class LyricsStore {
     /// Keeps fetched LRC text in the cache, written atomically; the error names what failed.
     std::expected<void, std::string> save(std::string_view artist, std::string_view title,
                                           std::string_view lrc) const;
+
+    /// A track's lyrics: from the cache when it has a readable file (no request then, even when the file
+    /// has no timed line), otherwise from one request through `call`, whose synced lyrics are saved
+    /// before they are returned. A failed request or answer is not cached, so the next fetch asks
+    /// again. `completion` runs once, on the thread that calls it back (or at once for the cache).
+    void fetch(const Track& track, const HTTPCall& call, std::function<void(FetchResult)> completion) const;
 
   private:
     std::filesystem::path supportFolder_;

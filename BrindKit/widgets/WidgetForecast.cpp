@@ -1,7 +1,5 @@
 #include "BrindKit/widgets/WidgetForecast.hpp"
 
-#include "BrindKit/widgets/WidgetJSONRead.hpp"
-
 namespace brind {
 
 std::optional<WidgetForecast::Day> WidgetForecast::today() const {
@@ -36,7 +34,7 @@ JSON WidgetForecast::json() const {
 
 std::optional<WidgetForecast> WidgetForecast::fromJSON(const JSON& value) {
     const auto temperature = JSONRead::number(value, "temperature");
-    const auto code = WidgetJSONRead::integer(value, "code");
+    const auto code = JSONRead::wholeInt(value, "code");
     const auto fetchedAt = JSONRead::number(value, "fetchedAt");
     if (!temperature || !code || !fetchedAt)
         return std::nullopt;
@@ -54,8 +52,8 @@ std::optional<WidgetForecast> WidgetForecast::fromJSON(const JSON& value) {
             const auto low = JSONRead::number(item, "low");
             if (!date || !high || !low)
                 continue;
-            forecast.days.push_back(Day{*date, WidgetJSONRead::integer(item, "code").value_or(0), *high, *low,
-                                        WidgetJSONRead::integer(item, "precipitationChance")});
+            forecast.days.push_back(Day{*date, JSONRead::wholeInt(item, "code").value_or(0), *high, *low,
+                                        JSONRead::wholeInt(item, "precipitationChance")});
         }
     }
     return forecast;

@@ -3,7 +3,6 @@
 #include "BrindKit/foundation/JSON.hpp"
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
-#include "BrindKit/widgets/WidgetJSONRead.hpp"
 
 #include <unicode/locid.h>
 #include <unicode/parsepos.h>
@@ -72,7 +71,7 @@ std::optional<int> integerAt(const JSON& object, std::string_view key, std::size
     const JSON* value = element(object, key, index);
     if (!value)
         return std::nullopt;
-    return WidgetJSONRead::integer(*value);
+    return JSONRead::wholeInt(*value);
 }
 
 std::vector<WidgetForecast::Day> decodeDays(const JSON& daily) {
@@ -145,7 +144,7 @@ std::expected<WidgetForecast, DecodeError> WidgetOpenMeteo::decodeForecast(std::
     const auto temperature = JSONRead::number(*current, "temperature_2m");
     if (!temperature)
         return missing("\"current.temperature_2m\"");
-    const auto code = WidgetJSONRead::integer(*current, "weather_code");
+    const auto code = JSONRead::wholeInt(*current, "weather_code");
     if (!code)
         return missing("\"current.weather_code\"");
 
@@ -154,7 +153,7 @@ std::expected<WidgetForecast, DecodeError> WidgetOpenMeteo::decodeForecast(std::
     forecast.apparent = JSONRead::number(*current, "apparent_temperature");
     forecast.code = *code;
     // An absent (or unreadable) "is_day" means day.
-    forecast.isDay = WidgetJSONRead::integer(*current, "is_day").value_or(1) == 1;
+    forecast.isDay = JSONRead::wholeInt(*current, "is_day").value_or(1) == 1;
     forecast.windSpeed = JSONRead::number(*current, "wind_speed_10m");
     if (const JSON* daily = JSONRead::member(*answer, "daily"); daily && daily->is_object())
         forecast.days = decodeDays(*daily);

@@ -1,9 +1,8 @@
 #include "BrindKit/widgets/WidgetPomodoro.hpp"
 
 #include "BrindKit/foundation/EnumTable.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 #include "BrindKit/island/TimeFormat.hpp"
-#include "BrindKit/island/UnitInterval.hpp"
-#include "BrindKit/widgets/WidgetJSONRead.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -78,7 +77,7 @@ WidgetPomodoro::Config WidgetPomodoro::Config::fromJSON(const JSON& value) {
     return Config{JSONRead::number(value, "work").value_or(defaults.work),
                   JSONRead::number(value, "shortBreak").value_or(defaults.shortBreak),
                   JSONRead::number(value, "longBreak").value_or(defaults.longBreak),
-                  WidgetJSONRead::integer(value, "longBreakEvery").value_or(defaults.longBreakEvery),
+                  JSONRead::wholeInt(value, "longBreakEvery").value_or(defaults.longBreakEvery),
                   JSONRead::boolean(value, "autoAdvance").value_or(defaults.autoAdvance)};
 }
 
@@ -220,8 +219,8 @@ WidgetPomodoro WidgetPomodoro::fromJSON(const JSON& value) {
     WidgetPomodoro pomodoro = make(configValue ? Config::fromJSON(*configValue) : Config{});
     if (const auto phaseText = JSONRead::string(value, "phase"))
         pomodoro.phase = widgetPomodoroPhaseNamed(*phaseText).value_or(Phase::work);
-    pomodoro.completedWork = std::max(0, WidgetJSONRead::integer(value, "completedWork").value_or(0));
-    pomodoro.totalCompleted = std::max(0, WidgetJSONRead::integer(value, "totalCompleted").value_or(0));
+    pomodoro.completedWork = std::max(0, JSONRead::wholeInt(value, "completedWork").value_or(0));
+    pomodoro.totalCompleted = std::max(0, JSONRead::wholeInt(value, "totalCompleted").value_or(0));
     if (const auto ends = JSONRead::number(value, "endsAt"))
         pomodoro.endsAt = Date{*ends};
     pomodoro.pausedRemaining =

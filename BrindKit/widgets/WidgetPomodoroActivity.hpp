@@ -1,8 +1,8 @@
 #pragma once
 
 #include "BrindKit/foundation/Date.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 #include "BrindKit/island/LiveActivity.hpp"
-#include "BrindKit/island/RGBA.hpp"
 #include "BrindKit/widgets/WidgetPomodoro.hpp"
 
 #include <string>

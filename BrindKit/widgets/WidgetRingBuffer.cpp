@@ -1,6 +1,6 @@
 #include "BrindKit/widgets/WidgetRingBuffer.hpp"
 
-#include "BrindKit/island/UnitInterval.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 
 #include <algorithm>
 

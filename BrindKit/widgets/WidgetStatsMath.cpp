@@ -1,6 +1,6 @@
 #include "BrindKit/widgets/WidgetStatsMath.hpp"
 
-#include "BrindKit/island/UnitInterval.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 
 #include <array>
 #include <cmath>

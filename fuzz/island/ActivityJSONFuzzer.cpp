@@ -1,9 +1,9 @@
 // Feeds arbitrary bytes to the decoders that read what SDK clients send: activities, HUD events and
 // hex colours. Beyond not crashing, a decoded value must survive a second trip through its own JSON
 // unchanged (the first trip may round colours to whole bytes).
+#include "BrindKit/foundation/RGBA.hpp"
 #include "BrindKit/island/HUDEvent.hpp"
 #include "BrindKit/island/LiveActivity.hpp"
-#include "BrindKit/island/RGBA.hpp"
 
 #include <cstddef>
 #include <cstdint>

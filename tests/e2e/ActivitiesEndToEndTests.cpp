@@ -64,15 +64,24 @@ TEST_F(Activities, HUDFlashesAndClears) {
 TEST_F(Activities, ShelfTakesExistingAbsoluteFiles) {
     const auto file = home.path() / "report.pdf";
     std::ofstream(file) << "%PDF";
-    const auto added = command({"shelf", "add", file.string(), (home.path() / "missing.pdf").string()});
+    const std::string missing = (home.path() / "missing.pdf").string();
+    const auto added = command({"shelf", "add", file.string(), missing});
     ASSERT_EQ(added.exitCode, 0) << added.err;
     EXPECT_EQ(added.out, "added 1 file\n");
+    EXPECT_EQ(added.err, "vantaquill: skipped " + missing + ": no such file\n");
     EXPECT_TRUE(island->waitForLine("shelf added path=\"" + file.string() + "\""));
     EXPECT_TRUE(std::filesystem::exists(dataFolder() / "shelf.json"));
 
-    const auto none = command({"shelf", "add", (home.path() / "missing.pdf").string()});
+    const auto none = command({"shelf", "add", missing});
     EXPECT_EQ(none.exitCode, 1);
+    EXPECT_NE(none.err.find("skipped " + missing + ": no such file"), std::string::npos);
     EXPECT_NE(none.err.find("paths: existing absolute file paths."), std::string::npos);
+
+    // A file already on the shelf adds nothing, and the command says so instead of "added 0 files".
+    const auto again = command({"shelf", "add", file.string()});
+    EXPECT_EQ(again.exitCode, 1);
+    EXPECT_EQ(again.out, "");
+    EXPECT_NE(again.err.find("nothing was added: the files are already on the shelf"), std::string::npos);
 }
 
 TEST_F(Activities, EventStreamHearsHelloThenActionPresses) {

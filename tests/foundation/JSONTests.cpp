@@ -38,6 +38,20 @@ TEST(JSONRead, ReadsWholeNumbersWithoutWrappingOrRounding) {
     EXPECT_EQ(JSONRead::integer(object, "missing"), std::nullopt);
 }
 
+// Counts and codes are kept as `int`: a number past its range must read as nothing, not as a
+// truncated value that looks valid.
+TEST(JSONRead, NarrowsWholeNumbersToIntOnlyWhenTheyFit) {
+    const JSON object =
+        JSONText::parse(R"({"n": 4.0, "low": -2147483648, "high": 2147483647, "over": 2147483648,)"
+                        R"( "under": -2147483649.0, "half": 0.5, "text": "3"})")
+            .value();
+    EXPECT_EQ(JSONRead::wholeInt(object, "n"), 4);
+    EXPECT_EQ(JSONRead::wholeInt(object, "low"), INT32_MIN);
+    EXPECT_EQ(JSONRead::wholeInt(object, "high"), INT32_MAX);
+    for (const char* key : {"over", "under", "half", "text", "missing"})
+        EXPECT_EQ(JSONRead::wholeInt(object, key), std::nullopt) << key;
+}
+
 // The quoting rule the agents' settings writer and the clip index share.
 TEST(JSONText, QuotesWithShortEscapesAndLeavesSlashesAlone) {
     std::string out = "x";

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <tuple>
@@ -133,6 +134,115 @@ TEST_F(LyricsCache, SaveReportsAnUnwritableFolder) {
     ASSERT_FALSE(saved.has_value());
     EXPECT_FALSE(saved.error().empty());
     EXPECT_EQ(AtomicFile::read(blocker).value_or(""), "x");
+}
+
+// Stands in for the network: records each request and answers it when the test says so, the way an
+// asynchronous HTTP client answers later from its own loop.
+struct FakeLyricsService {
+    std::vector<LyricsStore::Request> requests;
+    std::vector<std::function<void(LyricsStore::TransportResult)>> pending;
+
+    LyricsStore::HTTPCall call() {
+        return [this](const LyricsStore::Request& request, auto answer) {
+            requests.push_back(request);
+            pending.push_back(std::move(answer));
+        };
+    }
+
+    void answer(LyricsStore::TransportResult result) {
+        ASSERT_EQ(pending.size(), 1u);
+        auto completion = std::move(pending.front());
+        pending.clear();
+        completion(std::move(result));
+    }
+};
+
+struct FetchRecorder {
+    std::vector<LyricsStore::FetchResult> results;
+    std::function<void(LyricsStore::FetchResult)> completion() {
+        return [this](LyricsStore::FetchResult result) { results.push_back(std::move(result)); };
+    }
+};
+
+const LyricsStore::Track paperBoats{"Mira Holloway", "Paper Boats", "Harbour", 201.2};
+constexpr std::string_view paperBoatsAnswer = R"({"syncedLyrics": "[00:05.10]We folded paper boats"})";
+
+TEST_F(LyricsCache, FetchAsksOnceThenSavesAndLaterAnswersFromTheCache) {
+    const LyricsStore store(folder, "https://lyrics.example.org");
+    FakeLyricsService service;
+    FetchRecorder recorder;
+
+    store.fetch(paperBoats, service.call(), recorder.completion());
+    ASSERT_EQ(service.requests.size(), 1u);
+    EXPECT_EQ(service.requests[0], store.request("Mira Holloway", "Paper Boats", "Harbour", 201.2));
+    // Nothing is decided before the answer arrives.
+    EXPECT_TRUE(recorder.results.empty());
+    service.answer(LyricsStore::Response{200, std::string(paperBoatsAnswer)});
+
+    ASSERT_EQ(recorder.results.size(), 1u);
+    ASSERT_TRUE(recorder.results[0].has_value());
+    EXPECT_EQ(recorder.results[0]->lines, (std::vector<LRCLyrics::Line>{{5.1, "We folded paper boats"}}));
+    EXPECT_EQ(AtomicFile::read(store.cacheFile("Mira Holloway", "Paper Boats")).value_or(""),
+              "[00:05.10]We folded paper boats");
+
+    store.fetch(paperBoats, service.call(), recorder.completion());
+    EXPECT_EQ(service.requests.size(), 1u);
+    ASSERT_EQ(recorder.results.size(), 2u);
+    EXPECT_EQ(recorder.results[1], recorder.results[0]);
+}
+
+TEST_F(LyricsCache, FetchFailuresGiveNoLyricsAndAreAskedAgainNextTime) {
+    using enum LyricsStore::FetchStage;
+    const std::vector<std::tuple<LyricsStore::TransportResult, LyricsStore::FetchStage>> failures = {
+        {std::unexpected(std::string("connection refused")), transport},
+        {LyricsStore::Response{404, R"({"message": "not found"})"}, response},
+        {LyricsStore::Response{200, R"({"syncedLyrics": null, "plainLyrics": "words"})"}, response},
+        {LyricsStore::Response{200, "<html>"}, response},
+    };
+    const LyricsStore store(folder);
+    for (const auto& [answer, stage] : failures) {
+        FakeLyricsService service;
+        FetchRecorder recorder;
+        store.fetch(paperBoats, service.call(), recorder.completion());
+        service.answer(answer);
+        ASSERT_EQ(recorder.results.size(), 1u);
+        ASSERT_FALSE(recorder.results[0].has_value());
+        EXPECT_EQ(recorder.results[0].error().stage, stage);
+        EXPECT_FALSE(recorder.results[0].error().reason.empty());
+        // A failure leaves no file behind, so the next fetch asks the service again.
+        EXPECT_FALSE(fs::exists(store.cacheFile("Mira Holloway", "Paper Boats")));
+        store.fetch(paperBoats, service.call(), recorder.completion());
+        EXPECT_EQ(service.requests.size(), 2u);
+    }
+}
+
+TEST_F(LyricsCache, CachedFileWithoutTimedLinesIsAMissWithoutARequest) {
+    const LyricsStore store(folder);
+    fs::create_directories(folder / "Lyrics");
+    std::ofstream(store.cacheFile("Mira Holloway", "Paper Boats")) << "instrumental";
+    FakeLyricsService service;
+    FetchRecorder recorder;
+    store.fetch(paperBoats, service.call(), recorder.completion());
+    EXPECT_TRUE(service.requests.empty());
+    ASSERT_EQ(recorder.results.size(), 1u);
+    ASSERT_FALSE(recorder.results[0].has_value());
+    EXPECT_EQ(recorder.results[0].error().stage, LyricsStore::FetchStage::cache);
+}
+
+TEST_F(LyricsCache, LyricsThatCannotBeSavedAreNotShown) {
+    const fs::path blocker = folder / "blocked";
+    std::ofstream(blocker) << "x";
+    FakeLyricsService service;
+    FetchRecorder recorder;
+    {
+        // The answer arrives after the store that asked is gone.
+        const LyricsStore store(blocker);
+        store.fetch(paperBoats, service.call(), recorder.completion());
+    }
+    service.answer(LyricsStore::Response{200, std::string(paperBoatsAnswer)});
+    ASSERT_EQ(recorder.results.size(), 1u);
+    ASSERT_FALSE(recorder.results[0].has_value());
+    EXPECT_EQ(recorder.results[0].error().stage, LyricsStore::FetchStage::save);
 }
 
 } // namespace

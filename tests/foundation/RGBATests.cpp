@@ -1,4 +1,4 @@
-#include "BrindKit/island/RGBA.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 
 #include <gtest/gtest.h>
 #include <unordered_set>

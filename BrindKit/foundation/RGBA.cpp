@@ -1,8 +1,8 @@
-#include "BrindKit/island/RGBA.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 
 #include "BrindKit/foundation/Hex.hpp"
 #include "BrindKit/foundation/Text.hpp"
-#include "BrindKit/island/UnitInterval.hpp"
+#include "BrindKit/foundation/UnitInterval.hpp"
 
 #include <cmath>
 #include <cstdint>
