@@ -184,6 +184,11 @@ std::expected<std::unique_ptr<LayerShellSurface>, std::string> LayerShellSurface
 
 LayerShellSurface::~LayerShellSurface()
 {
+    // The island that owns the callbacks is going away too: tearing down says nothing to it.
+    onFrame = nullptr;
+    paint = nullptr;
+    onPointer = nullptr;
+    onKey = nullptr;
     m_context.reset();
     m_readNotifier.reset();
     m_writeNotifier.reset();
