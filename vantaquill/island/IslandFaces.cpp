@@ -66,7 +66,7 @@ void paintBadge(QPainter& painter, const IslandScene& scene) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(quietFill);
     painter.drawRoundedRect(*capsule, capsule->height() / 2, capsule->height() / 2);
-    drawText(painter, std::to_string(*scene.badge), *capsule, FaceFonts::semibold(FaceLayout::badgeFontSize),
+    drawText(painter, FaceLayout::badgeText(*scene.badge), *capsule, FaceFonts::semibold(FaceLayout::badgeFontSize),
              primaryText, Qt::AlignHCenter);
 }
 

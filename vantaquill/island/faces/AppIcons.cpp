@@ -1,5 +1,7 @@
 #include "vantaquill/island/faces/AppIcons.hpp"
 
+#include "vantaquill/island/faces/IconTheme.hpp"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -88,6 +90,7 @@ QIcon AppIcons::find(const std::string& applicationID) {
     const QString id = QString::fromStdString(applicationID);
     if (const auto found = cache.constFind(id); found != cache.constEnd())
         return *found;
+    IconTheme::ensure();
     return *cache.insert(id, id.isEmpty() ? QIcon() : lookUp(id));
 }
 

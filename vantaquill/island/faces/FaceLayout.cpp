@@ -12,8 +12,8 @@ namespace {
 /// Room kept between the outer ends of a floating pill and its wings.
 constexpr double floatingWingInset = 12;
 constexpr double badgeHeight = 18;
-constexpr double badgeMinimumWidth = 18;
-constexpr double badgeTextPadding = 10;
+constexpr double badgeMinimumWidth = 16;
+constexpr double badgeTextPadding = 8;
 constexpr double floatingBadgeRoom = 30;
 constexpr double floatingBadgeInset = 8;
 constexpr double buttonBottomPadding = 12;
@@ -124,11 +124,15 @@ std::optional<QRectF> FaceLayout::badge(const IslandScene& scene) {
     case brind::IslandState::expanded:
         return std::nullopt;
     }
-    const double width = std::max(
-        badgeMinimumWidth, FaceFonts::semiboldWidth(std::to_string(*scene.badge), badgeFontSize) + badgeTextPadding);
-    if (room.width() < width + 4 || room.height() < badgeHeight)
+    if (room.width() < badgeMinimumWidth || room.height() < badgeHeight)
         return std::nullopt;
+    const double width = std::clamp(FaceFonts::semiboldWidth(badgeText(*scene.badge), badgeFontSize) + badgeTextPadding,
+                                    badgeMinimumWidth, room.width());
     return QRectF{room.center().x() - width / 2, room.center().y() - badgeHeight / 2, width, badgeHeight};
+}
+
+std::string FaceLayout::badgeText(int count) {
+    return count > maximumBadgeCount ? std::to_string(maximumBadgeCount) + "+" : std::to_string(count);
 }
 
 bool FaceLayout::showsButtons(const brind::LiveActivity& alert) {

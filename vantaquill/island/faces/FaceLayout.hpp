@@ -10,6 +10,7 @@
 
 #include <array>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace vq {
@@ -66,6 +67,9 @@ struct FaceLayout {
     static Wings wings(const IslandScene& scene);
     /// The count badge's capsule, when the scene has a badge and the face has room for it.
     static std::optional<QRectF> badge(const IslandScene& scene);
+    /// The badge's text: the count, or "99+" beyond 99 (a badge has the room of two digits).
+    static std::string badgeText(int count);
+    static constexpr int maximumBadgeCount = 99;
     /// Whether the alert shows action buttons: only a critical activity with actions gets the room.
     static bool showsButtons(const brind::LiveActivity& alert);
     static Alert alert(const IslandScene& scene, const brind::LiveActivity& alert);

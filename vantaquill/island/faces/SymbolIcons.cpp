@@ -1,5 +1,7 @@
 #include "vantaquill/island/faces/SymbolIcons.hpp"
 
+#include "vantaquill/island/faces/IconTheme.hpp"
+
 #include <QHash>
 #include <QIcon>
 #include <QImage>
@@ -124,6 +126,7 @@ const QImage& themeImage(std::string_view symbol, int pixels, const QColor& colo
         return *found;
     if (cache.size() >= cacheLimit)
         cache.clear();
+    IconTheme::ensure();
     QImage image;
     for (const QString& name : SymbolIcons::themeNames(symbol)) {
         for (const QString& candidate : {name + QStringLiteral("-symbolic"), name}) {
