@@ -21,6 +21,7 @@
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
 #include "vantaquill/qt/StandardInputReader.hpp"
+#include "vantaquill/wayland/LayerShellSurface.hpp"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -41,11 +42,8 @@ struct Options {
     std::uint16_t port = brind::SDKBridge::defaultPort;
 };
 
-// The Wayland layer-shell surface plugs in here: its probe says whether the compositor offers
-// zwlr_layer_shell_v1, and `makeSurface` below builds it. Until it is wired in, the automatic
-// choice sees no layer shell and the island uses X11 (directly or through XWayland).
 bool layerShellOffered() {
-    return false;
+    return vq::LayerShellSurface::probe().offered;
 }
 
 // The window toolkit has to be chosen before the application object exists, so these two options
@@ -96,9 +94,14 @@ std::unique_ptr<vq::IslandSurface> makeSurface(vq::IslandSurface::Kind kind) {
     switch (kind) {
     case vq::IslandSurface::Kind::x11:
         return std::make_unique<vq::X11IslandSurface>();
-    case vq::IslandSurface::Kind::layerShell:
-        // The layer-shell surface plugs in here (see layerShellOffered).
-        return nullptr;
+    case vq::IslandSurface::Kind::layerShell: {
+        auto surface = vq::LayerShellSurface::connect();
+        if (!surface) {
+            std::cerr << "vantaquill: no layer-shell surface: " << surface.error() << "\n";
+            return nullptr;
+        }
+        return std::move(*surface);
+    }
     }
     std::unreachable();
 }
@@ -174,6 +177,10 @@ int main(int argc, char** argv) {
     const std::optional<vq::IslandSurfaceChoice> surface = *surfaceChoice;
     if (surface && surface->kind == vq::IslandSurface::Kind::x11)
         qputenv("QT_QPA_PLATFORM", "xcb");
+    // The layer-shell surface has its own connection; Qt on Wayland names its screens after the
+    // compositor's outputs, which is how the surface finds each screen's output.
+    if (surface && surface->kind == vq::IslandSurface::Kind::layerShell)
+        qputenv("QT_QPA_PLATFORM", "wayland");
     // Widgets need QApplication; without a window the lighter core application keeps the headless
     // process as it always was.
     const std::unique_ptr<QCoreApplication> app =
