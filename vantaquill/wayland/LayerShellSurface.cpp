@@ -327,6 +327,9 @@ void LayerShellSurface::handleGlobal(std::uint32_t name, const char* interface, 
         .description = [](void*, wl_output*, const char*) {},
     };
     wl_output_add_listener(output->output, &outputListener, output.get());
+    // Before version 2 an output sends no "done": what it says at bind time is all there is.
+    if (output->version < WL_OUTPUT_DONE_SINCE_VERSION)
+        output->ready = true;
     m_outputs.push_back(std::move(output));
 }
 
@@ -462,11 +465,16 @@ void LayerShellSurface::setVisible(bool visible)
 
 void LayerShellSurface::setInputRegion(const QRegion& region)
 {
+    if (m_inputRegion == region)
+        return;
     m_inputRegion = region;
     if (!m_surface)
         return;
     applyInputRegion();
-    commit();
+    // The region is double-buffered: a frame on its way (an animation sets the region every frame)
+    // carries it with its buffer, so the outline and the region that takes the pointer change together.
+    if (m_configured && !m_frameWanted && !m_drawing)
+        commit();
 }
 
 void LayerShellSurface::setKeyboardInteractive(bool interactive)
@@ -680,15 +688,17 @@ void LayerShellSurface::draw()
         return;
     m_frameWanted = false;
 
+    wl_surface* surface = m_surface;
+    m_drawing = true;
     if (onFrame)
         onFrame(monotonicSeconds());
-    wl_surface* surface = m_surface;
     buffer->image().fill(Qt::transparent);
     {
         QPainter painter(&buffer->image());
         if (paint)
             paint(painter);
     }
+    m_drawing = false;
     // The callbacks may have taken this surface down or replaced it.
     if (m_surface != surface || !m_configured)
         return;
@@ -698,7 +708,10 @@ void LayerShellSurface::draw()
         wl_surface_set_buffer_scale(m_surface, scale);
     }
     wl_surface_attach(m_surface, buffer->buffer(), 0, 0);
-    wl_surface_damage_buffer(m_surface, 0, 0, buffer->pixelSize().width(), buffer->pixelSize().height());
+    if (m_compositorVersion >= WL_SURFACE_DAMAGE_BUFFER_SINCE_VERSION)
+        wl_surface_damage_buffer(m_surface, 0, 0, buffer->pixelSize().width(), buffer->pixelSize().height());
+    else
+        wl_surface_damage(m_surface, 0, 0, m_configuredSize.width(), m_configuredSize.height());
     m_frameCallback = wl_surface_frame(m_surface);
     static const wl_callback_listener frameListener = {
         .done = [](void* data, wl_callback*, std::uint32_t) { static_cast<LayerShellSurface*>(data)->handleFrameDone(); },

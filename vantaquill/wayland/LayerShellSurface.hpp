@@ -157,6 +157,7 @@ private:
     int m_appliedScale = 1;
     wl_callback* m_frameCallback = nullptr;
     bool m_frameWanted = false;
+    bool m_drawing = false;
     bool m_drawQueued = false;
     bool m_reconcileQueued = false;
     std::vector<std::unique_ptr<ShmBuffer>> m_buffers;
