@@ -5,12 +5,19 @@
 #include <QProcess>
 #include <QTimer>
 
+#include <array>
+
 #include <gtest/gtest.h>
 
+#include <arpa/inet.h>
 #include <chrono>
 #include <fstream>
 #include <functional>
+#include <netinet/in.h>
 #include <optional>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 namespace vq {
 namespace {
@@ -68,6 +75,9 @@ bool centred(QRect shape)
 /// Run with no housing (the island floats as a pill) and with a declared one it grows from.
 class IslandOnSway : public ::testing::TestWithParam<std::string> {
 protected:
+    /// Preferences besides the housing ("key=value" lines).
+    virtual std::vector<std::string> preferences() const { return {}; }
+
     void SetUp() override
     {
         if (const auto reason = SwaySession::unavailableReason(); !reason.empty())
@@ -83,6 +93,8 @@ protected:
         settings << "[General]\n";
         if (!GetParam().empty())
             settings << "island.housing=" << GetParam() << "\n";
+        for (const auto& line : preferences())
+            settings << line << "\n";
         settings.close();
         environment = QProcessEnvironment::systemEnvironment();
         environment.insert("HOME", QString::fromStdString(home.path().string()));
@@ -155,6 +167,55 @@ protected:
         return command.waitForFinished(processTimeoutMs) && command.exitCode() == 0;
     }
 
+    std::string token() const
+    {
+        std::ifstream file(home.path() / ".config/vantaquill/cli-token");
+        std::string text;
+        file >> text;
+        return text;
+    }
+
+    /// A connection to the island's SDK, or -1.
+    int connectSDK() const
+    {
+        const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            ::close(descriptor);
+            return -1;
+        }
+        return descriptor;
+    }
+
+    std::string request(const std::string& method, const std::string& target, const std::string& body = {}) const
+    {
+        std::string text = method + " " + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port)
+            + "\r\nAuthorization: Bearer " + token() + "\r\n";
+        if (method == "POST")
+            text += "Content-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) + "\r\n";
+        return text + "\r\n" + body;
+    }
+
+    /// Reads from `descriptor` into `received` until it holds `text` or the time-out passes.
+    static bool readUntil(int descriptor, std::string& received, const std::string& text)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + waitTimeout;
+        while (received.find(text) == std::string::npos && std::chrono::steady_clock::now() < deadline) {
+            pollfd ready {descriptor, POLLIN, 0};
+            if (::poll(&ready, 1, 200) <= 0)
+                continue;
+            std::array<char, 4096> buffer {};
+            const ssize_t count = ::recv(descriptor, buffer.data(), buffer.size(), 0);
+            if (count <= 0)
+                break;
+            received.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+        return received.find(text) != std::string::npos;
+    }
+
     std::unique_ptr<SwaySession> sway;
     brindtest::TemporaryFolder home {"vantaquill-wayland"};
     QProcessEnvironment environment;
@@ -209,6 +270,66 @@ TEST_P(IslandOnSway, ShowsTheIslandAtTheTopCentreAndGrowsForAnActivityAndOnHover
     EXPECT_TRUE(sameShape(closedAgain, compact)) << "leaving did not close the island: " << describe(closedAgain) << " instead of "
                                     << describe(compact);
 }
+
+/// The primary button of an alert: the bounding box of its blue fill.
+QRect primaryButton(const QImage& image)
+{
+    QRect box;
+    for (int y = 0; y < std::min(300, image.height()); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor colour = image.pixelColor(x, y);
+            if (colour.blue() > 200 && colour.red() < 60 && colour.green() > 100 && colour.green() < 160)
+                box |= QRect(x, y, 1, 1);
+        }
+    return box;
+}
+
+// Hovering would open the island under the pointer on its way to the button, and a click beside a
+// button would open it too: both are off, so the alert stays a peek until the click.
+class AlertOnSway : public IslandOnSway {
+protected:
+    std::vector<std::string> preferences() const override
+    {
+        return {"island.hoverToOpen=false", "island.clickToOpen=false"};
+    }
+};
+
+TEST_P(AlertOnSway, AClickOnTheAlertsButtonReachesTheEventStream)
+{
+    const int stream = connectSDK();
+    ASSERT_GE(stream, 0);
+    const std::string open = request("GET", "/v1/events");
+    ASSERT_EQ(::send(stream, open.data(), open.size(), 0), static_cast<ssize_t>(open.size()));
+    std::string events;
+    ASSERT_TRUE(readUntil(stream, events, "event: hello")) << events;
+
+    const int post = connectSDK();
+    ASSERT_GE(post, 0);
+    const std::string alert = request("POST", "/v1/activities",
+                                      R"({"id":"upload","title":"Upload failed","priority":"critical","alert":true,)"
+                                      R"("actions":[{"id":"retry","label":"Retry","role":"primary"}]})");
+    ASSERT_EQ(::send(post, alert.data(), alert.size(), 0), static_cast<ssize_t>(alert.size()));
+    std::string reply;
+    EXPECT_TRUE(readUntil(post, reply, "\"ok\":true")) << reply;
+    ::close(post);
+
+    QRect button;
+    ASSERT_TRUE(waitUntil([&] {
+        auto shot = sway->screenshot();
+        button = shot ? primaryButton(*shot) : QRect();
+        return button.width() > 20 && button.height() > 10;
+    })) << "no button on the alert";
+    const QPoint target = button.center();
+    ASSERT_TRUE(sway->command("seat - cursor set " + std::to_string(target.x()) + " " + std::to_string(target.y())));
+    ASSERT_TRUE(sway->command("seat - cursor press button1"));
+    ASSERT_TRUE(sway->command("seat - cursor release button1"));
+    EXPECT_TRUE(readUntil(stream, events, "event: action\ndata: {\"action\":\"retry\",\"activity\":\"upload\""))
+        << events;
+    ::close(stream);
+}
+
+INSTANTIATE_TEST_SUITE_P(Housing, AlertOnSway, ::testing::Values(std::string(), std::string("200x32")),
+                         [](const auto& info) { return info.param.empty() ? std::string("Floating") : std::string("Declared"); });
 
 INSTANTIATE_TEST_SUITE_P(Housing, IslandOnSway, ::testing::Values(std::string(), std::string("200x32")),
                          [](const auto& info) { return info.param.empty() ? std::string("Floating") : std::string("Declared"); });
