@@ -1,6 +1,7 @@
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 
 #include "tests/wayland/SwaySession.hpp"
+#include "tests/wayland/TestWindow.hpp"
 
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -249,6 +250,45 @@ TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointer)
     ASSERT_TRUE(sway->command("seat - cursor set 600 10"));
     ASSERT_TRUE(pointerEventArrives(Type::enter));
     EXPECT_FALSE(std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
+}
+
+TEST_F(LayerShellSurfaceTest, ClicksBesideTheInputRegionReachTheWindowBelow)
+{
+    start();
+    show({200, 40});
+    surface->setInputRegion(QRegion(0, 0, 100, 40));
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown();
+    }));
+    // The window is tiled over the whole output, under the island.
+    screenshotShowing({100, 300}, Qt::darkGray);
+
+    const auto click = [&](int x, int y) {
+        return sway->command("seat - cursor set " + std::to_string(x) + " " + std::to_string(y))
+            && sway->command("seat - cursor press button1") && sway->command("seat - cursor release button1");
+    };
+    // On the island's right half, outside its input region: the window gets it.
+    ASSERT_TRUE(click(700, 20));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.presses() == 1;
+    }));
+    EXPECT_FALSE(std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
+
+    // On the left half the island takes it; a click far away afterwards marks the end.
+    ASSERT_TRUE(click(560, 20));
+    ASSERT_TRUE(pointerEventArrives(Type::press));
+    ASSERT_TRUE(click(100, 300));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.presses() == 2;
+    }));
+    window.dispatch();
+    EXPECT_EQ(window.presses(), 2);
 }
 
 TEST_F(LayerShellSurfaceTest, DrawsOnlyWhenAFrameIsAskedFor)
