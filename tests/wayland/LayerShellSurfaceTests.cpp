@@ -220,6 +220,14 @@ TEST_F(LayerShellSurfaceTest, PaintsEveryDevicePixelAtTheOutputsScale)
     EXPECT_TRUE(near(shot.pixelColor(839, 79), islandColour));
     EXPECT_TRUE(near(shot.pixelColor(840, 40), backgroundColour));
     EXPECT_TRUE(near(shot.pixelColor(640, 80), backgroundColour));
+
+    // The output's scale changed at run time: the next frame has the new resolution.
+    ASSERT_TRUE(sway->command("output HEADLESS-1 scale 1"));
+    ASSERT_TRUE(waitUntil([&] { return paintedScale == 1; }));
+    const QImage unscaled = screenshotShowing({640, 39}, islandColour);
+    EXPECT_TRUE(near(unscaled.pixelColor(540, 20), islandColour));
+    EXPECT_TRUE(near(unscaled.pixelColor(640, 40), backgroundColour));
+    EXPECT_TRUE(near(unscaled.pixelColor(539, 20), backgroundColour));
 }
 
 TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointer)
