@@ -12,17 +12,27 @@
 #include "vantaquill/SDKService.hpp"
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/TokenFiles.hpp"
+#include "vantaquill/island/IslandManager.hpp"
+#include "vantaquill/island/IslandSurfaceChoice.hpp"
+#include "vantaquill/island/X11FullScreenWatcher.hpp"
+#include "vantaquill/island/X11IslandSurface.hpp"
+#include "vantaquill/island/faces/FaceFonts.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
 #include "vantaquill/qt/StandardInputReader.hpp"
+#include "vantaquill/wayland/LayerShellSurface.hpp"
 
+#include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QProcess>
 
 #include <clocale>
 #include <cstdio>
 #include <iostream>
+#include <memory>
+#include <string_view>
 
 namespace {
 
@@ -32,8 +42,68 @@ struct Options {
     std::uint16_t port = brind::SDKBridge::defaultPort;
 };
 
-bool displayReachable() {
-    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") || !qEnvironmentVariableIsEmpty("DISPLAY");
+bool layerShellOffered() {
+    return vq::LayerShellSurface::probe().offered;
+}
+
+// The window toolkit has to be chosen before the application object exists, so these two options
+// are read from the raw arguments; QCommandLineParser checks and documents them afterwards.
+bool askedHeadless(int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        if (std::string_view(argv[i]) == "--headless")
+            return true;
+    }
+    return false;
+}
+
+std::string_view requestedSurface(int argc, char** argv) {
+    constexpr std::string_view option = "--surface";
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument(argv[i]);
+        if (argument == option && i + 1 < argc)
+            return argv[i + 1];
+        if (argument.starts_with(option) && argument.size() > option.size() && argument[option.size()] == '=')
+            return argument.substr(option.size() + 1);
+    }
+    return {};
+}
+
+/// The island's surface, or nothing when the application runs headless. A surface the user asked
+/// for that cannot be shown is an error; an automatic choice that finds none runs headless.
+std::expected<std::optional<vq::IslandSurfaceChoice>, std::string> chooseSurface(int argc, char** argv) {
+    if (askedHeadless(argc, argv))
+        return std::nullopt;
+    const auto request = vq::IslandSurfaceChoice::parseRequest(requestedSurface(argc, argv));
+    if (!request)
+        return std::unexpected(request.error());
+    const vq::IslandSurfaceChoice::Session session{
+        .waylandDisplay = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"),
+        .x11Display = !qEnvironmentVariableIsEmpty("DISPLAY"),
+        .layerShellOffered = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && layerShellOffered()};
+    auto choice = vq::IslandSurfaceChoice::choose(*request, session);
+    if (choice)
+        return std::optional(*choice);
+    if (*request != vq::IslandSurfaceChoice::Request::automatic)
+        return std::unexpected(choice.error());
+    if (session.waylandDisplay || session.x11Display)
+        std::cerr << "vantaquill: no island window (" << choice.error() << "); running headless\n";
+    return std::nullopt;
+}
+
+std::unique_ptr<vq::IslandSurface> makeSurface(vq::IslandSurface::Kind kind) {
+    switch (kind) {
+    case vq::IslandSurface::Kind::x11:
+        return std::make_unique<vq::X11IslandSurface>();
+    case vq::IslandSurface::Kind::layerShell: {
+        auto surface = vq::LayerShellSurface::connect();
+        if (!surface) {
+            std::cerr << "vantaquill: no layer-shell surface: " << surface.error() << "\n";
+            return nullptr;
+        }
+        return std::move(*surface);
+    }
+    }
+    std::unreachable();
 }
 
 std::optional<Options> parseOptions(const QCoreApplication& app) {
@@ -44,8 +114,13 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
     const QCommandLineOption headless("headless", "Run without a window; the island is shown as text on stdout.");
     const QCommandLineOption port("port", "Port of the local SDK on 127.0.0.1 (default 47829; 0 picks a free one).",
                                   "N", QString::number(brind::SDKBridge::defaultPort));
+    const QCommandLineOption surface("surface",
+                                     "Show the island as an X11 window or a Wayland layer-shell surface "
+                                     "(default: the layer shell where the compositor offers one, else X11).",
+                                     "x11|layer-shell");
     parser.addOption(headless);
     parser.addOption(port);
+    parser.addOption(surface);
     parser.process(app);
 
     bool ok = false;
@@ -56,9 +131,24 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
     }
     Options options;
     options.port = static_cast<std::uint16_t>(value);
-    if (!parser.isSet(headless) && displayReachable())
-        std::cerr << "vantaquill: the island window is not part of this build yet; running headless\n";
     return options;
+}
+
+// Follows the desktop's "reduce animations" setting (GNOME's enable-animations, which other
+// desktops' settings daemons mirror) unless "island.reduceMotion" says on or off.
+void followReducedMotion(const std::string& preference, vq::IslandManager& manager) {
+    if (preference == "on" || preference == "off") {
+        manager.setReduceMotion(preference == "on");
+        return;
+    }
+    auto* process = new QProcess(&manager);
+    QObject::connect(process, &QProcess::finished, &manager, [process, &manager](int code) {
+        if (code == 0)
+            manager.setReduceMotion(process->readAllStandardOutput().trimmed() == "false");
+        process->deleteLater();
+    });
+    QObject::connect(process, &QProcess::errorOccurred, process, &QObject::deleteLater);
+    process->start("gsettings", {"get", "org.gnome.desktop.interface", "enable-animations"});
 }
 
 // Posts a function to the main thread's event loop.
@@ -79,14 +169,29 @@ void printError(const std::string& line) {
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
+    const auto surfaceChoice = chooseSurface(argc, argv);
+    if (!surfaceChoice) {
+        std::cerr << "vantaquill: " << surfaceChoice.error() << "\n";
+        return exitStartFailure;
+    }
+    const std::optional<vq::IslandSurfaceChoice> surface = *surfaceChoice;
+    if (surface && surface->kind == vq::IslandSurface::Kind::x11)
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    // The layer-shell surface has its own connection; Qt on Wayland names its screens after the
+    // compositor's outputs, which is how the surface finds each screen's output.
+    if (surface && surface->kind == vq::IslandSurface::Kind::layerShell)
+        qputenv("QT_QPA_PLATFORM", "wayland");
+    // Widgets need QApplication; without a window the lighter core application keeps the headless
+    // process as it always was.
+    const std::unique_ptr<QCoreApplication> app =
+        surface ? std::make_unique<QApplication>(argc, argv) : std::make_unique<QCoreApplication>(argc, argv);
     // Qt adopts the user's locale for the C library, and in many locales that formats and reads
     // numbers with a decimal comma; every number this program writes or reads (JSON, URLs, the SDK)
     // uses a point.
     std::setlocale(LC_NUMERIC, "C");
     QCoreApplication::setApplicationName("vantaquill");
     QCoreApplication::setApplicationVersion("1.0");
-    const auto options = parseOptions(app);
+    const auto options = parseOptions(*app);
     if (!options)
         return exitStartFailure;
 
@@ -101,7 +206,25 @@ int main(int argc, char** argv) {
     vq::HeadlessDisplay display(printLine, printError);
 
     vq::LiveActivityCenter center(scheduler);
+    std::unique_ptr<vq::IslandManager> islands;
+    std::unique_ptr<vq::X11FullScreenWatcher> fullScreen;
+    if (surface) {
+        std::cerr << "vantaquill: island surface: " << vq::IslandSurfaceChoice::name(surface->kind) << " ("
+                  << surface->reason << ")" << std::endl;
+        const auto islandPreferences = preferences.island();
+        islands = std::make_unique<vq::IslandManager>(
+            center, scheduler, islandPreferences, [kind = surface->kind](QScreen*) { return makeSurface(kind); },
+            [](std::string_view text, double size) { return vq::FaceFonts::semiboldWidth(text, size); });
+        followReducedMotion(islandPreferences.reduceMotion, *islands);
+        if (surface->kind == vq::IslandSurface::Kind::x11 && islandPreferences.hideInFullScreen) {
+            fullScreen = std::make_unique<vq::X11FullScreenWatcher>(
+                [&islands, &fullScreen] { islands->setFullScreenWindow(fullScreen->fullScreenWindowCentre()); });
+            islands->setFullScreenWindow(fullScreen->fullScreenWindowCentre());
+        }
+    }
     center.onChange = [&](vq::LiveActivityCenter::Change change) {
+        if (islands)
+            islands->refresh();
         switch (change) {
         case vq::LiveActivityCenter::Change::activities:
             display.activitiesChanged(center.activities());

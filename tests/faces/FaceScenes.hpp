@@ -1,0 +1,162 @@
+#pragma once
+
+// Scenes sized the way the island controller sizes them, and a renderer that paints them the way the
+// island view does (black outline, then the faces), but without clipping, so a face that strays
+// outside the outline shows up in the image.
+
+#include "BrindKit/island/IslandLayout.hpp"
+#include "BrindKit/island/IslandPath.hpp"
+#include "vantaquill/island/IslandFaces.hpp"
+#include "vantaquill/island/faces/FaceFonts.hpp"
+
+#include <QDir>
+#include <QImage>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPainterPathStroker>
+
+#include <string>
+
+namespace vq::testing {
+
+inline constexpr QSizeF surfaceSize{760, 360};
+
+inline brind::IslandLayout::Input housingInput() {
+    brind::IslandLayout::Input input;
+    input.metrics.hasNotch = true;
+    input.metrics.size = {185, 32};
+    input.metrics.menuBarHeight = 32;
+    return input;
+}
+
+inline brind::IslandLayout::Input floatingInput() {
+    brind::IslandLayout::Input input;
+    input.floating = true;
+    input.metrics.menuBarHeight = 24;
+    return input;
+}
+
+inline double measure(std::string_view text, double size) {
+    return FaceFonts::semiboldWidth(text, size);
+}
+
+/// A settled scene of `state` with the outline size the layout gives: the wings of `top` in compact,
+/// the alert peek for `alert`, the plain peek for a HUD, the expanded island with its header.
+inline IslandScene settledScene(brind::IslandState state, const brind::IslandLayout::Input& input,
+                                IslandScene scene = {}) {
+    using brind::IslandLayout;
+    scene.state = state;
+    scene.floating = input.floating;
+    scene.housing = input.floating ? QSizeF() : QSizeF(input.metrics.size.width, input.metrics.size.height);
+    const auto [leading, trailing] =
+        IslandLayout::compactWings(scene.top ? &*scene.top : nullptr, input, measure);
+    scene.leadingWing = leading;
+    scene.trailingWing = trailing;
+    scene.headerHeight = IslandLayout::headerHeight(input);
+    brind::SizeF size = IslandLayout::size(state, input, leading, trailing);
+    if (state == brind::IslandState::closed && scene.badge)
+        size = IslandLayout::badged(input);
+    if (state == brind::IslandState::peek && !scene.hud && scene.alert)
+        size = IslandLayout::alertPeek(*scene.alert, input);
+    if (state == brind::IslandState::expanded)
+        size = IslandLayout::expandedForContent(input, scene.contentHeight);
+    const double top = input.floating ? IslandLayout::floatingTop(input) : 0;
+    scene.outline = QRectF((surfaceSize.width() - size.width) / 2, top, size.width, size.height);
+    const auto corners = brind::IslandPath::corners(state, size.height, input.floating,
+                                                    brind::IslandPath::defaultCornerRadius);
+    scene.ear = corners.ear;
+    scene.topRadius = corners.top;
+    scene.bottomRadius = corners.bottom;
+    return scene;
+}
+
+inline QPainterPath outlinePath(const IslandScene& scene) {
+    const auto path = brind::IslandPath::make(
+        {scene.outline.x(), scene.outline.y(), scene.outline.width(), scene.outline.height()}, scene.ear,
+        scene.topRadius, scene.bottomRadius);
+    QPainterPath result;
+    for (const auto& element : path.elements) {
+        std::visit(
+            [&](const auto& step) {
+                using Step = std::decay_t<decltype(step)>;
+                if constexpr (std::is_same_v<Step, brind::IslandPath::MoveTo>)
+                    result.moveTo(step.to.x, step.to.y);
+                else if constexpr (std::is_same_v<Step, brind::IslandPath::LineTo>)
+                    result.lineTo(step.to.x, step.to.y);
+                else if constexpr (std::is_same_v<Step, brind::IslandPath::QuadTo>)
+                    result.quadTo(step.control.x, step.control.y, step.to.x, step.to.y);
+                else if constexpr (std::is_same_v<Step, brind::IslandPath::CubicTo>)
+                    result.cubicTo(step.control1.x, step.control1.y, step.control2.x, step.control2.y, step.to.x,
+                                   step.to.y);
+                else
+                    result.closeSubpath();
+            },
+            element);
+    }
+    return result;
+}
+
+/// Transparent surface, black outline, faces on top (unclipped). Set FACES_IMAGES to a folder to
+/// keep the images for a look.
+inline QImage render(const IslandScene& scene, double scale = 1, const std::string& name = {}) {
+    QImage image((surfaceSize * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(outlinePath(scene), Qt::black);
+    IslandFaces::paint(painter, scene);
+    painter.end();
+    if (const QString folder = qEnvironmentVariable("FACES_IMAGES"); !folder.isEmpty() && !name.empty()) {
+        // The island over a grey desktop, cropped to it.
+        const QRectF around = scene.outline.adjusted(-16, -std::min(16.0, scene.outline.top()), 16, 16);
+        QImage shown((around.size() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+        shown.fill(QColor(120, 128, 140));
+        QPainter composer(&shown);
+        composer.drawImage(QRectF(shown.rect()), image, QRectF(around.topLeft() * scale, around.size() * scale));
+        composer.end();
+        shown.save(QDir(folder).filePath(QString::fromStdString(name) + QStringLiteral("@") + QString::number(scale) +
+                                         QStringLiteral(".png")));
+    }
+    return image;
+}
+
+/// A pixel the faces lit: not black and not transparent.
+inline bool lit(QRgb pixel) {
+    return qAlpha(pixel) > 0 && std::max({qRed(pixel), qGreen(pixel), qBlue(pixel)}) > 40;
+}
+
+/// Lit pixels whose centre lies in `area` (logical coordinates).
+inline int litPixels(const QImage& image, const QRectF& area) {
+    const double scale = image.devicePixelRatio();
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (area.contains(QPointF((x + 0.5) / scale, (y + 0.5) / scale)) && lit(image.pixel(x, y)))
+                ++count;
+        }
+    }
+    return count;
+}
+
+/// Pixels painted more than 1.5 logical pixels outside the outline. The outline's own antialiasing
+/// leaves a faint pixel beside the sharp tip of an ear; anything fainter than this is not paint.
+inline constexpr int faintAlpha = 8;
+inline int paintedOutside(const QImage& image, const IslandScene& scene) {
+    const QPainterPath outline = outlinePath(scene);
+    QPainterPathStroker stroker;
+    stroker.setWidth(3);
+    const QPainterPath edge = stroker.createStroke(outline);
+    const double scale = image.devicePixelRatio();
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QPointF point((x + 0.5) / scale, (y + 0.5) / scale);
+            if (qAlpha(image.pixel(x, y)) > faintAlpha && !outline.contains(point) && !edge.contains(point))
+                ++count;
+        }
+    }
+    return count;
+}
+
+} // namespace vq::testing

@@ -1,0 +1,338 @@
+#include "tests/support/TemporaryFolder.hpp"
+#include "tests/wayland/SwaySession.hpp"
+
+#include <QEventLoop>
+#include <QProcess>
+#include <QTimer>
+
+#include <array>
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <chrono>
+#include <fstream>
+#include <functional>
+#include <netinet/in.h>
+#include <optional>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace vq {
+namespace {
+
+using test::SwaySession;
+
+constexpr int processTimeoutMs = 30'000;
+constexpr auto waitTimeout = std::chrono::seconds(20);
+constexpr std::string_view listeningPrefix = "Listening on 127.0.0.1:";
+
+/// The island's shape in a screenshot: the bounding box of the pixels that are not the desktop's
+/// background in the band where the island hangs, antialiased edges and the ears' thin tips included
+/// (the cursor is kept out of the band unless a test moves it onto the island).
+QRect islandShape(const QImage& image)
+{
+    constexpr int bandHeight = 300;
+    constexpr int backgroundTolerance = 12;
+    const QColor background(SwaySession::backgroundHex);
+    QRect box;
+    for (int y = 0; y < std::min(bandHeight, image.height()); ++y)
+        for (int x = image.width() / 4; x < image.width() * 3 / 4; ++x) {
+            const QColor colour = image.pixelColor(x, y);
+            if (std::abs(colour.red() - background.red()) > backgroundTolerance
+                || std::abs(colour.green() - background.green()) > backgroundTolerance
+                || std::abs(colour.blue() - background.blue()) > backgroundTolerance)
+                box |= QRect(x, y, 1, 1);
+        }
+    return box;
+}
+
+std::string describe(QRect shape)
+{
+    return std::to_string(shape.width()) + "x" + std::to_string(shape.height()) + " at " + std::to_string(shape.x())
+        + "," + std::to_string(shape.y());
+}
+
+/// The same shape but for one antialiased row or column at an edge (the spring's last subpixel).
+bool sameShape(QRect a, QRect b)
+{
+    constexpr int edgePixels = 1;
+    return std::abs(a.left() - b.left()) <= edgePixels && std::abs(a.right() - b.right()) <= edgePixels
+        && std::abs(a.top() - b.top()) <= edgePixels && std::abs(a.bottom() - b.bottom()) <= edgePixels;
+}
+
+/// Centred on the output, give or take the antialiased edge pixels.
+bool centred(QRect shape)
+{
+    constexpr int edgePixels = 2;
+    const int left = shape.left();
+    const int right = SwaySession::outputWidth - 1 - shape.right();
+    return std::abs(left - right) <= edgePixels;
+}
+
+/// The real application with the layer-shell surface, in a fresh home, on the test's sway.
+/// Run with no housing (the island floats as a pill) and with a declared one it grows from.
+class IslandOnSway : public ::testing::TestWithParam<std::string> {
+protected:
+    /// Preferences besides the housing ("key=value" lines).
+    virtual std::vector<std::string> preferences() const { return {}; }
+
+    void SetUp() override
+    {
+        if (const auto reason = SwaySession::unavailableReason(); !reason.empty())
+            GTEST_SKIP() << "no headless sway here: " << reason;
+        auto session = SwaySession::start({});
+        ASSERT_TRUE(session) << session.error();
+        sway = std::move(*session);
+        // Well away from the island, so that the cursor is not taken for part of it.
+        ASSERT_TRUE(sway->command("seat - cursor set 100 600"));
+
+        std::filesystem::create_directories(home.path() / ".config/vantaquill");
+        std::ofstream settings(home.path() / ".config/vantaquill/vantaquill.conf");
+        settings << "[General]\n";
+        if (!GetParam().empty())
+            settings << "island.housing=" << GetParam() << "\n";
+        for (const auto& line : preferences())
+            settings << line << "\n";
+        settings.close();
+        environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("HOME", QString::fromStdString(home.path().string()));
+        environment.insert("XDG_CONFIG_HOME", QString::fromStdString((home.path() / ".config").string()));
+        environment.insert("XDG_DATA_HOME", QString::fromStdString((home.path() / ".local/share").string()));
+        environment.insert("XDG_RUNTIME_DIR", QString::fromStdString(home.path().string()));
+        environment.insert("WAYLAND_DISPLAY", QString::fromStdString(sway->waylandDisplay()));
+        environment.remove("DISPLAY");
+        environment.remove("QT_QPA_PLATFORM");
+
+        island.setProcessEnvironment(environment);
+        island.start(QString(BRIND_BIN_DIR) + "/vantaquill-island", {"--port", "0"});
+        ASSERT_TRUE(island.waitForStarted(processTimeoutMs));
+        ASSERT_TRUE(waitUntil([&] {
+            output += island.readAllStandardOutput();
+            return output.contains(listeningPrefix.data()) && output.indexOf('\n', output.indexOf(listeningPrefix.data())) > 0;
+        })) << "the island did not start: " << island.readAllStandardError().toStdString();
+        const qsizetype start = output.indexOf(listeningPrefix.data()) + qsizetype(listeningPrefix.size());
+        port = output.mid(start, output.indexOf('\n', start) - start).trimmed().toInt();
+    }
+
+    void TearDown() override
+    {
+        if (island.state() == QProcess::NotRunning)
+            return;
+        island.terminate();
+        if (!island.waitForFinished(processTimeoutMs))
+            island.kill();
+        EXPECT_EQ(island.exitCode(), 0) << island.readAllStandardError().toStdString();
+    }
+
+    static bool waitUntil(const std::function<bool()>& condition)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + waitTimeout;
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (condition())
+                return true;
+            QEventLoop loop;
+            QTimer::singleShot(50, &loop, &QEventLoop::quit);
+            loop.exec();
+        }
+        return condition();
+    }
+
+    /// The island's shape once it has come to rest (the same in two screenshots in a row) and
+    /// `accept` holds for it, or the last shape seen.
+    QRect shapeWhen(const std::function<bool(QRect)>& accept)
+    {
+        QRect shape;
+        std::optional<QRect> previous;
+        waitUntil([&] {
+            auto shot = sway->screenshot();
+            if (!shot)
+                return false;
+            shape = islandShape(*shot);
+            const bool atRest = previous == shape;
+            previous = shape;
+            return atRest && accept(shape);
+        });
+        return shape;
+    }
+
+    bool notify(const QStringList& arguments)
+    {
+        QProcess command;
+        QProcessEnvironment commandEnvironment = environment;
+        commandEnvironment.insert("VANTAQUILL_PORT", QString::number(port));
+        command.setProcessEnvironment(commandEnvironment);
+        command.start(QString(BRIND_BIN_DIR) + "/vantaquill", QStringList {"notify"} + arguments);
+        return command.waitForFinished(processTimeoutMs) && command.exitCode() == 0;
+    }
+
+    std::string token() const
+    {
+        std::ifstream file(home.path() / ".config/vantaquill/cli-token");
+        std::string text;
+        file >> text;
+        return text;
+    }
+
+    /// A connection to the island's SDK, or -1.
+    int connectSDK() const
+    {
+        const int descriptor = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address {};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+            ::close(descriptor);
+            return -1;
+        }
+        return descriptor;
+    }
+
+    std::string request(const std::string& method, const std::string& target, const std::string& body = {}) const
+    {
+        std::string text = method + " " + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port)
+            + "\r\nAuthorization: Bearer " + token() + "\r\n";
+        if (method == "POST")
+            text += "Content-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) + "\r\n";
+        return text + "\r\n" + body;
+    }
+
+    /// Reads from `descriptor` into `received` until it holds `text` or the time-out passes.
+    static bool readUntil(int descriptor, std::string& received, const std::string& text)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + waitTimeout;
+        while (received.find(text) == std::string::npos && std::chrono::steady_clock::now() < deadline) {
+            pollfd ready {descriptor, POLLIN, 0};
+            if (::poll(&ready, 1, 200) <= 0)
+                continue;
+            std::array<char, 4096> buffer {};
+            const ssize_t count = ::recv(descriptor, buffer.data(), buffer.size(), 0);
+            if (count <= 0)
+                break;
+            received.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+        return received.find(text) != std::string::npos;
+    }
+
+    std::unique_ptr<SwaySession> sway;
+    brindtest::TemporaryFolder home {"vantaquill-wayland"};
+    QProcessEnvironment environment;
+    QProcess island;
+    QByteArray output;
+    int port = 0;
+};
+
+TEST_P(IslandOnSway, ChoosesTheLayerShellAndSaysWhy)
+{
+    ASSERT_FALSE(shapeWhen([](QRect shape) { return !shape.isEmpty(); }).isEmpty()) << "no island on the screen";
+    island.terminate();
+    ASSERT_TRUE(island.waitForFinished(processTimeoutMs));
+    const QString errors = island.readAllStandardError();
+    EXPECT_EQ(errors.count("island surface:"), 1) << errors.toStdString();
+    EXPECT_TRUE(errors.contains("island surface: layer-shell (")) << errors.toStdString();
+    EXPECT_FALSE(errors.contains("protocol error")) << errors.toStdString();
+}
+
+TEST_P(IslandOnSway, ShowsTheIslandAtTheTopCentreAndGrowsForAnActivityAndOnHover)
+{
+    const int centre = SwaySession::outputWidth / 2;
+    const bool housing = !GetParam().empty();
+    const QRect closed = shapeWhen([](QRect shape) { return !shape.isEmpty(); });
+    ASSERT_FALSE(closed.isEmpty()) << "no island on the screen";
+    EXPECT_TRUE(centred(closed)) << describe(closed);
+    if (housing) {
+        // Closed, the island is the declared housing: 200x32 hanging from the top edge.
+        EXPECT_EQ(closed.top(), 0) << describe(closed);
+        EXPECT_NEAR(closed.width(), 200, 2) << describe(closed);
+        EXPECT_NEAR(closed.height(), 32, 2) << describe(closed);
+    } else {
+        EXPECT_GT(closed.top(), 0) << "a floating island is a pill below the edge: " << describe(closed);
+    }
+
+    ASSERT_TRUE(notify({"--id", "build", "--title", "Building", "--symbol", "checkmark.circle.fill", "--progress", "0.3"}));
+    const QRect compact = shapeWhen([&](QRect shape) { return !shape.isEmpty() && shape != closed; });
+    EXPECT_NE(compact, closed) << "the island did not change for the activity";
+    EXPECT_TRUE(centred(compact)) << describe(compact);
+    if (housing) {
+        EXPECT_GT(compact.width(), closed.width()) << "no wings beside the housing: " << describe(compact);
+    }
+
+    // The pointer over the island opens it after the hover delay; leaving closes it again.
+    ASSERT_TRUE(sway->command("seat - cursor set " + std::to_string(centre) + " " + std::to_string(compact.center().y())));
+    const QRect expanded = shapeWhen([&](QRect shape) { return shape.height() > 2 * compact.height(); });
+    EXPECT_GT(expanded.height(), 2 * compact.height()) << "hovering did not open the island: " << describe(expanded);
+    EXPECT_GT(expanded.width(), compact.width());
+
+    ASSERT_TRUE(sway->command("seat - cursor set 100 600"));
+    const QRect closedAgain = shapeWhen([&](QRect shape) { return sameShape(shape, compact); });
+    EXPECT_TRUE(sameShape(closedAgain, compact)) << "leaving did not close the island: " << describe(closedAgain) << " instead of "
+                                    << describe(compact);
+}
+
+/// The primary button of an alert: the bounding box of its blue fill.
+QRect primaryButton(const QImage& image)
+{
+    QRect box;
+    for (int y = 0; y < std::min(300, image.height()); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor colour = image.pixelColor(x, y);
+            if (colour.blue() > 200 && colour.red() < 60 && colour.green() > 100 && colour.green() < 160)
+                box |= QRect(x, y, 1, 1);
+        }
+    return box;
+}
+
+// Hovering would open the island under the pointer on its way to the button, and a click beside a
+// button would open it too: both are off, so the alert stays a peek until the click.
+class AlertOnSway : public IslandOnSway {
+protected:
+    std::vector<std::string> preferences() const override
+    {
+        return {"island.hoverToOpen=false", "island.clickToOpen=false"};
+    }
+};
+
+TEST_P(AlertOnSway, AClickOnTheAlertsButtonReachesTheEventStream)
+{
+    const int stream = connectSDK();
+    ASSERT_GE(stream, 0);
+    const std::string open = request("GET", "/v1/events");
+    ASSERT_EQ(::send(stream, open.data(), open.size(), 0), static_cast<ssize_t>(open.size()));
+    std::string events;
+    ASSERT_TRUE(readUntil(stream, events, "event: hello")) << events;
+
+    const int post = connectSDK();
+    ASSERT_GE(post, 0);
+    const std::string alert = request("POST", "/v1/activities",
+                                      R"({"id":"upload","title":"Upload failed","priority":"critical","alert":true,)"
+                                      R"("actions":[{"id":"retry","label":"Retry","role":"primary"}]})");
+    ASSERT_EQ(::send(post, alert.data(), alert.size(), 0), static_cast<ssize_t>(alert.size()));
+    std::string reply;
+    EXPECT_TRUE(readUntil(post, reply, "\"ok\":true")) << reply;
+    ::close(post);
+
+    QRect button;
+    ASSERT_TRUE(waitUntil([&] {
+        auto shot = sway->screenshot();
+        button = shot ? primaryButton(*shot) : QRect();
+        return button.width() > 20 && button.height() > 10;
+    })) << "no button on the alert";
+    const QPoint target = button.center();
+    ASSERT_TRUE(sway->command("seat - cursor set " + std::to_string(target.x()) + " " + std::to_string(target.y())));
+    ASSERT_TRUE(sway->command("seat - cursor press button1"));
+    ASSERT_TRUE(sway->command("seat - cursor release button1"));
+    EXPECT_TRUE(readUntil(stream, events, "event: action\ndata: {\"action\":\"retry\",\"activity\":\"upload\""))
+        << events;
+    ::close(stream);
+}
+
+INSTANTIATE_TEST_SUITE_P(Housing, AlertOnSway, ::testing::Values(std::string(), std::string("200x32")),
+                         [](const auto& info) { return info.param.empty() ? std::string("Floating") : std::string("Declared"); });
+
+INSTANTIATE_TEST_SUITE_P(Housing, IslandOnSway, ::testing::Values(std::string(), std::string("200x32")),
+                         [](const auto& info) { return info.param.empty() ? std::string("Floating") : std::string("Declared"); });
+
+} // namespace
+} // namespace vq

@@ -1,0 +1,374 @@
+#include "vantaquill/wayland/LayerShellSurface.hpp"
+
+#include "tests/wayland/SwaySession.hpp"
+#include "tests/wayland/TestWindow.hpp"
+
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QScreen>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <vector>
+
+namespace vq {
+namespace {
+
+using test::SwaySession;
+using Type = IslandSurface::PointerEvent::Type;
+
+// Generous: a loaded two-core machine may take a while to run sway, grim and the test together.
+constexpr auto waitTimeout = std::chrono::seconds(20);
+const QColor islandColour(200, 30, 60);
+const QColor backgroundColour(SwaySession::backgroundHex);
+
+/// Runs the Qt event loop (which blocks and so flushes the Wayland connection, as in the
+/// application) until `condition` holds or the time-out passes.
+bool waitUntil(const std::function<bool()>& condition)
+{
+    if (condition())
+        return true;
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (condition())
+            loop.quit();
+    });
+    poll.start(10);
+    QTimer::singleShot(waitTimeout, &loop, &QEventLoop::quit);
+    loop.exec();
+    return condition();
+}
+
+/// Lets the event loop run for a while with nothing to wait for.
+void settle(std::chrono::milliseconds duration)
+{
+    QEventLoop loop;
+    QTimer::singleShot(duration, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+bool near(QColor actual, QColor expected)
+{
+    constexpr int tolerance = 3;
+    return std::abs(actual.red() - expected.red()) <= tolerance && std::abs(actual.green() - expected.green()) <= tolerance
+        && std::abs(actual.blue() - expected.blue()) <= tolerance;
+}
+
+class LayerShellSurfaceTest : public ::testing::Test {
+protected:
+    void start(int scale = 1)
+    {
+        if (const auto reason = SwaySession::unavailableReason(); !reason.empty())
+            GTEST_SKIP() << "no headless sway here: " << reason;
+        auto session = SwaySession::start({.scale = scale});
+        ASSERT_TRUE(session) << session.error();
+        sway = std::move(*session);
+        qputenv("WAYLAND_DISPLAY", QByteArray::fromStdString(sway->waylandDisplay()));
+        auto connected = LayerShellSurface::connect();
+        ASSERT_TRUE(connected) << connected.error();
+        surface = std::move(*connected);
+        surface->paint = [this](QPainter& painter) {
+            ++paints;
+            paintedScale = painter.device()->devicePixelRatio();
+            painter.fillRect(QRect(QPoint(0, 0), frame.size()), islandColour);
+        };
+        surface->onFrame = [this](double) { ++frames; };
+        surface->onPointer = [this](const IslandSurface::PointerEvent& event) { pointerEvents.push_back(event); };
+    }
+
+    void TearDown() override
+    {
+        if (surface) {
+            EXPECT_FALSE(surface->connectionError()) << *surface->connectionError();
+        }
+        surface.reset();
+        sway.reset();
+    }
+
+    /// Places the surface and waits until sway shows its first frame.
+    void show(QSize size)
+    {
+        frame = QRect(QPoint(0, 0), size);
+        const int before = paints;
+        surface->place(nullptr, frame);
+        ASSERT_TRUE(waitUntil([&] { return paints > before; })) << "the surface was never drawn";
+    }
+
+    /// A screenshot taken once sway shows `expected` at `point` (device pixels).
+    QImage screenshotShowing(QPoint point, QColor expected)
+    {
+        QImage image;
+        waitUntil([&] {
+            auto shot = sway->screenshot();
+            if (!shot)
+                return false;
+            image = *shot;
+            return near(image.pixelColor(point), expected);
+        });
+        return image;
+    }
+
+    bool pointerEventArrives(Type type)
+    {
+        return waitUntil([&] {
+            return std::ranges::any_of(pointerEvents, [type](const auto& event) { return event.type == type; });
+        });
+    }
+
+    std::unique_ptr<SwaySession> sway;
+    std::unique_ptr<LayerShellSurface> surface;
+    QRect frame;
+    int paints = 0;
+    int frames = 0;
+    qreal paintedScale = 0;
+    std::vector<IslandSurface::PointerEvent> pointerEvents;
+};
+
+TEST(LayerShellProbe, TellsWhetherTheCompositorOffersTheLayerShell)
+{
+    const QByteArray saved = qgetenv("WAYLAND_DISPLAY");
+    qunsetenv("WAYLAND_DISPLAY");
+    auto unset = LayerShellSurface::probe();
+    EXPECT_FALSE(unset.offered);
+    EXPECT_NE(unset.reason.find("WAYLAND_DISPLAY is not set"), std::string::npos) << unset.reason;
+
+    qputenv("WAYLAND_DISPLAY", "/nonexistent/wayland-9");
+    auto unreachable = LayerShellSurface::probe();
+    EXPECT_FALSE(unreachable.offered);
+    EXPECT_NE(unreachable.reason.find("cannot connect"), std::string::npos) << unreachable.reason;
+    qputenv("WAYLAND_DISPLAY", saved);
+
+    if (const auto reason = SwaySession::unavailableReason(); !reason.empty())
+        GTEST_SKIP() << "no headless sway here: " << reason;
+    auto sway = SwaySession::start({});
+    ASSERT_TRUE(sway) << sway.error();
+    qputenv("WAYLAND_DISPLAY", QByteArray::fromStdString((*sway)->waylandDisplay()));
+    auto offered = LayerShellSurface::probe();
+    EXPECT_TRUE(offered.offered) << offered.reason;
+    EXPECT_NE(offered.reason.find("zwlr_layer_shell_v1 version"), std::string::npos) << offered.reason;
+    qputenv("WAYLAND_DISPLAY", saved);
+}
+
+TEST_F(LayerShellSurfaceTest, ShowsThePaintedIslandAtTheTopCentreOfTheOutput)
+{
+    start();
+    show({200, 40});
+    EXPECT_EQ(surface->outputName(), "HEADLESS-1");
+    EXPECT_EQ(paintedScale, 1);
+
+    // Centred: x from 540 to 739; hanging from the top edge: y from 0 to 39.
+    const QImage shot = screenshotShowing({640, 20}, islandColour);
+    const std::vector<std::pair<QPoint, QColor>> expected = {
+        {{640, 0}, islandColour},      {{540, 0}, islandColour},      {{739, 39}, islandColour},
+        {{539, 20}, backgroundColour}, {{740, 20}, backgroundColour}, {{640, 40}, backgroundColour},
+    };
+    for (const auto& [point, colour] : expected)
+        EXPECT_TRUE(near(shot.pixelColor(point), colour))
+            << "at " << point.x() << "," << point.y() << ": " << shot.pixelColor(point).name().toStdString()
+            << " instead of " << colour.name().toStdString();
+}
+
+TEST_F(LayerShellSurfaceTest, FollowsANewSizeAndHides)
+{
+    start();
+    show({200, 40});
+    screenshotShowing({640, 20}, islandColour);
+
+    frame = QRect(0, 0, 400, 80);
+    surface->place(nullptr, frame);
+    const QImage wider = screenshotShowing({445, 75}, islandColour);
+    EXPECT_TRUE(near(wider.pixelColor(440, 79), islandColour));
+    EXPECT_TRUE(near(wider.pixelColor(439, 40), backgroundColour));
+    EXPECT_TRUE(near(wider.pixelColor(640, 80), backgroundColour));
+
+    surface->setVisible(false);
+    const QImage hidden = screenshotShowing({640, 20}, backgroundColour);
+    EXPECT_TRUE(near(hidden.pixelColor(640, 20), backgroundColour));
+
+    surface->setVisible(true);
+    const QImage shownAgain = screenshotShowing({640, 20}, islandColour);
+    EXPECT_TRUE(near(shownAgain.pixelColor(640, 20), islandColour));
+}
+
+TEST_F(LayerShellSurfaceTest, PaintsEveryDevicePixelAtTheOutputsScale)
+{
+    start(2);
+    // Half a logical pixel is one device pixel at scale 2: a checkerboard of them survives only if
+    // the buffer has the output's resolution and the compositor is told its scale.
+    surface->paint = [this](QPainter& painter) {
+        ++paints;
+        paintedScale = painter.device()->devicePixelRatio();
+        painter.fillRect(QRect(QPoint(0, 0), frame.size()), islandColour);
+        painter.fillRect(QRectF(0.5, 0, 0.5, 0.5), Qt::white);
+        painter.fillRect(QRectF(0, 0.5, 0.5, 0.5), Qt::white);
+    };
+    show({200, 40});
+    EXPECT_EQ(paintedScale, 2);
+
+    // The output is 640x360 logical, 1280x720 device pixels: the island spans x 440..839, y 0..79.
+    const QImage shot = screenshotShowing({640, 40}, islandColour);
+    ASSERT_EQ(shot.size(), QSize(SwaySession::outputWidth, SwaySession::outputHeight));
+    EXPECT_TRUE(near(shot.pixelColor(440, 0), islandColour));
+    EXPECT_TRUE(near(shot.pixelColor(441, 0), Qt::white));
+    EXPECT_TRUE(near(shot.pixelColor(440, 1), Qt::white));
+    EXPECT_TRUE(near(shot.pixelColor(441, 1), islandColour));
+    EXPECT_TRUE(near(shot.pixelColor(839, 79), islandColour));
+    EXPECT_TRUE(near(shot.pixelColor(840, 40), backgroundColour));
+    EXPECT_TRUE(near(shot.pixelColor(640, 80), backgroundColour));
+
+    // The output's scale changed at run time: the next frame has the new resolution.
+    ASSERT_TRUE(sway->command("output HEADLESS-1 scale 1"));
+    ASSERT_TRUE(waitUntil([&] { return paintedScale == 1; }));
+    const QImage unscaled = screenshotShowing({640, 39}, islandColour);
+    EXPECT_TRUE(near(unscaled.pixelColor(540, 20), islandColour));
+    EXPECT_TRUE(near(unscaled.pixelColor(640, 40), backgroundColour));
+    EXPECT_TRUE(near(unscaled.pixelColor(539, 20), backgroundColour));
+}
+
+TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointer)
+{
+    start();
+    show({200, 40});
+    // The left half takes the pointer; the right half lets it through to what lies below.
+    surface->setInputRegion(QRegion(0, 0, 100, 40));
+    screenshotShowing({640, 20}, islandColour);
+
+    ASSERT_TRUE(sway->command("seat - cursor set 560 20"));
+    ASSERT_TRUE(pointerEventArrives(Type::enter));
+    ASSERT_TRUE(sway->command("seat - cursor press button1"));
+    ASSERT_TRUE(sway->command("seat - cursor release button1"));
+    ASSERT_TRUE(pointerEventArrives(Type::release));
+    const auto press = std::ranges::find_if(pointerEvents, [](const auto& event) { return event.type == Type::press; });
+    ASSERT_NE(press, pointerEvents.end());
+    EXPECT_EQ(press->button, Qt::LeftButton);
+    EXPECT_EQ(press->position, QPointF(20, 20));
+
+    pointerEvents.clear();
+    ASSERT_TRUE(sway->command("seat - cursor set 700 20"));
+    ASSERT_TRUE(pointerEventArrives(Type::leave));
+    ASSERT_TRUE(sway->command("seat - cursor press button1"));
+    ASSERT_TRUE(sway->command("seat - cursor release button1"));
+    // Coming back in is a marker: events are delivered in order, so a press outside would be seen
+    // before this enter.
+    ASSERT_TRUE(sway->command("seat - cursor set 600 10"));
+    ASSERT_TRUE(pointerEventArrives(Type::enter));
+    EXPECT_FALSE(std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
+}
+
+TEST_F(LayerShellSurfaceTest, ClicksBesideTheInputRegionReachTheWindowBelow)
+{
+    start();
+    show({200, 40});
+    surface->setInputRegion(QRegion(0, 0, 100, 40));
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown();
+    }));
+    // The window is tiled over the whole output, under the island.
+    screenshotShowing({100, 300}, Qt::darkGray);
+
+    const auto click = [&](int x, int y) {
+        return sway->command("seat - cursor set " + std::to_string(x) + " " + std::to_string(y))
+            && sway->command("seat - cursor press button1") && sway->command("seat - cursor release button1");
+    };
+    // On the island's right half, outside its input region: the window gets it.
+    ASSERT_TRUE(click(700, 20));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.presses() == 1;
+    }));
+    EXPECT_FALSE(std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
+
+    // On the left half the island takes it; a click far away afterwards marks the end.
+    ASSERT_TRUE(click(560, 20));
+    ASSERT_TRUE(pointerEventArrives(Type::press));
+    ASSERT_TRUE(click(100, 300));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.presses() == 2;
+    }));
+    window.dispatch();
+    EXPECT_EQ(window.presses(), 2);
+}
+
+TEST_F(LayerShellSurfaceTest, DrawsOnlyWhenAFrameIsAskedFor)
+{
+    start();
+    show({200, 40});
+    screenshotShowing({640, 20}, islandColour);
+    settle(std::chrono::milliseconds(300));
+    const int atRest = paints;
+    settle(std::chrono::milliseconds(500));
+    EXPECT_EQ(paints, atRest) << "an island at rest drew frames";
+
+    surface->requestFrame();
+    ASSERT_TRUE(waitUntil([&] { return paints == atRest + 1; }));
+    EXPECT_EQ(frames, paints) << "every paint follows onFrame";
+    settle(std::chrono::milliseconds(300));
+    EXPECT_EQ(paints, atRest + 1);
+
+    // Asked for while a frame is still on its way, the next one waits for the compositor.
+    surface->requestFrame();
+    surface->requestFrame();
+    ASSERT_TRUE(waitUntil([&] { return paints == atRest + 2; }));
+    settle(std::chrono::milliseconds(300));
+    EXPECT_EQ(paints, atRest + 2);
+}
+
+TEST_F(LayerShellSurfaceTest, GoesToItsScreensOutputWhenThatOutputArrives)
+{
+    start();
+    const auto screens = QGuiApplication::screens();
+    ASSERT_EQ(screens.size(), 2);
+    QScreen* second = screens.at(1);
+    ASSERT_EQ(second->name(), "HEADLESS-2");
+
+    // Until the screen's output exists the island waits on the one there is.
+    frame = QRect(0, 0, 200, 40);
+    int before = paints;
+    surface->place(second, frame);
+    ASSERT_TRUE(waitUntil([&] { return paints > before; }));
+    EXPECT_EQ(surface->outputName(), "HEADLESS-1");
+
+    before = paints;
+    ASSERT_TRUE(sway->command("create_output"));
+    ASSERT_TRUE(sway->command(std::string("output HEADLESS-2 resolution 1280x720 position 1280 0 bg ")
+                              + SwaySession::backgroundHex + " solid_color"));
+    ASSERT_TRUE(waitUntil([&] { return surface->outputName() == "HEADLESS-2" && paints > before; }))
+        << surface->outputName();
+
+    // The desktop is now two outputs side by side: the island hangs from the second one's centre.
+    const QImage shot = screenshotShowing({1280 + 640, 20}, islandColour);
+    EXPECT_TRUE(near(shot.pixelColor(1280 + 640, 20), islandColour));
+    EXPECT_TRUE(near(shot.pixelColor(640, 20), backgroundColour));
+
+    // Placed on the first screen again, matched by name.
+    surface->place(screens.at(0), frame);
+    ASSERT_TRUE(waitUntil([&] { return surface->outputName() == "HEADLESS-1"; }));
+    const QImage back = screenshotShowing({640, 20}, islandColour);
+    EXPECT_TRUE(near(back.pixelColor(1280 + 640, 20), backgroundColour));
+}
+
+TEST_F(LayerShellSurfaceTest, KeyboardInteractivityIsAskedForAndGivenBack)
+{
+    start();
+    show({200, 40});
+    // A value the compositor does not know would end the connection.
+    surface->setKeyboardInteractive(true);
+    surface->setKeyboardInteractive(false);
+    surface->setInputRegion(QRegion());
+    const int before = paints;
+    surface->requestFrame();
+    ASSERT_TRUE(waitUntil([&] { return paints > before; }));
+}
+
+} // namespace
+} // namespace vq

@@ -1,0 +1,195 @@
+#include "tests/wayland/SwaySession.hpp"
+
+#include "tests/wayland/wlr-virtual-pointer-unstable-v1-client-protocol.h"
+
+#include <QStandardPaths>
+#include <QThread>
+
+#include <wayland-client.h>
+
+#include <chrono>
+#include <cstring>
+#include <fstream>
+#include <pwd.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vq::test {
+
+namespace {
+
+constexpr const char* testUser = "vqtest";
+// Generous: sway starts in well under a second, but the machine running the tests may be loaded.
+constexpr auto startTimeout = std::chrono::seconds(30);
+constexpr int commandTimeoutMs = 30'000;
+
+std::expected<QByteArray, std::string> run(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    if (!process.waitForFinished(commandTimeoutMs) || process.exitStatus() != QProcess::NormalExit)
+        return std::unexpected((program + " did not finish").toStdString());
+    if (process.exitCode() != 0)
+        return std::unexpected((program + " " + arguments.join(' ') + " failed: ").toStdString()
+                               + process.readAllStandardError().toStdString()
+                               + process.readAllStandardOutput().toStdString());
+    return process.readAllStandardOutput();
+}
+
+std::expected<passwd, std::string> ensureTestUser()
+{
+    if (passwd* entry = getpwnam(testUser))
+        return *entry;
+    auto added = run("useradd", {"--system", "--no-create-home", "--shell", "/usr/sbin/nologin", testUser});
+    if (!added)
+        return std::unexpected(added.error());
+    if (passwd* entry = getpwnam(testUser))
+        return *entry;
+    return std::unexpected(std::string("no user ") + testUser + " after useradd");
+}
+
+std::filesystem::path findIPCSocket(const std::filesystem::path& folder)
+{
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
+        if (entry.path().filename().string().starts_with("sway-ipc."))
+            return entry.path();
+    return {};
+}
+
+} // namespace
+
+std::string SwaySession::unavailableReason()
+{
+    for (const char* program : {"sway", "swaymsg", "grim", "runuser", "useradd"})
+        if (QStandardPaths::findExecutable(program).isEmpty()
+            && QStandardPaths::findExecutable(program, {"/usr/sbin", "/sbin"}).isEmpty())
+            return std::string(program) + " is not installed (scripts/setup installs it)";
+    if (geteuid() != 0)
+        return "the sway tests run sway as a separate unprivileged user, which needs root";
+    return {};
+}
+
+std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Options options)
+{
+    auto user = ensureTestUser();
+    if (!user)
+        return std::unexpected(user.error());
+
+    std::unique_ptr<SwaySession> session(new SwaySession);
+    std::string folderTemplate = (std::filesystem::temp_directory_path() / "vq-sway-XXXXXX").string();
+    if (!mkdtemp(folderTemplate.data()))
+        return std::unexpected(std::string("mkdtemp: ") + std::strerror(errno));
+    session->m_runtimeFolder = folderTemplate;
+    const auto config = session->m_runtimeFolder / "config";
+    {
+        std::ofstream out(config);
+        out << "output HEADLESS-1 resolution " << outputWidth << "x" << outputHeight << " scale " << options.scale
+            << " position 0 0 bg " << backgroundHex << " solid_color\n"
+            << "default_border none\n"
+            << "focus_follows_mouse no\n";
+    }
+    if (chown(session->m_runtimeFolder.c_str(), user->pw_uid, user->pw_gid) != 0
+        || chown(config.c_str(), user->pw_uid, user->pw_gid) != 0 || chmod(session->m_runtimeFolder.c_str(), 0700) != 0)
+        return std::unexpected(std::string("cannot hand the runtime folder to ") + testUser);
+
+    const QString folder = QString::fromStdString(session->m_runtimeFolder.string());
+    session->m_sway.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    session->m_sway.setStandardOutputFile(QProcess::nullDevice());
+    session->m_sway.start("runuser", {"-u", testUser, "--", "env", "WLR_BACKENDS=headless", "WLR_RENDERER=pixman",
+                                      "WLR_LIBINPUT_NO_DEVICES=1", "XDG_RUNTIME_DIR=" + folder, "HOME=" + folder,
+                                      "sway", "-c", folder + "/config"});
+    if (!session->m_sway.waitForStarted(commandTimeoutMs))
+        return std::unexpected("runuser did not start sway");
+
+    const auto deadline = std::chrono::steady_clock::now() + startTimeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+        session->m_ipcSocket = findIPCSocket(session->m_runtimeFolder);
+        if (!session->m_ipcSocket.empty() && std::filesystem::exists(session->waylandDisplay()))
+            break;
+        if (session->m_sway.state() == QProcess::NotRunning)
+            return std::unexpected("sway exited at start");
+        QThread::msleep(50);
+    }
+    if (session->m_ipcSocket.empty())
+        return std::unexpected("sway did not open its sockets in time");
+    // The IPC socket appears once the outputs are set up; a command answered proves it listens.
+    auto ready = session->command("nop");
+    if (!ready)
+        return std::unexpected(ready.error());
+    auto pointer = session->plugVirtualPointer();
+    if (!pointer)
+        return std::unexpected(pointer.error());
+    return session;
+}
+
+SwaySession::~SwaySession()
+{
+    if (m_pointerConnection)
+        wl_display_disconnect(m_pointerConnection);
+    // The socket's name carries sway's process id: stop sway itself, then runuser follows.
+    const std::string name = m_ipcSocket.filename().string(); // sway-ipc.<uid>.<pid>.sock
+    const auto lastDot = name.rfind(".sock");
+    const auto pidDot = name.rfind('.', lastDot - 1);
+    if (lastDot != std::string::npos && pidDot != std::string::npos) {
+        const pid_t pid = std::atoi(name.substr(pidDot + 1, lastDot - pidDot - 1).c_str());
+        if (pid > 0)
+            kill(pid, SIGTERM);
+    }
+    if (!m_sway.waitForFinished(commandTimeoutMs))
+        m_sway.kill();
+    m_sway.waitForFinished(commandTimeoutMs);
+    std::error_code error;
+    std::filesystem::remove_all(m_runtimeFolder, error);
+}
+
+std::expected<void, std::string> SwaySession::command(const std::string& command) const
+{
+    const QStringList words = QString::fromStdString(command).split(' ', Qt::SkipEmptyParts);
+    auto result = run("swaymsg", QStringList {"-s", QString::fromStdString(m_ipcSocket.string()), "--"} + words);
+    if (!result)
+        return std::unexpected(result.error());
+    return {};
+}
+
+std::expected<QImage, std::string> SwaySession::screenshot() const
+{
+    const QString folder = QString::fromStdString(m_runtimeFolder.string());
+    auto ppm = run("runuser", {"-u", testUser, "--", "env", "XDG_RUNTIME_DIR=" + folder, "WAYLAND_DISPLAY=wayland-1",
+                               "grim", "-t", "ppm", "-"});
+    if (!ppm)
+        return std::unexpected(ppm.error());
+    QImage image = QImage::fromData(*ppm, "PPM");
+    if (image.isNull())
+        return std::unexpected("grim's output is not a PPM image");
+    return image.convertToFormat(QImage::Format_RGB32);
+}
+
+std::expected<void, std::string> SwaySession::plugVirtualPointer()
+{
+    m_pointerConnection = wl_display_connect(waylandDisplay().c_str());
+    if (!m_pointerConnection)
+        return std::unexpected("cannot connect to sway at " + waylandDisplay());
+    zwlr_virtual_pointer_manager_v1* manager = nullptr;
+    static const wl_registry_listener listener = {
+        .global = [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t) {
+            if (std::strcmp(interface, zwlr_virtual_pointer_manager_v1_interface.name) == 0)
+                *static_cast<zwlr_virtual_pointer_manager_v1**>(data) = static_cast<zwlr_virtual_pointer_manager_v1*>(
+                    wl_registry_bind(registry, name, &zwlr_virtual_pointer_manager_v1_interface, 1));
+        },
+        .global_remove = [](void*, wl_registry*, std::uint32_t) {},
+    };
+    wl_registry* registry = wl_display_get_registry(m_pointerConnection);
+    wl_registry_add_listener(registry, &listener, &manager);
+    wl_display_roundtrip(m_pointerConnection);
+    if (!manager)
+        return std::unexpected("sway offers no zwlr_virtual_pointer_manager_v1");
+    // The device lives as long as this connection; sway adds it to the default seat.
+    zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, nullptr);
+    if (wl_display_roundtrip(m_pointerConnection) < 0)
+        return std::unexpected("sway refused the virtual pointer");
+    return {};
+}
+
+} // namespace vq::test

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QImage>
+#include <QProcess>
+#include <QString>
+
+#include <expected>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+struct wl_display;
+
+namespace vq::test {
+
+/// A headless sway for one test, run as the unprivileged user `vqtest` (sway refuses to run as
+/// root) in a private runtime folder, with a virtual pointer plugged in so that its seat offers a
+/// pointer to clients. The test process, root, reaches its Wayland and IPC sockets by path.
+class SwaySession {
+public:
+    struct Options {
+        int scale = 1;
+    };
+    static constexpr int outputWidth = 1280;
+    static constexpr int outputHeight = 720;
+    static constexpr const char* backgroundHex = "#336699";
+
+    /// Why the tests cannot run here (sway, grim or runuser missing), or empty.
+    static std::string unavailableReason();
+    static std::expected<std::unique_ptr<SwaySession>, std::string> start(Options options);
+    ~SwaySession();
+
+    /// The absolute path of the Wayland socket, usable as WAYLAND_DISPLAY.
+    std::string waylandDisplay() const { return (m_runtimeFolder / "wayland-1").string(); }
+    /// Runs one sway command (`seat - cursor set 10 10`, `create_output`, ...).
+    std::expected<void, std::string> command(const std::string& command) const;
+    /// The whole desktop as grim sees it, in device pixels.
+    std::expected<QImage, std::string> screenshot() const;
+
+private:
+    SwaySession() = default;
+    std::expected<void, std::string> plugVirtualPointer();
+
+    std::filesystem::path m_runtimeFolder;
+    std::filesystem::path m_ipcSocket;
+    QProcess m_sway;
+    wl_display* m_pointerConnection = nullptr;
+};
+
+} // namespace vq::test

@@ -1,0 +1,268 @@
+#include "vantaquill/island/IslandController.hpp"
+
+#include "BrindKit/island/IslandStateResolver.hpp"
+#include "vantaquill/island/IslandFaces.hpp"
+#include "vantaquill/island/IslandView.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace vq {
+
+namespace {
+
+double lerp(double from, double to, double progress) {
+    return from + (to - from) * progress;
+}
+
+// The ease-in-out used with reduced motion: slow at both ends, symmetric around the middle.
+double easeInOut(double x) {
+    return x < 0.5 ? 4 * x * x * x : 1 - std::pow(-2 * x + 2, 3) / 2;
+}
+
+} // namespace
+
+IslandController::IslandController(LiveActivityCenter& center, Scheduler& scheduler, IslandSurface& surface,
+                                   brind::IslandLayout::TextMeasure measure, Settings settings)
+    : center_(center), scheduler_(scheduler), surface_(surface), measure_(std::move(measure)),
+      settings_(settings) {
+    surface_.onFrame = [this](double time) { frame(time); };
+    surface_.paint = [this](QPainter& painter) { IslandView::paint(painter, scene_); };
+    surface_.onPointer = [this](const IslandSurface::PointerEvent& event) { pointer(event); };
+    surface_.onKey = [this](const IslandSurface::KeyEvent& event) { key(event); };
+}
+
+IslandController::~IslandController() {
+    surface_.onFrame = nullptr;
+    surface_.paint = nullptr;
+    surface_.onPointer = nullptr;
+    surface_.onKey = nullptr;
+}
+
+void IslandController::setLayout(const brind::IslandLayout::Input& input, QSizeF window) {
+    if (input == input_ && window == window_)
+        return;
+    input_ = input;
+    window_ = window;
+    update();
+}
+
+void IslandController::setHidden(bool hidden) {
+    if (hidden == hidden_)
+        return;
+    hidden_ = hidden;
+    update();
+}
+
+void IslandController::setReduceMotion(bool reduceMotion) {
+    settings_.reduceMotion = reduceMotion;
+}
+
+void IslandController::setContentHeight(std::optional<double> height) {
+    if (height == contentHeight_)
+        return;
+    contentHeight_ = height;
+    update();
+}
+
+void IslandController::refresh() {
+    update();
+}
+
+brind::SizeF IslandController::targetSize() const {
+    switch (state_) {
+    case brind::IslandState::closed:
+        return brind::IslandLayout::closed(input_);
+    case brind::IslandState::compact:
+        return brind::IslandLayout::compact(input_, scene_.leadingWing, scene_.trailingWing);
+    case brind::IslandState::peek:
+        // A HUD flash answers a key the user just pressed, so it shows over a waiting alert.
+        if (!center_.hud() && center_.alerting())
+            return brind::IslandLayout::alertPeek(*center_.alerting(), input_);
+        return brind::IslandLayout::peek(input_);
+    case brind::IslandState::expanded:
+        return brind::IslandLayout::expandedForContent(input_, contentHeight_);
+    }
+    std::unreachable();
+}
+
+IslandController::Shape IslandController::target() const {
+    const brind::SizeF size = targetSize();
+    const brind::RectF rect =
+        brind::IslandLayout::islandRect(size, {window_.width(), window_.height()}, input_);
+    return {QRectF(rect.x, rect.y, rect.width, rect.height),
+            brind::IslandPath::corners(state_, size.height, input_.floating, settings_.cornerRadius)};
+}
+
+void IslandController::fillContent() {
+    const auto& activities = center_.activities();
+    scene_.state = state_;
+    scene_.floating = input_.floating;
+    scene_.housing = input_.metrics.hasNotch ? QSizeF(input_.metrics.size.width, input_.metrics.size.height) : QSizeF();
+    scene_.top = activities.empty() ? std::nullopt : std::optional(activities.front());
+    const auto [leading, trailing] =
+        brind::IslandLayout::compactWings(activities.empty() ? nullptr : &activities.front(), input_, measure_);
+    scene_.leadingWing = leading;
+    scene_.trailingWing = trailing;
+    scene_.badge = activities.size() > 1 ? std::optional(static_cast<int>(activities.size() - 1)) : std::nullopt;
+    scene_.hud = center_.hud();
+    scene_.alert = center_.hud() ? std::nullopt : center_.alerting();
+    scene_.headerHeight = brind::IslandLayout::headerHeight(input_);
+    scene_.contentHeight = contentHeight_;
+}
+
+void IslandController::update() {
+    const brind::IslandState resolved = brind::IslandStateResolver::resolve(
+        {.userOpened = userOpened_,
+         .peeking = center_.hud().has_value() || center_.alerting().has_value(),
+         .hasActivity = !center_.activities().empty(),
+         .hidden = hidden_});
+    const brind::IslandState previous = state_;
+    const IslandScene before = scene_;
+    state_ = resolved;
+    fillContent();
+    const Shape goal = target();
+    if (window_.isEmpty()) {
+        // Nothing is on screen yet: the first shape appears as it is.
+        shape_ = settled_ = goal;
+        animation_.reset();
+    } else if (goal != settled_ || resolved != previous) {
+        brind::Motion::Animation curve = brind::Motion::transition(previous, resolved, settings_.reduceMotion);
+        if (resolved == previous && !settings_.reduceMotion) {
+            // A resize within one state (new wings, a longer title) bounces only when it grows.
+            const bool grows = goal.rect.width() * goal.rect.height() > settled_.rect.width() * settled_.rect.height();
+            curve = brind::Motion::Spring{brind::Motion::response,
+                                          grows ? brind::Motion::openDamping : brind::Motion::closeDamping};
+        }
+        animation_ = Animation{shape_, curve, std::nullopt};
+        settled_ = goal;
+        if (resolved != previous)
+            scene_.faceProgress = 0;
+    }
+    scene_.outline = shape_.rect;
+    scene_.ear = shape_.corners.ear;
+    scene_.topRadius = shape_.corners.top;
+    scene_.bottomRadius = shape_.corners.bottom;
+    applyInputRegion();
+    if (animation_ || scene_ != before)
+        surface_.requestFrame();
+}
+
+void IslandController::frame(double time) {
+    scene_.time = time;
+    if (animation_) {
+        if (!animation_->start)
+            animation_->start = time;
+        const double elapsed = time - *animation_->start;
+        double progress = 1;
+        bool done = true;
+        std::visit(
+            [&](const auto& curve) {
+                using Curve = std::decay_t<decltype(curve)>;
+                if constexpr (std::is_same_v<Curve, brind::Motion::Spring>) {
+                    done = curve.isSettled(elapsed);
+                    progress = done ? 1 : curve.evaluate(elapsed).value;
+                } else {
+                    const double x = curve.duration > 0 ? std::clamp(elapsed / curve.duration, 0.0, 1.0) : 1;
+                    done = x >= 1;
+                    progress = easeInOut(x);
+                }
+            },
+            animation_->curve);
+        const Shape& from = animation_->from;
+        shape_.rect = QRectF(lerp(from.rect.x(), settled_.rect.x(), progress),
+                             lerp(from.rect.y(), settled_.rect.y(), progress),
+                             std::max(0.0, lerp(from.rect.width(), settled_.rect.width(), progress)),
+                             std::max(0.0, lerp(from.rect.height(), settled_.rect.height(), progress)));
+        shape_.corners = {std::max(0.0, lerp(from.corners.ear, settled_.corners.ear, progress)),
+                          std::max(0.0, lerp(from.corners.top, settled_.corners.top, progress)),
+                          std::max(0.0, lerp(from.corners.bottom, settled_.corners.bottom, progress))};
+        scene_.faceProgress = std::clamp(progress, 0.0, 1.0);
+        if (done) {
+            shape_ = settled_;
+            animation_.reset();
+            scene_.faceProgress = 1;
+        }
+        scene_.outline = shape_.rect;
+        scene_.ear = shape_.corners.ear;
+        scene_.topRadius = shape_.corners.top;
+        scene_.bottomRadius = shape_.corners.bottom;
+        applyInputRegion();
+    }
+    if (animation_ || IslandFaces::animates(scene_))
+        surface_.requestFrame();
+}
+
+void IslandController::applyInputRegion() {
+    // While open, the whole window takes the pointer so that a click beside the panel closes it
+    // instead of reaching the window below.
+    if (state_ == brind::IslandState::expanded && !window_.isEmpty()) {
+        surface_.setInputRegion(QRegion(0, 0, static_cast<int>(window_.width()), static_cast<int>(window_.height())));
+        return;
+    }
+    surface_.setInputRegion(IslandView::outlineRegion(scene_));
+}
+
+bool IslandController::insideOutline(QPointF position) const {
+    return IslandView::outlinePath(scene_).contains(position);
+}
+
+void IslandController::setUserOpened(bool opened) {
+    hoverTimer_.reset();
+    closeTimer_.reset();
+    if (opened == userOpened_)
+        return;
+    userOpened_ = opened;
+    // Escape reaches the island only while it holds the keyboard, and it holds it only while open.
+    surface_.setKeyboardInteractive(opened);
+    update();
+}
+
+void IslandController::pointer(const IslandSurface::PointerEvent& event) {
+    using Type = IslandSurface::PointerEvent::Type;
+    const bool inside = event.type != Type::leave && insideOutline(event.position);
+    if (inside != pointerInside_) {
+        pointerInside_ = inside;
+        if (inside) {
+            closeTimer_.reset();
+            if (settings_.hoverToOpen && !userOpened_ && !hoverTimer_) {
+                hoverTimer_ = scheduler_.schedule(settings_.hoverDelay, [this] {
+                    auto timer = std::move(hoverTimer_);
+                    if (pointerInside_)
+                        setUserOpened(true);
+                });
+            }
+        } else {
+            hoverTimer_.reset();
+            if (userOpened_ && !closeTimer_) {
+                closeTimer_ = scheduler_.schedule(closeDelay, [this] {
+                    auto timer = std::move(closeTimer_);
+                    if (!pointerInside_)
+                        setUserOpened(false);
+                });
+            }
+        }
+    }
+    if (event.type != Type::press || event.button != Qt::LeftButton)
+        return;
+    if (!inside) {
+        setUserOpened(false);
+        return;
+    }
+    if (state_ == brind::IslandState::peek && scene_.alert) {
+        if (const auto action = IslandFaces::actionAt(scene_, event.position)) {
+            center_.perform(scene_.alert->id, *action);
+            return;
+        }
+    }
+    if (settings_.clickToOpen && !userOpened_)
+        setUserOpened(true);
+}
+
+void IslandController::key(const IslandSurface::KeyEvent& event) {
+    if (event.key == Qt::Key_Escape && userOpened_)
+        setUserOpened(false);
+}
+
+} // namespace vq

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "BrindKit/island/IslandLayout.hpp"
+#include "BrindKit/island/IslandPath.hpp"
+#include "BrindKit/island/IslandState.hpp"
+#include "BrindKit/island/Motion.hpp"
+#include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/Scheduler.hpp"
+#include "vantaquill/island/IslandScene.hpp"
+#include "vantaquill/island/IslandSurface.hpp"
+
+#include <QSizeF>
+
+#include <memory>
+#include <optional>
+
+namespace vq {
+
+/// Owns the island on one screen: derives its state from the activity centre and the user's
+/// hovering and clicking, sizes it with the layout, animates the outline between states, fills the
+/// scene the view paints and asks the surface for frames only while something moves.
+class IslandController {
+public:
+    struct Settings {
+        bool hoverToOpen = true;
+        double hoverDelay = 0.2;
+        bool clickToOpen = true;
+        double cornerRadius = brind::IslandPath::defaultCornerRadius;
+        bool reduceMotion = false;
+        friend bool operator==(const Settings&, const Settings&) = default;
+    };
+
+    /// After the pointer leaves an open island it stays open this long, so a pointer that slips
+    /// off the edge for a moment does not close it.
+    static constexpr double closeDelay = 0.32;
+
+    IslandController(LiveActivityCenter& center, Scheduler& scheduler, IslandSurface& surface,
+                     brind::IslandLayout::TextMeasure measure, Settings settings);
+    ~IslandController();
+    IslandController(const IslandController&) = delete;
+    IslandController& operator=(const IslandController&) = delete;
+
+    /// The screen's layout input and the window's size; re-lays out only when they changed.
+    void setLayout(const brind::IslandLayout::Input& input, QSizeF window);
+    /// While hidden (a full-screen window in front) the island is closed.
+    void setHidden(bool hidden);
+    void setReduceMotion(bool reduceMotion);
+    /// The expanded content's height once it knows it.
+    void setContentHeight(std::optional<double> height);
+
+    /// Re-reads the activity centre after it published a change.
+    void refresh();
+
+    void pointer(const IslandSurface::PointerEvent& event);
+    void key(const IslandSurface::KeyEvent& event);
+    /// Advances the animation to `time` (seconds, monotonic) and asks for the next frame while moving.
+    void frame(double time);
+
+    brind::IslandState state() const { return state_; }
+    bool userOpened() const { return userOpened_; }
+    /// What the view paints now.
+    const IslandScene& scene() const { return scene_; }
+    /// Whether the outline is still moving towards the current state's shape.
+    bool isAnimating() const { return animation_.has_value(); }
+
+private:
+    struct Shape {
+        QRectF rect;
+        brind::IslandPath::Corners corners;
+        friend bool operator==(const Shape&, const Shape&) = default;
+    };
+    struct Animation {
+        Shape from;
+        brind::Motion::Animation curve;
+        std::optional<double> start; ///< the first frame's time
+    };
+
+    void update();
+    Shape target() const;
+    brind::SizeF targetSize() const;
+    void setUserOpened(bool opened);
+    void applyInputRegion();
+    void fillContent();
+    bool insideOutline(QPointF position) const;
+
+    LiveActivityCenter& center_;
+    Scheduler& scheduler_;
+    IslandSurface& surface_;
+    brind::IslandLayout::TextMeasure measure_;
+    Settings settings_;
+
+    brind::IslandLayout::Input input_;
+    QSizeF window_;
+    bool hidden_ = false;
+    bool userOpened_ = false;
+    bool pointerInside_ = false;
+    std::optional<double> contentHeight_;
+    brind::IslandState state_ = brind::IslandState::closed;
+    Shape shape_;     ///< as painted now
+    Shape settled_;   ///< where the animation is going
+    std::optional<Animation> animation_;
+    IslandScene scene_;
+    std::unique_ptr<Scheduler::Timer> hoverTimer_;
+    std::unique_ptr<Scheduler::Timer> closeTimer_;
+};
+
+} // namespace vq

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "BrindKit/island/IslandLayout.hpp"
+#include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/Scheduler.hpp"
+#include "vantaquill/island/IslandController.hpp"
+#include "vantaquill/island/IslandPlacement.hpp"
+#include "vantaquill/island/IslandSurface.hpp"
+#include "vantaquill/qt/Preferences.hpp"
+
+#include <QObject>
+#include <QPoint>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+class QScreen;
+
+namespace vq {
+
+/// Puts an island on each screen that "island.displayModes" selects and keeps it there as screens
+/// come, go and change size.
+class IslandManager final : public QObject {
+public:
+    using SurfaceFactory = std::function<std::unique_ptr<IslandSurface>(QScreen* screen)>;
+
+    IslandManager(LiveActivityCenter& center, Scheduler& scheduler, const Preferences::Island& preferences,
+                  SurfaceFactory makeSurface, brind::IslandLayout::TextMeasure measure);
+    ~IslandManager() override;
+
+    /// The activity centre published a change.
+    void refresh();
+    void setReduceMotion(bool reduceMotion);
+    /// The active window is full screen with its centre here (global coordinates), or none is.
+    void setFullScreenWindow(std::optional<QPoint> centre);
+
+    /// Whether `screen` gets an island under the display mode, given every screen there is.
+    static bool selects(const std::string& displayModes, QScreen* screen, bool hasHousing);
+
+private:
+    struct Entry {
+        QScreen* screen = nullptr;
+        std::unique_ptr<IslandSurface> surface;
+        std::unique_ptr<IslandController> controller;
+        QRect frame;
+    };
+
+    void rebuild();
+    void place(Entry& entry);
+    IslandPlacement::Screen describe(QScreen* screen) const;
+    void applyHidden(Entry& entry);
+
+    LiveActivityCenter& center_;
+    Scheduler& scheduler_;
+    Preferences::Island preferences_;
+    SurfaceFactory makeSurface_;
+    brind::IslandLayout::TextMeasure measure_;
+    bool reduceMotion_ = false;
+    std::optional<QPoint> fullScreenCentre_;
+    std::vector<Entry> entries_;
+};
+
+} // namespace vq

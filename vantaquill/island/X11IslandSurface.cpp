@@ -1,0 +1,191 @@
+#include "vantaquill/island/X11IslandSurface.hpp"
+
+#include <QGuiApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QWindow>
+
+#include <xcb/shape.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vq {
+
+namespace {
+
+// About one frame of a 60 Hz screen: the pace of the island's animations.
+constexpr int frameInterval = 16;
+// _NET_WM_DESKTOP's value for "on every workspace".
+constexpr std::uint32_t allDesktops = 0xFFFFFFFF;
+
+xcb_connection_t* x11Connection() {
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return x11 ? x11->connection() : nullptr;
+}
+
+xcb_atom_t atom(xcb_connection_t* connection, const std::string& name) {
+    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
+        xcb_intern_atom_reply(connection, cookie, nullptr), &std::free);
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
+int defaultScreenNumber() {
+    // DISPLAY is ":N" or ":N.S"; the screen number picks the compositing manager's selection.
+    const QByteArray display = qgetenv("DISPLAY");
+    const auto dot = display.lastIndexOf('.');
+    const auto colon = display.lastIndexOf(':');
+    return dot > colon ? display.mid(dot + 1).toInt() : 0;
+}
+
+} // namespace
+
+bool X11IslandSurface::compositorRunning(xcb_connection_t* connection, int screenNumber) {
+    if (!connection)
+        return false;
+    const xcb_atom_t selection = atom(connection, "_NET_WM_CM_S" + std::to_string(screenNumber));
+    if (selection == XCB_ATOM_NONE)
+        return false;
+    std::unique_ptr<xcb_get_selection_owner_reply_t, decltype(&std::free)> reply(
+        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr),
+        &std::free);
+    return reply && reply->owner != XCB_WINDOW_NONE;
+}
+
+X11IslandSurface::X11IslandSurface()
+    : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                           Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
+      connection_(x11Connection()) {
+    translucent_ = compositorRunning(connection_, defaultScreenNumber());
+    // A translucent window needs an ARGB visual, chosen when the native window is created.
+    setAttribute(Qt::WA_TranslucentBackground, translucent_);
+    setAttribute(Qt::WA_NoSystemBackground);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_X11DoNotAcceptFocus);
+    setAttribute(Qt::WA_X11NetWmWindowTypeDock);
+    setMouseTracking(true);
+    setWindowTitle("vantaquill island");
+    clock_.start();
+    frameTimer_.setSingleShot(true);
+    frameTimer_.setInterval(frameInterval);
+    connect(&frameTimer_, &QTimer::timeout, this, [this] { update(); });
+    winId();
+    announceToWindowManager();
+}
+
+void X11IslandSurface::announceToWindowManager() {
+    if (!connection_)
+        return;
+    const auto window = static_cast<xcb_window_t>(winId());
+    // Set before mapping, where window managers read them: out of the taskbar and pager, above
+    // everything, and on every workspace.
+    const std::array<xcb_atom_t, 4> states{atom(connection_, "_NET_WM_STATE_SKIP_TASKBAR"),
+                                           atom(connection_, "_NET_WM_STATE_SKIP_PAGER"),
+                                           atom(connection_, "_NET_WM_STATE_ABOVE"),
+                                           atom(connection_, "_NET_WM_STATE_STICKY")};
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atom(connection_, "_NET_WM_STATE"),
+                        XCB_ATOM_ATOM, 32, states.size(), states.data());
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atom(connection_, "_NET_WM_DESKTOP"),
+                        XCB_ATOM_CARDINAL, 32, 1, &allDesktops);
+    xcb_flush(connection_);
+}
+
+void X11IslandSurface::place(QScreen* screen, const QRect& frame) {
+    if (screen && windowHandle() && windowHandle()->screen() != screen)
+        windowHandle()->setScreen(screen);
+    if (geometry() != frame)
+        setGeometry(frame);
+}
+
+void X11IslandSurface::setVisible(bool visible) {
+    QWidget::setVisible(visible);
+}
+
+void X11IslandSurface::applyShape(int kind, const QRegion& region) {
+    if (!connection_)
+        return;
+    const double scale = devicePixelRatioF();
+    std::vector<xcb_rectangle_t> rectangles;
+    for (const QRect& rect : region) {
+        const int x = static_cast<int>(rect.x() * scale);
+        const int y = static_cast<int>(rect.y() * scale);
+        rectangles.push_back({static_cast<std::int16_t>(x), static_cast<std::int16_t>(y),
+                              static_cast<std::uint16_t>(static_cast<int>((rect.x() + rect.width()) * scale) - x),
+                              static_cast<std::uint16_t>(static_cast<int>((rect.y() + rect.height()) * scale) - y)});
+    }
+    xcb_shape_rectangles(connection_, XCB_SHAPE_SO_SET, static_cast<xcb_shape_kind_t>(kind),
+                         XCB_CLIP_ORDERING_UNSORTED, static_cast<xcb_window_t>(winId()), 0, 0,
+                         static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
+    xcb_flush(connection_);
+}
+
+void X11IslandSurface::setInputRegion(const QRegion& region) {
+    if (region == inputRegion_)
+        return;
+    inputRegion_ = region;
+    applyShape(XCB_SHAPE_SK_INPUT, region);
+    // Without a compositor the window's pixels are opaque, so the outline also bounds what is drawn.
+    if (!translucent_)
+        applyShape(XCB_SHAPE_SK_BOUNDING, region);
+}
+
+void X11IslandSurface::setKeyboardInteractive(bool interactive) {
+    if (QWindow* window = windowHandle())
+        window->setFlag(Qt::WindowDoesNotAcceptFocus, !interactive);
+    if (interactive)
+        activateWindow();
+}
+
+void X11IslandSurface::requestFrame() {
+    if (!frameTimer_.isActive())
+        frameTimer_.start();
+}
+
+void X11IslandSurface::paintEvent(QPaintEvent*) {
+    if (onFrame)
+        onFrame(static_cast<double>(clock_.nsecsElapsed()) / 1e9);
+    QPainter painter(this);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    painter.fillRect(rect(), Qt::transparent);
+    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    if (paint)
+        paint(painter);
+}
+
+void X11IslandSurface::sendPointer(PointerEvent::Type type, QPointF position, Qt::MouseButton button) {
+    if (onPointer)
+        onPointer({type, position, button});
+}
+
+void X11IslandSurface::enterEvent(QEnterEvent* event) {
+    sendPointer(PointerEvent::Type::enter, event->position(), Qt::NoButton);
+}
+
+void X11IslandSurface::leaveEvent(QEvent*) {
+    sendPointer(PointerEvent::Type::leave, {}, Qt::NoButton);
+}
+
+void X11IslandSurface::mouseMoveEvent(QMouseEvent* event) {
+    sendPointer(PointerEvent::Type::motion, event->position(), Qt::NoButton);
+}
+
+void X11IslandSurface::mousePressEvent(QMouseEvent* event) {
+    sendPointer(PointerEvent::Type::press, event->position(), event->button());
+}
+
+void X11IslandSurface::mouseReleaseEvent(QMouseEvent* event) {
+    sendPointer(PointerEvent::Type::release, event->position(), event->button());
+}
+
+void X11IslandSurface::keyPressEvent(QKeyEvent* event) {
+    if (onKey)
+        onKey({event->key(), event->modifiers(), event->text()});
+}
+
+} // namespace vq
