@@ -195,12 +195,8 @@ void IslandController::frame(double time) {
 }
 
 void IslandController::applyInputRegion() {
-    // While open, the whole window takes the pointer so that a click beside the panel closes it
-    // instead of reaching the window below.
-    if (state_ == brind::IslandState::expanded && !window_.isEmpty()) {
-        surface_.setInputRegion(QRegion(0, 0, static_cast<int>(window_.width()), static_cast<int>(window_.height())));
-        return;
-    }
+    // Only the outline takes the pointer, also while open: a pointer that leaves an open island
+    // closes it after the close delay, so a click beside it finds it closing already.
     surface_.setInputRegion(IslandView::outlineRegion(scene_));
 }
 
