@@ -123,10 +123,11 @@ void IslandController::update() {
     state_ = resolved;
     fillContent();
     const Shape goal = target();
-    if (window_.isEmpty()) {
-        // Nothing is on screen yet: the first shape appears as it is.
+    if (!shownOnce_ || window_.isEmpty()) {
+        // Nothing was on screen yet: the first shape appears as it is.
         shape_ = settled_ = goal;
         animation_.reset();
+        shownOnce_ = !window_.isEmpty();
     } else if (goal != settled_ || resolved != previous) {
         brind::Motion::Animation curve = brind::Motion::transition(previous, resolved, settings_.reduceMotion);
         if (resolved == previous && !settings_.reduceMotion) {

@@ -94,6 +94,8 @@ private:
     bool hidden_ = false;
     bool userOpened_ = false;
     bool pointerInside_ = false;
+    /// Whether a shape was laid out in a real window, which later changes animate from.
+    bool shownOnce_ = false;
     std::optional<double> contentHeight_;
     brind::IslandState state_ = brind::IslandState::closed;
     Shape shape_;     ///< as painted now
