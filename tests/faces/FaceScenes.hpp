@@ -17,7 +17,7 @@
 
 #include <string>
 
-namespace vq::testing {
+namespace vq::facetest {
 
 inline constexpr QSizeF surfaceSize{760, 360};
 
@@ -159,4 +159,4 @@ inline int paintedOutside(const QImage& image, const IslandScene& scene) {
     return count;
 }
 
-} // namespace vq::testing
+} // namespace vq::facetest

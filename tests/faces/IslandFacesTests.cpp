@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 using namespace vq;
-using namespace vq::testing;
+using namespace vq::facetest;
 using brind::ActivityGlyph;
 using brind::IslandState;
 
