@@ -3,6 +3,7 @@
 // frames after it, which is what an animation or a HUD flash repeats.
 
 #include "tests/faces/FaceScenes.hpp"
+#include "vantaquill/island/faces/SymbolIcons.hpp"
 
 #include <QBuffer>
 #include <QGuiApplication>
@@ -84,8 +85,25 @@ void paintFrame(benchmark::State& state) {
     }
 }
 
+/// A symbol not drawn before: a new colour makes the cache miss, so the icon is looked up in the
+/// theme and rasterised again. This is what the first frame of a face adds per symbol.
+void paintNewSymbol(benchmark::State& state) {
+    QImage image(64, 64, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    int hue = 0;
+    for (auto _ : state) {
+        QPainter painter(&image);
+        const QColor colour((hue >> 8) & 0xFF, hue & 0xFF, 200);
+        ++hue;
+        SymbolIcons::paint(painter, "speaker.wave.2.fill", QRectF(8, 8, 22, 22), colour);
+        painter.end();
+        benchmark::DoNotOptimize(image.constBits());
+    }
+}
+
 } // namespace
 
+BENCHMARK(paintNewSymbol)->Unit(benchmark::kMicrosecond);
 BENCHMARK(paintFrame)
     ->ArgNames({"face", "scale"})
     ->ArgsProduct({{0, 1, 2, 3, 4, 5}, {1, 2}})
