@@ -57,8 +57,8 @@ IslandScene face(int which) {
                                 {"allow", "Allow", brind::ActivityAction::Role::primary, "checkmark"}};
         return settledScene(IslandState::peek, housingInput(), scene);
     case 4:
-        scene.hud = brind::HUDEvent::make(brind::HUDEvent::Kind::volume, 0.56, false, std::nullopt, "Speakers",
-                                          std::nullopt);
+        scene.hud = brind::HUDEvent::make(brind::HUDEvent::Kind::volume, 0.56, false, std::nullopt,
+                                          "Speakers", std::nullopt);
         return settledScene(IslandState::peek, housingInput(), scene);
     default:
         scene.top = activity(ActivityGlyph::symbol("timer"), ActivityGlyph::text("12:41"), "Pomodoro focus");

@@ -45,7 +45,8 @@ TEST(AppIcons, FindsTheIconOfAnApplicationThroughItsDesktopFile) {
     // The user's folder comes first; the system folder's entry for the same id is not used. An Icon=
     // in an action group is not the application's icon.
     write(root + QStringLiteral("/home/applications/org.example.Painter.desktop"),
-          "[Desktop Entry]\nName=Painter\nIcon=" + root.toUtf8() + "/red.png\n\n[Desktop Action new]\nIcon=none\n");
+          "[Desktop Entry]\nName=Painter\nIcon=" + root.toUtf8() +
+              "/red.png\n\n[Desktop Action new]\nIcon=none\n");
     write(root + QStringLiteral("/system/applications/org.example.Painter.desktop"),
           "[Desktop Entry]\nIcon=/nowhere/blue.png\n");
     // Reverse-domain ids are often installed under their last component.
@@ -54,8 +55,8 @@ TEST(AppIcons, FindsTheIconOfAnApplicationThroughItsDesktopFile) {
     const ScopedVariable home("XDG_DATA_HOME", (root + QStringLiteral("/home")).toUtf8());
     const ScopedVariable dirs("XDG_DATA_DIRS", (root + QStringLiteral("/system")).toUtf8());
 
-    EXPECT_EQ(AppIcons::applicationFolders(),
-              QStringList({root + QStringLiteral("/home/applications"), root + QStringLiteral("/system/applications")}));
+    EXPECT_EQ(AppIcons::applicationFolders(), QStringList({root + QStringLiteral("/home/applications"),
+                                                           root + QStringLiteral("/system/applications")}));
     for (const char* id : {"org.example.Painter", "com.example.Sketcher"}) {
         const QIcon icon = AppIcons::find(id);
         ASSERT_FALSE(icon.isNull()) << id;

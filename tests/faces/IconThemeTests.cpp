@@ -44,6 +44,7 @@ TEST(IconTheme, PrefersQtsThemeThenTheGTKSettingThenACommonInstalledTheme) {
     EXPECT_EQ(IconTheme::choose({}, {}, environment).name, QStringLiteral("Mine"));
 
     // A setting that names a theme not installed falls back rather than showing no icons at all.
-    touch(root + QStringLiteral("/home/.config/gtk-3.0/settings.ini"), "[Settings]\ngtk-icon-theme-name=Gone\n");
+    touch(root + QStringLiteral("/home/.config/gtk-3.0/settings.ini"),
+          "[Settings]\ngtk-icon-theme-name=Gone\n");
     EXPECT_EQ(IconTheme::choose({}, {}, environment).name, QStringLiteral("breeze"));
 }

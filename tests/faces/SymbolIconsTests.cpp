@@ -72,10 +72,20 @@ TEST(SymbolIcons, RecoloursThemeIconsAndDrawsTheRest) {
 }
 
 TEST(SymbolIcons, DrawsEverySymbolTheIslandUsesWithoutATheme) {
-    const char* symbols[] = {"speaker.slash.fill", "speaker.wave.1.fill", "speaker.wave.3.fill", "sun.min.fill",
-                             "sun.max.fill",       "light.min",           "light.max",           "info.circle.fill",
-                             "wifi",               "wifi.slash",          "questionmark.circle", "figure.walk",
-                             "brain.head.profile", ""};
+    const char* symbols[] = {"speaker.slash.fill",
+                             "speaker.wave.1.fill",
+                             "speaker.wave.3.fill",
+                             "sun.min.fill",
+                             "sun.max.fill",
+                             "light.min",
+                             "light.max",
+                             "info.circle.fill",
+                             "wifi",
+                             "wifi.slash",
+                             "questionmark.circle",
+                             "figure.walk",
+                             "brain.head.profile",
+                             ""};
     for (const char* symbol : symbols) {
         QImage image(48, 48, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
