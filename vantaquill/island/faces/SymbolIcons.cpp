@@ -223,7 +223,8 @@ QStringList SymbolIcons::themeNames(std::string_view symbol) {
     return {};
 }
 
-void SymbolIcons::paint(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour) {
+void SymbolIcons::paint(QPainter& painter, std::string_view symbol, const QRectF& square,
+                        const QColor& colour) {
     if (square.isEmpty())
         return;
     const double scale = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
@@ -239,7 +240,8 @@ void SymbolIcons::paint(QPainter& painter, std::string_view symbol, const QRectF
     painter.restore();
 }
 
-void SymbolIcons::paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour) {
+void SymbolIcons::paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square,
+                             const QColor& colour) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(square.topLeft());

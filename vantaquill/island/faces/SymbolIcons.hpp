@@ -22,7 +22,8 @@ struct SymbolIcons {
     static void paint(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour);
 
     /// Paints the drawn shape for `symbol` (what shows when the theme has none).
-    static void paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour);
+    static void paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square,
+                           const QColor& colour);
 };
 
 } // namespace vq
