@@ -205,14 +205,20 @@ bool IslandController::insideOutline(QPointF position) const {
     return IslandView::outlinePath(scene_).contains(position);
 }
 
-void IslandController::setUserOpened(bool opened) {
+void IslandController::setUserOpened(bool opened, Keyboard keyboard) {
     hoverTimer_.reset();
     closeTimer_.reset();
     if (opened == userOpened_)
         return;
     userOpened_ = opened;
-    // Escape reaches the island only while it holds the keyboard, and it holds it only while open.
-    surface_.setKeyboardInteractive(opened);
+    // Escape reaches the island only while it holds the keyboard. It takes it only when the user
+    // clicked it open: a pointer passing over the island must not steal the keys from the window
+    // the user types in.
+    const bool interactive = opened && keyboard == Keyboard::take;
+    if (interactive != keyboard_) {
+        keyboard_ = interactive;
+        surface_.setKeyboardInteractive(interactive);
+    }
     update();
 }
 
@@ -227,7 +233,7 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
                 hoverTimer_ = scheduler_.schedule(settings_.hoverDelay, [this] {
                     auto timer = std::move(hoverTimer_);
                     if (pointerInside_)
-                        setUserOpened(true);
+                        setUserOpened(true, Keyboard::leave);
                 });
             }
         } else {
@@ -236,7 +242,7 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
                 closeTimer_ = scheduler_.schedule(closeDelay, [this] {
                     auto timer = std::move(closeTimer_);
                     if (!pointerInside_)
-                        setUserOpened(false);
+                        setUserOpened(false, Keyboard::leave);
                 });
             }
         }
@@ -244,7 +250,7 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
     if (event.type != Type::press || event.button != Qt::LeftButton)
         return;
     if (!inside) {
-        setUserOpened(false);
+        setUserOpened(false, Keyboard::leave);
         return;
     }
     if (state_ == brind::IslandState::peek && scene_.alert) {
@@ -254,12 +260,12 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
         }
     }
     if (settings_.clickToOpen && !userOpened_)
-        setUserOpened(true);
+        setUserOpened(true, Keyboard::take);
 }
 
 void IslandController::key(const IslandSurface::KeyEvent& event) {
     if (event.key == Qt::Key_Escape && userOpened_)
-        setUserOpened(false);
+        setUserOpened(false, Keyboard::leave);
 }
 
 } // namespace vq
