@@ -309,6 +309,38 @@ TEST_P(IslandOnScreen, ClicksBesideTheIslandReachTheWindowBelowAndClicksOnItDoNo
     VirtualDisplay::stop(xev);
 }
 
+TEST_P(IslandOnScreen, HidesWhileTheActiveWindowIsFullScreen) {
+    const auto layout = input();
+    const Outline closed = onScreen(brind::IslandState::closed, IslandLayout::closed(layout));
+    ASSERT_TRUE(showsOutline(closed));
+    // There is no window manager here, so the test plays its part: it marks an ordinary window
+    // (xev's) full screen and active, as a window manager does for a full-screen application.
+    brindtest::TemporaryFolder folder{"vantaquill-fullscreen"};
+    const auto log = folder.path() / "xev.txt";
+    const int xev = display->start({"xev", "-geometry", "200x200+40+500"}, log);
+    std::string window;
+    const auto deadline = std::chrono::steady_clock::now() + 20s;
+    while (window.empty() && std::chrono::steady_clock::now() < deadline) {
+        std::ifstream file(log);
+        const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        if (const auto at = text.find("Outer window is "); at != std::string::npos)
+            window = text.substr(at + 16, text.find_first_of(",\n", at + 16) - at - 16);
+        std::this_thread::sleep_for(100ms);
+    }
+    ASSERT_FALSE(window.empty()) << "xev showed no window";
+    ASSERT_EQ(display->run({"xprop", "-id", window, "-f", "_NET_WM_STATE", "32a", "-set", "_NET_WM_STATE",
+                            "_NET_WM_STATE_FULLSCREEN"}),
+              0);
+    ASSERT_EQ(display->run({"xprop", "-root", "-f", "_NET_ACTIVE_WINDOW", "32x", "-set", "_NET_ACTIVE_WINDOW", window}), 0);
+    const QImage hidden = waitForScreen(*display, [](const QImage& shot) { return !blackBounds(shot).has_value(); });
+    EXPECT_FALSE(blackBounds(hidden).has_value()) << "still showing " << describe(blackBounds(hidden));
+
+    // Leaving full screen, told through the window's own state, brings the island back.
+    ASSERT_EQ(display->run({"xprop", "-id", window, "-f", "_NET_WM_STATE", "32a", "-set", "_NET_WM_STATE", ""}), 0);
+    EXPECT_TRUE(showsOutline(closed));
+    VirtualDisplay::stop(xev);
+}
+
 INSTANTIATE_TEST_SUITE_P(Housings, IslandOnScreen, ::testing::Values(noHousing, declaredHousing),
                          [](const ::testing::TestParamInfo<Housing>& info) {
                              return info.param.preference.empty() ? std::string("Floating")
