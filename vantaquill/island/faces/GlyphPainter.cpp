@@ -192,7 +192,8 @@ void GlyphPainter::paint(QPainter& painter, const brind::ActivityGlyph& glyph, c
                     paintImage(painter, picture, square);
             },
             [&](const brind::ActivityGlyph::AppIcon& app) {
-                const QImage icon = appImage(app.bundleIdentifier, SymbolIcons::devicePixels(painter, square.width()));
+                const QImage icon =
+                    appImage(app.bundleIdentifier, SymbolIcons::devicePixels(painter, square.width()));
                 if (icon.isNull()) {
                     paintPlaceholder(painter, square, style.accent);
                 } else {
