@@ -240,3 +240,25 @@ TEST(IslandFaces, AnimatesOnlyWhileASpinnerOrVisualiserIsVisible) {
         EXPECT_EQ(render(scene) != render(later), expected) << name;
     }
 }
+
+TEST(IslandFaces, FadesInWithFaceProgress) {
+    IslandScene scene;
+    scene.top = activity(ActivityGlyph::dot(brind::RGBA{1, 1, 1, 1}), ActivityGlyph::text("4:05"));
+    scene = settledScene(IslandState::compact, housingInput(), scene);
+    const auto light = [&](double progress) {
+        scene.faceProgress = progress;
+        const QImage image = render(scene);
+        long total = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                total += qGray(image.pixel(x, y));
+        }
+        return static_cast<double>(total);
+    };
+    const double full = light(1);
+    EXPECT_GT(full, 0);
+    EXPECT_EQ(light(0), 0);
+    // Half way it is fainter (and a little smaller) but there.
+    EXPECT_GT(light(0.5) / full, 0.2);
+    EXPECT_LT(light(0.5) / full, 0.7);
+}

@@ -102,3 +102,17 @@ TEST(SymbolIcons, DrawsEverySymbolTheIslandUsesWithoutATheme) {
         EXPECT_GT(painted, 60) << symbol;
     }
 }
+
+TEST(SymbolIcons, RasterisesAtTheDevicePixelSize) {
+    // A surface may set a pixel ratio on its buffer or scale the painter; icons are sharp either way.
+    QImage scaledPainter(8, 8, QImage::Format_ARGB32_Premultiplied);
+    QPainter first(&scaledPainter);
+    first.scale(2, 2);
+    EXPECT_EQ(SymbolIcons::devicePixels(first, 22), 44);
+    QImage ratio(8, 8, QImage::Format_ARGB32_Premultiplied);
+    ratio.setDevicePixelRatio(2);
+    QPainter second(&ratio);
+    EXPECT_EQ(SymbolIcons::devicePixels(second, 22), 44);
+    second.scale(1.5, 1.5);
+    EXPECT_EQ(SymbolIcons::devicePixels(second, 22), 66);
+}

@@ -66,7 +66,9 @@ double FaceLayout::glyphFontSize(const IslandScene& scene) {
 }
 
 QRectF FaceLayout::body(const IslandScene& scene) {
-    const double ear = std::clamp(scene.ear, 0.0, scene.outline.width() / 4);
+    // The outline cuts its ears the same way.
+    const double ear =
+        std::clamp(scene.ear, 0.0, std::min(scene.outline.width() / 4, scene.outline.height() / 2));
     return scene.outline.adjusted(ear, 0, -ear, 0);
 }
 

@@ -8,7 +8,6 @@
 #include <QFontMetricsF>
 #include <QHash>
 #include <QImage>
-#include <QPaintDevice>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -29,11 +28,6 @@ constexpr std::array<double, 4> visualiserRates{7.3, 9.1, 6.2, 8.4};
 constexpr std::array<double, 4> visualiserPhases{0.0, 1.7, 3.1, 4.6};
 constexpr double imageCornerShare = 0.22;
 constexpr qsizetype imageCacheLimit = 64;
-
-int devicePixels(const QPainter& painter, double logical) {
-    const double scale = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
-    return std::max(1, static_cast<int>(std::lround(logical * scale)));
-}
 
 QRectF centredSquare(const QRectF& slot, double side) {
     const double fitted = std::min({side, slot.width(), slot.height()});
@@ -198,7 +192,8 @@ void GlyphPainter::paint(QPainter& painter, const brind::ActivityGlyph& glyph, c
                     paintImage(painter, picture, square);
             },
             [&](const brind::ActivityGlyph::AppIcon& app) {
-                const QImage icon = appImage(app.bundleIdentifier, devicePixels(painter, square.width()));
+                const QImage icon =
+                    appImage(app.bundleIdentifier, SymbolIcons::devicePixels(painter, square.width()));
                 if (icon.isNull()) {
                     paintPlaceholder(painter, square, style.accent);
                 } else {
