@@ -137,13 +137,21 @@ CommandResult run(const std::string& program, const std::vector<std::string>& ar
     return result;
 }
 
-IslandProcess::IslandProcess(const TemporaryHome& home, const std::vector<std::string>& extraArguments) {
+IslandProcess::IslandProcess(const TemporaryHome& home, const std::vector<std::string>& extraArguments)
+    : IslandProcess(
+          [&] {
+              std::vector<std::string> arguments = {"--headless", "--port", "0"};
+              arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
+              return arguments;
+          }(),
+          home.environment()) {}
+
+IslandProcess::IslandProcess(const std::vector<std::string>& arguments,
+                             const std::map<std::string, std::string>& environment) {
     int in[2], out[2], err[2];
     if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
         return;
-    std::vector<std::string> arguments = {"--headless", "--port", "0"};
-    arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
-    pid = spawn(builtProgram("vantaquill-island"), arguments, home.environment(), in, out, err);
+    pid = spawn(builtProgram("vantaquill-island"), arguments, environment, in, out, err);
     ::close(in[0]);
     ::close(out[1]);
     ::close(err[1]);

@@ -44,6 +44,8 @@ std::string builtProgram(const std::string& name);
 class IslandProcess {
 public:
     explicit IslandProcess(const TemporaryHome& home, const std::vector<std::string>& extraArguments = {});
+    /// The application started with exactly these arguments and this environment (a windowed run).
+    IslandProcess(const std::vector<std::string>& arguments, const std::map<std::string, std::string>& environment);
     ~IslandProcess();
     IslandProcess(const IslandProcess&) = delete;
     IslandProcess& operator=(const IslandProcess&) = delete;

@@ -17,7 +17,7 @@
 
 #include <string>
 
-namespace vq::testing {
+namespace vq::facetest {
 
 inline constexpr QSizeF surfaceSize{760, 360};
 
@@ -86,8 +86,8 @@ inline QPainterPath outlinePath(const IslandScene& scene) {
                 else if constexpr (std::is_same_v<Step, brind::IslandPath::QuadTo>)
                     result.quadTo(step.control.x, step.control.y, step.to.x, step.to.y);
                 else if constexpr (std::is_same_v<Step, brind::IslandPath::CubicTo>)
-                    result.cubicTo(step.control1.x, step.control1.y, step.control2.x, step.control2.y, step.to.x,
-                                   step.to.y);
+                    result.cubicTo(step.control1.x, step.control1.y, step.control2.x, step.control2.y,
+                                   step.to.x, step.to.y);
                 else
                     result.closeSubpath();
             },
@@ -113,10 +113,11 @@ inline QImage render(const IslandScene& scene, double scale = 1, const std::stri
         QImage shown((around.size() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
         shown.fill(QColor(120, 128, 140));
         QPainter composer(&shown);
-        composer.drawImage(QRectF(shown.rect()), image, QRectF(around.topLeft() * scale, around.size() * scale));
+        composer.drawImage(QRectF(shown.rect()), image,
+                           QRectF(around.topLeft() * scale, around.size() * scale));
         composer.end();
-        shown.save(QDir(folder).filePath(QString::fromStdString(name) + QStringLiteral("@") + QString::number(scale) +
-                                         QStringLiteral(".png")));
+        shown.save(QDir(folder).filePath(QString::fromStdString(name) + QStringLiteral("@") +
+                                         QString::number(scale) + QStringLiteral(".png")));
     }
     return image;
 }
@@ -159,4 +160,4 @@ inline int paintedOutside(const QImage& image, const IslandScene& scene) {
     return count;
 }
 
-} // namespace vq::testing
+} // namespace vq::facetest

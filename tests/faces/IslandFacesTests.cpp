@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 using namespace vq;
-using namespace vq::testing;
+using namespace vq::facetest;
 using brind::ActivityGlyph;
 using brind::IslandState;
 
@@ -41,8 +41,8 @@ IslandScene compactWith(const brind::LiveActivity& top, const brind::IslandLayou
 }
 
 brind::LiveActivity criticalAlert() {
-    brind::LiveActivity alert = activity(ActivityGlyph::symbol("terminal"), ActivityGlyph::none(),
-                                         "Claude wants to run a command");
+    brind::LiveActivity alert =
+        activity(ActivityGlyph::symbol("terminal"), ActivityGlyph::none(), "Claude wants to run a command");
     alert.priority = brind::ActivityPriority::critical;
     alert.subtitle = "rm -rf build";
     alert.actions = {{"deny", "Deny", brind::ActivityAction::Role::destructive, std::nullopt},
@@ -73,10 +73,10 @@ TEST(IslandFaces, EveryGlyphPaintsInsideItsWingBesideTheHousing) {
             const IslandScene scene = compactWith(activity(glyph, ActivityGlyph::none()), input);
             const FaceLayout::Wings wings = FaceLayout::wings(scene);
             for (const double scale : {1.0, 2.0}) {
-                const QImage image = render(scene, scale,
-                                            std::string("compact-") + name + (input.floating ? "-floating" : ""));
-                const std::string label = std::string(name) + (input.floating ? " floating @" : " @") +
-                                          std::to_string(scale);
+                const QImage image = render(
+                    scene, scale, std::string("compact-") + name + (input.floating ? "-floating" : ""));
+                const std::string label =
+                    std::string(name) + (input.floating ? " floating @" : " @") + std::to_string(scale);
                 EXPECT_GT(litPixels(image, wings.leading), 10 * scale * scale) << label;
                 EXPECT_EQ(litPixels(image, scene.outline) - litPixels(image, wings.leading), 0) << label;
                 EXPECT_EQ(paintedOutside(image, scene), 0) << label;
@@ -86,16 +86,16 @@ TEST(IslandFaces, EveryGlyphPaintsInsideItsWingBesideTheHousing) {
 }
 
 TEST(IslandFaces, LongTextGlyphIsElidedWithinItsWing) {
-    const IslandScene scene =
-        compactWith(activity(ActivityGlyph::text("Downloading holiday-photos-2026-final.zip"),
-                             ActivityGlyph::ring(0.7)),
-                    housingInput());
+    const IslandScene scene = compactWith(
+        activity(ActivityGlyph::text("Downloading holiday-photos-2026-final.zip"), ActivityGlyph::ring(0.7)),
+        housingInput());
     ASSERT_EQ(scene.leadingWing, 150); // the widest a text wing gets
     const QImage image = render(scene, 2, "compact-long-text");
     const FaceLayout::Wings wings = FaceLayout::wings(scene);
     EXPECT_GT(litPixels(image, wings.leading), 100);
     const QRectF housing = FaceLayout::housing(scene);
-    EXPECT_EQ(litPixels(image, QRectF(wings.leading.right(), 0, housing.right() - wings.leading.right(), 100)), 0);
+    EXPECT_EQ(
+        litPixels(image, QRectF(wings.leading.right(), 0, housing.right() - wings.leading.right(), 100)), 0);
     EXPECT_EQ(paintedOutside(image, scene), 0);
 }
 
@@ -103,11 +103,12 @@ TEST(IslandFaces, EveryFaceStaysInsideTheOutline) {
     brind::LiveActivity longAlert = criticalAlert();
     longAlert.title = "An agent in ~/src/vantaquill asks to run a rather long command line now";
     longAlert.trailing = ActivityGlyph::text("2m 40s");
-    brind::LiveActivity plainAlert = activity(ActivityGlyph::symbol("wifi"), ActivityGlyph::dot(brind::RGBA{0, 1, 0, 1}),
-                                              "Joined Home Network");
+    brind::LiveActivity plainAlert = activity(
+        ActivityGlyph::symbol("wifi"), ActivityGlyph::dot(brind::RGBA{0, 1, 0, 1}), "Joined Home Network");
     plainAlert.subtitle = "Wi-Fi";
-    brind::HUDEvent volume = brind::HUDEvent::make(brind::HUDEvent::Kind::volume, 0.5, false, std::nullopt,
-                                                   "Built-in Speakers with a very long device name", std::nullopt);
+    brind::HUDEvent volume =
+        brind::HUDEvent::make(brind::HUDEvent::Kind::volume, 0.5, false, std::nullopt,
+                              "Built-in Speakers with a very long device name", std::nullopt);
     for (const auto& input : {housingInput(), floatingInput()}) {
         const std::string suffix = input.floating ? "-floating" : "";
         std::vector<std::pair<std::string, IslandScene>> scenes;
@@ -120,7 +121,8 @@ TEST(IslandFaces, EveryFaceStaysInsideTheOutline) {
         scene.hud = volume;
         scenes.emplace_back("peek-hud", settledScene(IslandState::peek, input, scene));
         scene = {};
-        scene.top = activity(ActivityGlyph::symbol("timer"), ActivityGlyph::text("12:41"), "Pomodoro focus session");
+        scene.top =
+            activity(ActivityGlyph::symbol("timer"), ActivityGlyph::text("12:41"), "Pomodoro focus session");
         scenes.emplace_back("expanded", settledScene(IslandState::expanded, input, scene));
         scene.badge = 3;
         scenes.emplace_back("compact-badge", settledScene(IslandState::compact, input, scene));
@@ -154,11 +156,13 @@ TEST(IslandFaces, ActionAtHitsEachDrawnButtonAndMissesBetweenThem) {
             EXPECT_EQ(IslandFaces::actionAt(scene, end), scene.alert->actions[index].id);
         }
         for (std::size_t index = 0; index + 1 < buttons.size(); ++index) {
-            const QPointF gap((buttons[index].right() + buttons[index + 1].left()) / 2, buttons[index].center().y());
+            const QPointF gap((buttons[index].right() + buttons[index + 1].left()) / 2,
+                              buttons[index].center().y());
             EXPECT_EQ(image.pixel(gap.toPoint()) & 0xFFFFFF, 0u);
             EXPECT_EQ(IslandFaces::actionAt(scene, gap), std::nullopt);
         }
-        EXPECT_EQ(IslandFaces::actionAt(scene, FaceLayout::alert(scene, *scene.alert).title.center()), std::nullopt);
+        EXPECT_EQ(IslandFaces::actionAt(scene, FaceLayout::alert(scene, *scene.alert).title.center()),
+                  std::nullopt);
 
         // No buttons where they are not drawn: over a HUD flash, or for an alert that is not critical.
         IslandScene flashed = scene;
@@ -173,8 +177,12 @@ TEST(IslandFaces, ActionAtHitsEachDrawnButtonAndMissesBetweenThem) {
 TEST(IslandFaces, HUDLightsTheSegmentsOfItsLevel) {
     using Kind = brind::HUDEvent::Kind;
     const std::tuple<Kind, std::optional<double>, bool, int> cases[] = {
-        {Kind::volume, 0.5, false, 8},      {Kind::volume, 0.03, false, 0},    {Kind::volume, 0.04, false, 1},
-        {Kind::brightness, 1.0, false, 16}, {Kind::volume, 0.8, true, 0},      {Kind::custom, std::nullopt, true, 0},
+        {Kind::volume, 0.5, false, 8},
+        {Kind::volume, 0.03, false, 0},
+        {Kind::volume, 0.04, false, 1},
+        {Kind::brightness, 1.0, false, 16},
+        {Kind::volume, 0.8, true, 0},
+        {Kind::custom, std::nullopt, true, 0},
         {Kind::keyboardBacklight, 0.69, false, brind::HUDSteps::segments(0.69)},
     };
     for (const auto& input : {housingInput(), floatingInput()}) {
@@ -231,4 +239,26 @@ TEST(IslandFaces, AnimatesOnlyWhileASpinnerOrVisualiserIsVisible) {
         later.time = scene.time + 0.37;
         EXPECT_EQ(render(scene) != render(later), expected) << name;
     }
+}
+
+TEST(IslandFaces, FadesInWithFaceProgress) {
+    IslandScene scene;
+    scene.top = activity(ActivityGlyph::dot(brind::RGBA{1, 1, 1, 1}), ActivityGlyph::text("4:05"));
+    scene = settledScene(IslandState::compact, housingInput(), scene);
+    const auto light = [&](double progress) {
+        scene.faceProgress = progress;
+        const QImage image = render(scene);
+        long total = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                total += qGray(image.pixel(x, y));
+        }
+        return static_cast<double>(total);
+    };
+    const double full = light(1);
+    EXPECT_GT(full, 0);
+    EXPECT_EQ(light(0), 0);
+    // Half way it is fainter (and a little smaller) but there.
+    EXPECT_GT(light(0.5) / full, 0.2);
+    EXPECT_LT(light(0.5) / full, 0.7);
 }

@@ -123,10 +123,11 @@ void IslandController::update() {
     state_ = resolved;
     fillContent();
     const Shape goal = target();
-    if (window_.isEmpty()) {
-        // Nothing is on screen yet: the first shape appears as it is.
+    if (!shownOnce_ || window_.isEmpty()) {
+        // Nothing was on screen yet: the first shape appears as it is.
         shape_ = settled_ = goal;
         animation_.reset();
+        shownOnce_ = !window_.isEmpty();
     } else if (goal != settled_ || resolved != previous) {
         brind::Motion::Animation curve = brind::Motion::transition(previous, resolved, settings_.reduceMotion);
         if (resolved == previous && !settings_.reduceMotion) {
@@ -195,12 +196,8 @@ void IslandController::frame(double time) {
 }
 
 void IslandController::applyInputRegion() {
-    // While open, the whole window takes the pointer so that a click beside the panel closes it
-    // instead of reaching the window below.
-    if (state_ == brind::IslandState::expanded && !window_.isEmpty()) {
-        surface_.setInputRegion(QRegion(0, 0, static_cast<int>(window_.width()), static_cast<int>(window_.height())));
-        return;
-    }
+    // Only the outline takes the pointer, also while open: a pointer that leaves an open island
+    // closes it after the close delay, so a click beside it finds it closing already.
     surface_.setInputRegion(IslandView::outlineRegion(scene_));
 }
 
@@ -208,14 +205,20 @@ bool IslandController::insideOutline(QPointF position) const {
     return IslandView::outlinePath(scene_).contains(position);
 }
 
-void IslandController::setUserOpened(bool opened) {
+void IslandController::setUserOpened(bool opened, Keyboard keyboard) {
     hoverTimer_.reset();
     closeTimer_.reset();
     if (opened == userOpened_)
         return;
     userOpened_ = opened;
-    // Escape reaches the island only while it holds the keyboard, and it holds it only while open.
-    surface_.setKeyboardInteractive(opened);
+    // Escape reaches the island only while it holds the keyboard. It takes it only when the user
+    // clicked it open: a pointer passing over the island must not steal the keys from the window
+    // the user types in.
+    const bool interactive = opened && keyboard == Keyboard::take;
+    if (interactive != keyboard_) {
+        keyboard_ = interactive;
+        surface_.setKeyboardInteractive(interactive);
+    }
     update();
 }
 
@@ -230,7 +233,7 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
                 hoverTimer_ = scheduler_.schedule(settings_.hoverDelay, [this] {
                     auto timer = std::move(hoverTimer_);
                     if (pointerInside_)
-                        setUserOpened(true);
+                        setUserOpened(true, Keyboard::leave);
                 });
             }
         } else {
@@ -239,7 +242,7 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
                 closeTimer_ = scheduler_.schedule(closeDelay, [this] {
                     auto timer = std::move(closeTimer_);
                     if (!pointerInside_)
-                        setUserOpened(false);
+                        setUserOpened(false, Keyboard::leave);
                 });
             }
         }
@@ -247,7 +250,7 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
     if (event.type != Type::press || event.button != Qt::LeftButton)
         return;
     if (!inside) {
-        setUserOpened(false);
+        setUserOpened(false, Keyboard::leave);
         return;
     }
     if (state_ == brind::IslandState::peek && scene_.alert) {
@@ -257,12 +260,12 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
         }
     }
     if (settings_.clickToOpen && !userOpened_)
-        setUserOpened(true);
+        setUserOpened(true, Keyboard::take);
 }
 
 void IslandController::key(const IslandSurface::KeyEvent& event) {
     if (event.key == Qt::Key_Escape && userOpened_)
-        setUserOpened(false);
+        setUserOpened(false, Keyboard::leave);
 }
 
 } // namespace vq

@@ -78,7 +78,8 @@ private:
     void update();
     Shape target() const;
     brind::SizeF targetSize() const;
-    void setUserOpened(bool opened);
+    enum class Keyboard { take, leave };
+    void setUserOpened(bool opened, Keyboard keyboard);
     void applyInputRegion();
     void fillContent();
     bool insideOutline(QPointF position) const;
@@ -94,6 +95,9 @@ private:
     bool hidden_ = false;
     bool userOpened_ = false;
     bool pointerInside_ = false;
+    bool keyboard_ = false;
+    /// Whether a shape was laid out in a real window, which later changes animate from.
+    bool shownOnce_ = false;
     std::optional<double> contentHeight_;
     brind::IslandState state_ = brind::IslandState::closed;
     Shape shape_;     ///< as painted now

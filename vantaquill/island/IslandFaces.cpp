@@ -24,7 +24,6 @@ using brind::IslandState;
 constexpr double appearingScale = 0.9;
 /// A compact glyph fills this share of its box's side.
 constexpr double compactGlyphShare = 0.62;
-constexpr double headerGlyphSide = 20;
 
 const QColor primaryText{255, 255, 255, 242};
 const QColor secondaryText{255, 255, 255, 150};
@@ -54,7 +53,8 @@ void drawText(QPainter& painter, const std::string& text, const QRectF& rect, co
         return;
     painter.setFont(font);
     painter.setPen(colour);
-    const QString elided = QFontMetricsF(font).elidedText(QString::fromStdString(text), Qt::ElideRight, rect.width());
+    const QString elided =
+        QFontMetricsF(font).elidedText(QString::fromStdString(text), Qt::ElideRight, rect.width());
     painter.drawText(rect, static_cast<int>(alignment | Qt::AlignVCenter | Qt::TextSingleLine), elided);
 }
 
@@ -66,15 +66,16 @@ void paintBadge(QPainter& painter, const IslandScene& scene) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(quietFill);
     painter.drawRoundedRect(*capsule, capsule->height() / 2, capsule->height() / 2);
-    drawText(painter, FaceLayout::badgeText(*scene.badge), *capsule, FaceFonts::semibold(FaceLayout::badgeFontSize),
-             primaryText, Qt::AlignHCenter);
+    drawText(painter, FaceLayout::badgeText(*scene.badge), *capsule,
+             FaceFonts::semibold(FaceLayout::badgeFontSize), primaryText, Qt::AlignHCenter);
 }
 
 void paintCompact(QPainter& painter, const IslandScene& scene) {
     if (scene.top) {
         const FaceLayout::Wings wings = FaceLayout::wings(scene);
-        const GlyphPainter::Style style{FaceLayout::glyphSide(scene) * compactGlyphShare, FaceLayout::glyphFontSize(scene),
-                                        accent(scene.top->tint), scene.time};
+        const GlyphPainter::Style style{FaceLayout::glyphSide(scene) * compactGlyphShare,
+                                        FaceLayout::glyphFontSize(scene), accent(scene.top->tint),
+                                        scene.time};
         GlyphPainter::paint(painter, scene.top->leading, wings.leading, style);
         GlyphPainter::paint(painter, scene.top->trailing, wings.trailing, style);
     }
@@ -116,13 +117,15 @@ void paintButton(QPainter& painter, const ActivityAction& action, const QRectF& 
                            QRectF(left, rect.center().y() - symbolSide / 2, symbolSide, symbolSide), text);
     painter.setFont(font);
     painter.setPen(text);
-    painter.drawText(QRectF(left + symbolSide + symbolGap, rect.top(), width - symbolSide - symbolGap + 1, rect.height()),
-                     static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine), label);
+    painter.drawText(
+        QRectF(left + symbolSide + symbolGap, rect.top(), width - symbolSide - symbolGap + 1, rect.height()),
+        static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine), label);
 }
 
 void paintAlert(QPainter& painter, const IslandScene& scene, const brind::LiveActivity& alert) {
     const FaceLayout::Alert layout = FaceLayout::alert(scene, alert);
-    const GlyphPainter::Style style{FaceLayout::rowGlyphSide, FaceLayout::buttonFontSize, accent(alert.tint), scene.time};
+    const GlyphPainter::Style style{FaceLayout::rowGlyphSide, FaceLayout::buttonFontSize, accent(alert.tint),
+                                    scene.time};
     GlyphPainter::paint(painter, alert.leading, layout.leading, style);
     GlyphPainter::paint(painter, alert.trailing, layout.trailing, style);
     drawText(painter, alert.title, layout.title, FaceFonts::semibold(FaceLayout::titleFontSize), primaryText,
@@ -140,8 +143,8 @@ void paintHUD(QPainter& painter, const IslandScene& scene, const brind::HUDEvent
     const QColor colour = accent(event.tint);
     SymbolIcons::paint(painter, event.resolvedSymbol(), layout.symbol, colour);
     if (event.label)
-        drawText(painter, *event.label, layout.label, FaceFonts::semibold(FaceLayout::hudFontSize), primaryText,
-                 Qt::AlignLeft);
+        drawText(painter, *event.label, layout.label, FaceFonts::semibold(FaceLayout::hudFontSize),
+                 primaryText, Qt::AlignLeft);
     // A muted output or an event without a level shows an empty bar and 0 %.
     const double level = event.muted || !event.value ? 0.0 : *event.value;
     const int lit = brind::HUDSteps::segments(level);
@@ -160,11 +163,12 @@ void paintHeader(QPainter& painter, const IslandScene& scene) {
     if (!scene.top)
         return;
     const FaceLayout::Header layout = FaceLayout::header(scene);
-    const GlyphPainter::Style style{headerGlyphSide, FaceLayout::buttonFontSize, accent(scene.top->tint), scene.time};
+    const GlyphPainter::Style style{FaceLayout::headerGlyphSide, FaceLayout::buttonFontSize,
+                                    accent(scene.top->tint), scene.time};
     GlyphPainter::paint(painter, scene.top->leading, layout.leading, style);
     GlyphPainter::paint(painter, scene.top->trailing, layout.trailing, style);
-    drawText(painter, scene.top->title, layout.title, FaceFonts::semibold(FaceLayout::titleFontSize), primaryText,
-             Qt::AlignLeft);
+    drawText(painter, scene.top->title, layout.title, FaceFonts::semibold(FaceLayout::titleFontSize),
+             primaryText, Qt::AlignLeft);
 }
 
 bool visibleAnimation(const brind::ActivityGlyph& glyph, const QRectF& slot) {

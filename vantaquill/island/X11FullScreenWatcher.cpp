@@ -66,9 +66,10 @@ void X11FullScreenWatcher::listen(xcb_window_t window) {
 
 void X11FullScreenWatcher::followActiveWindow() {
     const auto reply = own(xcb_get_property_reply(
-        connection_, xcb_get_property(connection_, 0, root_, activeAtom_, XCB_ATOM_WINDOW, 0, 1), nullptr));
+        connection_, xcb_get_property(connection_, 0, root_, activeAtom_, XCB_GET_PROPERTY_TYPE_ANY, 0, 1), nullptr));
     xcb_window_t active = XCB_WINDOW_NONE;
-    if (reply && xcb_get_property_value_length(reply.get()) >= static_cast<int>(sizeof(xcb_window_t)))
+    // Read whatever type a window manager gave it (some write CARDINAL), as long as it holds 32-bit items.
+    if (reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) >= static_cast<int>(sizeof(xcb_window_t)))
         active = *static_cast<xcb_window_t*>(xcb_get_property_value(reply.get()));
     if (active != active_) {
         active_ = active;
@@ -82,9 +83,9 @@ void X11FullScreenWatcher::check() {
     std::optional<QPoint> centre;
     if (active_ != XCB_WINDOW_NONE) {
         const auto state = own(xcb_get_property_reply(
-            connection_, xcb_get_property(connection_, 0, active_, stateAtom_, XCB_ATOM_ATOM, 0, 32), nullptr));
+            connection_, xcb_get_property(connection_, 0, active_, stateAtom_, XCB_GET_PROPERTY_TYPE_ANY, 0, 32), nullptr));
         bool fullScreen = false;
-        if (state) {
+        if (state && state->format == 32) {
             const auto* atoms = static_cast<xcb_atom_t*>(xcb_get_property_value(state.get()));
             const int count = xcb_get_property_value_length(state.get()) / static_cast<int>(sizeof(xcb_atom_t));
             for (int i = 0; i < count; ++i)

@@ -8,6 +8,7 @@
 
 #include <xcb/shape.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
@@ -73,7 +74,6 @@ X11IslandSurface::X11IslandSurface()
     setWindowTitle("vantaquill island");
     clock_.start();
     frameTimer_.setSingleShot(true);
-    frameTimer_.setInterval(frameInterval);
     connect(&frameTimer_, &QTimer::timeout, this, [this] { update(); });
     winId();
     announceToWindowManager();
@@ -143,13 +143,17 @@ void X11IslandSurface::setKeyboardInteractive(bool interactive) {
 }
 
 void X11IslandSurface::requestFrame() {
-    if (!frameTimer_.isActive())
-        frameTimer_.start();
+    if (frameTimer_.isActive())
+        return;
+    // The first frame after a rest is drawn at once; frames in a run keep the frame interval.
+    const auto sinceLastFrame = static_cast<int>((clock_.nsecsElapsed() - lastFrame_) / 1'000'000);
+    frameTimer_.start(std::clamp(frameInterval - sinceLastFrame, 0, frameInterval));
 }
 
 void X11IslandSurface::paintEvent(QPaintEvent*) {
+    lastFrame_ = clock_.nsecsElapsed();
     if (onFrame)
-        onFrame(static_cast<double>(clock_.nsecsElapsed()) / 1e9);
+        onFrame(static_cast<double>(lastFrame_) / 1e9);
     QPainter painter(this);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
     painter.fillRect(rect(), Qt::transparent);

@@ -47,6 +47,7 @@ private:
     bool translucent_ = false;
     QRegion inputRegion_;
     QElapsedTimer clock_;
+    qint64 lastFrame_ = 0; ///< nanoseconds on `clock_`
     QTimer frameTimer_;
 };
 

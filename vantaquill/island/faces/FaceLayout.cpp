@@ -23,7 +23,6 @@ constexpr double hudLabelShare = 0.32;
 constexpr double segmentGap = 2;
 constexpr double segmentHeight = 6;
 constexpr double trailingTextMaximum = 96;
-constexpr double headerGlyphSide = 20;
 constexpr double headerGap = 6;
 constexpr double contentBottomPadding = 16;
 
@@ -41,7 +40,8 @@ double rowGlyphWidth(const brind::ActivityGlyph& glyph, double side) {
     if (glyph.isNone())
         return 0;
     if (const auto* text = glyph.as<brind::ActivityGlyph::Text>())
-        return std::min(FaceFonts::semiboldWidth(text->text, FaceLayout::buttonFontSize) + 8, trailingTextMaximum);
+        return std::min(FaceFonts::semiboldWidth(text->text, FaceLayout::buttonFontSize) + 8,
+                        trailingTextMaximum);
     return side;
 }
 
@@ -66,15 +66,17 @@ double FaceLayout::glyphFontSize(const IslandScene& scene) {
 }
 
 QRectF FaceLayout::body(const IslandScene& scene) {
-    const double ear = std::clamp(scene.ear, 0.0, scene.outline.width() / 4);
+    // The outline cuts its ears the same way.
+    const double ear =
+        std::clamp(scene.ear, 0.0, std::min(scene.outline.width() / 4, scene.outline.height() / 2));
     return scene.outline.adjusted(ear, 0, -ear, 0);
 }
 
 QRectF FaceLayout::housing(const IslandScene& scene) {
     if (scene.floating)
         return {};
-    return {scene.outline.center().x() - scene.housing.width() / 2, scene.outline.top(), scene.housing.width(),
-            scene.housing.height()};
+    return {scene.outline.center().x() - scene.housing.width() / 2, scene.outline.top(),
+            scene.housing.width(), scene.housing.height()};
 }
 
 QRectF FaceLayout::belowHousing(const IslandScene& scene) {
@@ -126,8 +128,9 @@ std::optional<QRectF> FaceLayout::badge(const IslandScene& scene) {
     }
     if (room.width() < badgeMinimumWidth || room.height() < badgeHeight)
         return std::nullopt;
-    const double width = std::clamp(FaceFonts::semiboldWidth(badgeText(*scene.badge), badgeFontSize) + badgeTextPadding,
-                                    badgeMinimumWidth, room.width());
+    const double width =
+        std::clamp(FaceFonts::semiboldWidth(badgeText(*scene.badge), badgeFontSize) + badgeTextPadding,
+                   badgeMinimumWidth, room.width());
     return QRectF{room.center().x() - width / 2, room.center().y() - badgeHeight / 2, width, badgeHeight};
 }
 
@@ -145,18 +148,20 @@ FaceLayout::Alert FaceLayout::alert(const IslandScene& scene, const brind::LiveA
     QRectF row = content;
     if (showsButtons(alert)) {
         const double buttonsTop = content.bottom() - buttonBottomPadding - buttonHeight;
-        row = QRectF(content.left(), content.top(), content.width(), std::max(0.0, buttonsTop - content.top()));
+        row =
+            QRectF(content.left(), content.top(), content.width(), std::max(0.0, buttonsTop - content.top()));
         const auto count = static_cast<double>(alert.actions.size());
         const double width = std::max(0.0, (content.width() - buttonGap * (count - 1)) / count);
         for (std::size_t index = 0; index < alert.actions.size(); ++index)
-            layout.buttons.emplace_back(content.left() + static_cast<double>(index) * (width + buttonGap), buttonsTop,
-                                        width, buttonHeight);
+            layout.buttons.emplace_back(content.left() + static_cast<double>(index) * (width + buttonGap),
+                                        buttonsTop, width, buttonHeight);
     }
     const double centreY = row.center().y();
     const double leadingWidth = rowGlyphWidth(alert.leading, rowGlyphSide);
     const double trailingWidth = rowGlyphWidth(alert.trailing, rowGlyphSide);
     layout.leading = QRectF(row.left(), centreY - rowGlyphSide / 2, leadingWidth, rowGlyphSide);
-    layout.trailing = QRectF(row.right() - trailingWidth, centreY - rowGlyphSide / 2, trailingWidth, rowGlyphSide);
+    layout.trailing =
+        QRectF(row.right() - trailingWidth, centreY - rowGlyphSide / 2, trailingWidth, rowGlyphSide);
     const double textLeft = leadingWidth > 0 ? layout.leading.right() + rowGap : row.left();
     const double textRight = trailingWidth > 0 ? layout.trailing.left() - rowGap : row.right();
     const double textWidth = std::max(0.0, textRight - textLeft);
@@ -212,11 +217,10 @@ FaceLayout::Header FaceLayout::header(const IslandScene& scene) {
     const double leadingWidth = top ? rowGlyphWidth(top->leading, headerGlyphSide) : 0;
     const double trailingWidth = top ? rowGlyphWidth(top->trailing, headerGlyphSide) : 0;
     Header layout;
-    layout.leading = QRectF(left, centreY - headerGlyphSide / 2, std::min(leadingWidth, std::max(0.0, leftEnd - left)),
-                            headerGlyphSide);
-    layout.trailing =
-        QRectF(std::max(right - trailingWidth, rightStart), centreY - headerGlyphSide / 2,
-               std::min(trailingWidth, std::max(0.0, right - rightStart)), headerGlyphSide);
+    layout.leading = QRectF(left, centreY - headerGlyphSide / 2,
+                            std::min(leadingWidth, std::max(0.0, leftEnd - left)), headerGlyphSide);
+    layout.trailing = QRectF(std::max(right - trailingWidth, rightStart), centreY - headerGlyphSide / 2,
+                             std::min(trailingWidth, std::max(0.0, right - rightStart)), headerGlyphSide);
     const double titleLeft = leadingWidth > 0 ? layout.leading.right() + rowGap : left;
     const double titleRight =
         scene.floating && trailingWidth > 0 ? layout.trailing.left() - rowGap : std::min(leftEnd, right);
@@ -224,7 +228,8 @@ FaceLayout::Header FaceLayout::header(const IslandScene& scene) {
                           titleFontSize + 5);
     const double contentTop = band.bottom() + headerGap;
     const double available = std::max(0.0, whole.bottom() - contentBottomPadding - contentTop);
-    layout.content = QRectF(whole.left() + horizontalPadding, contentTop, std::max(0.0, whole.width() - 2 * horizontalPadding),
+    layout.content = QRectF(whole.left() + horizontalPadding, contentTop,
+                            std::max(0.0, whole.width() - 2 * horizontalPadding),
                             std::min(scene.contentHeight.value_or(available), available));
     return layout;
 }

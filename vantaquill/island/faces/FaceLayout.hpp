@@ -78,6 +78,7 @@ struct FaceLayout {
 
     /// Sizes shared with the painter.
     static constexpr double rowGlyphSide = 24;
+    static constexpr double headerGlyphSide = 20;
     static constexpr double buttonHeight = 28;
     static constexpr double buttonGap = 8;
     static constexpr double horizontalPadding = 16;

@@ -8,7 +8,6 @@
 #include <QFontMetricsF>
 #include <QHash>
 #include <QImage>
-#include <QPaintDevice>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -30,11 +29,6 @@ constexpr std::array<double, 4> visualiserPhases{0.0, 1.7, 3.1, 4.6};
 constexpr double imageCornerShare = 0.22;
 constexpr qsizetype imageCacheLimit = 64;
 
-int devicePixels(const QPainter& painter, double logical) {
-    const double scale = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
-    return std::max(1, static_cast<int>(std::lround(logical * scale)));
-}
-
 QRectF centredSquare(const QRectF& slot, double side) {
     const double fitted = std::min({side, slot.width(), slot.height()});
     return {slot.center().x() - fitted / 2, slot.center().y() - fitted / 2, fitted, fitted};
@@ -48,8 +42,8 @@ const QImage& decoded(const std::string& bytes) {
         return *found;
     if (cache.size() >= imageCacheLimit)
         cache.clear();
-    return *cache.insert(key, QImage::fromData(reinterpret_cast<const uchar*>(bytes.data()),
-                                               static_cast<int>(bytes.size())));
+    return *cache.insert(
+        key, QImage::fromData(reinterpret_cast<const uchar*>(bytes.data()), static_cast<int>(bytes.size())));
 }
 
 /// Application icons rasterised at the size they are drawn.
@@ -83,8 +77,9 @@ void paintImage(QPainter& painter, const QImage& image, const QRectF& square) {
     painter.restore();
 }
 
-/// The drawn stand-in for an application without an icon: a rounded tile.
-void paintMissingApp(QPainter& painter, const QRectF& square, const QColor& colour) {
+/// The drawn stand-in for an application without an icon or an image that does not decode: a
+/// rounded tile, so the slot is never blank.
+void paintPlaceholder(QPainter& painter, const QRectF& square, const QColor& colour) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     QColor fill = colour;
@@ -119,7 +114,8 @@ void paintSpinner(QPainter& painter, const QRectF& square, const QColor& colour,
     painter.setRenderHint(QPainter::Antialiasing);
     const double radius = square.width() / 2;
     const double width = std::max(1.5, square.width() * 0.11);
-    const int head = static_cast<int>(std::floor(time * spinnerTurnsPerSecond * spinnerSpokes)) % spinnerSpokes;
+    const int head =
+        static_cast<int>(std::floor(time * spinnerTurnsPerSecond * spinnerSpokes)) % spinnerSpokes;
     for (int spoke = 0; spoke < spinnerSpokes; ++spoke) {
         const int behind = ((head - spoke) % spinnerSpokes + spinnerSpokes) % spinnerSpokes;
         QColor shade = colour;
@@ -127,7 +123,8 @@ void paintSpinner(QPainter& painter, const QRectF& square, const QColor& colour,
         painter.setPen(QPen(shade, width, Qt::SolidLine, Qt::RoundCap));
         const double angle = spoke * 2 * std::numbers::pi / spinnerSpokes - std::numbers::pi / 2;
         const QPointF direction(std::cos(angle), std::sin(angle));
-        painter.drawLine(square.center() + direction * radius * 0.45, square.center() + direction * (radius - width / 2));
+        painter.drawLine(square.center() + direction * radius * 0.45,
+                         square.center() + direction * (radius - width / 2));
     }
     painter.restore();
 }
@@ -141,22 +138,24 @@ void paintVisualiser(QPainter& painter, const QRectF& square, const QColor& colo
     const double gap = square.width() * 0.1;
     const double width = (square.width() - gap * (count - 1)) / count;
     for (std::size_t bar = 0; bar < visualiserRates.size(); ++bar) {
-        const double level = 0.3 + 0.7 * std::abs(std::sin(time * visualiserRates[bar] + visualiserPhases[bar]));
+        const double level =
+            0.3 + 0.7 * std::abs(std::sin(time * visualiserRates[bar] + visualiserPhases[bar]));
         const double height = std::max(width, square.height() * 0.8 * level);
-        const QRectF rect(square.left() + static_cast<double>(bar) * (width + gap), square.center().y() - height / 2,
-                          width, height);
+        const QRectF rect(square.left() + static_cast<double>(bar) * (width + gap),
+                          square.center().y() - height / 2, width, height);
         painter.drawRoundedRect(rect, width / 2, width / 2);
     }
     painter.restore();
 }
 
-void paintText(QPainter& painter, const std::string& text, const QRectF& slot, const QColor& colour, double size) {
+void paintText(QPainter& painter, const std::string& text, const QRectF& slot, const QColor& colour,
+               double size) {
     painter.save();
     const QFont font = FaceFonts::semibold(size);
     painter.setFont(font);
     painter.setPen(colour);
-    const QString elided =
-        QFontMetricsF(font).elidedText(QString::fromStdString(text), Qt::ElideRight, std::max(0.0, slot.width()));
+    const QString elided = QFontMetricsF(font).elidedText(QString::fromStdString(text), Qt::ElideRight,
+                                                          std::max(0.0, slot.width()));
     painter.drawText(slot, Qt::AlignCenter | Qt::TextSingleLine, elided);
     painter.restore();
 }
@@ -172,57 +171,62 @@ bool GlyphPainter::animates(const brind::ActivityGlyph& glyph) {
     return glyph.as<brind::ActivityGlyph::Spinner>() || glyph.as<brind::ActivityGlyph::Visualiser>();
 }
 
-void GlyphPainter::paint(QPainter& painter, const brind::ActivityGlyph& glyph, const QRectF& slot, const Style& style) {
+void GlyphPainter::paint(QPainter& painter, const brind::ActivityGlyph& glyph, const QRectF& slot,
+                         const Style& style) {
     if (slot.isEmpty())
         return;
     const QRectF square = centredSquare(slot, style.side);
-    const auto tinted = [&](const std::optional<brind::RGBA>& tint) { return tint ? colour(*tint) : style.accent; };
-    std::visit(brind::Overloaded{
-                   [&](const brind::ActivityGlyph::Symbol& symbol) {
-                       SymbolIcons::paint(painter, symbol.name, square, tinted(symbol.tint));
-                   },
-                   [&](const brind::ActivityGlyph::Image& image) {
-                       const QImage& picture = decoded(image.bytes);
-                       if (picture.isNull())
-                           paintMissingApp(painter, square, style.accent);
-                       else
-                           paintImage(painter, picture, square);
-                   },
-                   [&](const brind::ActivityGlyph::AppIcon& app) {
-                       const QImage icon = appImage(app.bundleIdentifier, devicePixels(painter, square.width()));
-                       if (icon.isNull()) {
-                           paintMissingApp(painter, square, style.accent);
-                       } else {
-                           painter.save();
-                           painter.setRenderHint(QPainter::SmoothPixmapTransform);
-                           painter.drawImage(square, icon);
-                           painter.restore();
-                       }
-                   },
-                   [&](const brind::ActivityGlyph::Ring& ring) {
-                       paintRing(painter, ring.progress, centredSquare(slot, style.side * 0.9), tinted(ring.tint));
-                   },
-                   [&](const brind::ActivityGlyph::Text& text) {
-                       // A little inner room so the text never touches the outline's curve.
-                       paintText(painter, text.text, slot.adjusted(4, 0, -4, 0), tinted(text.tint), style.fontSize);
-                   },
-                   [&](const brind::ActivityGlyph::Visualiser&) {
-                       paintVisualiser(painter, centredSquare(slot, style.side * 0.9), style.accent, style.time);
-                   },
-                   [&](const brind::ActivityGlyph::Spinner&) {
-                       paintSpinner(painter, centredSquare(slot, style.side * 0.85), style.accent, style.time);
-                   },
-                   [&](const brind::ActivityGlyph::Dot& dot) {
-                       painter.save();
-                       painter.setRenderHint(QPainter::Antialiasing);
-                       painter.setPen(Qt::NoPen);
-                       painter.setBrush(colour(dot.colour));
-                       painter.drawEllipse(centredSquare(slot, std::max(6.0, style.side * 0.42)));
-                       painter.restore();
-                   },
-                   [](const brind::ActivityGlyph::None&) {},
-               },
-               glyph.value);
+    const auto tinted = [&](const std::optional<brind::RGBA>& tint) {
+        return tint ? colour(*tint) : style.accent;
+    };
+    std::visit(
+        brind::Overloaded{
+            [&](const brind::ActivityGlyph::Symbol& symbol) {
+                SymbolIcons::paint(painter, symbol.name, square, tinted(symbol.tint));
+            },
+            [&](const brind::ActivityGlyph::Image& image) {
+                const QImage& picture = decoded(image.bytes);
+                if (picture.isNull())
+                    paintPlaceholder(painter, square, style.accent);
+                else
+                    paintImage(painter, picture, square);
+            },
+            [&](const brind::ActivityGlyph::AppIcon& app) {
+                const QImage icon =
+                    appImage(app.bundleIdentifier, SymbolIcons::devicePixels(painter, square.width()));
+                if (icon.isNull()) {
+                    paintPlaceholder(painter, square, style.accent);
+                } else {
+                    painter.save();
+                    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+                    painter.drawImage(square, icon);
+                    painter.restore();
+                }
+            },
+            [&](const brind::ActivityGlyph::Ring& ring) {
+                paintRing(painter, ring.progress, centredSquare(slot, style.side * 0.9), tinted(ring.tint));
+            },
+            [&](const brind::ActivityGlyph::Text& text) {
+                // A little inner room so the text never touches the outline's curve.
+                paintText(painter, text.text, slot.adjusted(4, 0, -4, 0), tinted(text.tint), style.fontSize);
+            },
+            [&](const brind::ActivityGlyph::Visualiser&) {
+                paintVisualiser(painter, centredSquare(slot, style.side * 0.9), style.accent, style.time);
+            },
+            [&](const brind::ActivityGlyph::Spinner&) {
+                paintSpinner(painter, centredSquare(slot, style.side * 0.85), style.accent, style.time);
+            },
+            [&](const brind::ActivityGlyph::Dot& dot) {
+                painter.save();
+                painter.setRenderHint(QPainter::Antialiasing);
+                painter.setPen(Qt::NoPen);
+                painter.setBrush(colour(dot.colour));
+                painter.drawEllipse(centredSquare(slot, std::max(6.0, style.side * 0.42)));
+                painter.restore();
+            },
+            [](const brind::ActivityGlyph::None&) {},
+        },
+        glyph.value);
 }
 
 } // namespace vq

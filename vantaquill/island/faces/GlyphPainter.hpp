@@ -24,7 +24,8 @@ struct GlyphPainter {
         double time = 0;
     };
 
-    static void paint(QPainter& painter, const brind::ActivityGlyph& glyph, const QRectF& slot, const Style& style);
+    static void paint(QPainter& painter, const brind::ActivityGlyph& glyph, const QRectF& slot,
+                      const Style& style);
 
     /// True for the glyphs that move on their own (spinner, visualiser).
     static bool animates(const brind::ActivityGlyph& glyph);

@@ -77,7 +77,8 @@ IconTheme::Choice IconTheme::choose(const QString& qtTheme, const QStringList& q
 
 void IconTheme::ensure() {
     static const bool applied = [] {
-        const Choice choice = choose(QIcon::themeName(), QIcon::themeSearchPaths(), QProcessEnvironment::systemEnvironment());
+        const Choice choice =
+            choose(QIcon::themeName(), QIcon::themeSearchPaths(), QProcessEnvironment::systemEnvironment());
         if (choice.searchPaths != QIcon::themeSearchPaths())
             QIcon::setThemeSearchPaths(choice.searchPaths);
         if (choice.name != QIcon::themeName())

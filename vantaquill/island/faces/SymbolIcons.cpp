@@ -5,9 +5,9 @@
 #include <QHash>
 #include <QIcon>
 #include <QImage>
-#include <QPaintDevice>
 #include <QPainter>
 #include <QPainterPath>
+#include <QTransform>
 
 #include <array>
 #include <cmath>
@@ -223,12 +223,11 @@ QStringList SymbolIcons::themeNames(std::string_view symbol) {
     return {};
 }
 
-void SymbolIcons::paint(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour) {
+void SymbolIcons::paint(QPainter& painter, std::string_view symbol, const QRectF& square,
+                        const QColor& colour) {
     if (square.isEmpty())
         return;
-    const double scale = painter.device() ? painter.device()->devicePixelRatioF() : 1.0;
-    const int pixels = std::max(1, static_cast<int>(std::lround(square.width() * scale)));
-    const QImage& image = themeImage(symbol, pixels, colour);
+    const QImage& image = themeImage(symbol, devicePixels(painter, square.width()), colour);
     if (image.isNull()) {
         paintDrawn(painter, symbol, square, colour);
         return;
@@ -239,7 +238,15 @@ void SymbolIcons::paint(QPainter& painter, std::string_view symbol, const QRectF
     painter.restore();
 }
 
-void SymbolIcons::paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour) {
+int SymbolIcons::devicePixels(const QPainter& painter, double logical) {
+    // The combined transform holds the device's pixel ratio as well as the painter's own scale.
+    const QTransform transform = painter.combinedTransform();
+    const double scale = std::hypot(transform.m11(), transform.m12());
+    return std::max(1, static_cast<int>(std::lround(logical * scale)));
+}
+
+void SymbolIcons::paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square,
+                             const QColor& colour) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.translate(square.topLeft());

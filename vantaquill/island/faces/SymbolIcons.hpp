@@ -21,8 +21,13 @@ struct SymbolIcons {
     /// Paints `symbol` filling `square` in `colour`.
     static void paint(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour);
 
+    /// How many device pixels `logical` painter units cover, whether the surface set a pixel ratio
+    /// on its buffer or scaled the painter, so icons are rasterised sharp either way.
+    static int devicePixels(const QPainter& painter, double logical);
+
     /// Paints the drawn shape for `symbol` (what shows when the theme has none).
-    static void paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square, const QColor& colour);
+    static void paintDrawn(QPainter& painter, std::string_view symbol, const QRectF& square,
+                           const QColor& colour);
 };
 
 } // namespace vq

@@ -1,0 +1,179 @@
+#include "vantaquill/island/IslandController.hpp"
+
+#include "BrindKit/island/IslandLayout.hpp"
+#include "BrindKit/island/NotchMetrics.hpp"
+#include "vantaquill/island/IslandFaces.hpp"
+
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+
+namespace vq {
+namespace {
+
+using brind::IslandLayout;
+using brind::IslandState;
+using Pointer = IslandSurface::PointerEvent;
+
+constexpr double frameStep = 1.0 / 60;
+
+/// Records what the controller asks of its surface.
+class RecordingSurface final : public IslandSurface {
+public:
+    Kind kind() const override { return Kind::x11; }
+    void place(QScreen*, const QRect&) override {}
+    void setVisible(bool) override {}
+    void setInputRegion(const QRegion& region) override { input = region; }
+    void setKeyboardInteractive(bool interactive) override { keyboard = interactive; }
+    void requestFrame() override { framePending = true; }
+
+    QRegion input;
+    bool keyboard = false;
+    bool framePending = false;
+};
+
+class IslandControllerTest : public ::testing::Test {
+protected:
+    IslandControllerTest() { makeController({}); }
+
+    void makeController(IslandController::Settings settings) {
+        controller.reset();
+        controller = std::make_unique<IslandController>(center, scheduler, surface,
+                                                        [](std::string_view text, double) { return 7.0 * text.size(); },
+                                                        settings);
+        center.onChange = [this](LiveActivityCenter::Change) { controller->refresh(); };
+        controller->setLayout(input, QSizeF(window.width, window.height));
+    }
+
+    /// Runs frames until the controller stops asking for them; how many ran.
+    int settle(int limit = 600) {
+        int frames = 0;
+        while (surface.framePending && frames < limit) {
+            surface.framePending = false;
+            time += frameStep;
+            surface.onFrame(time);
+            ++frames;
+        }
+        return frames;
+    }
+
+    QPointF outlineCentre() const { return controller->scene().outline.center(); }
+
+    QRectF expectedRect(brind::SizeF size) const {
+        const auto rect = IslandLayout::islandRect(size, window, input);
+        return {rect.x, rect.y, rect.width, rect.height};
+    }
+
+    const IslandLayout::Input input{.metrics = brind::NotchMetrics::compute(1440, 0, std::nullopt, std::nullopt, 0),
+                                    .floating = true};
+    const brind::SizeF window = IslandLayout::window(input);
+    ManualScheduler scheduler;
+    LiveActivityCenter center{scheduler};
+    RecordingSurface surface;
+    std::unique_ptr<IslandController> controller;
+    double time = 0;
+};
+
+TEST_F(IslandControllerTest, HoverOpensAfterTheDelayAndLeavingClosesAfterTheCloseDelay) {
+    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton});
+    scheduler.advance(0.19);
+    EXPECT_EQ(controller->state(), IslandState::closed);
+    scheduler.advance(0.02);
+    EXPECT_EQ(controller->state(), IslandState::expanded);
+    EXPECT_FALSE(surface.keyboard) << "hovering took the keyboard from the window the user types in";
+    settle();
+
+    // Slipping off the edge for less than the close delay keeps it open.
+    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton});
+    scheduler.advance(0.2);
+    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton});
+    scheduler.advance(1);
+    EXPECT_EQ(controller->state(), IslandState::expanded);
+
+    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton});
+    scheduler.advance(IslandController::closeDelay - 0.01);
+    EXPECT_EQ(controller->state(), IslandState::expanded);
+    scheduler.advance(0.02);
+    EXPECT_EQ(controller->state(), IslandState::closed);
+}
+
+TEST_F(IslandControllerTest, ClickOpensWhenAllowedAndEscapeCloses) {
+    makeController({.hoverToOpen = false, .clickToOpen = false});
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    scheduler.advance(1);
+    EXPECT_EQ(controller->state(), IslandState::closed);
+
+    makeController({.hoverToOpen = false, .clickToOpen = true});
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    EXPECT_EQ(controller->state(), IslandState::expanded);
+    EXPECT_TRUE(surface.keyboard) << "a clicked-open island takes the keyboard for Escape";
+    controller->key({Qt::Key_Escape, Qt::NoModifier, {}});
+    EXPECT_EQ(controller->state(), IslandState::closed);
+    EXPECT_FALSE(surface.keyboard);
+}
+
+TEST_F(IslandControllerTest, PressOnAnAlertButtonPerformsItsAction) {
+    std::vector<std::pair<std::string, std::string>> pressed;
+    center.onAction = [&](const std::string& activity, const std::string& action) { pressed.emplace_back(activity, action); };
+    auto alert = brind::LiveActivity::make("deploy", "test", brind::ActivityPriority::critical, {}, {}, "Deploy?",
+                                           std::nullopt, std::nullopt, std::nullopt, std::nullopt,
+                                           {{"go", "Go", brind::ActivityAction::Role::primary, std::nullopt}}, true,
+                                           std::nullopt, true, {});
+    center.post(alert);
+    settle();
+    ASSERT_EQ(controller->state(), IslandState::peek);
+    EXPECT_EQ(controller->scene().outline, expectedRect(IslandLayout::alertPeek(alert, input)));
+
+    // Wherever the face draws the button, pressing it runs the action; pressing elsewhere does not.
+    std::optional<QPointF> button;
+    const QRectF outline = controller->scene().outline;
+    for (double y = outline.top(); y < outline.bottom() && !button; y += 2)
+        for (double x = outline.left(); x < outline.right() && !button; x += 2)
+            if (IslandFaces::actionAt(controller->scene(), {x, y}) == "go")
+                button = QPointF(x, y);
+    ASSERT_TRUE(button.has_value()) << "the alert face shows no button";
+    controller->pointer({Pointer::Type::press, *button, Qt::LeftButton});
+    ASSERT_EQ(pressed.size(), 1u);
+    EXPECT_EQ(pressed.front().first, "deploy");
+    EXPECT_EQ(pressed.front().second, "go");
+}
+
+TEST_F(IslandControllerTest, FramesRunOnlyUntilTheOutlineRestsAtTheLayoutsSize) {
+    settle();
+    center.post(brind::LiveActivity::make("timer", "test", brind::ActivityPriority::normal,
+                                          brind::ActivityGlyph::symbol("timer"), brind::ActivityGlyph::text("4:05"),
+                                          "Tea", std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, false,
+                                          std::nullopt, true, {}));
+    EXPECT_TRUE(surface.framePending);
+    const int frames = settle();
+    EXPECT_GT(frames, 5);
+    EXPECT_LT(frames, 600) << "the spring never came to rest";
+    EXPECT_FALSE(controller->isAnimating());
+    const auto [leading, trailing] = IslandLayout::compactWings(&center.activities().front(), input,
+                                                                [](std::string_view text, double) { return 7.0 * text.size(); });
+    EXPECT_EQ(controller->scene().outline, expectedRect(IslandLayout::compact(input, leading, trailing)));
+
+    // At rest, nothing that changes nothing asks for a frame.
+    controller->refresh();
+    controller->setLayout(input, QSizeF(window.width, window.height));
+    EXPECT_FALSE(surface.framePending);
+}
+
+TEST_F(IslandControllerTest, ReducedMotionEasesInAndOutOverItsDuration) {
+    makeController({.reduceMotion = true});
+    settle();
+    const QRectF closed = controller->scene().outline;
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    const QRectF open = expectedRect(IslandLayout::expandedForContent(input, std::nullopt));
+    // The first frame starts the clock; half the duration later the ease is halfway.
+    surface.framePending = false;
+    surface.onFrame(time);
+    surface.onFrame(time + brind::Motion::reducedMotionDuration / 2);
+    EXPECT_NEAR(controller->scene().outline.width(), (closed.width() + open.width()) / 2, 0.01);
+    surface.onFrame(time + brind::Motion::reducedMotionDuration);
+    EXPECT_FALSE(controller->isAnimating());
+    EXPECT_EQ(controller->scene().outline, open);
+}
+
+} // namespace
+} // namespace vq
