@@ -201,7 +201,7 @@ TEST(IslandFaces, HUDLightsTheSegmentsOfItsLevel) {
                 else
                     EXPECT_GT(qGray(centre), 20);
             }
-            EXPECT_EQ(litSegments, expected) << brind::HUDEvent::name(kind) << " " << value.value_or(-1);
+            EXPECT_EQ(litSegments, expected) << brind::name(kind) << " " << value.value_or(-1);
             EXPECT_GT(litPixels(image, layout.symbol), 20);
             EXPECT_GT(litPixels(image, layout.percent), 20);
         }

@@ -44,7 +44,7 @@ double Preferences::agentPruneInterval() const {
 
 Preferences::Island Preferences::island() const {
     Island island;
-    island.size = brind::IslandLayout::sizeNamed(text("island.size", "medium")).value_or(island.size);
+    island.size = brind::islandLayoutSizeNamed(text("island.size", "medium")).value_or(island.size);
     island.widthOffset = signedNumber("island.notchWidthOffset", island.widthOffset);
     island.heightOffset = signedNumber("island.notchHeightOffset", island.heightOffset);
     island.housing = text("island.housing", island.housing);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "BrindKit/island/ActivityGlyph.hpp"
-#include "BrindKit/island/RGBA.hpp"
+#include "BrindKit/foundation/RGBA.hpp"
 
 #include <QColor>
 #include <QRectF>
