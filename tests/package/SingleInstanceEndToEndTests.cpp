@@ -101,6 +101,26 @@ TEST_F(SingleInstance, SecondIslandSaysSoWhenTheFirstIsHung) {
     EXPECT_EQ(result.out.find("Listening"), std::string::npos) << "a hung first must not be joined by a second island";
 }
 
+TEST_F(SingleInstance, XdgOpenReachesTheRunningIsland) {
+    // Installed into the home's own ~/.local, as `make install` does for a user.
+    const auto prefix = home.path() / ".local";
+    const auto installed = run("/usr/bin/cmake", {"--install", BRIND_BUILD_DIR, "--prefix", prefix.string()}, home.environment());
+    ASSERT_EQ(installed.exitCode, 0) << installed.out << installed.err;
+    IslandProcess first(home);
+    ASSERT_NE(first.port(), 0);
+
+    auto environment = home.environment();
+    environment["PATH"] = (prefix / "bin").string() + ":" + environment["PATH"];
+    environment["XDG_DATA_DIRS"] = (prefix / "share").string();
+    // xdg-open looks for a desktop handler only inside a graphical session; nothing connects to it.
+    environment["DISPLAY"] = ":99";
+    const auto opened = run("/usr/bin/xdg-open", {"vantaquill://notify?title=Hi"}, environment);
+    EXPECT_EQ(opened.exitCode, 0) << opened.err;
+    const auto shown = first.waitForLine("activity shown id=url.notify");
+    ASSERT_TRUE(shown.has_value());
+    EXPECT_NE(shown->find("title=\"Hi\""), std::string::npos) << *shown;
+}
+
 TEST(SingleInstanceWithoutBus, EveryIslandRunsOnItsOwn) {
     TemporaryHome home;
     if (!islandTakesURLs(home))

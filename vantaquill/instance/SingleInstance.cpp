@@ -115,8 +115,21 @@ std::expected<SingleInstance::HandOff, std::string> SingleInstance::handOff(cons
     return std::unexpected("couldn't hand the URL to the running island: " + reply.errorMessage().toStdString());
 }
 
-std::optional<int> SingleInstance::handOffAtStart(const QString& url,
-                                                 const std::function<void(const std::string&)>& error) {
+std::optional<int> SingleInstance::start(const QString& url, std::function<void(const QString&)> onURL,
+                                         const std::function<void(const std::string&)>& error) {
+    const auto claimed = claim(std::move(onURL));
+    if (!claimed) {
+        // The island still works; only a second one cannot find it.
+        error(claimed.error());
+        return std::nullopt;
+    }
+    switch (*claimed) {
+    case Claim::claimed:
+    case Claim::noSessionBus:
+        return std::nullopt;
+    case Claim::taken:
+        break;
+    }
     const auto handed = handOff(url);
     if (!handed) {
         error(handed.error());
@@ -127,24 +140,10 @@ std::optional<int> SingleInstance::handOffAtStart(const QString& url,
         return exitHandedOff;
     case HandOff::noInstance:
     case HandOff::noSessionBus:
+        // The holder quit in between: run on our own rather than not at all.
         return std::nullopt;
     }
     std::unreachable();
-}
-
-std::optional<int> SingleInstance::claimAtStart(const QString& url, std::function<void(const QString&)> onURL,
-                                                const std::function<void(const std::string&)>& error) {
-    const auto claimed = claim(onURL);
-    // Without the name the island still works; only a second one cannot find it.
-    if (!claimed)
-        error(claimed.error());
-    if (claimed && *claimed == Claim::taken) {
-        if (const auto code = handOffAtStart(url, error))
-            return code;
-    }
-    if (!url.isEmpty())
-        onURL(url);
-    return std::nullopt;
 }
 
 std::expected<SingleInstance::Claim, std::string> SingleInstance::claim(std::function<void(const QString&)> onURL) {

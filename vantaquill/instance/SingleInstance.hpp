@@ -47,16 +47,13 @@ public:
     /// The name is held while this object lives.
     std::expected<Claim, std::string> claim(std::function<void(const QString& url)> onURL);
 
-    /// The start-up step before anything else is built: hands `url` to a running island. The exit
-    /// code when this process is done (0 handed over, 1 the running island is hung, after saying so
-    /// through `error`), or nothing to go on starting.
-    static std::optional<int> handOffAtStart(const QString& url, const std::function<void(const std::string&)>& error);
-
-    /// The start-up step once the island can carry out URLs: claims the name, then carries out this
-    /// process's own `url` (an empty one shows the island). Should another island have claimed the
-    /// name meanwhile, the URL goes to it instead and the exit code is returned as above.
-    std::optional<int> claimAtStart(const QString& url, std::function<void(const QString& url)> onURL,
-                                    const std::function<void(const std::string&)>& error);
+    /// The start-up step, before anything else is built: claims the name, or hands `url` to the
+    /// island that holds it. Returns the exit code when this process is done (0 handed over; 1 the
+    /// holder is hung, after saying so through `error`), or nothing to go on starting; this
+    /// process's own `url` is then its caller's to carry out. Claiming first leaves no moment in
+    /// which two islands both believe they are the first.
+    std::optional<int> start(const QString& url, std::function<void(const QString& url)> onURL,
+                             const std::function<void(const std::string&)>& error);
 
     /// What an empty URL stands for: show the island.
     static constexpr const char* showURL = "vantaquill://open";
