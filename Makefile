@@ -37,9 +37,10 @@ PREFIX ?= $(HOME)/.local
 install: build
 	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)
 
-# `make package` builds the Debian package (build/<preset>/vantaquill_<version>_<arch>.deb).
+# `make package` builds the Debian package (build/<preset>/vantaquill_<version>-1_<arch>.deb). The
+# files in it are dated by the last commit, so the same commit gives the same package bytes.
 package: build
-	@cd $(BUILD_DIR) && cpack -G DEB
+	@cd $(BUILD_DIR) && SOURCE_DATE_EPOCH=$$(git log -1 --format=%ct) cpack -G DEB
 
 clean:
 	@rm -rf build
