@@ -15,7 +15,8 @@ namespace vq {
 /// One island per session. The first `vantaquill-island` owns the well-known name
 /// `io.vantaquill.Island` on the session bus and serves one method, `Open(s url)`, on the object
 /// `/io/vantaquill/Island`; a later one calls it with its URL (empty without one: "show yourself")
-/// and exits. The name follows the project's reverse-DNS domain, vantaquill.io.
+/// and exits. D-Bus names are reverse-DNS; `io.vantaquill` is the project's own prefix, used by no
+/// other program, so the name cannot meet another application's.
 ///
 /// The bus is the one named by DBUS_SESSION_BUS_ADDRESS, else $XDG_RUNTIME_DIR/bus when that
 /// socket exists, and never one started on demand: without a session bus every island runs on its
