@@ -1,11 +1,11 @@
-# The two commands of the README: `make run` and `make test`.
+# The two commands of the README: `make run` and `make test` (and `make install`, `make package`).
 # Everything else lives in CMake; this file only chains setup, configure, build and run.
 
 JOBS ?= 2
 PRESET ?= default
 BUILD_DIR := build/$(PRESET)
 
-.PHONY: setup configure build test run bench fuzz clean
+.PHONY: setup configure build test run bench fuzz install package clean
 
 setup:
 	@./scripts/setup
@@ -29,6 +29,18 @@ fuzz:
 	@BRIND_FUZZ=1 ./scripts/setup
 	@cmake --preset fuzz >/dev/null
 	@cmake --build build/fuzz -j $(JOBS)
+
+# `make install` puts both programs, the desktop entry, icons, man pages, completions, the user unit
+# and the autostart entry under PREFIX (default ~/.local) and registers the vantaquill:// scheme.
+PREFIX ?= $(HOME)/.local
+
+install: build
+	@cmake --install $(BUILD_DIR) --prefix $(PREFIX)
+
+# `make package` builds the Debian package (build/<preset>/vantaquill_<version>-1_<arch>.deb). The
+# files in it are dated by the last commit, so the same commit gives the same package bytes.
+package: build
+	@cd $(BUILD_DIR) && SOURCE_DATE_EPOCH=$$(git log -1 --format=%ct) cpack -G DEB
 
 clean:
 	@rm -rf build

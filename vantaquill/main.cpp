@@ -11,6 +11,8 @@
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/SDKService.hpp"
 #include "vantaquill/ShelfStore.hpp"
+#include "vantaquill/instance/SingleInstance.hpp"
+#include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/island/IslandManager.hpp"
 #include "vantaquill/island/IslandSurfaceChoice.hpp"
@@ -28,6 +30,8 @@
 #include <QCoreApplication>
 #include <QProcess>
 
+#include <xcb/xcb.h>
+
 #include <clocale>
 #include <cstdio>
 #include <iostream>
@@ -40,7 +44,19 @@ constexpr int exitStartFailure = 1;
 
 struct Options {
     std::uint16_t port = brind::SDKBridge::defaultPort;
+    QString url;
 };
+
+// DISPLAY may name a server that is gone (a stale variable, a closed session); Qt would abort on it,
+// so the island asks the server itself before choosing X11.
+bool x11DisplayAnswers() {
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        return false;
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool answers = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return answers;
+}
 
 bool layerShellOffered() {
     return vq::LayerShellSurface::probe().offered;
@@ -78,7 +94,7 @@ std::expected<std::optional<vq::IslandSurfaceChoice>, std::string> chooseSurface
         return std::unexpected(request.error());
     const vq::IslandSurfaceChoice::Session session{
         .waylandDisplay = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"),
-        .x11Display = !qEnvironmentVariableIsEmpty("DISPLAY"),
+        .x11Display = x11DisplayAnswers(),
         .layerShellOffered = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") && layerShellOffered()};
     auto choice = vq::IslandSurfaceChoice::choose(*request, session);
     if (choice)
@@ -121,6 +137,7 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
     parser.addOption(headless);
     parser.addOption(port);
     parser.addOption(surface);
+    parser.addPositionalArgument("url", "A vantaquill:// URL to carry out; a running island is handed it.", "[url]");
     parser.process(app);
 
     bool ok = false;
@@ -131,6 +148,7 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
     }
     Options options;
     options.port = static_cast<std::uint16_t>(value);
+    options.url = parser.positionalArguments().value(0);
     return options;
 }
 
@@ -194,6 +212,12 @@ int main(int argc, char** argv) {
     const auto options = parseOptions(*app);
     if (!options)
         return exitStartFailure;
+    // One island per session; URLs handed over arrive through the event loop, once `openURL` is set.
+    std::function<void(const QString&)> openURL;
+    vq::SingleInstance instance;
+    if (const auto code = instance.start(options->url, [&openURL](const QString& url) { openURL(url); },
+                                         [](const std::string& why) { printError("vantaquill: " + why); }))
+        return *code;
 
     const auto dataFolder = brind::Paths::dataFolder();
     if (auto made = brind::AtomicFile::ensureFolder(dataFolder); !made) {
@@ -280,6 +304,18 @@ int main(int argc, char** argv) {
     }
     bridge.setPort(server.port());
     printLine("Listening on 127.0.0.1:" + std::to_string(server.port()));
+
+    vq::URLCommandRunner urls(auth, *service, [&display, &islands](const brind::SDKURLCommand& view) {
+        display.line(vq::URLCommandRunner::describeView(view));
+        if (islands)
+            islands->open();
+    });
+    openURL = [&](const QString& url) {
+        if (auto done = urls.run(url.toStdString(), scheduler.now()); !done)
+            printError("vantaquill: ignored " + url.toStdString() + ": " + done.error());
+    };
+    if (!options->url.isEmpty())
+        openURL(options->url);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });

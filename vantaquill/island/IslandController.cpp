@@ -222,6 +222,10 @@ void IslandController::setUserOpened(bool opened, Keyboard keyboard) {
     update();
 }
 
+void IslandController::open() {
+    setUserOpened(true, Keyboard::take);
+}
+
 void IslandController::pointer(const IslandSurface::PointerEvent& event) {
     using Type = IslandSurface::PointerEvent::Type;
     const bool inside = event.type != Type::leave && insideOutline(event.position);

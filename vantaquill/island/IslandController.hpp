@@ -51,6 +51,9 @@ public:
     /// Re-reads the activity centre after it published a change.
     void refresh();
 
+    /// Opens the island as a click would (a `vantaquill://open` link, the status menu), keyboard included.
+    void open();
+
     void pointer(const IslandSurface::PointerEvent& event);
     void key(const IslandSurface::KeyEvent& event);
     /// Advances the animation to `time` (seconds, monotonic) and asks for the next frame while moving.

@@ -116,6 +116,11 @@ void IslandManager::setReduceMotion(bool reduceMotion) {
         entry.controller->setReduceMotion(reduceMotion);
 }
 
+void IslandManager::open() {
+    if (!entries_.empty())
+        entries_.front().controller->open();
+}
+
 void IslandManager::setFullScreenWindow(std::optional<QPoint> centre) {
     fullScreenCentre_ = centre;
     for (auto& entry : entries_)

@@ -33,6 +33,8 @@ public:
     /// The activity centre published a change.
     void refresh();
     void setReduceMotion(bool reduceMotion);
+    /// Opens the first island (the primary screen's, unless the display mode chose others).
+    void open();
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
 

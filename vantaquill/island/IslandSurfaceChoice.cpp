@@ -28,7 +28,7 @@ std::expected<IslandSurfaceChoice, std::string> IslandSurfaceChoice::choose(Requ
     switch (request) {
     case Request::x11:
         if (!session.x11Display)
-            return std::unexpected("--surface x11 needs an X display, and DISPLAY is not set");
+            return std::unexpected("--surface x11 needs an X display, and none answers on DISPLAY");
         return IslandSurfaceChoice{IslandSurface::Kind::x11, "asked for with --surface x11"};
     case Request::layerShell:
         if (!session.waylandDisplay)
@@ -47,7 +47,7 @@ std::expected<IslandSurfaceChoice, std::string> IslandSurfaceChoice::choose(Requ
         if (session.waylandDisplay)
             return std::unexpected("the compositor offers no layer shell and there is no X display (DISPLAY) to "
                                    "fall back on");
-        return std::unexpected("neither WAYLAND_DISPLAY nor DISPLAY is set");
+        return std::unexpected("neither WAYLAND_DISPLAY is set nor an X server answers on DISPLAY");
     }
     std::unreachable();
 }

@@ -1,0 +1,184 @@
+#include "tests/e2e/E2EProcess.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace vq::packagetest {
+namespace {
+
+using e2e::run;
+
+const std::string buildFolder = BRIND_BUILD_DIR;
+
+std::vector<std::string> filesUnder(const std::filesystem::path& root) {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+        if (!entry.is_directory())
+            files.push_back(std::filesystem::relative(entry.path(), root).string());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::string contents(const std::filesystem::path& file) {
+    std::ifstream in(file);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+const std::vector<std::string> iconSizes = {"16", "24", "32", "48", "64", "128", "256", "512"};
+
+// What every install holds under its prefix, the unit and the autostart entry aside.
+std::vector<std::string> commonFiles(const std::string& share) {
+    std::vector<std::string> files = {
+        "bin/vantaquill",
+        "bin/vantaquill-island",
+        share + "/applications/vantaquill.desktop",
+        share + "/bash-completion/completions/vantaquill",
+        share + "/doc/vantaquill/changelog.Debian.gz",
+        share + "/doc/vantaquill/copyright",
+        share + "/fish/vendor_completions.d/vantaquill.fish",
+        share + "/icons/hicolor/scalable/apps/vantaquill.svg",
+        share + "/man/man1/vantaquill-island.1.gz",
+        share + "/man/man1/vantaquill.1.gz",
+        share + "/zsh/vendor-completions/_vantaquill",
+    };
+    for (const auto& size : iconSizes)
+        files.push_back(share + "/icons/hicolor/" + size + "x" + size + "/apps/vantaquill.png");
+    return files;
+}
+
+class UserInstall : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        folder = std::make_unique<brindtest::TemporaryFolder>("vantaquill-install");
+        const auto prefix = folder->path() / "prefix";
+        environment = {{"PATH", std::getenv("PATH")},
+                       {"HOME", folder->path().string()},
+                       {"XDG_DATA_HOME", (prefix / "share").string()},
+                       {"XDG_CONFIG_HOME", (folder->path() / "config").string()},
+                       {"XDG_DATA_DIRS", (prefix / "share").string()}};
+        installed = run("/usr/bin/cmake", {"--install", buildFolder, "--prefix", prefix.string()}, environment);
+    }
+    static void TearDownTestSuite() { folder.reset(); }
+
+    static std::filesystem::path prefix() { return folder->path() / "prefix"; }
+
+    static inline std::unique_ptr<brindtest::TemporaryFolder> folder;
+    static inline std::map<std::string, std::string> environment;
+    static inline e2e::CommandResult installed;
+};
+
+TEST_F(UserInstall, ListsExactlyTheExpectedFiles) {
+    ASSERT_EQ(installed.exitCode, 0) << installed.out << installed.err;
+    auto expected = commonFiles("share");
+    expected.push_back("etc/xdg/autostart/vantaquill.desktop");
+    // The user manager reads units from $XDG_DATA_HOME/systemd/user.
+    expected.push_back("share/systemd/user/vantaquill.service");
+    // update-desktop-database's index of the handlers in this applications folder.
+    expected.push_back("share/applications/mimeinfo.cache");
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(filesUnder(prefix()), expected);
+}
+
+TEST_F(UserInstall, RegistersTheURLScheme) {
+    ASSERT_EQ(installed.exitCode, 0);
+    const auto query = run("/usr/bin/xdg-mime", {"query", "default", "x-scheme-handler/vantaquill"}, environment);
+    EXPECT_EQ(query.out, "vantaquill.desktop\n") << query.err;
+    const auto validated = run("/usr/bin/desktop-file-validate",
+                               {(prefix() / "share/applications/vantaquill.desktop").string(),
+                                (prefix() / "etc/xdg/autostart/vantaquill.desktop").string()},
+                               environment);
+    EXPECT_EQ(validated.exitCode, 0) << validated.out;
+    EXPECT_NE(contents(prefix() / "share/applications/vantaquill.desktop").find("Exec=vantaquill-island %u\n"), std::string::npos);
+}
+
+TEST_F(UserInstall, UnitStartsTheInstalledIslandWithTheSession) {
+    ASSERT_EQ(installed.exitCode, 0);
+    const auto unit = contents(prefix() / "share/systemd/user/vantaquill.service");
+    EXPECT_NE(unit.find("ExecStart=" + (prefix() / "bin/vantaquill-island").string() + "\n"), std::string::npos) << unit;
+    EXPECT_NE(unit.find("PartOf=graphical-session.target\n"), std::string::npos);
+    EXPECT_NE(unit.find("WantedBy=graphical-session.target\n"), std::string::npos);
+}
+
+class DebianPackage : public ::testing::Test {
+protected:
+    void SetUp() override {
+        const auto built = run("/usr/bin/cpack", {"--config", buildFolder + "/CPackConfig.cmake", "-G", "DEB", "-B",
+                                                  (folder.path() / "out").string()},
+                               {{"PATH", std::getenv("PATH")}});
+        ASSERT_EQ(built.exitCode, 0) << built.out << built.err;
+        for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "out")) {
+            if (entry.path().extension() == ".deb")
+                package = entry.path();
+        }
+        ASSERT_FALSE(package.empty()) << built.out;
+    }
+
+    brindtest::TemporaryFolder folder{"vantaquill-deb"};
+    std::filesystem::path package;
+};
+
+TEST_F(DebianPackage, InstallsAndRemovesCleanlyInAFolderTree) {
+    const auto root = folder.path() / "root";
+    for (const char* sub : {"var/lib/dpkg/info", "var/lib/dpkg/updates", "var/lib/dpkg/triggers"})
+        std::filesystem::create_directories(root / sub);
+    std::ofstream(root / "var/lib/dpkg/status").close();
+    const std::map<std::string, std::string> environment = {{"PATH", std::getenv("PATH")}};
+    const auto dpkg = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"--root=" + root.string(), "--log=/dev/null"});
+        return run("/usr/bin/dpkg", arguments, environment);
+    };
+    const auto outsideDatabase = [&] {
+        std::vector<std::string> files;
+        for (const auto& file : filesUnder(root)) {
+            if (!file.starts_with("var/"))
+                files.push_back(file);
+        }
+        return files;
+    };
+
+    // The tree holds no libraries: the declared dependencies are checked by name below instead.
+    const auto installed = dpkg({"--force-depends", "-i", package.string()});
+    ASSERT_EQ(installed.exitCode, 0) << installed.out << installed.err;
+    auto expected = commonFiles("usr/share");
+    for (auto& file : expected) {
+        if (file.starts_with("bin/"))
+            file = "usr/" + file;
+    }
+    expected.push_back("etc/xdg/autostart/vantaquill.desktop");
+    expected.push_back("usr/lib/systemd/user/vantaquill.service");
+    expected.push_back("usr/share/lintian/overrides/vantaquill");
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(outsideDatabase(), expected);
+    EXPECT_NE(contents(root / "usr/lib/systemd/user/vantaquill.service").find("ExecStart=/usr/bin/vantaquill-island\n"),
+              std::string::npos);
+
+    const auto depends = run("/usr/bin/dpkg-deb", {"--field", package.string(), "Depends"}, environment);
+    for (const char* library : {"libc6", "libstdc++6", "libqt6core6", "libicu72", "libssl3", "liburiparser1"})
+        EXPECT_NE(depends.out.find(library), std::string::npos) << library << " in " << depends.out;
+
+    // Removing keeps the administrator's conffile; purging takes everything.
+    ASSERT_EQ(dpkg({"-r", "vantaquill"}).exitCode, 0);
+    EXPECT_EQ(outsideDatabase(), std::vector<std::string>{"etc/xdg/autostart/vantaquill.desktop"});
+    ASSERT_EQ(dpkg({"-P", "vantaquill"}).exitCode, 0);
+    EXPECT_TRUE(outsideDatabase().empty());
+}
+
+TEST_F(DebianPackage, LintianFindsNoErrorsOrWarnings) {
+    const auto lintian = run("/usr/bin/lintian", {"--no-tag-display-limit", package.string()},
+                             {{"PATH", std::getenv("PATH")}, {"HOME", folder.path().string()}});
+    std::stringstream lines(lintian.out);
+    std::string line;
+    while (std::getline(lines, line))
+        EXPECT_FALSE(line.starts_with("E:") || line.starts_with("W:")) << line;
+    EXPECT_NE(lintian.exitCode, 127) << "lintian is not installed";
+}
+
+} // namespace
+} // namespace vq::packagetest

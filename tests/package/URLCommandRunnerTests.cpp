@@ -1,0 +1,104 @@
+#include "vantaquill/instance/URLCommandRunner.hpp"
+
+#include <gtest/gtest.h>
+
+namespace vq {
+namespace {
+
+// Records what the running island was asked to do.
+class RecordingDelegate final : public brind::SDKBridgeDelegate {
+public:
+    void showActivity(brind::LiveActivity activity) override { shown.push_back(std::move(activity)); }
+    void endActivity(std::string id) override { ended.push_back(std::move(id)); }
+    void endActivities(std::string) override {}
+    void showHUD(brind::HUDEvent) override {}
+    void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t)> done) override {
+        shelved.push_back(paths);
+        done(paths.size());
+    }
+    void askConsent(std::string, std::string, std::vector<brind::SDKScope>, std::function<void(bool)> answer) override {
+        answer(false);
+    }
+    void agentEvent(brind::AgentHookEvent) override {}
+
+    std::vector<brind::LiveActivity> shown;
+    std::vector<std::string> ended;
+    std::vector<std::vector<std::string>> shelved;
+};
+
+class URLCommandRunnerTest : public ::testing::Test {
+protected:
+    const brind::Date now{1'800'000'000};
+    brind::SDKAuthorizer auth;
+    RecordingDelegate delegate;
+    std::vector<std::string> views;
+    URLCommandRunner runner{auth, delegate, [this](const brind::SDKURLCommand& view) {
+                                views.push_back(URLCommandRunner::describeView(view));
+                            }};
+    std::string lumetta = auth.issue("lumetta", "Lumetta", {brind::SDKScope::activities}, now);
+    std::string shelfOnly = auth.issue("dropper", "Dropper", {brind::SDKScope::shelf}, now);
+
+    bool nothingDone() const { return delegate.shown.empty() && delegate.ended.empty() && delegate.shelved.empty() && views.empty(); }
+};
+
+TEST_F(URLCommandRunnerTest, NotificationWithoutTokenIsShownUnderTheURLSource) {
+    ASSERT_TRUE(runner.run("vantaquill://notify?title=Hi&subtitle=there&symbol=star&progress=1.7", now));
+    ASSERT_EQ(delegate.shown.size(), 1u);
+    const auto& shown = delegate.shown.front();
+    EXPECT_EQ(shown.id, "url.notify");
+    EXPECT_EQ(shown.source, "url");
+    EXPECT_EQ(shown.title, "Hi");
+    EXPECT_EQ(shown.subtitle, "there");
+    EXPECT_EQ(shown.leading, brind::ActivityGlyph::symbol("star"));
+    EXPECT_EQ(shown.progress, 1.0);
+}
+
+TEST_F(URLCommandRunnerTest, NotificationWithTokenBelongsToItsClient) {
+    ASSERT_TRUE(runner.run("vantaquill://notify?title=Deployed&token=" + lumetta, now));
+    ASSERT_EQ(delegate.shown.size(), 1u);
+    EXPECT_EQ(delegate.shown.front().id, "sdk.lumetta.url");
+    EXPECT_EQ(delegate.shown.front().source, "sdk.lumetta");
+}
+
+TEST_F(URLCommandRunnerTest, EndAndShelfNeedTheirScope) {
+    ASSERT_TRUE(runner.run("vantaquill://end?id=build&token=" + lumetta, now));
+    EXPECT_EQ(delegate.ended, std::vector<std::string>{"sdk.lumetta.build"});
+    ASSERT_TRUE(runner.run("vantaquill://shelf/add?path=/tmp/a&path=/tmp/b&token=" + shelfOnly, now));
+    EXPECT_EQ(delegate.shelved, (std::vector<std::vector<std::string>>{{"/tmp/a", "/tmp/b"}}));
+
+    const auto endWithShelfToken = runner.run("vantaquill://end?id=build&token=" + shelfOnly, now);
+    ASSERT_FALSE(endWithShelfToken);
+    EXPECT_EQ(endWithShelfToken.error(), "the token's client may not use activities");
+    EXPECT_FALSE(runner.run("vantaquill://shelf/add?path=/tmp/a&token=" + lumetta, now));
+    EXPECT_EQ(delegate.ended.size(), 1u);
+    EXPECT_EQ(delegate.shelved.size(), 1u);
+}
+
+TEST_F(URLCommandRunnerTest, RefusalsChangeNothing) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"vantaquill://notify?title=Hi&token=vq_unknown", "the token belongs to no registered client"},
+        {"vantaquill://end?token=" + lumetta, "missing id"},
+        {"vantaquill://shelf/remove?path=/a&token=" + shelfOnly, "unknown command"},
+        {"https://example.org/notify?title=Hi", "not a vantaquill:// URL"},
+        // A URL has no working folder, so a relative path could name any file.
+        {"vantaquill://shelf/add?path=notes.txt&token=" + shelfOnly, "shelf paths must be absolute: notes.txt"},
+    };
+    for (const auto& [url, why] : cases) {
+        const auto result = runner.run(url, now);
+        ASSERT_FALSE(result) << url;
+        EXPECT_NE(result.error().find(why), std::string::npos) << url << ": " << result.error();
+    }
+    EXPECT_TRUE(nothingDone());
+}
+
+TEST_F(URLCommandRunnerTest, ViewsAreHandedToTheWindow) {
+    for (const char* url : {"vantaquill://open/shelf", "vantaquill://open", "vantaquill://settings?pane=agents",
+                            "VANTAQUILL://CLIPBOARD"})
+        EXPECT_TRUE(runner.run(url, now)) << url;
+    EXPECT_EQ(views, (std::vector<std::string>{"url open tab=\"shelf\"", "url open", "url settings pane=\"agents\"",
+                                               "url clipboard"}));
+    EXPECT_TRUE(delegate.shown.empty());
+}
+
+} // namespace
+} // namespace vq
