@@ -44,5 +44,6 @@ void addAgentCommand(CLI::App& app, CommandContext& context);
 void addStatusCommand(CLI::App& app, CommandContext& context);
 void addOpenCommand(CLI::App& app, CommandContext& context);
 void addHookCommand(CLI::App& app, CommandContext& context);
+void addHooksCommand(CLI::App& app, CommandContext& context);
 
 } // namespace vq

@@ -63,6 +63,10 @@ std::vector<std::pair<std::string, std::string>> headers() {
     if (session.empty())
         session = environment("TERM_SESSION_ID");
     add("x-vantaquill-term-session", session);
+    // The agent is the hook's parent; the island walks up from it to the terminal emulator.
+    add("x-vantaquill-pid", std::to_string(::getppid()));
+    add("x-vantaquill-kitty-window", environment("KITTY_WINDOW_ID"));
+    add("x-vantaquill-wezterm-pane", environment("WEZTERM_PANE"));
     return result;
 }
 

@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
     vq::addStatusCommand(app, context);
     vq::addOpenCommand(app, context);
     vq::addHookCommand(app, context);
+    vq::addHooksCommand(app, context);
 
     try {
         app.parse(argc, argv);
