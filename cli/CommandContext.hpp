@@ -45,5 +45,6 @@ void addStatusCommand(CLI::App& app, CommandContext& context);
 void addOpenCommand(CLI::App& app, CommandContext& context);
 void addHookCommand(CLI::App& app, CommandContext& context);
 void addHooksCommand(CLI::App& app, CommandContext& context);
+void addJumpCommand(CLI::App& app, CommandContext& context);
 
 } // namespace vq

@@ -19,11 +19,11 @@ struct AgentTerminalInfo {
     std::optional<std::string> sessionID;
     /// The agent's process id, from which the terminal emulator is found by walking up the process
     /// tree (header x-vantaquill-pid).
-    std::optional<std::string> processID;
+    std::optional<std::string> processID = std::nullopt;
     /// kitty's window id ($KITTY_WINDOW_ID, header x-vantaquill-kitty-window).
-    std::optional<std::string> kittyWindow;
+    std::optional<std::string> kittyWindow = std::nullopt;
     /// WezTerm's pane id ($WEZTERM_PANE, header x-vantaquill-wezterm-pane).
-    std::optional<std::string> weztermPane;
+    std::optional<std::string> weztermPane = std::nullopt;
 
     /// True when there is neither tty, pane nor session identifier (a socket alone says nothing
     /// about where to go).
