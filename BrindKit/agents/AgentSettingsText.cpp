@@ -162,14 +162,16 @@ std::string withoutMember(std::string_view text, const ObjectSpans& spans, std::
         return replaced(text, memberLineStart(text, member), memberLineStart(text, spans.members[index + 1]), "");
     if (index > 0)
         return replaced(text, spans.members[index - 1].valueEnd, member.valueEnd, "");
-    return replaced(text, spans.open + 1, member.valueEnd, "");
+    // The inverse of adding to an empty object: the line break written after the member goes too.
+    const bool lineBreak = member.valueEnd < text.size() && text[member.valueEnd] == '\n';
+    return replaced(text, spans.open + 1, member.valueEnd + (lineBreak ? 1 : 0), "");
 }
 
 std::string withNewMember(std::string_view text, const ObjectSpans& spans, std::string_view key,
                           const AgentJSON& value) {
     if (spans.members.empty()) {
         const std::string indent(defaultIndent, ' ');
-        return replaced(text, spans.open + 1, spans.close, "\n" + indent + memberText(key, value, indent) + "\n");
+        return replaced(text, spans.open + 1, spans.open + 1, "\n" + indent + memberText(key, value, indent) + "\n");
     }
     const MemberSpan& last = spans.members.back();
     std::string_view indent = lineIndent(text, last.keyStart);

@@ -44,7 +44,7 @@ TEST(AgentSettingsFile, RemembersAMissingFileAndRemovesItAgain) {
     brindtest::TemporaryFolder folder;
     const auto path = folder.path() / "new/hooks.json";
     EXPECT_EQ(AgentSettingsFile::edit(path, appending("{}")), AgentSettingsFile::Outcome::written);
-    EXPECT_EQ(AgentSettingsFile::original(path), std::optional(std::optional<std::string>()));
+    EXPECT_EQ(AgentSettingsFile::original(path), std::optional<std::optional<std::string>>(std::optional<std::string>()));
     const auto uninstall = [&](const std::optional<std::string>& current) {
         return AgentSettingsFile::uninstalled(current, AgentSettingsFile::original(path), appending("{}"),
                                               appending("unused"));
