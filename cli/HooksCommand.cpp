@@ -5,6 +5,7 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/Paths.hpp"
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <utility>
@@ -144,8 +145,27 @@ void printStatus(const std::vector<HookInstaller>& installers, bool asJSON) {
                        {"files", files},
                        {"notes", status.notes}});
     }
-    if (asJSON)
+    // Cursor can run Claude Code's hooks too ("third-party hooks"): with both installed, each
+    // Cursor event would reach the island twice.
+    const auto installedFor = [&](const std::string& agent) {
+        for (const brind::JSON& entry : all) {
+            if (entry["agent"] == agent)
+                return std::ranges::any_of(entry["files"], [](const brind::JSON& f) { return !f["events"].empty(); });
+        }
+        return false;
+    };
+    const std::string both = "Claude Code's and Cursor's hooks are both installed: if Cursor's third-party hooks "
+                             "setting is on, Cursor runs both and reports each event twice; turn that setting off.";
+    const bool twice = installedFor("claude-code") && installedFor("cursor");
+    if (asJSON) {
+        for (brind::JSON& entry : all) {
+            if (twice && entry["agent"] == "cursor")
+                entry["notes"].push_back(both);
+        }
         std::cout << brind::JSONText::pretty(all) << "\n";
+    } else if (twice) {
+        std::cout << "note: " << both << "\n";
+    }
 }
 
 } // namespace

@@ -97,12 +97,18 @@ std::expected<Outcome, std::string> edit(const fs::path& given, const Change& ch
 std::expected<std::optional<std::string>, std::string>
 uninstalled(const std::optional<std::string>& current, const std::optional<std::optional<std::string>>& original,
             const Change& install, const Change& remove) {
-    if (original) {
-        const auto reinstalled = install(*original);
-        if (reinstalled && *reinstalled == current)
-            return *original;
-    }
-    return remove(current);
+    auto removed = remove(current);
+    if (!removed || !original)
+        return removed;
+    // Compared without our entries, so that entries written with other options (an HTTP hook,
+    // another time-out, an older path) still count as "nothing else changed".
+    const auto reinstalled = install(*original);
+    if (!reinstalled)
+        return removed;
+    const auto expected = remove(*reinstalled);
+    if (expected && *expected == *removed)
+        return *original;
+    return removed;
 }
 
 } // namespace brind::AgentSettingsFile

@@ -43,8 +43,9 @@ std::optional<std::optional<std::string>> original(const std::filesystem::path& 
 /// Removes the backup and the marker (after an uninstall has given the file back).
 void forgetOriginal(const std::filesystem::path& path);
 
-/// The contents uninstalling should leave: the original bytes when `current` is exactly what
-/// installing into the original gave (so nothing else changed since), else `remove(current)`.
+/// The contents uninstalling should leave: the original bytes when `current` without our entries
+/// is what installing into the original gives without them (so nothing else changed since), else
+/// `remove(current)`.
 std::expected<std::optional<std::string>, std::string>
 uninstalled(const std::optional<std::string>& current, const std::optional<std::optional<std::string>>& original,
             const Change& install, const Change& remove);

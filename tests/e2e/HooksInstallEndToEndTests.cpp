@@ -261,3 +261,14 @@ TEST(TerminalJump, SelectsTheAgentsTmuxPane) {
     EXPECT_EQ(tmux({"display-message", "-p", "-t", "work", "#{window_index} #{pane_id}"}).out, "0 " + agentPane + "\n");
     tmux({"kill-server"});
 }
+
+// Entries written with other options (HTTP hooks, a longer time-out) still undo to the original.
+TEST(HooksInstall, UninstallGivesBackTheOriginalWhateverOptionsWereUsed) {
+    TemporaryHome home;
+    const std::string original = readFixture("hooks/claude-settings.json");
+    place(home.path() / ".claude/settings.json", original);
+    ASSERT_EQ(vantaquill(home, {"hooks", "install", "--agent", "claude-code", "--http", "--hold-seconds", "900"}).exitCode, 0);
+    ASSERT_EQ(vantaquill(home, {"hooks", "uninstall", "--agent", "claude-code"}).exitCode, 0);
+    EXPECT_EQ(contents(home.path() / ".claude/settings.json"), original);
+    EXPECT_FALSE(fs::exists(home.path() / ".claude/settings.json.vantaquill-backup"));
+}
