@@ -170,12 +170,13 @@ bool HookInstaller::found() const {
     std::unreachable();
 }
 
-std::expected<std::string, std::string> HookInstaller::edit(const fs::path& path, bool installing,
+std::expected<std::string, std::string> HookInstaller::edit(const fs::path& path, Direction direction,
                                                             const brind::AgentHookTarget& target,
                                                             const std::optional<AgentHookFile>& format) const {
     const Change install = format ? jsonInstall(*format, target) : tomlInstall(target.executable);
     const Change remove = format ? jsonRemove(*format) : tomlRemove();
     const auto original = brind::AgentSettingsFile::original(path);
+    const bool installing = direction == Direction::install;
     const Change change = installing ? install : [&](const std::optional<std::string>& current) {
         return brind::AgentSettingsFile::uninstalled(current, original, install, remove);
     };
@@ -192,19 +193,19 @@ std::expected<std::string, std::string> HookInstaller::edit(const fs::path& path
     std::unreachable();
 }
 
-std::expected<HookInstaller::Report, std::string> HookInstaller::install(const brind::AgentHookTarget& target) const {
+std::expected<HookInstaller::Report, std::string> HookInstaller::apply(Direction direction,
+                                                                       const brind::AgentHookTarget& target) const {
     Report report;
     brind::AgentHookTarget forAgent = target;
     if (agent_ != AgentKind::claudeCode)
         forAgent.httpPort.reset();
-    for (const JSONFile& file : jsonFiles()) {
-        auto line = edit(file.path, true, forAgent, file.format);
-        if (!line)
-            return std::unexpected(line.error());
-        report.push_back(*line);
-    }
-    if (const auto toml = tomlFile()) {
-        auto line = edit(*toml, true, forAgent, std::nullopt);
+    std::vector<std::pair<fs::path, std::optional<AgentHookFile>>> files;
+    for (const JSONFile& file : jsonFiles())
+        files.emplace_back(file.path, file.format);
+    if (const auto toml = tomlFile())
+        files.emplace_back(*toml, std::nullopt);
+    for (const auto& [path, format] : files) {
+        auto line = edit(path, direction, forAgent, format);
         if (!line)
             return std::unexpected(line.error());
         report.push_back(*line);
@@ -212,24 +213,12 @@ std::expected<HookInstaller::Report, std::string> HookInstaller::install(const b
     return report;
 }
 
+std::expected<HookInstaller::Report, std::string> HookInstaller::install(const brind::AgentHookTarget& target) const {
+    return apply(Direction::install, target);
+}
+
 std::expected<HookInstaller::Report, std::string> HookInstaller::uninstall(const brind::AgentHookTarget& target) const {
-    Report report;
-    brind::AgentHookTarget forAgent = target;
-    if (agent_ != AgentKind::claudeCode)
-        forAgent.httpPort.reset();
-    for (const JSONFile& file : jsonFiles()) {
-        auto line = edit(file.path, false, forAgent, file.format);
-        if (!line)
-            return std::unexpected(line.error());
-        report.push_back(*line);
-    }
-    if (const auto toml = tomlFile()) {
-        auto line = edit(*toml, false, forAgent, std::nullopt);
-        if (!line)
-            return std::unexpected(line.error());
-        report.push_back(*line);
-    }
-    return report;
+    return apply(Direction::uninstall, target);
 }
 
 HookInstaller::Status HookInstaller::status() const {

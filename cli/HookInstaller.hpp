@@ -51,6 +51,8 @@ public:
     Status status() const;
 
 private:
+    enum class Direction { install, uninstall };
+
     struct JSONFile {
         brind::AgentHookFile format;
         std::filesystem::path path;
@@ -59,7 +61,8 @@ private:
     std::vector<JSONFile> jsonFiles() const;
     std::optional<std::filesystem::path> tomlFile() const;
     std::filesystem::path folder() const;
-    std::expected<std::string, std::string> edit(const std::filesystem::path& path, bool installing,
+    std::expected<Report, std::string> apply(Direction direction, const brind::AgentHookTarget& target) const;
+    std::expected<std::string, std::string> edit(const std::filesystem::path& path, Direction direction,
                                                  const brind::AgentHookTarget& target,
                                                  const std::optional<brind::AgentHookFile>& format) const;
 

@@ -28,6 +28,10 @@ struct HooksOptions {
     bool json = false;
 };
 
+std::string unknownAgent(const std::string& name) {
+    return "unknown agent " + name + " (claude-code, codex, gemini, cursor or all)";
+}
+
 fs::path installedProgram() { return brind::Paths::home() / ".local/bin/vantaquill"; }
 
 std::string agentTitle(AgentKind kind) {
@@ -93,6 +97,14 @@ std::expected<std::string, std::string> installProgram() {
     if (!path || std::string(path).find(target.parent_path().string()) == std::string::npos)
         line += ". If your shell can't find it, add: export PATH=\"$HOME/.local/bin:$PATH\"";
     return line;
+}
+
+void report(const HookInstaller& installer, const std::expected<HookInstaller::Report, std::string>& lines,
+            CommandContext& context) {
+    if (!lines)
+        return context.fail(agentTitle(installer.agent()) + ": " + lines.error());
+    for (const auto& line : *lines)
+        std::cout << agentTitle(installer.agent()) << ": " << line << "\n";
 }
 
 void printStatus(const std::vector<HookInstaller>& installers, bool asJSON) {
@@ -200,7 +212,7 @@ void addHooksCommand(CLI::App& app, CommandContext& context) {
     install->callback([options, &context, target] {
         const auto installers = chosen(options->agent, true);
         if (!installers)
-            return context.fail("unknown agent " + options->agent + " (claude-code, codex, gemini, cursor or all)");
+            return context.fail(unknownAgent(options->agent));
         if (installers->empty())
             return context.fail("no coding agent found here; name one with --agent");
         const auto program = installProgram();
@@ -208,34 +220,20 @@ void addHooksCommand(CLI::App& app, CommandContext& context) {
             return context.fail("Couldn't install: " + program.error());
         if (!program->empty())
             std::cout << *program << "\n";
-        for (const HookInstaller& installer : *installers) {
-            const auto report = installer.install(target());
-            if (!report) {
-                context.fail(agentTitle(installer.agent()) + ": " + report.error());
-                continue;
-            }
-            for (const auto& line : *report)
-                std::cout << agentTitle(installer.agent()) << ": " << line << "\n";
-        }
+        for (const HookInstaller& installer : *installers)
+            report(installer, installer.install(target()), context);
     });
     uninstall->callback([options, &context, target] {
         const auto installers = chosen(options->agent, false);
         if (!installers)
-            return context.fail("unknown agent " + options->agent + " (claude-code, codex, gemini, cursor or all)");
-        for (const HookInstaller& installer : *installers) {
-            const auto report = installer.uninstall(target());
-            if (!report) {
-                context.fail(agentTitle(installer.agent()) + ": " + report.error());
-                continue;
-            }
-            for (const auto& line : *report)
-                std::cout << agentTitle(installer.agent()) << ": " << line << "\n";
-        }
+            return context.fail(unknownAgent(options->agent));
+        for (const HookInstaller& installer : *installers)
+            report(installer, installer.uninstall(target()), context);
     });
     status->callback([options, &context] {
         const auto installers = chosen(options->agent, false);
         if (!installers)
-            return context.fail("unknown agent " + options->agent + " (claude-code, codex, gemini, cursor or all)");
+            return context.fail(unknownAgent(options->agent));
         printStatus(*installers, options->json);
     });
 }
