@@ -70,12 +70,13 @@ Change jsonInstall(AgentHookFile format, brind::AgentHookTarget target) {
         auto root = parsedRoot(current.value_or(""));
         if (!root)
             return std::unexpected(root.error());
-        auto next = brind::AgentHookEntries::installed(*root, format, target);
+        // Cursor reads only files that say which version of its format they use.
+        AgentJSON versioned = *root;
+        if (format == AgentHookFile::cursorHooks && !versioned.get("version"))
+            versioned.set("version", AgentJSON::integer(1));
+        auto next = brind::AgentHookEntries::installed(versioned, format, target);
         if (!next)
             return std::unexpected(next.error() + "; the file was left alone");
-        // Cursor reads only files that say which version of its format they use.
-        if (format == AgentHookFile::cursorHooks && !next->get("version"))
-            next->set("version", AgentJSON::integer(1));
         if (!current)
             return next->serialized(2);
         return spliced(current, *root, *next);
@@ -271,6 +272,9 @@ HookInstaller::Status HookInstaller::status() const {
                 if (!theirs.empty())
                     result.notes.push_back("Codex's notify also runs your own program " + theirs.front() + ".");
             }
+            if (text->find("codex_hooks") == std::string::npos)
+                result.notes.push_back("Codex versions that gate hooks need \"codex_hooks = true\" under [features] in " +
+                                       toml->string() + " to run hooks.json (newer ones do not).");
             if (text->find("[[hooks.") != std::string::npos)
                 result.notes.push_back("config.toml has hooks of its own; Codex loads both them and hooks.json.");
         }
