@@ -34,27 +34,9 @@ std::string unknownAgent(const std::string& name) {
 
 fs::path installedProgram() { return brind::Paths::home() / ".local/bin/vantaquill"; }
 
-std::string agentTitle(AgentKind kind) {
-    switch (kind) {
-    case AgentKind::claudeCode: return "Claude Code";
-    case AgentKind::codex: return "Codex CLI";
-    case AgentKind::gemini: return "Gemini CLI";
-    case AgentKind::cursor: return "Cursor";
-    case AgentKind::generic: return "Agent";
-    }
-    std::unreachable();
-}
+std::string agentTitle(AgentKind kind) { return std::string(brind::displayName(kind)); }
 
-std::string agentArgument(AgentKind kind) {
-    switch (kind) {
-    case AgentKind::claudeCode: return "claude-code";
-    case AgentKind::codex: return "codex";
-    case AgentKind::gemini: return "gemini";
-    case AgentKind::cursor: return "cursor";
-    case AgentKind::generic: return "generic";
-    }
-    std::unreachable();
-}
+std::string agentArgument(AgentKind kind) { return std::string(brind::rawValue(kind)); }
 
 // The agents a command applies to: one named, or with "all" every agent that is used here.
 std::optional<std::vector<HookInstaller>> chosen(const std::string& name, bool onlyFound) {
