@@ -1,4 +1,5 @@
 #include "cli/CommandContext.hpp"
+#include "cli/ProcessTable.hpp"
 
 #include "BrindKit/agents/AgentLinuxTerminalJump.hpp"
 #include "BrindKit/agents/AgentTerminalInfo.hpp"
@@ -7,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <spawn.h>
 #include <sstream>
@@ -76,30 +76,14 @@ std::optional<std::string> run(const std::string& program, const std::vector<std
     return output;
 }
 
-// From /proc/N/stat: the command name (between the parentheses) and the parent's pid.
-std::optional<std::pair<std::string, int>> processEntry(int pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    const std::string stat((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    const std::size_t open = stat.find('(');
-    const std::size_t close = stat.rfind(')');
-    if (open == std::string::npos || close == std::string::npos || close < open)
-        return std::nullopt;
-    std::istringstream rest(stat.substr(close + 1));
-    std::string state;
-    int parent = 0;
-    if (!(rest >> state >> parent))
-        return std::nullopt;
-    return std::pair{stat.substr(open + 1, close - open - 1), parent};
-}
-
 std::vector<Jump::Process> ancestry(int pid) {
     std::vector<Jump::Process> result;
     for (int step = 0; pid > 1 && step < maxAncestry; ++step) {
-        const auto entry = processEntry(pid);
+        const auto entry = ProcessTable::entry(pid);
         if (!entry)
             break;
-        result.push_back({pid, entry->first});
-        pid = entry->second;
+        result.push_back({pid, entry->name});
+        pid = entry->parent;
     }
     return result;
 }
