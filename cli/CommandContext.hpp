@@ -45,5 +45,7 @@ void addStatusCommand(CLI::App& app, CommandContext& context);
 void addOpenCommand(CLI::App& app, CommandContext& context);
 void addHookCommand(CLI::App& app, CommandContext& context);
 void addDoctorCommand(CLI::App& app, CommandContext& context);
+void addHooksCommand(CLI::App& app, CommandContext& context);
+void addJumpCommand(CLI::App& app, CommandContext& context);
 
 } // namespace vq

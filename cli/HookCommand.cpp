@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <iostream>
+#include <spawn.h>
 #include <unistd.h>
 
 namespace vq {
@@ -20,7 +21,21 @@ namespace {
 struct HookOptions {
     std::string agent;
     std::string event;
+    /// Codex's notify: the user's own notify program (if any), then the payload Codex appends.
+    std::vector<std::string> arguments;
 };
+
+// Codex keeps only one notify program, so ours runs the user's with the same arguments. It is not
+// waited for: Codex does not wait for us either, and the island should hear of the turn at once.
+void runChained(const std::vector<std::string>& program) {
+    std::vector<char*> argv;
+    for (const std::string& argument : program)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    pid_t child = 0;
+    if (::posix_spawnp(&child, argv[0], nullptr, nullptr, argv.data(), environ) != 0)
+        std::cerr << "vantaquill: couldn't run " << program.front() << "\n";
+}
 
 // Straight from the descriptor: a payload may carry a whole tool output, and std::cin (kept in step
 // with stdio) would hand it over one byte at a time, on every tool use of the agent.
@@ -46,8 +61,18 @@ void addHookCommand(CLI::App& app, CommandContext& context) {
         "hook", "Forward a coding agent's hook payload (on stdin) to the island and print its answer");
     command->add_option("--agent", options->agent, "claude-code, codex, gemini or cursor")->required();
     command->add_option("--event", options->event, "The hook event name, when the payload lacks it");
+    command->add_option("arguments", options->arguments,
+                        "Codex notify: [-- your own notify program and its arguments] then the payload");
     command->callback([options, &context] {
-        const std::string payload = readStandardInput();
+        std::string payload;
+        if (options->arguments.empty()) {
+            payload = readStandardInput();
+        } else {
+            // The user's program (before the payload) gets the same arguments Codex gave us.
+            payload = options->arguments.back();
+            if (options->arguments.size() > 1)
+                runChained(options->arguments);
+        }
         const auto kind = brind::agentKindLoose(options->agent);
         // An agent must never be blocked or slowed by a missing island: whatever goes wrong, print
         // the answer that lets it carry on by itself and succeed.

@@ -1,7 +1,11 @@
 #include "cli/TerminalEnvironment.hpp"
 
+#include "cli/ProcessTable.hpp"
+
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <unistd.h>
 
@@ -24,6 +28,17 @@ std::string ttyFromStandardStreams() {
             return name;
     }
     return {};
+}
+
+// Agents run their hooks through a shell ("sh -c ..."), which is gone by the time the user asks to
+// jump; the agent itself stays, and the terminal is found by walking up from it.
+pid_t agentProcess() {
+    const pid_t parent = ::getppid();
+    const auto entry = ProcessTable::entry(parent);
+    constexpr std::string_view shells[] = {"sh", "dash", "bash", "zsh", "fish"};
+    if (entry && entry->parent > 1 && std::ranges::find(shells, entry->name) != std::end(shells))
+        return entry->parent;
+    return parent;
 }
 
 } // namespace
@@ -63,6 +78,9 @@ std::vector<std::pair<std::string, std::string>> headers() {
     if (session.empty())
         session = environment("TERM_SESSION_ID");
     add("x-vantaquill-term-session", session);
+    add("x-vantaquill-pid", std::to_string(agentProcess()));
+    add("x-vantaquill-kitty-window", environment("KITTY_WINDOW_ID"));
+    add("x-vantaquill-wezterm-pane", environment("WEZTERM_PANE"));
     return result;
 }
 

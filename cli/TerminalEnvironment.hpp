@@ -6,9 +6,10 @@
 
 namespace vq::TerminalEnvironment {
 
-/// The five terminal headers a hook call carries, filled from the environment the agent runs in:
-/// the terminal program, the controlling terminal (/dev/pts/N), the tmux socket and pane, and the
-/// terminal's own session identifier. Values that are unknown are left out.
+/// The terminal headers a hook call carries, filled from the environment the agent runs in: the
+/// terminal program, the controlling terminal (/dev/pts/N), the tmux socket and pane, the terminal's
+/// own session identifier, the agent's process id, and kitty's window and WezTerm's pane ids.
+/// Values that are unknown are left out.
 std::vector<std::pair<std::string, std::string>> headers();
 
 /// "/dev/pts/N" of the controlling terminal, or "" when the process has none. Agents run their hooks

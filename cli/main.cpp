@@ -22,6 +22,8 @@ int main(int argc, char** argv) {
     vq::addOpenCommand(app, context);
     vq::addHookCommand(app, context);
     vq::addDoctorCommand(app, context);
+    vq::addHooksCommand(app, context);
+    vq::addJumpCommand(app, context);
 
     try {
         app.parse(argc, argv);

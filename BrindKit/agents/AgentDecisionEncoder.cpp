@@ -2,6 +2,8 @@
 
 #include "BrindKit/foundation/ASCII.hpp"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace brind::AgentDecisionEncoder {
@@ -96,6 +98,24 @@ std::optional<std::string> cursor(const AgentDecision& decision, std::string_vie
     return std::nullopt;
 }
 
+// Codex's lifecycle hooks answer in Claude Code's shape; its notify program reads no answer at all.
+constexpr std::string_view codexHookEvents[] = {"SessionStart", "UserPromptSubmit", "PreToolUse",
+                                                "PostToolUse",  "PermissionRequest", "Stop"};
+
+std::optional<std::string> plain(const AgentDecision& decision);
+
+std::optional<std::string> codex(const AgentDecision& decision, std::string_view rawName) {
+    if (rawName == "PermissionRequest") {
+        // Codex's permission answer has no input rewriting: an answer to a question allows as asked.
+        if (std::holds_alternative<AgentDecision::AllowUpdating>(decision.value))
+            return claudePermissionRequest(AgentDecision::allow());
+        return claudePermissionRequest(decision);
+    }
+    if (std::ranges::find(codexHookEvents, rawName) != std::end(codexHookEvents))
+        return std::nullopt;
+    return plain(decision);
+}
+
 std::optional<std::string> plain(const AgentDecision& decision) {
     if (allows(decision))
         return written({{"decision", "allow"}});
@@ -113,10 +133,20 @@ std::optional<std::string> output(const AgentDecision& decision, const AgentHook
     case AgentKind::claudeCode: return claude(decision, event.rawName);
     case AgentKind::gemini: return gemini(decision, event.rawName);
     case AgentKind::cursor: return cursor(decision, event.rawName);
-    case AgentKind::codex:
+    case AgentKind::codex: return codex(decision, event.rawName);
     case AgentKind::generic: return plain(decision);
     }
     std::unreachable();
+}
+
+Meaningful meaningful(const AgentHookEvent& event) {
+    Meaningful result;
+    // Gemini CLI reads "allow" but still applies its own approval policy, so an allow from the
+    // island approves nothing; only a denial changes what it does.
+    result.allow = event.agent != AgentKind::gemini && output(AgentDecision::allow(), event).has_value();
+    result.deny = output(AgentDecision::deny(), event).has_value();
+    result.ask = output(AgentDecision::ask(), event).has_value();
+    return result;
 }
 
 std::string unreachableFallback(AgentKind agent, std::string_view eventName) {

@@ -21,6 +21,16 @@ inline constexpr std::string_view denyDefault = "Denied from the vantaquill isla
 /// The JSON to print, or nothing (the hook script then prints nothing and exits successfully).
 std::optional<std::string> output(const AgentDecision& decision, const AgentHookEvent& event);
 
+/// Which answers change what the agent does for an event. The island offers a button only for
+/// these: an answer that prints nothing, or that the agent ignores, would be a button with no effect.
+struct Meaningful {
+    bool allow = false;
+    bool deny = false;
+    bool ask = false;
+    friend bool operator==(const Meaningful&, const Meaningful&) = default;
+};
+Meaningful meaningful(const AgentHookEvent& event);
+
 /// What the hook script prints when the application cannot be reached: whatever lets the agent go
 /// on exactly as it would without us (empty for almost every event).
 std::string unreachableFallback(AgentKind agent, std::string_view eventName);

@@ -117,7 +117,7 @@ Kind claudeKind(std::string_view name, const AgentHookEvent& event) {
     return Kind::notification;
 }
 
-AgentHookEvent decodeClaude(const JSON& payload, AgentHookEvent event) {
+AgentHookEvent decodeClaude(const JSON& payload, AgentHookEvent event, std::string_view defaultSession = "default") {
     event.notificationType = string(payload, "notification_type");
     event.message = string(payload, "message");
     if (!event.message)
@@ -125,7 +125,7 @@ AgentHookEvent decodeClaude(const JSON& payload, AgentHookEvent event) {
     event.kind = claudeKind(event.rawName, event);
     if (auto tool = string(payload, "tool_name"))
         setTool(event, std::move(*tool), toolInput(payload));
-    event.sessionID = nonEmptyString(payload, "session_id").value_or("default");
+    event.sessionID = nonEmptyString(payload, "session_id").value_or(std::string(defaultSession));
     event.cwd = string(payload, "cwd");
     event.transcriptPath = string(payload, "transcript_path");
     event.prompt = string(payload, "prompt");
@@ -134,6 +134,9 @@ AgentHookEvent decodeClaude(const JSON& payload, AgentHookEvent event) {
 }
 
 AgentHookEvent decodeCodex(const JSON& payload, AgentHookEvent event) {
+    // Codex's lifecycle hooks (PermissionRequest, PreToolUse, ...) send Claude Code's payload shape.
+    if (JSONRead::string(payload, "hook_event_name"))
+        return decodeClaude(payload, std::move(event), "codex");
     if (event.rawName == "agent-turn-complete")
         event.kind = Kind::stop;
     else if (event.rawName == "approval-requested" || event.rawName == "exec-approval-request")

@@ -23,11 +23,13 @@ namespace AgentEventDecoder {
 std::expected<AgentHookEvent, AgentDecodeError> decode(AgentKind agent, std::optional<std::string_view> eventName,
                                                        std::string_view body, Date now);
 
-/// Only the agent's own name for the event, as `decode` sets `rawName`: the payload's name, else
-/// `eventName` (Codex: the payload's type, else "agent-turn-complete"; the generic form: the
-/// payload's name only). Cheap (no text processing), for callers that need nothing else, such as the
-/// hook forwarder choosing its fallback answer. Defined apart from `decode` so that using it does not
-/// link the decoder.
+/// The agent's own name for the event, by the one rule `decode` also names its events with: nothing
+/// unless the body is a JSON object; then the payload's `hook_event_name`, else `eventName` (Claude
+/// Code, Gemini CLI, Cursor); for Codex its lifecycle hook's `hook_event_name`, else its notify
+/// `type`, else "agent-turn-complete" (`eventName` unused: notify passes none); for the generic
+/// form the payload's `event` only. Cheap (no text processing), for callers that need nothing
+/// else, such as the hook forwarder choosing its fallback answer. Defined apart from `decode` so
+/// that using it does not link the decoder.
 std::optional<std::string> eventName(AgentKind agent, std::optional<std::string_view> eventName, std::string_view body);
 
 /// `eventName` for a payload already read; `decode` names its events with it.

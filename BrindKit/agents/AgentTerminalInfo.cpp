@@ -16,10 +16,13 @@ constexpr std::size_t maxSocketLength = 200;
 constexpr std::size_t minPaneLength = 2;
 constexpr std::size_t maxPaneLength = 8;
 constexpr std::size_t maxSessionIDLength = 80;
+constexpr std::size_t maxNumberLength = 10;
 
 } // namespace
 
-bool AgentTerminalInfo::isEmpty() const { return !tty && !tmuxPane && !sessionID; }
+bool AgentTerminalInfo::isEmpty() const {
+    return !tty && !tmuxPane && !sessionID && !processID && !kittyWindow && !weztermPane;
+}
 
 AgentTerminalInfo AgentTerminalInfo::merged(const std::optional<AgentTerminalInfo>& other) const {
     if (!other)
@@ -33,6 +36,12 @@ AgentTerminalInfo AgentTerminalInfo::merged(const std::optional<AgentTerminalInf
         result.tmuxPane = other->tmuxPane;
     if (other->sessionID)
         result.sessionID = other->sessionID;
+    if (other->processID)
+        result.processID = other->processID;
+    if (other->kittyWindow)
+        result.kittyWindow = other->kittyWindow;
+    if (other->weztermPane)
+        result.weztermPane = other->weztermPane;
     return result;
 }
 
@@ -46,6 +55,12 @@ JSON AgentTerminalInfo::toJSON() const {
         json["tmuxPane"] = *tmuxPane;
     if (sessionID)
         json["sessionID"] = *sessionID;
+    if (processID)
+        json["processID"] = *processID;
+    if (kittyWindow)
+        json["kittyWindow"] = *kittyWindow;
+    if (weztermPane)
+        json["weztermPane"] = *weztermPane;
     return json;
 }
 
@@ -59,6 +74,12 @@ AgentTerminalInfo AgentTerminalInfo::fromJSON(const JSON& json) {
         info.tmuxPane = validPane(*value);
     if (const auto value = JSONRead::string(json, "sessionID"))
         info.sessionID = validSessionID(*value);
+    if (const auto value = JSONRead::string(json, "processID"))
+        info.processID = validNumber(*value);
+    if (const auto value = JSONRead::string(json, "kittyWindow"))
+        info.kittyWindow = validNumber(*value);
+    if (const auto value = JSONRead::string(json, "weztermPane"))
+        info.weztermPane = validNumber(*value);
     return info;
 }
 
@@ -96,6 +117,13 @@ std::optional<std::string> AgentTerminalInfo::validPane(std::string_view text) {
     const std::string_view value = ASCII::trimmed(text);
     if (value.size() < minPaneLength || value.size() > maxPaneLength || value.front() != '%' ||
         !std::ranges::all_of(value.substr(1), ASCII::isDigit))
+        return std::nullopt;
+    return std::string(value);
+}
+
+std::optional<std::string> AgentTerminalInfo::validNumber(std::string_view text) {
+    const std::string_view value = ASCII::trimmed(text);
+    if (value.empty() || value.size() > maxNumberLength || !std::ranges::all_of(value, ASCII::isDigit))
         return std::nullopt;
     return std::string(value);
 }

@@ -17,6 +17,13 @@ struct AgentTerminalInfo {
     std::optional<std::string> tmuxSocket;
     std::optional<std::string> tmuxPane;
     std::optional<std::string> sessionID;
+    /// The agent's process id, from which the terminal emulator is found by walking up the process
+    /// tree (header x-vantaquill-pid).
+    std::optional<std::string> processID = std::nullopt;
+    /// kitty's window id ($KITTY_WINDOW_ID, header x-vantaquill-kitty-window).
+    std::optional<std::string> kittyWindow = std::nullopt;
+    /// WezTerm's pane id ($WEZTERM_PANE, header x-vantaquill-wezterm-pane).
+    std::optional<std::string> weztermPane = std::nullopt;
 
     /// True when there is neither tty, pane nor session identifier (a socket alone says nothing
     /// about where to go).
@@ -42,6 +49,8 @@ struct AgentTerminalInfo {
     static std::optional<std::string> validSocket(std::string_view text);
     /// A tmux pane identifier: "%" and 1 to 7 digits.
     static std::optional<std::string> validPane(std::string_view text);
+    /// A process, window or pane number: 1 to 10 ASCII digits.
+    static std::optional<std::string> validNumber(std::string_view text);
     /// A terminal session identifier: 1 to 80 ASCII letters, digits, ":" or "-".
     static std::optional<std::string> validSessionID(std::string_view text);
 

@@ -37,6 +37,12 @@ void readTerminal(const SDKHTTPRequest& request, AgentHookEvent& event) {
         info.tmuxPane = AgentTerminalInfo::validPane(*pane);
     if (const auto session = request.header("x-vantaquill-term-session"))
         info.sessionID = AgentTerminalInfo::validSessionID(*session);
+    if (const auto pid = request.header("x-vantaquill-pid"))
+        info.processID = AgentTerminalInfo::validNumber(*pid);
+    if (const auto window = request.header("x-vantaquill-kitty-window"))
+        info.kittyWindow = AgentTerminalInfo::validNumber(*window);
+    if (const auto pane = request.header("x-vantaquill-wezterm-pane"))
+        info.weztermPane = AgentTerminalInfo::validNumber(*pane);
     if (info != AgentTerminalInfo{})
         event.terminalInfo = info;
 }

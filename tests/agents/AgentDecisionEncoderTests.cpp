@@ -133,3 +133,41 @@ TEST(AgentDecision, ParsesLabelsIgnoringCase) {
     EXPECT_EQ(D::deny("x").label(), "deny");
     EXPECT_EQ(D::none().label(), "none");
 }
+
+// Codex's lifecycle hooks read Claude Code's permission answer; a plain {"decision": ...} printed to
+// them would be ignored or misread, so only PermissionRequest gets an answer there.
+TEST(AgentDecisionEncoder, AnswersCodexPermissionRequestsInTheirOwnShape) {
+    check({
+        {AgentKind::codex, "PermissionRequest", D::allow(), permissionRequest(R"({"behavior":"allow"})")},
+        {AgentKind::codex, "PermissionRequest", D::allowUpdating(answers), permissionRequest(R"({"behavior":"allow"})")},
+        {AgentKind::codex, "PermissionRequest", D::deny("no/publish"),
+         permissionRequest(R"({"behavior":"deny","message":"no/publish"})")},
+        {AgentKind::codex, "PermissionRequest", D::ask(), std::nullopt},
+        {AgentKind::codex, "PreToolUse", D::allow(), std::nullopt},
+        {AgentKind::codex, "Stop", D::deny(), std::nullopt},
+    });
+}
+
+TEST(AgentDecisionEncoder, OffersOnlyAnswersThatChangeWhatTheAgentDoes) {
+    struct Case {
+        AgentKind agent;
+        const char* rawName;
+        AgentDecisionEncoder::Meaningful meaningful;
+    };
+    const Case cases[] = {
+        {AgentKind::claudeCode, "PermissionRequest", {true, true, false}},
+        {AgentKind::claudeCode, "PreToolUse", {true, true, true}},
+        {AgentKind::codex, "PermissionRequest", {true, true, false}},
+        // Gemini applies its own policy after an "allow": only a denial has an effect.
+        {AgentKind::gemini, "BeforeTool", {false, true, false}},
+        {AgentKind::gemini, "AfterTool", {false, false, false}},
+        {AgentKind::cursor, "beforeShellExecution", {true, true, true}},
+        {AgentKind::cursor, "stop", {false, false, false}},
+    };
+    for (const Case& c : cases) {
+        AgentHookEvent event;
+        event.agent = c.agent;
+        event.rawName = c.rawName;
+        EXPECT_EQ(AgentDecisionEncoder::meaningful(event), c.meaningful) << c.rawName;
+    }
+}

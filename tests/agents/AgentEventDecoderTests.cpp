@@ -246,6 +246,11 @@ TEST(AgentEventDecoder, EventNameIsTheNameDecodeGives) {
         {AgentKind::codex, std::nullopt, R"({"type":"exec-approval-request"})", "exec-approval-request"},
         {AgentKind::generic, "stop", "{}", std::nullopt},
         {AgentKind::generic, "stop", R"({"event":"tool"})", "tool"},
+        // Not an object: no event for any agent, although Codex's notify has a default name.
+        {AgentKind::codex, std::nullopt, "not json", std::nullopt},
+        {AgentKind::codex, std::nullopt, R"(["agent-turn-complete"])", std::nullopt},
+        {AgentKind::generic, "stop", "[1]", std::nullopt},
+        {AgentKind::codex, "Stop", R"({"hook_event_name":"PermissionRequest","type":"x"})", "PermissionRequest"},
     };
     for (const Case& c : cases) {
         const auto result = AgentEventDecoder::decode(c.agent, c.given, c.body, now);
@@ -346,4 +351,20 @@ TEST(AgentHookEvent, NamesTheProjectAfterItsFolder) {
     EXPECT_FALSE(event.wantsDecision());
     event.kind = K::permissionRequest;
     EXPECT_TRUE(event.wantsDecision());
+}
+
+TEST(AgentEventDecoder, ReadsCodexPermissionRequestHooksAsPermissionRequests) {
+    const AgentHookEvent event = decoded(AgentKind::codex, payload("codex-permission-request.json"));
+    EXPECT_EQ(event.kind, K::permissionRequest);
+    EXPECT_TRUE(event.wantsDecision());
+    EXPECT_EQ(event.rawName, "PermissionRequest");
+    EXPECT_EQ(event.sessionID, "019a-codex");
+    EXPECT_EQ(event.cwd, lighthouse);
+    EXPECT_EQ(event.toolName, "shell");
+    EXPECT_EQ(event.toolSummary, "cargo publish --dry-run");
+    EXPECT_EQ(event.toolInputJSON, R"({"command":"cargo publish --dry-run"})");
+    EXPECT_EQ(event.model, "gpt-5-codex");
+    // A lifecycle payload without its session falls back to Codex's own default, not Claude's.
+    EXPECT_EQ(decoded(AgentKind::codex, R"({"hook_event_name":"Stop"})").sessionID, "codex");
+    EXPECT_EQ(decoded(AgentKind::codex, R"({"hook_event_name":"Stop"})").kind, K::stop);
 }

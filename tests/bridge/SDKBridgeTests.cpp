@@ -204,6 +204,8 @@ TEST_F(Bridge, HookCallsAnswerInTheAgentsOwnForm) {
         made.headers["x-vantaquill-hook"] = "hook-secret";
         made.headers["x-vantaquill-tty"] = "pts/3";
         made.headers["x-vantaquill-tmux-pane"] = "%12; rm -rf /";
+        made.headers["x-vantaquill-pid"] = " 4242 ";
+        made.headers["x-vantaquill-kitty-window"] = "7 && x";
         return call(std::move(made));
     };
     const auto quiet = hook("claude-code", R"({"hook_event_name":"PreToolUse","session_id":"s","tool_name":"Bash","tool_input":{"command":"ls"}})");
@@ -214,6 +216,8 @@ TEST_F(Bridge, HookCallsAnswerInTheAgentsOwnForm) {
     ASSERT_TRUE(delegate->agentEvents[0].terminalInfo);
     EXPECT_EQ(delegate->agentEvents[0].terminalInfo->tty, "/dev/pts/3");
     EXPECT_EQ(delegate->agentEvents[0].terminalInfo->tmuxPane, std::nullopt);
+    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->processID, "4242");
+    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->kittyWindow, std::nullopt);
 
     const auto prompt = hook("cursor", R"({"hook_event_name":"beforeSubmitPrompt","conversation_id":"c"})");
     EXPECT_EQ(prompt.body, R"({"continue":true})");

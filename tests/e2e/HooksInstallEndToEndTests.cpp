@@ -1,0 +1,274 @@
+#include "tests/e2e/E2EFixture.hpp"
+
+#include "BrindKit/foundation/JSON.hpp"
+
+#include <thread>
+#include <unistd.h>
+
+using namespace vq::e2e;
+namespace fs = std::filesystem;
+
+namespace {
+
+std::string contents(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+void place(const fs::path& path, const std::optional<std::string>& text) {
+    fs::create_directories(path.parent_path());
+    if (text)
+        std::ofstream(path, std::ios::binary) << *text;
+}
+
+// The four agents' files, relative to the home folder.
+const char* const agentFiles[] = {".claude/settings.json", ".gemini/settings.json", ".cursor/hooks.json",
+                                  ".codex/config.toml", ".codex/hooks.json"};
+
+using Snapshot = std::map<std::string, std::string>;
+
+// Every file under the home folder except the command we copy there, with its bytes.
+Snapshot snapshot(const fs::path& home) {
+    Snapshot result;
+    for (const auto& entry : fs::recursive_directory_iterator(home)) {
+        if (entry.is_regular_file() && entry.path().string().find("/.local/") == std::string::npos)
+            result[fs::relative(entry.path(), home).string()] = contents(entry.path());
+    }
+    return result;
+}
+
+CommandResult vantaquill(const TemporaryHome& home, const std::vector<std::string>& arguments,
+                         const std::map<std::string, std::string>& extra = {}, const std::string& input = {}) {
+    auto environment = home.environment();
+    for (const auto& [name, value] : extra)
+        environment[name] = value;
+    return run(builtProgram("vantaquill"), arguments, environment, input);
+}
+
+// The hook command written for an event, as the agent would run it.
+std::string commandFor(const fs::path& file, const std::string& event) {
+    const auto root = brind::JSONText::parse(contents(file));
+    EXPECT_TRUE(root.has_value()) << file;
+    const brind::JSON& entry = (*root)["hooks"][event].back();
+    if (entry.contains("command"))
+        return entry["command"].get<std::string>();
+    return entry["hooks"].back()["command"].get<std::string>();
+}
+
+} // namespace
+
+// Files as people have them (comments, unknown keys, other tools' hooks, odd whitespace, Unicode),
+// empty and missing: install, status, install again, uninstall gives back exactly what was there.
+TEST(HooksInstall, InstallThenUninstallGivesBackTheOriginalBytes) {
+    const std::vector<std::vector<std::optional<std::string>>> homes = {
+        {readFixture("hooks/claude-settings.json"), readFixture("hooks/gemini-settings.json"),
+         readFixture("hooks/cursor-hooks.json"), readFixture("hooks/codex-config.toml"), std::nullopt},
+        {"", "", "", "", ""},
+        {std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt},
+    };
+    for (const auto& files : homes) {
+        TemporaryHome home;
+        for (std::size_t index = 0; index < files.size(); ++index)
+            place(home.path() / agentFiles[index], files[index]);
+        const Snapshot before = snapshot(home.path());
+
+        const auto installed = vantaquill(home, {"hooks", "install"});
+        ASSERT_EQ(installed.exitCode, 0) << installed.err;
+        const Snapshot once = snapshot(home.path());
+        EXPECT_NE(once, before);
+        const std::string program = (home.path() / ".local/bin/vantaquill").string();
+        EXPECT_NE(contents(home.path() / ".claude/settings.json").find(program + " hook --agent claude-code"),
+                  std::string::npos);
+
+        const auto status = vantaquill(home, {"hooks", "status", "--json"});
+        ASSERT_EQ(status.exitCode, 0) << status.err;
+        const auto report = brind::JSONText::parse(status.out);
+        ASSERT_TRUE(report.has_value()) << status.out;
+        for (const brind::JSON& agent : *report) {
+            for (const brind::JSON& file : agent["files"]) {
+                EXPECT_EQ(file["events"].size(), file["eventCount"].get<std::size_t>()) << file.dump();
+                EXPECT_TRUE(file["pointsAtThisCommand"].get<bool>()) << file.dump();
+            }
+        }
+
+        ASSERT_EQ(vantaquill(home, {"hooks", "install"}).exitCode, 0);
+        EXPECT_EQ(snapshot(home.path()), once);
+
+        const auto removed = vantaquill(home, {"hooks", "uninstall"});
+        ASSERT_EQ(removed.exitCode, 0) << removed.err;
+        EXPECT_EQ(snapshot(home.path()), before);
+    }
+}
+
+// A change the user makes after installing survives the uninstall, and ours still goes.
+TEST(HooksInstall, UninstallKeepsChangesMadeSinceTheInstall) {
+    TemporaryHome home;
+    place(home.path() / ".claude/settings.json", readFixture("hooks/claude-settings.json"));
+    ASSERT_EQ(vantaquill(home, {"hooks", "install", "--agent", "claude"}).exitCode, 0);
+    std::string text = contents(home.path() / ".claude/settings.json");
+    text.replace(text.find("\"opus\""), 6, "\"sonnet\"");
+    place(home.path() / ".claude/settings.json", text);
+    ASSERT_EQ(vantaquill(home, {"hooks", "uninstall", "--agent", "claude-code"}).exitCode, 0);
+    const std::string after = contents(home.path() / ".claude/settings.json");
+    EXPECT_NE(after.find("\"sonnet\""), std::string::npos);
+    EXPECT_EQ(after.find("vantaquill"), std::string::npos) << after;
+    EXPECT_NE(after.find("say done"), std::string::npos);
+}
+
+TEST(HooksInstall, LeavesABrokenFileAloneAndSaysWhy) {
+    TemporaryHome home;
+    const std::string broken = readFixture("hooks/broken.json");
+    place(home.path() / ".claude/settings.json", broken);
+    const auto result = vantaquill(home, {"hooks", "install", "--agent", "claude-code"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.err.find("settings.json: it is not valid JSON"), std::string::npos) << result.err;
+    EXPECT_EQ(contents(home.path() / ".claude/settings.json"), broken);
+    EXPECT_FALSE(fs::exists(home.path() / ".claude/settings.json.vantaquill-backup"));
+    const auto status = vantaquill(home, {"hooks", "status", "--agent", "claude-code"});
+    EXPECT_NE(status.out.find("unreadable"), std::string::npos) << status.out;
+}
+
+namespace {
+
+// The island holds approvals for two seconds; a rule allows Claude Code's writes in one project.
+class InstalledHooks : public IslandTest {
+protected:
+    std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=2"}; }
+    std::vector<std::pair<std::string, std::string>> dataFiles() const override {
+        return {{"agent-rules.json",
+                 R"({"rules":[{"agent":"claude-code","project":"/home/ada/src/lighthouse","tool":"Write","createdAt":0}]})"}};
+    }
+
+    void SetUp() override {
+        IslandTest::SetUp();
+        for (const char* folder : {".claude", ".gemini", ".cursor", ".codex"})
+            fs::create_directories(home.path() / folder);
+        const auto installed = vantaquill(home, {"hooks", "install"});
+        ASSERT_EQ(installed.exitCode, 0) << installed.err;
+    }
+
+    // Runs an entry's command line through the shell, as the agents do, with the payload on stdin.
+    CommandResult runEntry(const std::string& commandLine, const std::string& payload) const {
+        auto environment = home.environment();
+        environment["VANTAQUILL_PORT"] = std::to_string(island->port());
+        return run("/bin/sh", {"-c", commandLine}, environment, payload);
+    }
+
+    std::string answerNextRequest(const std::string& decision) {
+        const auto waiting = island->waitForLine("approval waiting id=", std::chrono::seconds(5));
+        if (!waiting)
+            return {};
+        const auto at = waiting->find("id=") + 3;
+        island->sendInput("answer " + waiting->substr(at, waiting->find(' ', at) - at) + " " + decision + "\n");
+        return *waiting;
+    }
+};
+
+} // namespace
+
+TEST_F(InstalledHooks, EveryAgentsEntryReachesTheIsland) {
+    const auto claude = runEntry(commandFor(home.path() / ".claude/settings.json", "PermissionRequest"),
+                                 readFixture("agents/payloads/claude-permission-request.json"));
+    EXPECT_EQ(claude.out, R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})")
+        << claude.err;
+    const auto gemini = runEntry(commandFor(home.path() / ".gemini/settings.json", "BeforeTool"),
+                                 readFixture("agents/payloads/gemini-before-tool.json"));
+    EXPECT_EQ(gemini.exitCode, 0) << gemini.err;
+    EXPECT_TRUE(island->waitForLine("agent session key=gemini.c2b9e6f4"));
+    const auto cursor = runEntry(commandFor(home.path() / ".cursor/hooks.json", "beforeSubmitPrompt"),
+                                 R"({"conversation_id":"c1","hook_event_name":"beforeSubmitPrompt","prompt":"hi"})");
+    EXPECT_EQ(cursor.out, R"({"continue":true})") << cursor.err;
+
+    // Codex's notify passes the payload as the last argument, after the program written in config.toml.
+    const std::string toml = contents(home.path() / ".codex/config.toml");
+    const auto program = brind::JSONText::parse(toml.substr(toml.find('['), toml.find(']') - toml.find('[') + 1));
+    ASSERT_TRUE(program.has_value()) << toml;
+    std::vector<std::string> arguments = program->get<std::vector<std::string>>();
+    const std::string executable = arguments.front();
+    arguments.erase(arguments.begin());
+    arguments.push_back(readFixture("agents/payloads/codex-agent-turn-complete.json"));
+    auto environment = home.environment();
+    environment["VANTAQUILL_PORT"] = std::to_string(island->port());
+    EXPECT_EQ(run(executable, arguments, environment).exitCode, 0);
+    EXPECT_TRUE(island->waitForLine("agent session key=codex."));
+}
+
+TEST_F(InstalledHooks, CodexPermissionRequestIsAnsweredFromTheIsland) {
+    const std::string commandLine = commandFor(home.path() / ".codex/hooks.json", "PermissionRequest");
+    const std::string payload = readFixture("agents/payloads/codex-permission-request.json");
+    const std::pair<const char*, const char*> cases[] = {
+        {"allow", R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})"},
+        {"deny", R"({"hookSpecificOutput":{"decision":{"behavior":"deny","message":"Denied from the vantaquill island."},"hookEventName":"PermissionRequest"}})"},
+    };
+    for (const auto& [decision, expected] : cases) {
+        std::string waiting;
+        std::thread answerer([&, decision = decision] { waiting = answerNextRequest(decision); });
+        const auto result = runEntry(commandLine, payload);
+        answerer.join();
+        EXPECT_NE(waiting.find("agent=codex"), std::string::npos) << waiting;
+        EXPECT_EQ(result.out, expected) << decision << result.err;
+    }
+    // Nobody answers: Codex hears nothing and shows its own prompt.
+    const auto timedOut = runEntry(commandLine, payload);
+    EXPECT_EQ(timedOut.exitCode, 0);
+    EXPECT_EQ(timedOut.out, "");
+}
+
+TEST_F(InstalledHooks, ClaudeCodeHTTPEntryPostsStraightToTheIsland) {
+    const auto installed = command({"hooks", "install", "--agent", "claude-code", "--http"});
+    ASSERT_EQ(installed.exitCode, 0) << installed.err;
+    const auto root = brind::JSONText::parse(contents(home.path() / ".claude/settings.json"));
+    ASSERT_TRUE(root.has_value());
+    const brind::JSON& hook = (*root)["hooks"]["PermissionRequest"].back()["hooks"].back();
+    ASSERT_EQ(hook["type"], "http");
+    const std::string url = hook["url"].get<std::string>();
+    const std::string prefix = "http://127.0.0.1:" + std::to_string(island->port());
+    ASSERT_TRUE(url.starts_with(prefix)) << url;
+    EXPECT_EQ(hook["headers"]["x-vantaquill-hook"], "$VANTAQUILL_HOOK_TOKEN");
+    // Claude Code puts the variable's value in the header and posts the payload as JSON.
+    std::string token = contents(dataFolder() / "hook-token");
+    token.erase(token.find_last_not_of(" \n") + 1);
+    const auto reply = request("POST", url.substr(prefix.size()),
+                               "x-vantaquill-hook: " + token + "\r\nContent-Type: application/json\r\n",
+                               readFixture("agents/payloads/claude-permission-request.json"));
+    EXPECT_EQ(statusOf(reply), 200) << reply;
+    EXPECT_EQ(bodyOf(reply), R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})");
+    // Back to the command entries: the HTTP ones are recognised as ours and replaced in place.
+    ASSERT_EQ(command({"hooks", "install", "--agent", "claude-code"}).exitCode, 0);
+    EXPECT_EQ(contents(home.path() / ".claude/settings.json").find("\"http\""), std::string::npos);
+}
+
+TEST(TerminalJump, SelectsTheAgentsTmuxPane) {
+    if (::access("/usr/bin/tmux", X_OK) != 0)
+        GTEST_SKIP() << "tmux is not installed (scripts/setup installs it)";
+    TemporaryHome home;
+    const std::string socket = (home.path() / "tmux.sock").string();
+    auto environment = home.environment();
+    const auto tmux = [&](const std::vector<std::string>& arguments) {
+        std::vector<std::string> all = {"-S", socket, "-f", "/dev/null"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return run("/usr/bin/tmux", all, environment);
+    };
+    ASSERT_EQ(tmux({"new-session", "-d", "-s", "work", "-x", "80", "-y", "24"}).exitCode, 0);
+    const std::string agentPane = tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}).out.substr(0, 2);
+    ASSERT_EQ(tmux({"new-window", "-t", "work"}).exitCode, 0);
+    ASSERT_EQ(tmux({"split-window", "-t", "work"}).exitCode, 0);
+    EXPECT_NE(tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}).out.substr(0, 2), agentPane);
+
+    const auto jump = run(builtProgram("vantaquill"), {"jump", "--tmux-socket", socket, "--tmux-pane", agentPane},
+                          environment);
+    EXPECT_EQ(jump.exitCode, 0) << jump.err;
+    EXPECT_EQ(tmux({"display-message", "-p", "-t", "work", "#{window_index} #{pane_id}"}).out, "0 " + agentPane + "\n");
+    tmux({"kill-server"});
+}
+
+// Entries written with other options (HTTP hooks, a longer time-out) still undo to the original.
+TEST(HooksInstall, UninstallGivesBackTheOriginalWhateverOptionsWereUsed) {
+    TemporaryHome home;
+    const std::string original = readFixture("hooks/claude-settings.json");
+    place(home.path() / ".claude/settings.json", original);
+    ASSERT_EQ(vantaquill(home, {"hooks", "install", "--agent", "claude-code", "--http", "--hold-seconds", "900"}).exitCode, 0);
+    ASSERT_EQ(vantaquill(home, {"hooks", "uninstall", "--agent", "claude-code"}).exitCode, 0);
+    EXPECT_EQ(contents(home.path() / ".claude/settings.json"), original);
+    EXPECT_FALSE(fs::exists(home.path() / ".claude/settings.json.vantaquill-backup"));
+}
