@@ -287,7 +287,10 @@ int main(int argc, char** argv) {
     vq::AgentHub agents(scheduler, dataFolder, display, onMainThread, preferences.agentPruneInterval());
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
-    bridge.setConfig(preferences.bridgeConfig());
+    auto bridgeConfig = preferences.bridgeConfig();
+    bridgeConfig.surface = surface ? std::string(vq::IslandSurfaceChoice::name(surface->kind)) : "headless";
+    bridgeConfig.surfaceReason = surface ? surface->reason : "started with --headless, or no display to show a window on";
+    bridge.setConfig(bridgeConfig);
     auto service = std::make_shared<vq::SDKService>(onMainThread, center, shelf, scheduler, display,
                                                     [&agents](const brind::AgentHookEvent& event) { agents.apply(event); });
     bridge.setDelegate(service);

@@ -44,6 +44,10 @@ public:
         double consentTimeout = 120;       ///< seconds a consent prompt waits
         bool registrationsEnabled = true;  ///< new clients may register
         std::string version = "1.0";       ///< reported by GET /v1/status
+        /// How the island is shown ("x11", "layer-shell" or "headless") and why; GET /v1/status
+        /// reports them when the application has set them.
+        std::string surface;
+        std::string surfaceReason;
 
         friend bool operator==(const Config&, const Config&) = default;
     };

@@ -10,8 +10,10 @@ using namespace SDKBridgeRoute;
 
 SDKRouteResult SDKBridge::status() const {
     const Config current = config();
-    return respond(SDKHTTPResponse::json(
-        200, JSON{{"ok", true}, {"app", "vantaquill"}, {"version", current.version}, {"port", port()}}));
+    JSON body{{"ok", true}, {"app", "vantaquill"}, {"version", current.version}, {"port", port()}};
+    if (!current.surface.empty())
+        body["surface"] = JSON{{"kind", current.surface}, {"reason", current.surfaceReason}};
+    return respond(SDKHTTPResponse::json(200, body));
 }
 
 SDKBridge::Result SDKBridge::registerClient(const SDKHTTPRequest& request) {

@@ -91,6 +91,13 @@ TEST_F(Bridge, AnswersStatusAndUnknownPaths) {
     const auto status = call(request("GET", "/v1/status"));
     EXPECT_EQ(status.status, 200);
     EXPECT_EQ(status.body, R"({"app":"vantaquill","ok":true,"port":47829,"version":"1.0"})");
+    auto config = bridge.config();
+    config.surface = "x11";
+    config.surfaceReason = "an X11 session";
+    bridge.setConfig(config);
+    EXPECT_EQ(call(request("GET", "/v1/status")).body,
+              R"({"app":"vantaquill","ok":true,"port":47829,)"
+              R"("surface":{"kind":"x11","reason":"an X11 session"},"version":"1.0"})");
     for (const auto& [method, path] : std::vector<std::pair<std::string, std::string>>{
              {"GET", "/v2/status"}, {"POST", "/v1/status"}, {"GET", "/"}, {"GET", "/v1/activities/x/y"}}) {
         const auto reply = call(request(method, path));
