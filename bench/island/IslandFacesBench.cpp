@@ -72,7 +72,7 @@ void paintFrame(benchmark::State& state) {
     QImage image((surfaceSize * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(scale);
     image.fill(Qt::transparent);
-    const QPainterPath outline = outlinePath(base);
+    const QPainterPath outline = vq::IslandView::outlinePath(base);
     IslandScene scene = base;
     for (auto _ : state) {
         scene.time += 1.0 / 60;

@@ -7,6 +7,7 @@
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/IslandPath.hpp"
 #include "vantaquill/island/IslandFaces.hpp"
+#include "vantaquill/island/IslandView.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
 
 #include <QDir>
@@ -70,31 +71,6 @@ inline IslandScene settledScene(brind::IslandState state, const brind::IslandLay
     return scene;
 }
 
-inline QPainterPath outlinePath(const IslandScene& scene) {
-    const auto path = brind::IslandPath::make(
-        {scene.outline.x(), scene.outline.y(), scene.outline.width(), scene.outline.height()}, scene.ear,
-        scene.topRadius, scene.bottomRadius);
-    QPainterPath result;
-    for (const auto& element : path.elements) {
-        std::visit(
-            [&](const auto& step) {
-                using Step = std::decay_t<decltype(step)>;
-                if constexpr (std::is_same_v<Step, brind::IslandPath::MoveTo>)
-                    result.moveTo(step.to.x, step.to.y);
-                else if constexpr (std::is_same_v<Step, brind::IslandPath::LineTo>)
-                    result.lineTo(step.to.x, step.to.y);
-                else if constexpr (std::is_same_v<Step, brind::IslandPath::QuadTo>)
-                    result.quadTo(step.control.x, step.control.y, step.to.x, step.to.y);
-                else if constexpr (std::is_same_v<Step, brind::IslandPath::CubicTo>)
-                    result.cubicTo(step.control1.x, step.control1.y, step.control2.x, step.control2.y,
-                                   step.to.x, step.to.y);
-                else
-                    result.closeSubpath();
-            },
-            element);
-    }
-    return result;
-}
 
 /// Transparent surface, black outline, faces on top (unclipped). Set FACES_IMAGES to a folder to
 /// keep the images for a look.
@@ -104,7 +80,7 @@ inline QImage render(const IslandScene& scene, double scale = 1, const std::stri
     image.fill(Qt::transparent);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillPath(outlinePath(scene), Qt::black);
+    painter.fillPath(IslandView::outlinePath(scene), Qt::black);
     IslandFaces::paint(painter, scene);
     painter.end();
     if (const QString folder = qEnvironmentVariable("FACES_IMAGES"); !folder.isEmpty() && !name.empty()) {
@@ -144,7 +120,7 @@ inline int litPixels(const QImage& image, const QRectF& area) {
 /// leaves a faint pixel beside the sharp tip of an ear; anything fainter than this is not paint.
 inline constexpr int faintAlpha = 8;
 inline int paintedOutside(const QImage& image, const IslandScene& scene) {
-    const QPainterPath outline = outlinePath(scene);
+    const QPainterPath outline = IslandView::outlinePath(scene);
     QPainterPathStroker stroker;
     stroker.setWidth(3);
     const QPainterPath edge = stroker.createStroke(outline);

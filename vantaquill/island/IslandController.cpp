@@ -141,13 +141,17 @@ void IslandController::update() {
         if (resolved != previous)
             scene_.faceProgress = 0;
     }
+    showShape();
+    if (animation_ || scene_ != before)
+        surface_.requestFrame();
+}
+
+void IslandController::showShape() {
     scene_.outline = shape_.rect;
     scene_.ear = shape_.corners.ear;
     scene_.topRadius = shape_.corners.top;
     scene_.bottomRadius = shape_.corners.bottom;
     applyInputRegion();
-    if (animation_ || scene_ != before)
-        surface_.requestFrame();
 }
 
 void IslandController::frame(double time) {
@@ -185,11 +189,7 @@ void IslandController::frame(double time) {
             animation_.reset();
             scene_.faceProgress = 1;
         }
-        scene_.outline = shape_.rect;
-        scene_.ear = shape_.corners.ear;
-        scene_.topRadius = shape_.corners.top;
-        scene_.bottomRadius = shape_.corners.bottom;
-        applyInputRegion();
+        showShape();
     }
     if (animation_ || IslandFaces::animates(scene_))
         surface_.requestFrame();

@@ -83,6 +83,8 @@ private:
     brind::SizeF targetSize() const;
     enum class Keyboard { take, leave };
     void setUserOpened(bool opened, Keyboard keyboard);
+    /// Copies the current shape into the scene and the surface's input region.
+    void showShape();
     void applyInputRegion();
     void fillContent();
     bool insideOutline(QPointF position) const;
