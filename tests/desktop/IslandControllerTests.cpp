@@ -112,6 +112,22 @@ TEST_F(IslandControllerTest, ClickOpensWhenAllowedAndEscapeCloses) {
     EXPECT_FALSE(surface.keyboard);
 }
 
+TEST_F(IslandControllerTest, KeyboardGoingToAnotherWindowClosesOnlyAClickedOpenIsland) {
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    ASSERT_EQ(controller->state(), IslandState::expanded);
+    surface.onKeyboardLost();
+    EXPECT_EQ(controller->state(), IslandState::closed);
+    EXPECT_FALSE(surface.keyboard);
+
+    // A hovered-open island never held the keyboard, so another window's focus leaves it alone.
+    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton});
+    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton});
+    scheduler.advance(1);
+    ASSERT_EQ(controller->state(), IslandState::expanded);
+    surface.onKeyboardLost();
+    EXPECT_EQ(controller->state(), IslandState::expanded);
+}
+
 TEST_F(IslandControllerTest, PressOnAnAlertButtonPerformsItsAction) {
     std::vector<std::pair<std::string, std::string>> pressed;
     center.onAction = [&](const std::string& activity, const std::string& action) { pressed.emplace_back(activity, action); };

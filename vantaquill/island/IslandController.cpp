@@ -31,6 +31,7 @@ IslandController::IslandController(LiveActivityCenter& center, Scheduler& schedu
     surface_.paint = [this](QPainter& painter) { IslandView::paint(painter, scene_); };
     surface_.onPointer = [this](const IslandSurface::PointerEvent& event) { pointer(event); };
     surface_.onKey = [this](const IslandSurface::KeyEvent& event) { key(event); };
+    surface_.onKeyboardLost = [this] { keyboardLost(); };
 }
 
 IslandController::~IslandController() {
@@ -38,6 +39,7 @@ IslandController::~IslandController() {
     surface_.paint = nullptr;
     surface_.onPointer = nullptr;
     surface_.onKey = nullptr;
+    surface_.onKeyboardLost = nullptr;
 }
 
 void IslandController::setLayout(const brind::IslandLayout::Input& input, QSizeF window) {
@@ -269,6 +271,11 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
 
 void IslandController::key(const IslandSurface::KeyEvent& event) {
     if (event.key == Qt::Key_Escape && userOpened_)
+        setUserOpened(false, Keyboard::leave);
+}
+
+void IslandController::keyboardLost() {
+    if (userOpened_ && keyboard_)
         setUserOpened(false, Keyboard::leave);
 }
 

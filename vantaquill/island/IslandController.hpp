@@ -56,6 +56,8 @@ public:
 
     void pointer(const IslandSurface::PointerEvent& event);
     void key(const IslandSurface::KeyEvent& event);
+    /// A click or switch to another window took the keyboard: an island opened by a click closes.
+    void keyboardLost();
     /// Advances the animation to `time` (seconds, monotonic) and asks for the next frame while moving.
     void frame(double time);
 

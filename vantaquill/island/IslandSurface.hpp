@@ -59,6 +59,9 @@ public:
     std::function<void(QPainter& painter)> paint;
     std::function<void(const PointerEvent&)> onPointer;
     std::function<void(const KeyEvent&)> onKey;
+    /// The keyboard the surface asked for went elsewhere: the user clicked another window or
+    /// switched to one, which closes an island they had opened.
+    std::function<void()> onKeyboardLost;
 };
 
 } // namespace vq

@@ -136,6 +136,7 @@ void X11IslandSurface::setInputRegion(const QRegion& region) {
 }
 
 void X11IslandSurface::setKeyboardInteractive(bool interactive) {
+    keyboardInteractive_ = interactive;
     if (QWindow* window = windowHandle())
         window->setFlag(Qt::WindowDoesNotAcceptFocus, !interactive);
     if (interactive)
@@ -148,6 +149,12 @@ void X11IslandSurface::requestFrame() {
     // The first frame after a rest is drawn at once; frames in a run keep the frame interval.
     const auto sinceLastFrame = static_cast<int>((clock_.nsecsElapsed() - lastFrame_) / 1'000'000);
     frameTimer_.start(std::clamp(frameInterval - sinceLastFrame, 0, frameInterval));
+}
+
+void X11IslandSurface::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::ActivationChange && !isActiveWindow() && keyboardInteractive_ && onKeyboardLost)
+        onKeyboardLost();
 }
 
 void X11IslandSurface::paintEvent(QPaintEvent*) {

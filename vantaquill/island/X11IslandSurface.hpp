@@ -37,6 +37,7 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void changeEvent(QEvent* event) override;
 
 private:
     void announceToWindowManager();
@@ -45,6 +46,7 @@ private:
 
     xcb_connection_t* connection_ = nullptr;
     bool translucent_ = false;
+    bool keyboardInteractive_ = false;
     QRegion inputRegion_;
     QElapsedTimer clock_;
     qint64 lastFrame_ = 0; ///< nanoseconds on `clock_`

@@ -189,6 +189,7 @@ LayerShellSurface::~LayerShellSurface()
     paint = nullptr;
     onPointer = nullptr;
     onKey = nullptr;
+    onKeyboardLost = nullptr;
     m_context.reset();
     m_readNotifier.reset();
     m_writeNotifier.reset();
@@ -426,7 +427,11 @@ void LayerShellSurface::handleSeatCapabilities(std::uint32_t capabilities)
                 self->m_keyboardFocused = surface && surface == self->m_surface;
             },
             .leave = [](void* data, wl_keyboard*, std::uint32_t, wl_surface*) {
-                static_cast<LayerShellSurface*>(data)->m_keyboardFocused = false;
+                auto* self = static_cast<LayerShellSurface*>(data);
+                const bool lost = self->m_keyboardFocused && self->m_keyboardInteractive;
+                self->m_keyboardFocused = false;
+                if (lost && self->onKeyboardLost)
+                    self->onKeyboardLost();
             },
             .key = [](void* data, wl_keyboard*, std::uint32_t, std::uint32_t, std::uint32_t key, std::uint32_t state) {
                 static_cast<LayerShellSurface*>(data)->handleKey(key, state);
