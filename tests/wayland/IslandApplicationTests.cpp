@@ -1,6 +1,9 @@
 #include "tests/support/TemporaryFolder.hpp"
 #include "tests/wayland/SwaySession.hpp"
 
+#include "BrindKit/island/IslandLayout.hpp"
+#include "BrindKit/island/NotchMetrics.hpp"
+
 #include <QEventLoop>
 #include <QProcess>
 #include <QTimer>
@@ -11,6 +14,7 @@
 
 #include <arpa/inet.h>
 #include <chrono>
+#include <cmath>
 #include <fstream>
 #include <functional>
 #include <netinet/in.h>
@@ -233,6 +237,62 @@ TEST_P(IslandOnSway, ChoosesTheLayerShellAndSaysWhy)
     EXPECT_EQ(errors.count("island surface:"), 1) << errors.toStdString();
     EXPECT_TRUE(errors.contains("island surface: layer-shell (")) << errors.toStdString();
     EXPECT_FALSE(errors.contains("protocol error")) << errors.toStdString();
+}
+
+/// Where the layout puts an island of `size` on the test's output.
+QRect expectedOnOutput(const brind::IslandLayout::Input& input, brind::SizeF size)
+{
+    using brind::IslandLayout;
+    const auto window = IslandLayout::window(input);
+    const auto rect = IslandLayout::islandRect(size, window, input);
+    // The compositor centres the layer surface; the island is centred inside it.
+    const double left = (SwaySession::outputWidth - window.width) / 2 + rect.x;
+    return QRect(static_cast<int>(std::lround(left)), static_cast<int>(std::lround(rect.y)),
+                 static_cast<int>(std::lround(size.width)), static_cast<int>(std::lround(size.height)));
+}
+
+/// The layout's input for the housing the test declared ("WIDTHxHEIGHT", or none: a floating pill).
+brind::IslandLayout::Input layoutInput(const std::string& housing)
+{
+    const int width = SwaySession::outputWidth;
+    if (housing.empty()) {
+        const auto metrics = brind::NotchMetrics::compute(width, 0, std::nullopt, std::nullopt, 0);
+        return {.metrics = metrics, .floating = true};
+    }
+    const auto cross = housing.find('x');
+    const double housingWidth = std::stod(housing.substr(0, cross));
+    const double housingHeight = std::stod(housing.substr(cross + 1));
+    const auto metrics = brind::NotchMetrics::compute(width, housingHeight, (width - housingWidth) / 2,
+                                                      (width - housingWidth) / 2, 0);
+    return {.metrics = metrics, .floating = false};
+}
+
+TEST_P(IslandOnSway, OutlineFollowsTheLayoutClosedAndInTheHUDPeek)
+{
+    using brind::IslandLayout;
+    const auto input = layoutInput(GetParam());
+    const QRect closedExpected = expectedOnOutput(input, IslandLayout::closed(input));
+    const QRect closed = shapeWhen([&](QRect shape) { return sameShape(shape, closedExpected); });
+    EXPECT_TRUE(sameShape(closed, closedExpected)) << describe(closed) << " instead of " << describe(closedExpected);
+
+    // A flash lasts 1.6 s; flashing again keeps it up however slow the screenshots are.
+    const QRect hudExpected = expectedOnOutput(input, IslandLayout::peek(input));
+    const std::string body = R"({"kind":"volume","value":0.5,"muted":false})";
+    QRect hud;
+    waitUntil([&] {
+        const int descriptor = connectSDK();
+        if (descriptor >= 0) {
+            const std::string text = request("POST", "/v1/hud", body);
+            std::string reply;
+            if (::send(descriptor, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size()))
+                readUntil(descriptor, reply, "\r\n\r\n");
+            ::close(descriptor);
+        }
+        auto shot = sway->screenshot();
+        hud = shot ? islandShape(*shot) : QRect();
+        return sameShape(hud, hudExpected);
+    });
+    EXPECT_TRUE(sameShape(hud, hudExpected)) << describe(hud) << " instead of " << describe(hudExpected);
 }
 
 TEST_P(IslandOnSway, ShowsTheIslandAtTheTopCentreAndGrowsForAnActivityAndOnHover)
