@@ -14,6 +14,9 @@
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
+#include "vantaquill/clipboard/ClipboardPreferences.hpp"
+#include "vantaquill/clipboard/ClipboardStore.hpp"
+#include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
 #include "vantaquill/island/IslandManager.hpp"
 #include "vantaquill/island/IslandSurfaceChoice.hpp"
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
@@ -316,6 +319,19 @@ int main(int argc, char** argv) {
     };
     if (!options->url.isEmpty())
         openURL(options->url);
+
+    // The clipboard history: archived in the data folder, watched where the clipboard is X11's.
+    vq::ClipboardStore clipboard(brind::ClipArchive{brind::ClipArchive::defaultFolder()}, scheduler,
+                                 vq::ClipboardPreferences::read(brind::Paths::configFolder() / "vantaquill.conf"));
+    clipboard.onCapture = [&display](const brind::ClipItem& item) {
+        display.line("clipboard: " + std::string(brind::name(item.kind)) + " " + item.displayTitle());
+    };
+    clipboard.onSkip = [&display](brind::ClipSkipReason reason) {
+        display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
+                                                                : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
+    };
+    const auto clipboardWatcher =
+        vq::X11ClipboardWatcher::available() ? std::make_unique<vq::X11ClipboardWatcher>(clipboard) : nullptr;
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });
