@@ -16,6 +16,7 @@
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
 #include "vantaquill/clipboard/ClipboardStore.hpp"
+#include "vantaquill/clipboard/WaylandClipboardWatcher.hpp"
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
 #include "vantaquill/island/IslandManager.hpp"
 #include "vantaquill/island/IslandSurfaceChoice.hpp"
@@ -320,7 +321,8 @@ int main(int argc, char** argv) {
     if (!options->url.isEmpty())
         openURL(options->url);
 
-    // The clipboard history: archived in the data folder, watched where the clipboard is X11's.
+    // The clipboard history: archived in the data folder; watched through X11 where Qt's clipboard is
+    // X11's, else through the compositor's data control when there is a window.
     vq::ClipboardStore clipboard(brind::ClipArchive{brind::ClipArchive::defaultFolder()}, scheduler,
                                  vq::ClipboardPreferences::read(brind::Paths::configFolder() / "vantaquill.conf"));
     clipboard.onCapture = [&display](const brind::ClipItem& item) {
@@ -330,8 +332,16 @@ int main(int argc, char** argv) {
         display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
                                                                 : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
     };
-    const auto clipboardWatcher =
+    const auto x11Clipboard =
         vq::X11ClipboardWatcher::available() ? std::make_unique<vq::X11ClipboardWatcher>(clipboard) : nullptr;
+    std::unique_ptr<vq::WaylandClipboardWatcher> waylandClipboard;
+    if (surface && !x11Clipboard && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard);
+        if (watcher)
+            waylandClipboard = std::move(*watcher);
+        else
+            printError("vantaquill: the clipboard is not watched: " + watcher.error());
+    }
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });
