@@ -174,6 +174,13 @@ std::string_view imageMimeType(std::string_view sideFile) {
 
 } // namespace
 
+bool isRead(std::string_view mimeType) {
+    return std::ranges::find(utf8TextTypes, mimeType) != utf8TextTypes.end() || mimeType == latin1TextType ||
+           mimeType == htmlType || std::ranges::find(rtfTypes, mimeType) != rtfTypes.end() ||
+           mimeType == gnomeFilesType || mimeType == uriListType || mimeType == colourType ||
+           mimeType.starts_with("image/");
+}
+
 std::string coreType(std::string_view mimeType) {
     if (mimeType == ownMarkerMimeType)
         return std::string(brind::ClipPrivacy::ownMarkerType);
@@ -196,7 +203,7 @@ std::string coreType(std::string_view mimeType) {
     return std::string(mimeType);
 }
 
-brind::ClipSnapshot snapshot(const ClipFlavours& flavours) {
+brind::ClipSnapshot snapshot(const ClipFlavours& flavours, const std::vector<std::string>& offered) {
     brind::ClipSnapshot result;
     for (const ClipFlavour& flavour : flavours) {
         std::string type = coreType(flavour.mimeType);
@@ -204,6 +211,11 @@ brind::ClipSnapshot snapshot(const ClipFlavours& flavours) {
             result.types.push_back(std::move(type));
     }
     result.allTypes = result.types;
+    for (const std::string& mimeType : offered) {
+        std::string type = coreType(mimeType);
+        if (std::ranges::find(result.allTypes, type) == result.allTypes.end())
+            result.allTypes.push_back(std::move(type));
+    }
     result.string = plainText(flavours);
     if (const ClipFlavour* rtf = findAny(flavours, rtfTypes))
         result.rtf = rtf->data;
@@ -215,6 +227,17 @@ brind::ClipSnapshot snapshot(const ClipFlavours& flavours) {
         result.string = colourText(colour->data);
     readImage(flavours, result);
     return result;
+}
+
+std::optional<brind::ClipSnapshot> markedSnapshot(const std::vector<std::string>& offered) {
+    for (const std::string& type : offered) {
+        if (type == ownMarkerMimeType || type == passwordManagerHintType) {
+            brind::ClipSnapshot marked;
+            marked.types = marked.allTypes = {coreType(type)};
+            return marked;
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<ClipFlavours> flavours(const brind::ClipItem& item, const brind::ClipArchive& archive) {

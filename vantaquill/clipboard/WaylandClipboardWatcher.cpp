@@ -10,7 +10,6 @@
 #include <wayland-client.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -51,15 +50,6 @@ constexpr int readTimeoutMs = 5000;
 // Beyond the largest image the settings allow, the rest of a payload is not kept.
 constexpr std::size_t readLimit = 64 * 1024 * 1024;
 
-// Only the types the snapshot is built from are read: applications may offer dozens.
-bool worthReading(std::string_view type) {
-    constexpr std::array<std::string_view, 13> read{
-        "text/plain;charset=utf-8", "text/plain;charset=UTF-8", "UTF8_STRING", "text/plain", "TEXT", "STRING",
-        "text/html", "text/rtf", "application/rtf", "text/richtext", "x-special/gnome-copied-files",
-        "text/uri-list", "application/x-color"};
-    return std::ranges::find(read, type) != read.end() || type.starts_with("image/");
-}
-
 void destroyProxy(wl_proxy* proxy, std::uint32_t destroyOpcode) {
     if (proxy)
         wl_proxy_marshal_flags(proxy, destroyOpcode, nullptr, wl_proxy_get_version(proxy), WL_MARSHAL_FLAG_DESTROY);
@@ -88,6 +78,17 @@ struct WaylandClipboardWatcher::Connection {
         int fd = -1;
         std::string data;
         std::unique_ptr<QSocketNotifier> notifier;
+
+        Read() = default;
+        Read(const Read&) = delete;
+        Read& operator=(const Read&) = delete;
+        // A read ends inside its notifier's own signal, where the notifier may not be deleted yet.
+        ~Read() {
+            if (fd >= 0)
+                ::close(fd);
+            notifier->setEnabled(false);
+            notifier.release()->deleteLater();
+        }
     };
     std::vector<std::unique_ptr<Read>> reads;
     QTimer readTimer;
@@ -122,8 +123,6 @@ struct WaylandClipboardWatcher::Connection {
 
     void abandonReads() {
         readTimer.stop();
-        for (auto& read : reads)
-            ::close(read->fd);
         reads.clear();
     }
 
@@ -234,18 +233,13 @@ struct WaylandClipboardWatcher::Connection {
         if (!offer)
             return;
         const std::vector<std::string>& types = offers[offer];
-        // The privacy markers are looked at before any content is read: a secret's bytes are never
-        // fetched from its application.
-        for (const std::string& type : types) {
-            if (type == ClipFlavourMapping::ownMarkerMimeType || type == ClipFlavourMapping::passwordManagerHintType) {
-                brind::ClipSnapshot marked;
-                marked.types = marked.allTypes = {ClipFlavourMapping::coreType(type)};
-                store.capture(marked);
-                return;
-            }
+        // A secret's bytes are never fetched from its application.
+        if (const auto marked = ClipFlavourMapping::markedSnapshot(types)) {
+            store.capture(*marked);
+            return;
         }
         for (const std::string& type : types) {
-            if (!worthReading(type))
+            if (!ClipFlavourMapping::isRead(type))
                 continue;
             int pipe[2];
             if (::pipe2(pipe, O_CLOEXEC | O_NONBLOCK) != 0)
@@ -264,11 +258,7 @@ struct WaylandClipboardWatcher::Connection {
         flush();
         if (reads.empty()) {
             // Nothing the history can use, but a change all the same: the store says why it skips.
-            brind::ClipSnapshot snapshot;
-            for (const std::string& type : types)
-                snapshot.types.push_back(ClipFlavourMapping::coreType(type));
-            snapshot.allTypes = snapshot.types;
-            store.capture(snapshot);
+            store.capture(ClipFlavourMapping::snapshot({}, types));
             return;
         }
         readTimer.start(readTimeoutMs);
@@ -302,13 +292,7 @@ struct WaylandClipboardWatcher::Connection {
         for (auto& read : reads)
             flavours.push_back({read->type, std::move(read->data)});
         reads.clear();
-        // Types that were listed but not read still count for the privacy rules.
-        brind::ClipSnapshot snapshot = ClipFlavourMapping::snapshot(flavours);
-        for (const std::string& type : offers[selection]) {
-            std::string core = ClipFlavourMapping::coreType(type);
-            if (std::ranges::find(snapshot.allTypes, core) == snapshot.allTypes.end())
-                snapshot.allTypes.push_back(std::move(core));
-        }
+        const brind::ClipSnapshot snapshot = ClipFlavourMapping::snapshot(flavours, offers[selection]);
         store.capture(snapshot);
     }
 

@@ -25,24 +25,19 @@ void X11ClipboardWatcher::readClipboard() {
     const QMimeData* data = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
     if (!data)
         return;
+    std::vector<std::string> offered;
+    for (const QString& format : data->formats())
+        offered.push_back(format.toStdString());
+    if (const auto marked = ClipFlavourMapping::markedSnapshot(offered)) {
+        store.capture(*marked);
+        return;
+    }
     ClipFlavours flavours;
-    const QStringList formats = data->formats();
-    // The privacy markers are looked at before any content is fetched: a secret's bytes are never
-    // read out of the source application.
-    for (const QString& format : formats) {
-        const std::string type = format.toStdString();
-        if (type == ClipFlavourMapping::ownMarkerMimeType || type == ClipFlavourMapping::passwordManagerHintType) {
-            brind::ClipSnapshot marked;
-            marked.types = marked.allTypes = {ClipFlavourMapping::coreType(type)};
-            store.capture(marked);
-            return;
-        }
+    for (const std::string& type : offered) {
+        if (ClipFlavourMapping::isRead(type))
+            flavours.push_back({type, data->data(QString::fromStdString(type)).toStdString()});
     }
-    for (const QString& format : formats) {
-        const QByteArray bytes = data->data(format);
-        flavours.push_back({format.toStdString(), bytes.toStdString()});
-    }
-    brind::ClipSnapshot snapshot = ClipFlavourMapping::snapshot(flavours);
+    brind::ClipSnapshot snapshot = ClipFlavourMapping::snapshot(flavours, offered);
     auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     if (const auto window = x11 ? X11ActiveWindow::read(x11->connection()) : std::nullopt) {
         snapshot.sourceBundleID = window->applicationID();
