@@ -14,6 +14,10 @@
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
+#include "vantaquill/clipboard/ClipboardPreferences.hpp"
+#include "vantaquill/clipboard/ClipboardStore.hpp"
+#include "vantaquill/clipboard/WaylandClipboardWatcher.hpp"
+#include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
 #include "vantaquill/island/IslandManager.hpp"
 #include "vantaquill/island/IslandSurfaceChoice.hpp"
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
@@ -319,6 +323,28 @@ int main(int argc, char** argv) {
     };
     if (!options->url.isEmpty())
         openURL(options->url);
+
+    // The clipboard history: archived in the data folder; watched through X11 where Qt's clipboard is
+    // X11's, else through the compositor's data control when there is a window.
+    vq::ClipboardStore clipboard(brind::ClipArchive{brind::ClipArchive::defaultFolder()}, scheduler,
+                                 vq::ClipboardPreferences::read(brind::Paths::configFolder() / "vantaquill.conf"));
+    clipboard.onCapture = [&display](const brind::ClipItem& item) {
+        display.line("clipboard: " + std::string(brind::name(item.kind)) + " " + item.displayTitle());
+    };
+    clipboard.onSkip = [&display](brind::ClipSkipReason reason) {
+        display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
+                                                                : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
+    };
+    const auto x11Clipboard =
+        vq::X11ClipboardWatcher::available() ? std::make_unique<vq::X11ClipboardWatcher>(clipboard) : nullptr;
+    std::unique_ptr<vq::WaylandClipboardWatcher> waylandClipboard;
+    if (surface && !x11Clipboard && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard);
+        if (watcher)
+            waylandClipboard = std::move(*watcher);
+        else
+            printError("vantaquill: the clipboard is not watched: " + watcher.error());
+    }
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });

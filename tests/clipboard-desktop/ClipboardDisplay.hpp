@@ -1,0 +1,17 @@
+#pragma once
+
+#include "tests/desktop/VirtualDisplay.hpp"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace vq::clipboardtest {
+
+/// The suite's one X server, started on first use; null when Xvfb or xclip is missing.
+const std::unique_ptr<desktop::VirtualDisplay>& display();
+
+/// Runs the Qt event loop until `condition` holds or `timeout` passes; whether it held.
+bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout = std::chrono::seconds(15));
+
+} // namespace vq::clipboardtest

@@ -1,0 +1,40 @@
+#include "vantaquill/clipboard/ClipboardPreferences.hpp"
+
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+namespace vq {
+namespace {
+
+TEST(ClipboardPreferencesTests, ReadsTheClipboardKeysAndKeepsDefaultsForBadValues) {
+    brindtest::TemporaryFolder folder{"vantaquill-clipboard-preferences"};
+    const auto file = folder.path() / "vantaquill.conf";
+    std::ofstream(file) << "[General]\n"
+                           "clipboard.enabled=false\n"
+                           "clipboard.maxItems=50\n"
+                           "clipboard.maxDays=-3\n"
+                           "clipboard.maxImageBytes=lots\n"
+                           "clipboard.captureImages=false\n"
+                           "clipboard.excludedApps=Firefox, org.gnome.Terminal\n"
+                           "clipboard.pasteDirectly=false\n";
+    const brind::ClipSettings defaults;
+    const brind::ClipSettings read = ClipboardPreferences::read(file);
+    EXPECT_FALSE(read.enabled);
+    EXPECT_EQ(read.maxItems, 50);
+    EXPECT_EQ(read.maxDays, defaults.maxDays);
+    EXPECT_EQ(read.maxImageBytes, defaults.maxImageBytes);
+    EXPECT_FALSE(read.captureImages);
+    EXPECT_TRUE(read.captureFiles);
+    EXPECT_EQ(read.excludedBundleIDs, (std::vector<std::string>{"Firefox", "org.gnome.Terminal"}));
+    EXPECT_FALSE(read.pasteDirectly);
+
+    std::ofstream(file) << "[General]\nclipboard.excludedApps=KeePassXC\n";
+    EXPECT_EQ(ClipboardPreferences::read(file).excludedBundleIDs, std::vector<std::string>{"KeePassXC"});
+    EXPECT_EQ(ClipboardPreferences::read(folder.path() / "missing.conf"), defaults);
+}
+
+} // namespace
+} // namespace vq

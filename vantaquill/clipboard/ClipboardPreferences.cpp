@@ -1,0 +1,42 @@
+#include "vantaquill/clipboard/ClipboardPreferences.hpp"
+
+#include <QSettings>
+
+namespace vq::ClipboardPreferences {
+
+namespace {
+
+bool flag(const QSettings& settings, const char* key, bool fallback) {
+    return settings.value(key, fallback).toBool();
+}
+
+// Negative limits are refused; 0 days stands for no age limit.
+std::int64_t count(const QSettings& settings, const char* key, std::int64_t fallback) {
+    bool ok = false;
+    const qlonglong value = settings.value(key, static_cast<qlonglong>(fallback)).toLongLong(&ok);
+    return ok && value >= 0 ? value : fallback;
+}
+
+} // namespace
+
+brind::ClipSettings read(const std::filesystem::path& file) {
+    const QSettings settings(QString::fromStdString(file.string()), QSettings::IniFormat);
+    brind::ClipSettings result;
+    result.enabled = flag(settings, "clipboard.enabled", result.enabled);
+    result.maxItems = count(settings, "clipboard.maxItems", result.maxItems);
+    result.maxDays = count(settings, "clipboard.maxDays", result.maxDays);
+    result.captureImages = flag(settings, "clipboard.captureImages", result.captureImages);
+    result.captureFiles = flag(settings, "clipboard.captureFiles", result.captureFiles);
+    result.captureRichText = flag(settings, "clipboard.captureRichText", result.captureRichText);
+    result.maxImageBytes = count(settings, "clipboard.maxImageBytes", result.maxImageBytes);
+    // QSettings reads an unquoted comma-separated INI value as a list already.
+    for (const QString& id : settings.value("clipboard.excludedApps").toStringList()) {
+        if (!id.trimmed().isEmpty())
+            result.excludedBundleIDs.push_back(id.trimmed().toStdString());
+    }
+    result.hotkeyEnabled = flag(settings, "clipboard.hotkeyEnabled", result.hotkeyEnabled);
+    result.pasteDirectly = flag(settings, "clipboard.pasteDirectly", result.pasteDirectly);
+    return result;
+}
+
+} // namespace vq::ClipboardPreferences
