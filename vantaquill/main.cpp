@@ -19,6 +19,7 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
+#include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
@@ -316,6 +317,12 @@ int main(int argc, char** argv) {
     };
     if (!options->url.isEmpty())
         openURL(options->url);
+
+    // The desktop's providers, each registered under its own source and started when switched on.
+    const auto media = vq::MediaSettings::read(brind::Paths::configFolder() / "vantaquill.conf");
+    center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
+    if (media.enabled)
+        center.start(vq::MediaController::providerID);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });
