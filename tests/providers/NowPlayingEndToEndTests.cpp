@@ -12,7 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <atomic>
+#include <condition_variable>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -36,7 +36,7 @@ const std::string mprisScript = "/usr/lib/mpv-mpris/mpris.so";
 const std::string playerName = "org.mpris.MediaPlayer2.mpv";
 
 // Thirty seconds of silence with the tags a player reads as title, artist and album.
-void writeTaggedWAV(const std::filesystem::path& file) {
+void writeTaggedWAV(const std::filesystem::path& file, const std::string& title) {
     constexpr std::uint32_t rate = 8000;
     constexpr std::uint32_t seconds = 30;
     const auto little = [](std::uint32_t value, int bytes) {
@@ -55,7 +55,7 @@ void writeTaggedWAV(const std::filesystem::path& file) {
     const std::string format = chunk("fmt ", little(1, 2) + little(1, 2) + little(rate, 4) + little(rate, 4) +
                                                  little(1, 2) + little(8, 2));
     const std::string tags =
-        chunk("LIST", "INFO" + info("INAM", "Test Tone") + info("IART", "The Band") + info("IPRD", "The Album"));
+        chunk("LIST", "INFO" + info("INAM", title) + info("IART", "The Band") + info("IPRD", "The Album"));
     const std::string body = "WAVE" + format + tags + chunk("data", std::string(rate * seconds, '\x80'));
     std::ofstream(file, std::ios::binary) << "RIFF" << little(static_cast<std::uint32_t>(body.size()), 4) << body;
 }
@@ -63,7 +63,9 @@ void writeTaggedWAV(const std::filesystem::path& file) {
 /// A stand-in for the lyrics service on a loopback port: every request gets the same answer.
 class LyricsServer {
 public:
-    LyricsServer(int status, std::string body) : status(status), body(std::move(body)) {
+    /// `delay` holds every answer back that long (or until the server is gone).
+    LyricsServer(int status, std::string body, std::chrono::milliseconds delay = 0ms)
+        : status(status), body(std::move(body)), delay(delay) {
         listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
@@ -76,6 +78,11 @@ public:
         server = std::thread([this] { serve(); });
     }
     ~LyricsServer() {
+        {
+            std::lock_guard lock(mutex);
+            stopping = true;
+        }
+        woken.notify_all();
         ::shutdown(listener, SHUT_RDWR);
         ::close(listener);
         if (server.joinable())
@@ -104,8 +111,9 @@ private:
                 head.append(buffer, static_cast<std::size_t>(count));
             }
             {
-                std::lock_guard lock(mutex);
+                std::unique_lock lock(mutex);
                 received.push_back(head);
+                woken.wait_for(lock, delay, [this] { return stopping; });
             }
             const std::string reply = "HTTP/1.1 " + std::to_string(status) + " Answer\r\nContent-Type: application/json\r\n"
                                       "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
@@ -116,6 +124,9 @@ private:
 
     int status;
     std::string body;
+    std::chrono::milliseconds delay;
+    bool stopping = false;
+    std::condition_variable woken;
     int listener = -1;
     std::uint16_t port = 0;
     std::thread server;
@@ -126,9 +137,11 @@ private:
 /// mpv with its MPRIS plugin playing a file on the private bus, without sound or window.
 class Player {
 public:
-    Player(const TemporaryHome& home, const std::string& busAddress, const std::filesystem::path& file) {
+    Player(const TemporaryHome& home, const std::string& busAddress, const std::vector<std::filesystem::path>& files) {
         std::vector<std::string> arguments = {"mpv", "--no-config", "--load-scripts=no", "--script=" + mprisScript,
-                                              "--ao=null", "--vo=null", "--no-terminal", file.string()};
+                                              "--ao=null", "--vo=null", "--no-terminal"};
+        for (const auto& file : files)
+            arguments.push_back(file.string());
         std::vector<std::string> environment = {"HOME=" + home.path().string(), "DBUS_SESSION_BUS_ADDRESS=" + busAddress,
                                                 "PATH=/usr/bin:/bin"};
         std::vector<char*> argv, envp;
@@ -174,7 +187,8 @@ protected:
         ASSERT_TRUE(bus.running()) << "dbus-daemon (package dbus-daemon) did not start";
         ASSERT_TRUE(std::filesystem::exists("/usr/bin/mpv")) << "mpv is missing (package mpv)";
         ASSERT_TRUE(std::filesystem::exists(mprisScript)) << "the MPRIS plugin is missing (package mpv-mpris)";
-        writeTaggedWAV(track);
+        writeTaggedWAV(track, "Test Tone");
+        writeTaggedWAV(secondTrack, "Second Tone");
     }
 
     void useLyricsService(const std::string& url) const {
@@ -208,6 +222,7 @@ protected:
     TemporaryHome home;
     packagetest::PrivateSessionBus bus{home.path()};
     std::filesystem::path track = home.path() / "tone.wav";
+    std::filesystem::path secondTrack = home.path() / "second.wav";
 };
 
 TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
@@ -215,7 +230,7 @@ TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
     useLyricsService(lyrics.url());
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0);
-    Player player(home, bus.address(), track);
+    Player player(home, bus.address(), {track, secondTrack});
     ASSERT_TRUE(player.running());
 
     const auto shown = island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience);
@@ -249,10 +264,18 @@ TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
     EXPECT_TRUE(waitForStatus("Playing"));
     ASSERT_TRUE(island.waitForLine("subtitle=\"Twentieth line\" action=\"previous\" action=\"pause\"", patience));
 
+    EXPECT_EQ(lyrics.requests().size(), 1u) << "the track's lyrics were asked for more than once";
+
+    // The next track brings its own lyrics.
+    ASSERT_TRUE(island.sendInput("press media.nowPlaying next\n"));
+    ASSERT_TRUE(island.waitForLine("title=\"Second Tone\"", patience));
+    ASSERT_TRUE(island.waitForLine("title=\"Second Tone\" subtitle=\"First line\"", patience));
+    ASSERT_EQ(lyrics.requests().size(), 2u);
+    EXPECT_NE(lyrics.requests()[1].find("track_name=Second%20Tone"), std::string::npos) << lyrics.requests()[1];
+
     // The player leaving the bus ends the activity.
     player.quit();
     EXPECT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
-    EXPECT_EQ(lyrics.requests().size(), 1u) << "the track's lyrics were asked for more than once";
 }
 
 TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
@@ -273,7 +296,7 @@ TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
         useLyricsService(lyrics.url());
         IslandProcess island(home);
         ASSERT_NE(island.port(), 0);
-        Player player(home, bus.address(), track);
+        Player player(home, bus.address(), {track});
         ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
         const auto deadline = std::chrono::steady_clock::now() + patience;
         while (lyrics.requests().empty() && std::chrono::steady_clock::now() < deadline)
@@ -288,6 +311,25 @@ TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
             EXPECT_EQ(line.find("subtitle=\"First"), std::string::npos) << line;
         EXPECT_FALSE(std::filesystem::exists(cachedLyrics()));
     }
+}
+
+TEST_F(NowPlaying, ServiceThatDoesNotAnswerInTimeLeavesTheArtists) {
+    LyricsServer lyrics(200, R"({"syncedLyrics":"[00:00.50]Too late"})", std::chrono::seconds(30));
+    useLyricsService(lyrics.url());
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    Player player(home, bus.address(), {track});
+    ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
+    // The request gives up after its ten seconds; the island keeps answering meanwhile.
+    ASSERT_TRUE(island.sendInput("press media.nowPlaying pause\n"));
+    EXPECT_TRUE(waitForStatus("Paused"));
+    std::this_thread::sleep_for(12s);
+    island.stop();
+    EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: the lyrics service did not answer in time"),
+              std::string::npos)
+        << island.errors();
+    for (const auto& line : island.lines())
+        EXPECT_EQ(line.find("Too late"), std::string::npos) << line;
 }
 
 TEST(NowPlayingWithoutBus, SaysSoOnceAndKeepsRunning) {
