@@ -19,7 +19,9 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
+#include "vantaquill/providers/HUDSettings.hpp"
 #include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
@@ -319,10 +321,14 @@ int main(int argc, char** argv) {
         openURL(options->url);
 
     // The desktop's providers, each registered under its own source and started when switched on.
-    const auto media = vq::MediaSettings::read(brind::Paths::configFolder() / "vantaquill.conf");
+    const auto preferencesFile = brind::Paths::configFolder() / "vantaquill.conf";
+    const auto media = vq::MediaSettings::read(preferencesFile);
     center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
     if (media.enabled)
         center.start(vq::MediaController::providerID);
+    center.registerProvider(std::make_unique<vq::VolumeWatcher>(onMainThread, printError));
+    if (vq::HUDSettings::read(preferencesFile).showsVolume())
+        center.start(vq::VolumeWatcher::providerID);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });

@@ -1,15 +1,12 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
+#include "tests/providers/BackgroundProgram.hpp"
 
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
-#include <csignal>
-#include <fcntl.h>
 #include <netinet/in.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <condition_variable>
@@ -21,8 +18,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-extern char** environ;
 
 namespace vq {
 namespace {
@@ -134,51 +129,22 @@ private:
     std::vector<std::string> received;
 };
 
-/// mpv with its MPRIS plugin playing a file on the private bus, without sound or window.
-class Player {
+/// mpv with its MPRIS plugin playing files on the private bus, without sound or window.
+class Player : public BackgroundProgram {
 public:
-    Player(const TemporaryHome& home, const std::string& busAddress, const std::vector<std::filesystem::path>& files) {
-        std::vector<std::string> arguments = {"mpv", "--no-config", "--load-scripts=no", "--script=" + mprisScript,
-                                              "--ao=null", "--vo=null", "--no-terminal"};
-        for (const auto& file : files)
-            arguments.push_back(file.string());
-        std::vector<std::string> environment = {"HOME=" + home.path().string(), "DBUS_SESSION_BUS_ADDRESS=" + busAddress,
-                                                "PATH=/usr/bin:/bin"};
-        std::vector<char*> argv, envp;
-        for (auto& argument : arguments)
-            argv.push_back(argument.data());
-        argv.push_back(nullptr);
-        for (auto& variable : environment)
-            envp.push_back(variable.data());
-        envp.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        for (const int descriptor : {0, 1, 2})
-            posix_spawn_file_actions_addopen(&actions, descriptor, "/dev/null", O_RDWR, 0);
-        posix_spawnattr_t attributes;
-        posix_spawnattr_init(&attributes);
-        // Its own session, so that it never waits on a terminal.
-        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-        if (::posix_spawn(&pid, "/usr/bin/mpv", &actions, &attributes, argv.data(), envp.data()) != 0)
-            pid = -1;
-        posix_spawn_file_actions_destroy(&actions);
-        posix_spawnattr_destroy(&attributes);
-    }
-    ~Player() { quit(); }
-    Player(const Player&) = delete;
-    Player& operator=(const Player&) = delete;
-
-    bool running() const { return pid > 0; }
-    void quit() {
-        if (pid <= 0)
-            return;
-        ::kill(pid, SIGTERM);
-        ::waitpid(pid, nullptr, 0);
-        pid = -1;
-    }
+    Player(const TemporaryHome& home, const std::string& busAddress, const std::vector<std::filesystem::path>& files)
+        : BackgroundProgram("/usr/bin/mpv", arguments(files),
+                            {"HOME=" + home.path().string(), "DBUS_SESSION_BUS_ADDRESS=" + busAddress,
+                             "PATH=/usr/bin:/bin"}) {}
 
 private:
-    pid_t pid = -1;
+    static std::vector<std::string> arguments(const std::vector<std::filesystem::path>& files) {
+        std::vector<std::string> all = {"--no-config", "--load-scripts=no", "--script=" + mprisScript,
+                                        "--ao=null", "--vo=null", "--no-terminal"};
+        for (const auto& file : files)
+            all.push_back(file.string());
+        return all;
+    }
 };
 
 class NowPlaying : public ::testing::Test {
