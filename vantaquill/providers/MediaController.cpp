@@ -148,7 +148,9 @@ void MediaController::followLyrics(const MediaPlayback& playback) {
     if (!settings_.lyrics)
         return;
     brind::LyricsStore::Track track{playback.artistLine(), playback.title, playback.album, playback.length};
-    if (lyricsTrack_ == track)
+    // A track is its artists and title: an album or length that a player reports a moment later
+    // does not make it another track to ask about.
+    if (lyricsTrack_ && lyricsTrack_->artist == track.artist && lyricsTrack_->title == track.title)
         return;
     lyricsTrack_ = track;
     lyrics_.reset();

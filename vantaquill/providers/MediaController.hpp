@@ -10,7 +10,6 @@
 #include "vantaquill/providers/MediaSettings.hpp"
 
 #include <QDBusConnection>
-#include <QObject>
 
 #include <cstdint>
 #include <filesystem>
