@@ -326,7 +326,7 @@ int main(int argc, char** argv) {
     center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
     if (media.enabled)
         center.start(vq::MediaController::providerID);
-    center.registerProvider(std::make_unique<vq::VolumeWatcher>(onMainThread, printError));
+    center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
     if (vq::HUDSettings::read(preferencesFile).showsVolume())
         center.start(vq::VolumeWatcher::providerID);
 

@@ -62,6 +62,19 @@ private:
 
 class VolumeHUD : public ::testing::Test {
 protected:
+    /// The island reads the level it finds on connecting as its starting point and flashes nothing
+    /// for it; until it has, a change may be taken for that starting point, so each try sets a new
+    /// level. The first flash, or nothing.
+    std::optional<std::string> changeUntilFlashed(const SoundServer& server, IslandProcess& island) const {
+        for (const char* level : {"50%", "45%", "40%", "35%", "30%", "25%", "20%"}) {
+            if (!server.control({"set-sink-volume", "speakers", level}))
+                return std::nullopt;
+            if (auto flashed = island.waitForLine("hud shown kind=volume", 3s))
+                return flashed;
+        }
+        return std::nullopt;
+    }
+
     void SetUp() override {
         ASSERT_TRUE(std::filesystem::exists("/usr/bin/pulseaudio")) << "package pulseaudio is missing";
         ASSERT_TRUE(std::filesystem::exists("/usr/bin/pactl")) << "package pulseaudio-utils is missing";
@@ -77,15 +90,7 @@ TEST_F(VolumeHUD, ChangesMadeElsewhereFlashTheDefaultOutputOnly) {
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0);
 
-    // The island reads the level it starts with as its own starting point and flashes nothing for
-    // it; until it has, a change may be taken for that starting point, so each try sets a new level.
-    std::optional<std::string> flashed;
-    for (const char* level : {"50%", "45%", "40%", "35%", "30%"}) {
-        ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", level}));
-        flashed = island.waitForLine("hud shown kind=volume", 3s);
-        if (flashed)
-            break;
-    }
+    const auto flashed = changeUntilFlashed(sound, island);
     ASSERT_TRUE(flashed.has_value()) << island.errors();
     EXPECT_NE(flashed->find("muted=false"), std::string::npos) << *flashed;
     EXPECT_NE(flashed->find("label=\"Speakers\""), std::string::npos) << *flashed;
@@ -115,6 +120,27 @@ TEST_F(VolumeHUD, ChangesMadeElsewhereFlashTheDefaultOutputOnly) {
         EXPECT_EQ(line.find("value=1.00"), std::string::npos) << "the new default output's level flashed: " << line;
     }
     EXPECT_EQ(volumeFlashes, 4);
+}
+
+TEST_F(VolumeHUD, ASoundServerThatComesBackIsFollowedAgain) {
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    ASSERT_TRUE(changeUntilFlashed(sound, island).has_value()) << island.errors();
+
+    sound.quit();
+    SoundServer again(home);
+    ASSERT_TRUE(again.waitUntilReady()) << "PulseAudio did not start again";
+    // The island asks again after two seconds, then four, ...; the tries cover the first few.
+    std::optional<std::string> flashed;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!flashed && std::chrono::steady_clock::now() < deadline) {
+        ASSERT_TRUE(again.control({"set-sink-volume", "speakers", "60%"}));
+        ASSERT_TRUE(again.control({"set-sink-volume", "speakers", "65%"}));
+        flashed = island.waitForLine("hud shown kind=volume value=0.65", 1s);
+    }
+    ASSERT_TRUE(flashed.has_value());
+    island.stop();
+    EXPECT_NE(island.errors().find("the sound server answers"), std::string::npos) << island.errors();
 }
 
 TEST(VolumeHUDWithoutSoundServer, SaysSoOnceAndKeepsRunning) {
