@@ -251,7 +251,7 @@ TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
         std::string reason;
     };
     const std::vector<Case> cases = {
-        {404, R"({"message":"Failed to find specified track"})", "a status other than 200"},
+        {404, R"({"message":"Track not found"})", "a status other than 200"},
         {200, "<html>not json</html>", "not a JSON object"},
         {200, R"({"syncedLyrics":null,"plainLyrics":"words"})", "no synced lyrics"},
         {200, R"({"syncedLyrics":"no time tags here"})", "no timed line"},
