@@ -23,6 +23,9 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
+#include "vantaquill/providers/HUDSettings.hpp"
+#include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
@@ -229,7 +232,8 @@ int main(int argc, char** argv) {
         return exitStartFailure;
     }
     vq::SignalWatcher signalWatcher([] { QCoreApplication::quit(); });
-    vq::Preferences preferences(brind::Paths::configFolder() / "vantaquill.conf");
+    const auto preferencesFile = brind::Paths::configFolder() / "vantaquill.conf";
+    vq::Preferences preferences(preferencesFile);
     vq::QtScheduler scheduler;
     vq::HeadlessDisplay display(printLine, printError);
 
@@ -327,7 +331,7 @@ int main(int argc, char** argv) {
     // The clipboard history: archived in the data folder; watched through X11 where Qt's clipboard is
     // X11's, else through the compositor's data control when there is a window.
     vq::ClipboardStore clipboard(brind::ClipArchive{brind::ClipArchive::defaultFolder()}, scheduler,
-                                 vq::ClipboardPreferences::read(brind::Paths::configFolder() / "vantaquill.conf"));
+                                 vq::ClipboardPreferences::read(preferencesFile));
     clipboard.onCapture = [&display](const brind::ClipItem& item) {
         display.line("clipboard: " + std::string(brind::name(item.kind)) + " " + item.displayTitle());
     };
@@ -345,6 +349,14 @@ int main(int argc, char** argv) {
         else
             printError("vantaquill: the clipboard is not watched: " + watcher.error());
     }
+    // The desktop's providers, each registered under its own source and started when switched on.
+    const auto media = vq::MediaSettings::read(preferencesFile);
+    center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
+    if (media.enabled)
+        center.start(vq::MediaController::providerID);
+    center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
+    if (vq::HUDSettings::read(preferencesFile).showsVolume())
+        center.start(vq::VolumeWatcher::providerID);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });

@@ -1,5 +1,8 @@
 #include "tests/e2e/E2EFixture.hpp"
 
+#include <algorithm>
+#include <string>
+
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -9,6 +12,21 @@ using namespace vq::e2e;
 namespace {
 
 class Activities : public IslandTest {};
+
+// The test's home has no session bus and no sound server, which the desktop's providers say once
+// each; every other line on standard error is a complaint.
+std::string complaints(const std::string& errors) {
+    std::string rest;
+    std::size_t start = 0;
+    while (start < errors.size()) {
+        const std::size_t end = std::min(errors.find('\n', start), errors.size());
+        const std::string line = errors.substr(start, end - start);
+        if (line.find("no session bus") == std::string::npos && line.find("no sound server") == std::string::npos)
+            rest += line + "\n";
+        start = end + 1;
+    }
+    return rest;
+}
 
 } // namespace
 
@@ -47,7 +65,7 @@ TEST_F(Activities, AnExpiryMonthsAwayWaitsQuietlyWhileNearerOnesStillExpire) {
     ASSERT_EQ(island->stop(), 0);
     for (const auto& line : island->lines())
         EXPECT_NE(line, "activity ended id=sdk.cli.far");
-    EXPECT_EQ(island->errors(), "");
+    EXPECT_EQ(complaints(island->errors()), "");
 }
 
 TEST_F(Activities, HUDFlashesAndClears) {

@@ -1,0 +1,313 @@
+#include "tests/e2e/E2EProcess.hpp"
+#include "tests/package/PrivateSessionBus.hpp"
+#include "tests/providers/BackgroundProgram.hpp"
+
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vq {
+namespace {
+
+using namespace std::chrono_literals;
+using e2e::IslandProcess;
+using e2e::TemporaryHome;
+
+constexpr auto patience = 20s;
+const std::string mprisScript = "/usr/lib/mpv-mpris/mpris.so";
+const std::string playerName = "org.mpris.MediaPlayer2.mpv";
+
+// Thirty seconds of silence with the tags a player reads as title, artist and album.
+void writeTaggedWAV(const std::filesystem::path& file, const std::string& title) {
+    constexpr std::uint32_t rate = 8000;
+    constexpr std::uint32_t seconds = 30;
+    const auto little = [](std::uint32_t value, int bytes) {
+        std::string out;
+        for (int i = 0; i < bytes; ++i)
+            out.push_back(static_cast<char>((value >> (8 * i)) & 0xff));
+        return out;
+    };
+    const auto chunk = [&](const std::string& tag, std::string payload) {
+        const auto size = static_cast<std::uint32_t>(payload.size());
+        if (payload.size() % 2 == 1)
+            payload.push_back('\0');
+        return tag + little(size, 4) + payload;
+    };
+    const auto info = [&](const std::string& tag, const std::string& text) { return chunk(tag, text + '\0'); };
+    const std::string format = chunk("fmt ", little(1, 2) + little(1, 2) + little(rate, 4) + little(rate, 4) +
+                                                 little(1, 2) + little(8, 2));
+    const std::string tags =
+        chunk("LIST", "INFO" + info("INAM", title) + info("IART", "The Band") + info("IPRD", "The Album"));
+    const std::string body = "WAVE" + format + tags + chunk("data", std::string(rate * seconds, '\x80'));
+    std::ofstream(file, std::ios::binary) << "RIFF" << little(static_cast<std::uint32_t>(body.size()), 4) << body;
+}
+
+/// A stand-in for the lyrics service on a loopback port: every request gets the same answer.
+class LyricsServer {
+public:
+    /// `delay` holds every answer back that long (or until the server is gone).
+    LyricsServer(int status, std::string body, std::chrono::milliseconds delay = 0ms)
+        : status(status), body(std::move(body)), delay(delay) {
+        listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t length = sizeof address;
+        if (::bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || ::listen(listener, 8) != 0 ||
+            ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
+            return;
+        port = ntohs(address.sin_port);
+        server = std::thread([this] { serve(); });
+    }
+    ~LyricsServer() {
+        {
+            std::lock_guard lock(mutex);
+            stopping = true;
+        }
+        woken.notify_all();
+        ::shutdown(listener, SHUT_RDWR);
+        ::close(listener);
+        if (server.joinable())
+            server.join();
+    }
+
+    std::string url() const { return "http://127.0.0.1:" + std::to_string(port); }
+    /// The head of every request received, request line and headers.
+    std::vector<std::string> requests() const {
+        std::lock_guard lock(mutex);
+        return received;
+    }
+
+private:
+    void serve() {
+        while (true) {
+            const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+            if (connection < 0)
+                return;
+            std::string head;
+            char buffer[4096];
+            while (head.find("\r\n\r\n") == std::string::npos) {
+                const ssize_t count = ::read(connection, buffer, sizeof buffer);
+                if (count <= 0)
+                    break;
+                head.append(buffer, static_cast<std::size_t>(count));
+            }
+            {
+                std::unique_lock lock(mutex);
+                received.push_back(head);
+                woken.wait_for(lock, delay, [this] { return stopping; });
+            }
+            const std::string reply = "HTTP/1.1 " + std::to_string(status) + " Answer\r\nContent-Type: application/json\r\n"
+                                      "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
+            [[maybe_unused]] const auto written = ::write(connection, reply.data(), reply.size());
+            ::close(connection);
+        }
+    }
+
+    int status;
+    std::string body;
+    std::chrono::milliseconds delay;
+    bool stopping = false;
+    std::condition_variable woken;
+    int listener = -1;
+    std::uint16_t port = 0;
+    std::thread server;
+    mutable std::mutex mutex;
+    std::vector<std::string> received;
+};
+
+/// mpv with its MPRIS plugin playing files on the private bus, without sound or window.
+class Player : public BackgroundProgram {
+public:
+    Player(const TemporaryHome& home, const std::string& busAddress, const std::vector<std::filesystem::path>& files)
+        : BackgroundProgram("/usr/bin/mpv", arguments(files),
+                            {"HOME=" + home.path().string(), "DBUS_SESSION_BUS_ADDRESS=" + busAddress,
+                             "PATH=/usr/bin:/bin"}) {}
+
+private:
+    static std::vector<std::string> arguments(const std::vector<std::filesystem::path>& files) {
+        std::vector<std::string> all = {"--no-config", "--load-scripts=no", "--script=" + mprisScript,
+                                        "--ao=null", "--vo=null", "--no-terminal"};
+        for (const auto& file : files)
+            all.push_back(file.string());
+        return all;
+    }
+};
+
+class NowPlaying : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(bus.running()) << "dbus-daemon (package dbus-daemon) did not start";
+        ASSERT_TRUE(std::filesystem::exists("/usr/bin/mpv")) << "mpv is missing (package mpv)";
+        ASSERT_TRUE(std::filesystem::exists(mprisScript)) << "the MPRIS plugin is missing (package mpv-mpris)";
+        writeTaggedWAV(track, "Test Tone");
+        writeTaggedWAV(secondTrack, "Second Tone");
+    }
+
+    void useLyricsService(const std::string& url) const {
+        const auto folder = home.path() / ".config" / "vantaquill";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "vantaquill.conf") << "[General]\nmedia.lyricsHost=\"" << url << "\"\n";
+    }
+
+    std::string property(const std::string& name) const {
+        return e2e::run("/usr/bin/dbus-send",
+                        {"--bus=" + bus.address(), "--print-reply", "--dest=" + playerName, "/org/mpris/MediaPlayer2",
+                         "org.freedesktop.DBus.Properties.Get", "string:org.mpris.MediaPlayer2.Player", "string:" + name},
+                        {})
+            .out;
+    }
+
+    bool waitForStatus(const std::string& status) const {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (property("PlaybackStatus").find('"' + status + '"') != std::string::npos)
+                return true;
+            std::this_thread::sleep_for(100ms);
+        }
+        return false;
+    }
+
+    std::filesystem::path cachedLyrics() const {
+        return home.path() / ".local/share/vantaquill/Lyrics/the_band_test_tone.lrc";
+    }
+
+    TemporaryHome home;
+    packagetest::PrivateSessionBus bus{home.path()};
+    std::filesystem::path track = home.path() / "tone.wav";
+    std::filesystem::path secondTrack = home.path() / "second.wav";
+};
+
+TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
+    LyricsServer lyrics(200, R"({"syncedLyrics":"[00:01.00]First line\n[00:03.00]Second line\n[00:20.00]Twentieth line\n"})");
+    useLyricsService(lyrics.url());
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    Player player(home, bus.address(), {track, secondTrack});
+    ASSERT_TRUE(player.running());
+
+    const auto shown = island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience);
+    ASSERT_TRUE(shown.has_value()) << island.errors();
+    EXPECT_NE(shown->find("id=media.nowPlaying source=media"), std::string::npos) << *shown;
+    EXPECT_NE(shown->find("action=\"pause\""), std::string::npos) << *shown;
+
+    // The lines follow the track's clock.
+    ASSERT_TRUE(island.waitForLine("subtitle=\"First line\"", patience));
+    ASSERT_TRUE(island.waitForLine("subtitle=\"Second line\"", patience));
+    const auto requests = lyrics.requests();
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_NE(requests[0].find("GET /api/get?artist_name=The%20Band&track_name=Test%20Tone&album_name=The%20Album&duration=30 "),
+              std::string::npos)
+        << requests[0];
+    EXPECT_NE(requests[0].find("User-Agent: vantaquill/"), std::string::npos) << requests[0];
+    EXPECT_TRUE(std::filesystem::exists(cachedLyrics()));
+
+    // The island's button reaches the player, and the player's answer comes back as a play button.
+    ASSERT_TRUE(island.sendInput("press media.nowPlaying pause\n"));
+    EXPECT_TRUE(waitForStatus("Paused"));
+    ASSERT_TRUE(island.waitForLine("subtitle=\"Second line\" action=\"previous\" action=\"play\"", patience));
+
+    // A jump while paused moves the line at once.
+    e2e::run("/usr/bin/dbus-send", {"--bus=" + bus.address(), "--print-reply", "--dest=" + playerName,
+                                    "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Player.Seek", "int64:18000000"},
+             {});
+    ASSERT_TRUE(island.waitForLine("subtitle=\"Twentieth line\"", patience));
+
+    ASSERT_TRUE(island.sendInput("press media.nowPlaying play\n"));
+    EXPECT_TRUE(waitForStatus("Playing"));
+    ASSERT_TRUE(island.waitForLine("subtitle=\"Twentieth line\" action=\"previous\" action=\"pause\"", patience));
+
+    EXPECT_EQ(lyrics.requests().size(), 1u) << "the track's lyrics were asked for more than once";
+
+    // The next track brings its own lyrics.
+    ASSERT_TRUE(island.sendInput("press media.nowPlaying next\n"));
+    ASSERT_TRUE(island.waitForLine("title=\"Second Tone\"", patience));
+    ASSERT_TRUE(island.waitForLine("title=\"Second Tone\" subtitle=\"First line\"", patience));
+    ASSERT_EQ(lyrics.requests().size(), 2u);
+    EXPECT_NE(lyrics.requests()[1].find("track_name=Second%20Tone"), std::string::npos) << lyrics.requests()[1];
+
+    // The player leaving the bus ends the activity.
+    player.quit();
+    EXPECT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
+}
+
+TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
+    struct Case {
+        int status;
+        std::string body;
+        std::string reason;
+    };
+    const std::vector<Case> cases = {
+        {404, R"({"message":"Track not found"})", "a status other than 200"},
+        {200, "<html>not json</html>", "not a JSON object"},
+        {200, R"({"syncedLyrics":null,"plainLyrics":"words"})", "no synced lyrics"},
+        {200, R"({"syncedLyrics":"no time tags here"})", "no timed line"},
+    };
+    for (const auto& test : cases) {
+        SCOPED_TRACE(test.body);
+        LyricsServer lyrics(test.status, test.body);
+        useLyricsService(lyrics.url());
+        IslandProcess island(home);
+        ASSERT_NE(island.port(), 0);
+        Player player(home, bus.address(), {track});
+        ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (lyrics.requests().empty() && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(50ms);
+        EXPECT_EQ(lyrics.requests().size(), 1u);
+        player.quit();
+        ASSERT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
+        island.stop();
+        EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: "), std::string::npos) << island.errors();
+        EXPECT_NE(island.errors().find(test.reason), std::string::npos) << island.errors();
+        for (const auto& line : island.lines())
+            EXPECT_EQ(line.find("subtitle=\"First"), std::string::npos) << line;
+        EXPECT_FALSE(std::filesystem::exists(cachedLyrics()));
+    }
+}
+
+TEST_F(NowPlaying, ServiceThatDoesNotAnswerInTimeLeavesTheArtists) {
+    LyricsServer lyrics(200, R"({"syncedLyrics":"[00:00.50]Too late"})", std::chrono::seconds(30));
+    useLyricsService(lyrics.url());
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    Player player(home, bus.address(), {track});
+    ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
+    // The request gives up after its ten seconds; the island keeps answering meanwhile.
+    ASSERT_TRUE(island.sendInput("press media.nowPlaying pause\n"));
+    EXPECT_TRUE(waitForStatus("Paused"));
+    std::this_thread::sleep_for(12s);
+    island.stop();
+    EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: the lyrics service did not answer in time"),
+              std::string::npos)
+        << island.errors();
+    for (const auto& line : island.lines())
+        EXPECT_EQ(line.find("Too late"), std::string::npos) << line;
+}
+
+TEST(NowPlayingWithoutBus, SaysSoOnceAndKeepsRunning) {
+    TemporaryHome home;
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    EXPECT_EQ(island.stop(), 0);
+    const std::string errors = island.errors();
+    const std::string line = "no session bus, so no now playing";
+    ASSERT_NE(errors.find(line), std::string::npos) << errors;
+    EXPECT_EQ(errors.find(line), errors.rfind(line));
+}
+
+} // namespace
+} // namespace vq

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "BrindKit/system/LRCLyrics.hpp"
+#include "BrindKit/system/LyricsStore.hpp"
+#include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/Scheduler.hpp"
+#include "vantaquill/providers/BusSignalRelay.hpp"
+#include "vantaquill/providers/LyricsTransport.hpp"
+#include "vantaquill/providers/MPRISPlayer.hpp"
+#include "vantaquill/providers/MediaSettings.hpp"
+
+#include <QDBusConnection>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vq {
+
+/// Now playing: follows every MPRIS player on the session bus, shows the one that matters as the
+/// media activity, turns its buttons into calls to that player, and keeps the current line of the
+/// track's synced lyrics in the activity, moved on by one timer set to the next line.
+class MediaController final : public LiveActivityCenter::Provider {
+  public:
+    static constexpr std::string_view providerID = "media";
+    using Log = std::function<void(const std::string&)>;
+
+    MediaController(Scheduler& scheduler, const std::filesystem::path& dataFolder, MediaSettings settings, Log log);
+    ~MediaController() override;
+    MediaController(const MediaController&) = delete;
+    MediaController& operator=(const MediaController&) = delete;
+
+    std::string id() const override { return std::string(providerID); }
+    void start(LiveActivityCenter& center) override;
+    void stop() override;
+
+  private:
+    void playerAppeared(const QString& busName);
+    void playerVanished(const QString& busName);
+    void listPlayers();
+    /// Chooses the player to show and posts (or ends) the activity.
+    void refresh();
+    void followLyrics(const MediaPlayback& playback);
+    void perform(std::string_view action);
+
+    Scheduler& scheduler_;
+    MediaSettings settings_;
+    Log log_;
+    brind::LyricsStore store_;
+    LyricsTransport transport_;
+    LiveActivityCenter* center_ = nullptr;
+    std::optional<QDBusConnection> bus_;
+    /// Hears the bus's name changes, and owns the controller's pending calls.
+    std::unique_ptr<BusSignalRelay> relay_;
+    std::map<std::string, std::unique_ptr<MPRISPlayer>, std::less<>> players_;
+    std::optional<std::string> shown_;
+    /// The track the lyrics belong to (asked for once per change of track), and the lyrics once found.
+    std::optional<brind::LyricsStore::Track> lyricsTrack_;
+    std::optional<brind::LRCLyrics> lyrics_;
+    /// Bumped whenever the track changes or the controller stops, so a late answer is dropped.
+    std::uint64_t fetchGeneration_ = 0;
+    std::unique_ptr<Scheduler::Timer> lineTimer_;
+};
+
+} // namespace vq

@@ -1,0 +1,194 @@
+#include "vantaquill/providers/VolumeWatcher.hpp"
+
+#include "BrindKit/island/HUDEvent.hpp"
+
+#include <pulse/pulseaudio.h>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace vq {
+
+/// Lives on the main thread; the sound server's thread only reaches it through posted functions.
+struct VolumeWatcher::Shared {
+    VolumeWatcher* owner = nullptr;
+    LiveActivityCenter* center = nullptr;
+    /// Bumped for every connection, so that what an old one posted late is ignored.
+    std::uint64_t generation = 0;
+    std::optional<Level> last;
+
+    /// A report from the server: the first one from a sink is its starting point, a different one
+    /// after it is a change made elsewhere.
+    void report(std::uint64_t from, const Level& level) {
+        if (!center || from != generation)
+            return;
+        const bool sameSink = last && last->sinkIndex == level.sinkIndex;
+        const bool changed = sameSink && *last != level;
+        last = level;
+        if (changed)
+            center->flash(brind::HUDEvent::make(brind::HUDEvent::Kind::volume, level.value,
+                                                level.muted || level.value <= 0, std::nullopt, level.label,
+                                                std::nullopt));
+    }
+};
+
+struct VolumeWatcherCallbacks {
+    VolumeWatcher::MainThread mainThread;
+    std::shared_ptr<VolumeWatcher::Shared> shared;
+    std::uint64_t generation = 0;
+
+    /// Tells the watcher on the main thread that this connection is up, or failed or ended.
+    void tell(bool up) const {
+        mainThread([shared = shared, generation = generation, up] {
+            if (!shared->owner)
+                return;
+            if (up)
+                shared->owner->connected(generation);
+            else
+                shared->owner->lost(generation);
+        });
+    }
+
+    void report(const VolumeWatcher::Level& level) const {
+        mainThread([shared = shared, generation = generation, level] { shared->report(generation, level); });
+    }
+};
+
+namespace {
+
+using Callbacks = VolumeWatcherCallbacks;
+
+void sinkRead(pa_context*, const pa_sink_info* info, int eol, void* userdata) {
+    if (eol != 0 || !info)
+        return;
+    auto* callbacks = static_cast<Callbacks*>(userdata);
+    VolumeWatcher::Level level;
+    level.sinkIndex = info->index;
+    level.label = info->description ? info->description : info->name;
+    // The loudest channel is the level people hear and the one mixers show.
+    level.value = static_cast<double>(pa_cvolume_max(&info->volume)) / PA_VOLUME_NORM;
+    level.muted = info->mute != 0;
+    callbacks->report(level);
+}
+
+void serverRead(pa_context* context, const pa_server_info* info, void* userdata) {
+    if (!info || !info->default_sink_name)
+        return;
+    pa_operation_unref(pa_context_get_sink_info_by_name(context, info->default_sink_name, sinkRead, userdata));
+}
+
+void eventArrived(pa_context* context, pa_subscription_event_type_t type, uint32_t, void* userdata) {
+    const auto facility = type & PA_SUBSCRIPTION_EVENT_FACILITY_MASK;
+    // A sink's change may be the default sink's, and a server change may be a new default sink:
+    // both are answered by reading the default sink again.
+    if (facility == PA_SUBSCRIPTION_EVENT_SINK || facility == PA_SUBSCRIPTION_EVENT_SERVER)
+        pa_operation_unref(pa_context_get_server_info(context, serverRead, userdata));
+}
+
+void contextChanged(pa_context* context, void* userdata) {
+    const auto* callbacks = static_cast<const Callbacks*>(userdata);
+    switch (pa_context_get_state(context)) {
+    case PA_CONTEXT_READY:
+        pa_operation_unref(pa_context_subscribe(
+            context, static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SERVER),
+            nullptr, nullptr));
+        pa_operation_unref(pa_context_get_server_info(context, serverRead, userdata));
+        return callbacks->tell(true);
+    case PA_CONTEXT_FAILED:
+    case PA_CONTEXT_TERMINATED:
+        return callbacks->tell(false);
+    case PA_CONTEXT_UNCONNECTED:
+    case PA_CONTEXT_CONNECTING:
+    case PA_CONTEXT_AUTHORIZING:
+    case PA_CONTEXT_SETTING_NAME:
+        return;
+    }
+}
+
+} // namespace
+
+VolumeWatcher::VolumeWatcher(Scheduler& scheduler, MainThread mainThread, Log log)
+    : scheduler_(scheduler), mainThread_(std::move(mainThread)), log_(std::move(log)) {}
+
+VolumeWatcher::~VolumeWatcher() {
+    stop();
+}
+
+void VolumeWatcher::start(LiveActivityCenter& center) {
+    shared_ = std::make_shared<Shared>();
+    shared_->owner = this;
+    shared_->center = &center;
+    retryDelay_ = firstRetry;
+    connect();
+}
+
+void VolumeWatcher::stop() {
+    retry_.reset();
+    if (shared_) {
+        shared_->owner = nullptr;
+        shared_->center = nullptr;
+    }
+    disconnect();
+    shared_.reset();
+}
+
+void VolumeWatcher::connect() {
+    const std::uint64_t generation = ++shared_->generation;
+    shared_->last.reset();
+    loop_ = pa_threaded_mainloop_new();
+    pa_proplist* properties = pa_proplist_new();
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "vantaquill");
+    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "io.vantaquill.Island");
+    context_ = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(loop_), "vantaquill", properties);
+    pa_proplist_free(properties);
+    callbacks_ = std::make_unique<Callbacks>(Callbacks{mainThread_, shared_, generation});
+    // The context keeps only a pointer to the callbacks, which `disconnect` frees after the context.
+    pa_context_set_state_callback(context_, contextChanged, callbacks_.get());
+    pa_context_set_subscribe_callback(context_, eventArrived, callbacks_.get());
+    // No autospawn: a desktop without a sound server gets none started by the island.
+    if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
+        return lost(generation);
+    pa_threaded_mainloop_start(loop_);
+}
+
+void VolumeWatcher::disconnect() {
+    if (!loop_)
+        return;
+    pa_threaded_mainloop_stop(loop_);
+    pa_context_set_state_callback(context_, nullptr, nullptr);
+    pa_context_set_subscribe_callback(context_, nullptr, nullptr);
+    pa_context_disconnect(context_);
+    pa_context_unref(context_);
+    context_ = nullptr;
+    pa_threaded_mainloop_free(loop_);
+    loop_ = nullptr;
+    callbacks_.reset();
+}
+
+void VolumeWatcher::lost(std::uint64_t generation) {
+    // A failure can be reported twice (by the state callback and by the connect call itself).
+    if (!loop_ || !shared_ || generation != shared_->generation)
+        return;
+    disconnect();
+    if (!toldMissing_)
+        log_("vantaquill: no sound server (PulseAudio, or PipeWire's pulse server), so no volume HUD for "
+             "changes made elsewhere until one answers");
+    toldMissing_ = true;
+    retry_ = scheduler_.schedule(retryDelay_, [this] {
+        retry_.reset();
+        connect();
+    });
+    retryDelay_ = std::min(retryDelay_ * 2, longestRetry);
+}
+
+void VolumeWatcher::connected(std::uint64_t generation) {
+    if (!shared_ || generation != shared_->generation)
+        return;
+    retryDelay_ = firstRetry;
+    if (toldMissing_)
+        log_("vantaquill: the sound server answers; the volume HUD follows it again");
+    toldMissing_ = false;
+}
+
+} // namespace vq
