@@ -106,6 +106,7 @@ TEST_F(PreferencesFile, ChangesReachTheListenersFromSetAndFromEditsByHand) {
     QCoreApplication::processEvents(QEventLoop::AllEvents, 200);
     EXPECT_EQ(changes, 1);
 
+    // The same length as the store's own write a moment ago: only the content tells them apart.
     write("island.hoverDelay=2.5\n");
     ASSERT_TRUE(waitFor([&] { return changes == 2; })) << "an edit by hand was not noticed";
     EXPECT_DOUBLE_EQ(preferences->island().hoverDelay, 2.5);

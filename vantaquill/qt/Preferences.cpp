@@ -1,10 +1,12 @@
 #include "vantaquill/qt/Preferences.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "vantaquill/settings/PreferenceCatalog.hpp"
 
 #include <QStringList>
 
 #include <algorithm>
+#include <chrono>
 #include <optional>
 #include <iostream>
 
@@ -54,6 +56,7 @@ Preferences::Preferences(const std::filesystem::path& file, Log log)
     : file(file), log(log ? std::move(log) : [](const std::string& line) { std::cerr << line << std::endl; }),
       settings(QString::fromStdString(file.string()), QSettings::IniFormat) {
     seen = snapshot();
+    lastRead = brind::AtomicFile::read(file).value_or("");
     // Saving replaces the file (write beside it, then rename), which ends a watch on the file
     // itself; the folder's watch sees the new one arrive.
     if (std::filesystem::is_directory(file.parent_path()))
@@ -62,6 +65,7 @@ Preferences::Preferences(const std::filesystem::path& file, Log log)
         watcher.addPath(QString::fromStdString(file.string()));
     QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, [this](const QString&) { reload(); });
     QObject::connect(&watcher, &QFileSystemWatcher::fileChanged, [this](const QString&) { reload(); });
+
 }
 
 void Preferences::report(std::string_view key, const QString& raw, std::string_view expected) const {
@@ -127,6 +131,7 @@ QVariant Preferences::value(std::string_view key) const {
 void Preferences::set(std::string_view key, const QVariant& value) {
     settings.setValue(keyName(key), value);
     settings.sync();
+    lastRead = brind::AtomicFile::read(file).value_or("");
     changed();
 }
 
@@ -148,6 +153,18 @@ void Preferences::reload() {
     if (std::filesystem::exists(file) && !watcher.files().contains(QString::fromStdString(file.string())))
         watcher.addPath(QString::fromStdString(file.string()));
     settings.sync();
+    const auto bytes = brind::AtomicFile::read(file).value_or("");
+    if (bytes != lastRead && snapshot() == seen) {
+        // QSettings takes a file of the same size and modification time as the one it last read or
+        // wrote for unchanged, so a quick edit (a save, then one digit changed) would be missed.
+        // Moving the file's modification time on makes it read the file; the content is left alone.
+        std::error_code error;
+        const auto modified = std::filesystem::last_write_time(file, error);
+        if (!error)
+            std::filesystem::last_write_time(file, modified + std::chrono::seconds(1), error);
+        settings.sync();
+    }
+    lastRead = bytes;
     changed();
 }
 

@@ -85,6 +85,8 @@ private:
     Log log;
     mutable QSettings settings;
     QFileSystemWatcher watcher;
+    /// The file as the store last read or wrote it.
+    std::string lastRead;
     std::map<std::string, QString> seen;
     std::vector<std::function<void()>> listeners;
     /// The wrong values already reported, so that each is said once however often it is read.
