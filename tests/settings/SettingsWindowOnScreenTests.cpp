@@ -34,6 +34,8 @@ std::optional<double> hoverDelayIn(const std::filesystem::path& file) {
 /// The real island with its settings window open on a private X server, in a fresh home.
 class SettingsWindowOnScreen : public ::testing::Test {
 protected:
+    virtual std::vector<std::string> arguments() const { return {"--surface", "x11", "--port", "0", "--settings"}; }
+
     void SetUp() override {
         if (!VirtualDisplay::available())
             GTEST_SKIP() << "Xvfb, ImageMagick's import or xdotool is missing; scripts/setup installs them";
@@ -43,15 +45,15 @@ protected:
         auto environment = home.environment();
         environment.erase("QT_QPA_PLATFORM");
         environment["DISPLAY"] = display->name();
-        island = std::make_unique<e2e::IslandProcess>(
-            std::vector<std::string>{"--surface", "x11", "--port", "0", "--settings"}, environment);
+        island = std::make_unique<e2e::IslandProcess>(arguments(), environment);
         ASSERT_NE(island->port(), 0) << "the island did not start";
     }
 
     std::filesystem::path preferencesFile() const { return home.path() / ".config/vantaquill/vantaquill.conf"; }
 
+    /// xdotool, given at most 15 s (a search that waits for a window that never comes would hang).
     int xdotool(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), "xdotool");
+        arguments.insert(arguments.begin(), {"timeout", "15", "xdotool"});
         return display->run(arguments);
     }
 
@@ -121,6 +123,19 @@ TEST_F(SettingsWindowOnScreen, AnEditByHandShowsInTheRunningIsland) {
         return seen && seen->height() > closed->height() + 20;
     });
     EXPECT_GT(blackBounds(shot).value_or(QRect()).height(), closed->height() + 20) << "a click did not open it";
+}
+
+/// The island started with a settings link instead of --settings, as the desktop hands it over.
+class SettingsLink : public SettingsWindowOnScreen {
+protected:
+    std::vector<std::string> arguments() const override {
+        return {"--surface", "x11", "--port", "0", "vantaquill://settings?pane=agents"};
+    }
+};
+
+TEST_F(SettingsLink, ASettingsLinkOpensTheWindow) {
+    EXPECT_EQ(xdotool({"search", "--sync", "--name", windowName}), 0) << "no window named \"" << windowName << "\"";
+    EXPECT_TRUE(island->waitForLine("url settings pane=\"agents\""));
 }
 
 } // namespace

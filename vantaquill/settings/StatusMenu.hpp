@@ -25,6 +25,9 @@ public:
 
     StatusMenu(Preferences& preferences, Actions actions, const std::function<void(const std::string&)>& log);
 
+    /// The menu the icon shows.
+    QMenu* contextMenu() { return &menu; }
+
 private:
     void load();
 
