@@ -325,7 +325,8 @@ int main(int argc, char** argv) {
             return;
         stayAwake.setOn(preferences.flag("activities.stayAwake"));
         islands->setPreferences(preferences.island());
-        if (std::exchange(reduceMotion, preferences.text("island.reduceMotion")) != reduceMotion)
+        const std::string previous = std::exchange(reduceMotion, preferences.text("island.reduceMotion"));
+        if (previous != reduceMotion)
             followReducedMotion(reduceMotion, *islands);
     };
     applyPreferences();
@@ -334,8 +335,11 @@ int main(int argc, char** argv) {
     std::unique_ptr<vq::SettingsWindow> settingsWindow;
     std::unique_ptr<vq::StatusMenu> statusMenu;
     if (islands) {
+        // Closing the settings window leaves the island running.
+        QApplication::setQuitOnLastWindowClosed(false);
+        const std::string program = QCoreApplication::applicationFilePath().toStdString();
         settingsWindow = std::make_unique<vq::SettingsWindow>(
-            preferences, vq::AutostartEntry(vq::AutostartEntry::userFile(), QCoreApplication::applicationFilePath().toStdString()),
+            preferences, vq::AutostartEntry(vq::AutostartEntry::userFile(), program),
             vq::SettingsWindow::Services{
                 .clients = [&auth] { return auth.all(); },
                 .revoke = [&bridge](const std::string& appID) { bridge.disconnect(appID); },
