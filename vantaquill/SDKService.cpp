@@ -8,6 +8,8 @@ SDKService::SDKService(MainThread mainThread, LiveActivityCenter& center, ShelfS
       agentEvents(std::move(agentEvents)) {}
 
 void SDKService::showActivity(brind::LiveActivity activity) {
+    if (quiet_)
+        activity.alert = false;
     onMain([this, activity = std::move(activity)]() mutable { center.post(std::move(activity)); });
 }
 

@@ -6,6 +6,7 @@
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/ShelfStore.hpp"
 
+#include <atomic>
 #include <functional>
 
 namespace vq {
@@ -32,6 +33,10 @@ public:
                     std::function<void(bool allowed)> answer) override;
     void agentEvent(brind::AgentHookEvent event) override;
 
+    /// While quiet ("Pause notifications"), activities from apps and links are still shown in the
+    /// queue but none pops the island open.
+    void setQuiet(bool quiet) { quiet_ = quiet; }
+
 private:
     MainThread onMain;
     LiveActivityCenter& center;
@@ -39,6 +44,7 @@ private:
     Scheduler& scheduler;
     HeadlessDisplay& display;
     AgentEventHandler agentEvents;
+    std::atomic<bool> quiet_ = false;
 };
 
 } // namespace vq

@@ -30,6 +30,9 @@
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
 #include "vantaquill/qt/StandardInputReader.hpp"
+#include "vantaquill/settings/SettingsWindow.hpp"
+#include "vantaquill/settings/StatusMenu.hpp"
+#include "vantaquill/settings/StayAwake.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 
 #include <QApplication>
@@ -43,7 +46,9 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -52,6 +57,7 @@ constexpr int exitStartFailure = 1;
 struct Options {
     std::uint16_t port = brind::SDKBridge::defaultPort;
     QString url;
+    bool settings = false;
 };
 
 // DISPLAY may name a server that is gone (a stale variable, a closed session); Qt would abort on it,
@@ -143,7 +149,9 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
                                      "x11|layer-shell");
     parser.addOption(headless);
     parser.addOption(port);
+    const QCommandLineOption settings("settings", "Open the settings window at start (not with --headless).");
     parser.addOption(surface);
+    parser.addOption(settings);
     parser.addPositionalArgument("url", "A vantaquill:// URL to carry out; a running island is handed it.", "[url]");
     parser.process(app);
 
@@ -156,6 +164,7 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
     Options options;
     options.port = static_cast<std::uint16_t>(value);
     options.url = parser.positionalArguments().value(0);
+    options.settings = parser.isSet(settings);
     return options;
 }
 
@@ -248,7 +257,8 @@ int main(int argc, char** argv) {
             center, scheduler, islandPreferences, [kind = surface->kind](QScreen*) { return makeSurface(kind); },
             [](std::string_view text, double size) { return vq::FaceFonts::semiboldWidth(text, size); });
         followReducedMotion(islandPreferences.reduceMotion, *islands);
-        if (surface->kind == vq::IslandSurface::Kind::x11 && islandPreferences.hideInFullScreen) {
+        // Watched whatever "island.hideInFullScreen" says now: the manager reads it at each change.
+        if (surface->kind == vq::IslandSurface::Kind::x11) {
             fullScreen = std::make_unique<vq::X11FullScreenWatcher>(
                 [&islands, &fullScreen] { islands->setFullScreenWindow(fullScreen->fullScreenWindowCentre()); });
             islands->setFullScreenWindow(fullScreen->fullScreenWindowCentre());
@@ -316,9 +326,49 @@ int main(int argc, char** argv) {
     bridge.setPort(server.port());
     printLine("Listening on 127.0.0.1:" + std::to_string(server.port()));
 
-    vq::URLCommandRunner urls(auth, *service, [&display, &islands](const brind::SDKURLCommand& view) {
+    // Preferences apply while the island runs, whether changed in the settings window or by hand.
+    vq::StayAwake stayAwake(printError);
+    std::string reduceMotion = preferences.text("island.reduceMotion");
+    const auto applyPreferences = [&] {
+        bridge.setConfig(preferences.bridgeConfig());
+        service->setQuiet(preferences.flag("activities.paused"));
+        if (!islands)
+            return;
+        stayAwake.setOn(preferences.flag("activities.stayAwake"));
+        islands->setPreferences(preferences.island());
+        const std::string previous = std::exchange(reduceMotion, preferences.text("island.reduceMotion"));
+        if (previous != reduceMotion)
+            followReducedMotion(reduceMotion, *islands);
+    };
+    applyPreferences();
+    preferences.onChange(applyPreferences);
+    // The status menu and the settings window belong to the desktop; a headless island has neither.
+    std::unique_ptr<vq::SettingsWindow> settingsWindow;
+    std::unique_ptr<vq::StatusMenu> statusMenu;
+    if (islands) {
+        // Closing the settings window leaves the island running.
+        QApplication::setQuitOnLastWindowClosed(false);
+        const std::string program = QCoreApplication::applicationFilePath().toStdString();
+        settingsWindow = std::make_unique<vq::SettingsWindow>(
+            preferences, vq::AutostartEntry(vq::AutostartEntry::userFile(), program),
+            vq::SettingsWindow::Services{
+                .clients = [&auth] { return auth.all(); },
+                .revoke = [&bridge](const std::string& appID) { bridge.disconnect(appID); },
+                .command = QCoreApplication::applicationDirPath() + "/vantaquill"});
+        statusMenu = std::make_unique<vq::StatusMenu>(
+            preferences,
+            vq::StatusMenu::Actions{.openIsland = [&islands] { islands->open(); },
+                                    .openSettings = [&settingsWindow] { settingsWindow->showPane({}); },
+                                    .quit = [] { QCoreApplication::quit(); }},
+            printError);
+        if (options->settings)
+            settingsWindow->showPane({});
+    }
+    vq::URLCommandRunner urls(auth, *service, [&display, &islands, &settingsWindow](const brind::SDKURLCommand& view) {
         display.line(vq::URLCommandRunner::describeView(view));
-        if (islands)
+        if (const auto* settings = std::get_if<brind::SDKURLCommand::Settings>(&view.command); settings && settingsWindow)
+            settingsWindow->showPane(QString::fromStdString(settings->pane.value_or("")));
+        else if (islands)
             islands->open();
     });
     openURL = [&](const QString& url) {

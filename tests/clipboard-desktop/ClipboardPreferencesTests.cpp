@@ -18,7 +18,7 @@ TEST(ClipboardPreferencesTests, ReadsTheClipboardKeysAndKeepsDefaultsForBadValue
                            "clipboard.maxDays=-3\n"
                            "clipboard.maxImageBytes=lots\n"
                            "clipboard.captureImages=false\n"
-                           "clipboard.excludedApps=Firefox, org.gnome.Terminal\n"
+                           "clipboard.excludedBundleIDs=Firefox, org.gnome.Terminal\n"
                            "clipboard.pasteDirectly=false\n";
     const brind::ClipSettings defaults;
     const brind::ClipSettings read = ClipboardPreferences::read(file);
@@ -31,7 +31,7 @@ TEST(ClipboardPreferencesTests, ReadsTheClipboardKeysAndKeepsDefaultsForBadValue
     EXPECT_EQ(read.excludedBundleIDs, (std::vector<std::string>{"Firefox", "org.gnome.Terminal"}));
     EXPECT_FALSE(read.pasteDirectly);
 
-    std::ofstream(file) << "[General]\nclipboard.excludedApps=KeePassXC\n";
+    std::ofstream(file) << "[General]\nclipboard.excludedBundleIDs=KeePassXC\n";
     EXPECT_EQ(ClipboardPreferences::read(file).excludedBundleIDs, std::vector<std::string>{"KeePassXC"});
     EXPECT_EQ(ClipboardPreferences::read(folder.path() / "missing.conf"), defaults);
 }

@@ -30,7 +30,7 @@ brind::ClipSettings read(const std::filesystem::path& file) {
     result.captureRichText = flag(settings, "clipboard.captureRichText", result.captureRichText);
     result.maxImageBytes = count(settings, "clipboard.maxImageBytes", result.maxImageBytes);
     // QSettings reads an unquoted comma-separated INI value as a list already.
-    for (const QString& id : settings.value("clipboard.excludedApps").toStringList()) {
+    for (const QString& id : settings.value("clipboard.excludedBundleIDs").toStringList()) {
         if (!id.trimmed().isEmpty())
             result.excludedBundleIDs.push_back(id.trimmed().toStdString());
     }

@@ -57,6 +57,14 @@ void IslandController::setHidden(bool hidden) {
     update();
 }
 
+void IslandController::setSettings(Settings settings) {
+    settings.reduceMotion = settings_.reduceMotion;
+    if (settings == settings_)
+        return;
+    settings_ = settings;
+    update();
+}
+
 void IslandController::setReduceMotion(bool reduceMotion) {
     settings_.reduceMotion = reduceMotion;
 }

@@ -45,6 +45,9 @@ public:
     /// While hidden (a full-screen window in front) the island is closed.
     void setHidden(bool hidden);
     void setReduceMotion(bool reduceMotion);
+    /// New pointer and outline preferences; the reduce-motion flag is kept (it has its own setter).
+    /// A hover already timing runs with the delay it started with.
+    void setSettings(Settings settings);
     /// The expanded content's height once it knows it.
     void setContentHeight(std::optional<double> height);
 

@@ -64,12 +64,7 @@ void IslandManager::rebuild() {
         if (!entry.surface)
             continue;
         entry.controller = std::make_unique<IslandController>(
-            center_, scheduler_, *entry.surface, measure_,
-            IslandController::Settings{.hoverToOpen = preferences_.hoverToOpen,
-                                       .hoverDelay = preferences_.hoverDelay,
-                                       .clickToOpen = preferences_.clickToOpen,
-                                       .cornerRadius = preferences_.cornerRadius,
-                                       .reduceMotion = reduceMotion_});
+            center_, scheduler_, *entry.surface, measure_, controllerSettings());
         connect(screen, &QScreen::geometryChanged, this, [this, screen] {
             for (auto& each : entries_)
                 if (each.screen == screen)
@@ -83,6 +78,27 @@ void IslandManager::rebuild() {
         entries_.push_back(std::move(entry));
         place(entries_.back());
         applyHidden(entries_.back());
+    }
+}
+
+IslandController::Settings IslandManager::controllerSettings() const {
+    return {.hoverToOpen = preferences_.hoverToOpen,
+            .hoverDelay = preferences_.hoverDelay,
+            .clickToOpen = preferences_.clickToOpen,
+            .cornerRadius = preferences_.cornerRadius,
+            .reduceMotion = reduceMotion_};
+}
+
+void IslandManager::setPreferences(const Preferences::Island& preferences) {
+    if (preferences == preferences_)
+        return;
+    preferences_ = preferences;
+    // The display mode may take islands away or add some; the ones that stay get the new values.
+    rebuild();
+    for (auto& entry : entries_) {
+        entry.controller->setSettings(controllerSettings());
+        place(entry);
+        applyHidden(entry);
     }
 }
 

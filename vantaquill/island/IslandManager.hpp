@@ -33,6 +33,8 @@ public:
     /// The activity centre published a change.
     void refresh();
     void setReduceMotion(bool reduceMotion);
+    /// The user changed the island's preferences: screens, placement, pointer and outline follow.
+    void setPreferences(const Preferences::Island& preferences);
     /// Opens the first island (the primary screen's, unless the display mode chose others).
     void open();
     /// The active window is full screen with its centre here (global coordinates), or none is.
@@ -53,6 +55,7 @@ private:
     void place(Entry& entry);
     IslandPlacement::Screen describe(QScreen* screen) const;
     void applyHidden(Entry& entry);
+    IslandController::Settings controllerSettings() const;
 
     LiveActivityCenter& center_;
     Scheduler& scheduler_;

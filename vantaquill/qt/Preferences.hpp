@@ -3,19 +3,42 @@
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/sdk/SDKBridge.hpp"
 
+#include <QFileSystemWatcher>
 #include <QSettings>
+#include <QVariant>
 
 #include <filesystem>
-#include <optional>
+#include <functional>
+#include <map>
+#include <set>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace vq {
 
 /// The preferences store: an INI file at $XDG_CONFIG_HOME/vantaquill/vantaquill.conf with dotted keys
-/// ("agents.approvalTimeout"). Every key has a default; the file need not exist.
+/// ("agents.approvalTimeout"). Every key has a default and a type in `PreferenceCatalog`; the file
+/// need not exist. A value of the wrong type reads as the default and is reported once; a number
+/// outside its range reads as the nearest end of the range.
 class Preferences {
 public:
-    explicit Preferences(const std::filesystem::path& file);
+    using Log = std::function<void(const std::string& line)>;
+
+    explicit Preferences(const std::filesystem::path& file, Log log = {});
+
+    /// The checked value of a known key: a bool, a double, a qlonglong or a QString by its kind.
+    QVariant value(std::string_view key) const;
+    bool flag(std::string_view key) const { return value(key).toBool(); }
+    double number(std::string_view key) const { return value(key).toDouble(); }
+    std::string text(std::string_view key) const { return value(key).toString().toStdString(); }
+
+    /// Writes a key at once (the file is replaced atomically) and tells the listeners.
+    void set(std::string_view key, const QVariant& value);
+
+    /// Called after a change, whether it came through `set` or an edit of the file by hand.
+    void onChange(std::function<void()> listener);
 
     /// The bridge's configuration from "agents.approvalTimeout", "agents.approveEveryTool",
     /// "agents.approvalsEnabled", "agents.answerQuestions", "sdk.consentTimeout" and
@@ -53,12 +76,21 @@ public:
     Island island() const;
 
 private:
-    double signedNumber(const char* key, double fallback) const;
-    std::string text(const char* key, const std::string& fallback) const;
-    double number(const char* key, double fallback) const;
-    bool flag(const char* key, bool fallback) const;
+    std::map<std::string, QString> snapshot() const;
+    void reload();
+    void changed();
+    void report(std::string_view key, const QString& raw, std::string_view expected) const;
 
-    QSettings settings;
+    std::filesystem::path file;
+    Log log;
+    mutable QSettings settings;
+    QFileSystemWatcher watcher;
+    /// The file as the store last read or wrote it.
+    std::string lastRead;
+    std::map<std::string, QString> seen;
+    std::vector<std::function<void()>> listeners;
+    /// The wrong values already reported, so that each is said once however often it is read.
+    mutable std::set<std::pair<std::string, QString>> reported;
 };
 
 } // namespace vq

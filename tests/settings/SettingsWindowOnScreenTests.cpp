@@ -1,0 +1,142 @@
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/desktop/VirtualDisplay.hpp"
+#include "tests/e2e/E2EProcess.hpp"
+
+#include <gtest/gtest.h>
+
+#include <QString>
+
+#include <chrono>
+#include <fstream>
+#include <thread>
+
+namespace vq::desktop {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto windowName = "vantaquill settings";
+
+std::optional<double> hoverDelayIn(const std::filesystem::path& file) {
+    const auto text = brind::AtomicFile::read(file);
+    if (!text)
+        return std::nullopt;
+    constexpr std::string_view key = "island.hoverDelay=";
+    const auto at = text->find(key);
+    if (at == std::string::npos)
+        return std::nullopt;
+    bool ok = false;
+    const double value = QString::fromStdString(text->substr(at + key.size(), text->find('\n', at) - at - key.size()))
+                             .toDouble(&ok);
+    return ok ? std::optional(value) : std::nullopt;
+}
+
+/// The real island with its settings window open on a private X server, in a fresh home.
+class SettingsWindowOnScreen : public ::testing::Test {
+protected:
+    virtual std::vector<std::string> arguments() const { return {"--surface", "x11", "--port", "0", "--settings"}; }
+
+    void SetUp() override {
+        if (!VirtualDisplay::available())
+            GTEST_SKIP() << "Xvfb, ImageMagick's import or xdotool is missing; scripts/setup installs them";
+        display = std::make_unique<VirtualDisplay>();
+        ASSERT_FALSE(display->name().empty()) << "Xvfb did not start";
+        std::filesystem::create_directories(home.path() / ".config/vantaquill");
+        auto environment = home.environment();
+        environment.erase("QT_QPA_PLATFORM");
+        environment["DISPLAY"] = display->name();
+        island = std::make_unique<e2e::IslandProcess>(arguments(), environment);
+        ASSERT_NE(island->port(), 0) << "the island did not start";
+    }
+
+    std::filesystem::path preferencesFile() const { return home.path() / ".config/vantaquill/vantaquill.conf"; }
+
+    /// xdotool, given at most 15 s (a search that waits for a window that never comes would hang).
+    int xdotool(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"timeout", "15", "xdotool"});
+        return display->run(arguments);
+    }
+
+    e2e::TemporaryHome home;
+    std::unique_ptr<VirtualDisplay> display;
+    std::unique_ptr<e2e::IslandProcess> island;
+};
+
+TEST_F(SettingsWindowOnScreen, TypingAHoverDelayWritesTheFileAndTheRunningIslandWaitsThatLong) {
+    // The window is found by its title, then moved below the island (whose black the screenshots
+    // measure in the top rows) and given the keyboard, which starts in the Island section's first field.
+    ASSERT_EQ(xdotool({"search", "--sync", "--name", windowName, "windowmove", "%1", "0", "430", "windowfocus",
+                       "--sync", "%1"}),
+              0)
+        << "no window named \"" << windowName << "\"";
+    std::optional<QRect> closed;
+    waitForScreen(*display, [&](const QImage& shot) { return (closed = blackBounds(shot)).has_value(); });
+    ASSERT_TRUE(closed) << "no island on the screen";
+    // The window shows the current delay before anything is typed.
+    EXPECT_FALSE(hoverDelayIn(preferencesFile()));
+
+    constexpr double typedDelay = 3;
+    // Tab from "Open when the pointer rests" to "Hover delay", replace the text, Tab to commit.
+    ASSERT_EQ(xdotool({"key", "--delay", "80", "Tab", "ctrl+a"}), 0);
+    ASSERT_EQ(xdotool({"type", "--delay", "80", "3"}), 0);
+    ASSERT_EQ(xdotool({"key", "--delay", "80", "Tab"}), 0);
+    std::optional<double> written;
+    for (auto waited = 0ms; waited < 10s && !written; waited += 100ms) {
+        std::this_thread::sleep_for(100ms);
+        written = hoverDelayIn(preferencesFile());
+    }
+    ASSERT_TRUE(written) << "the window did not write island.hoverDelay";
+    EXPECT_DOUBLE_EQ(*written, typedDelay);
+
+    // The pointer rests on the island: with the default 0.2 s it would open at once; now it waits.
+    const auto entered = std::chrono::steady_clock::now();
+    ASSERT_EQ(xdotool({"mousemove", std::to_string(closed->center().x()), std::to_string(closed->center().y())}), 0);
+    const auto opened = [&](const QImage& shot) {
+        const auto bounds = blackBounds(shot);
+        return bounds && bounds->height() > closed->height() + 20;
+    };
+    const QImage shot = waitForScreen(*display, opened, 20s);
+    const auto seenOpen = std::chrono::steady_clock::now() - entered;
+    ASSERT_TRUE(opened(shot)) << "the island never opened under the pointer";
+    EXPECT_GE(seenOpen, std::chrono::duration<double>(typedDelay - 0.1))
+        << "the island opened before the delay typed in the window";
+}
+
+TEST_F(SettingsWindowOnScreen, AnEditByHandShowsInTheRunningIsland) {
+    ASSERT_EQ(xdotool({"search", "--sync", "--name", windowName, "windowmove", "%1", "0", "430"}), 0);
+    std::optional<QRect> closed;
+    waitForScreen(*display, [&](const QImage& shot) { return (closed = blackBounds(shot)).has_value(); });
+    ASSERT_TRUE(closed) << "no island on the screen";
+
+    // Opening on hover switched off by hand: resting on the island leaves it closed; a click opens it.
+    ASSERT_TRUE(brind::AtomicFile::write(preferencesFile(), "[General]\nisland.hoverToOpen=false\n"));
+    std::this_thread::sleep_for(1s);
+    ASSERT_EQ(xdotool({"mousemove", std::to_string(closed->center().x()), std::to_string(closed->center().y())}), 0);
+    std::this_thread::sleep_for(1500ms);
+    const auto bounds = blackBounds(display->screenshot());
+    ASSERT_TRUE(bounds);
+    EXPECT_LE(bounds->height(), closed->height() + 2) << "opened on hover although switched off";
+
+    ASSERT_EQ(xdotool({"click", "1"}), 0);
+    const QImage shot = waitForScreen(*display, [&](const QImage& image) {
+        const auto seen = blackBounds(image);
+        return seen && seen->height() > closed->height() + 20;
+    });
+    EXPECT_GT(blackBounds(shot).value_or(QRect()).height(), closed->height() + 20) << "a click did not open it";
+}
+
+/// The island started with a settings link instead of --settings, as the desktop hands it over.
+class SettingsLink : public SettingsWindowOnScreen {
+protected:
+    std::vector<std::string> arguments() const override {
+        return {"--surface", "x11", "--port", "0", "vantaquill://settings?pane=agents"};
+    }
+};
+
+TEST_F(SettingsLink, ASettingsLinkOpensTheWindow) {
+    EXPECT_EQ(xdotool({"search", "--sync", "--name", windowName}), 0) << "no window named \"" << windowName << "\"";
+    EXPECT_TRUE(island->waitForLine("url settings pane=\"agents\""));
+}
+
+} // namespace
+} // namespace vq::desktop

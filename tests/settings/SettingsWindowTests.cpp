@@ -1,0 +1,85 @@
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+#include "vantaquill/settings/SettingsWindow.hpp"
+
+#include <QCheckBox>
+#include <QCoreApplication>
+#include <QDoubleSpinBox>
+#include <QElapsedTimer>
+#include <QListWidget>
+#include <QPushButton>
+
+#include <gtest/gtest.h>
+
+namespace vq {
+namespace {
+
+brind::SDKClient client(std::string appID, std::string name) {
+    brind::SDKClient made;
+    made.appID = std::move(appID);
+    made.name = std::move(name);
+    made.scopes = {brind::SDKScope::activities};
+    return made;
+}
+
+struct SettingsWindowForm : ::testing::Test {
+    SettingsWindowForm() {
+        services.clients = [this] { return clients; };
+        services.revoke = [this](const std::string& appID) {
+            revoked.push_back(appID);
+            std::erase_if(clients, [&](const brind::SDKClient& client) { return client.appID == appID; });
+        };
+        services.command = QString::fromStdString((folder.path() / "no-such-command").string());
+    }
+
+    std::filesystem::path file() const { return folder.path() / "vantaquill.conf"; }
+
+    brindtest::TemporaryFolder folder{"vantaquill-window"};
+    Preferences preferences{file(), [](const std::string&) {}};
+    std::vector<brind::SDKClient> clients{client("cli", "vantaquill CLI"), client("builds", "Build watcher")};
+    std::vector<std::string> revoked;
+    SettingsWindow::Services services;
+};
+
+TEST_F(SettingsWindowForm, FieldsWriteTheFileAndFollowEditsByHand) {
+    SettingsWindow window(preferences, AutostartEntry(folder.path() / "autostart.desktop", "island"), services);
+    auto* click = window.findChild<QCheckBox*>("island.clickToOpen");
+    auto* delay = window.findChild<QDoubleSpinBox*>("island.hoverDelay");
+    ASSERT_TRUE(click && delay);
+    EXPECT_TRUE(click->isChecked());
+    EXPECT_DOUBLE_EQ(delay->value(), 0.2);
+
+    click->click();
+    EXPECT_FALSE(preferences.flag("island.clickToOpen"));
+    const auto text = brind::AtomicFile::read(file());
+    ASSERT_TRUE(text);
+    EXPECT_NE(text->find("island.clickToOpen=false"), std::string::npos) << *text;
+
+    ASSERT_TRUE(brind::AtomicFile::write(file(), "[General]\nisland.hoverDelay=1.25\n"));
+    QElapsedTimer timer;
+    timer.start();
+    while (delay->value() != 1.25 && timer.elapsed() < 5000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    EXPECT_DOUBLE_EQ(delay->value(), 1.25) << "an edit by hand did not reach the form";
+    EXPECT_TRUE(click->isChecked()) << "the key removed by hand shows its default again";
+}
+
+TEST_F(SettingsWindowForm, RevokeEndsTheChosenAppAndNeverOffersTheCommandsOwnClient) {
+    SettingsWindow window(preferences, AutostartEntry(folder.path() / "autostart.desktop", "island"), services);
+    auto* list = window.findChild<QListWidget*>("clients");
+    auto* revoke = window.findChild<QPushButton*>("revoke");
+    ASSERT_TRUE(list && revoke);
+    ASSERT_EQ(list->count(), 1);
+    EXPECT_TRUE(list->item(0)->text().startsWith("Build watcher (builds)")) << list->item(0)->text().toStdString();
+
+    revoke->click();
+    EXPECT_TRUE(revoked.empty()) << "revoked without a choice";
+    list->setCurrentRow(0);
+    revoke->click();
+    EXPECT_EQ(revoked, std::vector<std::string>{"builds"});
+    ASSERT_EQ(list->count(), 1);
+    EXPECT_FALSE(list->item(0)->flags() & Qt::ItemIsSelectable) << "the empty list's note is not a client";
+}
+
+} // namespace
+} // namespace vq
