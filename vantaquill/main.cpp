@@ -34,6 +34,7 @@
 #include "vantaquill/settings/StatusMenu.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
+#include "vantaquill/wayland/WaylandFullScreenWatcher.hpp"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -249,6 +250,7 @@ int main(int argc, char** argv) {
     vq::LiveActivityCenter center(scheduler);
     std::unique_ptr<vq::IslandManager> islands;
     std::unique_ptr<vq::X11FullScreenWatcher> fullScreen;
+    std::unique_ptr<vq::WaylandFullScreenWatcher> waylandFullScreen;
     if (surface) {
         std::cerr << "vantaquill: island surface: " << vq::IslandSurfaceChoice::name(surface->kind) << " ("
                   << surface->reason << ")" << std::endl;
@@ -262,6 +264,18 @@ int main(int argc, char** argv) {
             fullScreen = std::make_unique<vq::X11FullScreenWatcher>(
                 [&islands, &fullScreen] { islands->setFullScreenWindow(fullScreen->fullScreenWindowCentre()); });
             islands->setFullScreenWindow(fullScreen->fullScreenWindowCentre());
+        }
+        // The overlay layer stays above full-screen windows: the compositor has to say which are.
+        if (surface->kind == vq::IslandSurface::Kind::layerShell) {
+            auto watcher = vq::WaylandFullScreenWatcher::connect([&islands, &waylandFullScreen] {
+                islands->setFullScreenWindow(waylandFullScreen->fullScreenWindowCentre());
+            });
+            if (watcher) {
+                waylandFullScreen = std::move(*watcher);
+                islands->setFullScreenWindow(waylandFullScreen->fullScreenWindowCentre());
+            } else {
+                std::cerr << "vantaquill: the island stays over full-screen windows: " << watcher.error() << std::endl;
+            }
         }
     }
     center.onChange = [&](vq::LiveActivityCenter::Change change) {

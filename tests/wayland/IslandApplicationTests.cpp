@@ -1,5 +1,6 @@
 #include "tests/support/TemporaryFolder.hpp"
 #include "tests/wayland/SwaySession.hpp"
+#include "tests/wayland/TestWindow.hpp"
 
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
@@ -330,6 +331,80 @@ TEST_P(IslandOnSway, ShowsTheIslandAtTheTopCentreAndGrowsForAnActivityAndOnHover
     EXPECT_TRUE(sameShape(closedAgain, compact)) << "leaving did not close the island: " << describe(closedAgain) << " instead of "
                                     << describe(compact);
 }
+
+/// How many of the island's black pixels show in the band where it hangs: the desktop's background
+/// and the test window's grey are far from black.
+int blackPixels(const QImage& image)
+{
+    constexpr int bandHeight = 300;
+    constexpr int blackTolerance = 8;
+    int count = 0;
+    for (int y = 0; y < std::min(bandHeight, image.height()); ++y)
+        for (int x = image.width() / 4; x < image.width() * 3 / 4; ++x) {
+            const QColor colour = image.pixelColor(x, y);
+            if (colour.red() <= blackTolerance && colour.green() <= blackTolerance && colour.blue() <= blackTolerance)
+                ++count;
+        }
+    return count;
+}
+
+TEST_P(IslandOnSway, HidesWhileTheActiveWindowIsFullScreenAndComesBackAfter)
+{
+    ASSERT_FALSE(shapeWhen([](QRect shape) { return !shape.isEmpty(); }).isEmpty()) << "no island on the screen";
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    const auto islandShows = [&](bool wanted, bool fullScreen) {
+        return waitUntil([&] {
+            window.dispatch();
+            auto shot = sway->screenshot();
+            return shot && window.shown() && window.fullScreen() == fullScreen && (blackPixels(*shot) > 0) == wanted;
+        });
+    };
+    const std::string criteria = "[title=\"below the island\"] ";
+    // Tiled, the window leaves the island above it.
+    ASSERT_TRUE(islandShows(true, false)) << "no island over the tiled window";
+    ASSERT_TRUE(sway->command(criteria + "fullscreen enable"));
+    EXPECT_TRUE(islandShows(false, true)) << "the island stayed over the full-screen window";
+    ASSERT_TRUE(sway->command(criteria + "fullscreen disable"));
+    EXPECT_TRUE(islandShows(true, false)) << "the island did not come back after full screen";
+}
+
+class KeptOverFullScreenOnSway : public IslandOnSway {
+protected:
+    std::vector<std::string> preferences() const override { return {"island.hideInFullScreen=false"}; }
+};
+
+TEST_P(KeptOverFullScreenOnSway, StaysOverAFullScreenWindowWhenTheUserAsks)
+{
+    ASSERT_FALSE(shapeWhen([](QRect shape) { return !shape.isEmpty(); }).isEmpty()) << "no island on the screen";
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown();
+    }));
+    ASSERT_TRUE(sway->command("[title=\"below the island\"] fullscreen enable"));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.fullScreen();
+    }));
+    // The compositor tells the island as it tells the window; a hidden island would be gone by the
+    // last of these screenshots.
+    for (int shot = 0; shot < 5; ++shot) {
+        auto image = sway->screenshot();
+        ASSERT_TRUE(image) << image.error();
+        EXPECT_GT(blackPixels(*image), 0) << "the island hid over the full-screen window, screenshot " << shot;
+        QEventLoop loop;
+        QTimer::singleShot(200, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}
+
+// One housing is enough: whether the island hides does not depend on its shape.
+INSTANTIATE_TEST_SUITE_P(Housing, KeptOverFullScreenOnSway, ::testing::Values(std::string("200x32")),
+                         [](const auto&) { return std::string("Declared"); });
 
 /// The primary button of an alert: the bounding box of its blue fill.
 QRect primaryButton(const QImage& image)

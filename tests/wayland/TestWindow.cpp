@@ -5,6 +5,7 @@
 
 #include <wayland-client.h>
 
+#include <algorithm>
 #include <cstring>
 #include <poll.h>
 
@@ -76,10 +77,14 @@ std::expected<std::unique_ptr<TestWindow>, std::string> TestWindow::open(const s
     xdg_surface_add_listener(window->m_xdgSurface, &surfaceListener, window.get());
     window->m_toplevel = xdg_surface_get_toplevel(window->m_xdgSurface);
     static const xdg_toplevel_listener toplevelListener = {
-        .configure = [](void* data, xdg_toplevel*, std::int32_t width, std::int32_t height, wl_array*) {
+        .configure = [](void* data, xdg_toplevel*, std::int32_t width, std::int32_t height, wl_array* states) {
             auto* self = static_cast<TestWindow*>(data);
             self->m_tiled = width > 0 && height > 0;
             self->m_size = self->m_tiled ? QSize(width, height) : fallbackSize;
+            const auto* first = static_cast<const std::uint32_t*>(states->data);
+            self->m_fullScreen = std::ranges::find(first, first + states->size / sizeof(std::uint32_t),
+                                                   std::uint32_t(XDG_TOPLEVEL_STATE_FULLSCREEN))
+                != first + states->size / sizeof(std::uint32_t);
         },
         .close = [](void*, xdg_toplevel*) {},
         .configure_bounds = [](void*, xdg_toplevel*, std::int32_t, std::int32_t) {},

@@ -35,6 +35,8 @@ public:
     /// Shown at the size the compositor tiled it to.
     bool shown() const { return m_shown; }
     int presses() const { return m_presses; }
+    /// The compositor last configured the window as full screen.
+    bool fullScreen() const { return m_fullScreen; }
 
 private:
     TestWindow() = default;
@@ -54,6 +56,7 @@ private:
     QSize m_size;
     bool m_tiled = false;
     bool m_shown = false;
+    bool m_fullScreen = false;
     int m_presses = 0;
 };
 

@@ -1,0 +1,314 @@
+#include "vantaquill/wayland/WaylandFullScreenWatcher.hpp"
+
+#include "vantaquill/wayland/wlr-foreign-toplevel-management-unstable-v1-client-protocol.h"
+
+#include <QAbstractEventDispatcher>
+#include <QGuiApplication>
+#include <QObject>
+#include <QScreen>
+#include <QSocketNotifier>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <wayland-client.h>
+
+namespace vq {
+
+namespace {
+
+// Version 2 brought the full-screen state, which is all this watcher is for; 3 adds nothing it
+// needs (a window's parent) but nothing it must handle differently either.
+constexpr std::uint32_t oldestManagerVersion = 2;
+constexpr std::uint32_t newestManagerVersion = 3;
+constexpr std::uint32_t outputVersion = 4; // name, to match Qt's screen names
+
+} // namespace
+
+std::expected<std::unique_ptr<WaylandFullScreenWatcher>, std::string>
+WaylandFullScreenWatcher::connect(std::function<void()> onChange) {
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return std::unexpected("the full-screen watcher needs a running Qt GUI application");
+    std::unique_ptr<WaylandFullScreenWatcher> watcher(new WaylandFullScreenWatcher);
+    WaylandFullScreenWatcher* self = watcher.get();
+    self->m_display = wl_display_connect(nullptr);
+    if (!self->m_display)
+        return std::unexpected("cannot connect to the Wayland display");
+
+    static const wl_registry_listener registryListener = {
+        .global =
+            [](void* data, wl_registry*, std::uint32_t name, const char* interface, std::uint32_t version) {
+                static_cast<WaylandFullScreenWatcher*>(data)->handleGlobal(name, interface, version);
+            },
+        .global_remove =
+            [](void* data, wl_registry*, std::uint32_t name) {
+                static_cast<WaylandFullScreenWatcher*>(data)->handleGlobalRemove(name);
+            },
+    };
+    self->m_registry = wl_display_get_registry(self->m_display);
+    wl_registry_add_listener(self->m_registry, &registryListener, self);
+    // The outputs are bound in the first round trip and described in the second, so that the
+    // windows the manager lists next can name them.
+    for (int i = 0; i < 2; ++i)
+        if (wl_display_roundtrip(self->m_display) < 0)
+            return std::unexpected("the Wayland compositor did not answer");
+    if (self->m_managerName == 0)
+        return std::unexpected("the Wayland compositor offers no zwlr_foreign_toplevel_manager_v1");
+    if (self->m_managerVersion < oldestManagerVersion)
+        return std::unexpected("the Wayland compositor's zwlr_foreign_toplevel_manager_v1 is version " +
+                               std::to_string(self->m_managerVersion) +
+                               ", which does not tell full-screen windows");
+
+    self->m_manager = static_cast<zwlr_foreign_toplevel_manager_v1*>(
+        wl_registry_bind(self->m_registry, self->m_managerName, &zwlr_foreign_toplevel_manager_v1_interface,
+                         self->m_managerVersion));
+    static const zwlr_foreign_toplevel_manager_v1_listener managerListener = {
+        .toplevel =
+            [](void* data, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
+                static_cast<WaylandFullScreenWatcher*>(data)->handleToplevel(handle);
+            },
+        .finished =
+            [](void* data, zwlr_foreign_toplevel_manager_v1*) {
+                static_cast<WaylandFullScreenWatcher*>(data)->handleFinished();
+            },
+    };
+    zwlr_foreign_toplevel_manager_v1_add_listener(self->m_manager, &managerListener, self);
+    if (wl_display_roundtrip(self->m_display) < 0)
+        return std::unexpected("the Wayland compositor did not answer");
+
+    self->m_context = std::make_unique<QObject>();
+    const int fd = wl_display_get_fd(self->m_display);
+    self->m_readNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    QObject::connect(self->m_readNotifier.get(), &QSocketNotifier::activated, self->m_context.get(),
+                     [self] { self->readEvents(); });
+    self->m_writeNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
+    self->m_writeNotifier->setEnabled(false);
+    QObject::connect(self->m_writeNotifier.get(), &QSocketNotifier::activated, self->m_context.get(),
+                     [self] { self->flush(); });
+    if (auto* dispatcher = QAbstractEventDispatcher::instance())
+        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, self->m_context.get(), [self] {
+            self->dispatchPending();
+            self->flush();
+        });
+    // Screens Qt learns about later may be where a full-screen window already is.
+    QObject::connect(qGuiApp, &QGuiApplication::screenAdded, self->m_context.get(),
+                     [self] { self->announce(); });
+    // Only from now on: the owner asks for the first answer once it holds the watcher.
+    self->m_onChange = std::move(onChange);
+    return watcher;
+}
+
+WaylandFullScreenWatcher::~WaylandFullScreenWatcher() {
+    m_context.reset();
+    m_readNotifier.reset();
+    m_writeNotifier.reset();
+    for (const auto& toplevel : m_toplevels)
+        zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
+    if (m_manager)
+        zwlr_foreign_toplevel_manager_v1_destroy(m_manager);
+    for (const auto& output : m_outputs)
+        if (output->version >= WL_OUTPUT_RELEASE_SINCE_VERSION)
+            wl_output_release(output->output);
+        else
+            wl_output_destroy(output->output);
+    if (m_registry)
+        wl_registry_destroy(m_registry);
+    if (m_display)
+        wl_display_disconnect(m_display);
+}
+
+std::optional<QPoint> WaylandFullScreenWatcher::fullScreenWindowCentre() const {
+    const auto active =
+        std::ranges::find_if(m_toplevels, [](const auto& toplevel) { return toplevel->activated; });
+    if (active == m_toplevels.end() || !(*active)->fullScreen || (*active)->outputs.empty())
+        return std::nullopt;
+    const Output* output = outputOf((*active)->outputs.front());
+    if (!output)
+        return std::nullopt;
+    const auto screens = QGuiApplication::screens();
+    // Qt on Wayland names its screens after the outputs; on another platform the position tells.
+    auto screen = std::ranges::find_if(screens, [&](const QScreen* candidate) {
+        return !output->name.empty() && candidate->name().toStdString() == output->name;
+    });
+    if (screen == screens.end())
+        screen = std::ranges::find_if(screens, [&](const QScreen* candidate) {
+            return candidate->geometry().topLeft() == output->position;
+        });
+    if (screen == screens.end())
+        return std::nullopt;
+    return (*screen)->geometry().center();
+}
+
+// MARK: - Globals
+
+void WaylandFullScreenWatcher::handleGlobal(std::uint32_t name, const char* interface,
+                                            std::uint32_t version) {
+    if (std::strcmp(interface, zwlr_foreign_toplevel_manager_v1_interface.name) == 0) {
+        m_managerName = name;
+        m_managerVersion = std::min(version, newestManagerVersion);
+        return;
+    }
+    if (std::strcmp(interface, wl_output_interface.name) != 0)
+        return;
+    auto output = std::make_unique<Output>();
+    output->registryName = name;
+    output->version = std::min(version, outputVersion);
+    output->output =
+        static_cast<wl_output*>(wl_registry_bind(m_registry, name, &wl_output_interface, output->version));
+    static const wl_output_listener outputListener = {
+        .geometry = [](void* data, wl_output*, std::int32_t x, std::int32_t y, std::int32_t, std::int32_t,
+                       std::int32_t, const char*, const char*,
+                       std::int32_t) { static_cast<Output*>(data)->position = QPoint(x, y); },
+        .mode = [](void*, wl_output*, std::uint32_t, std::int32_t, std::int32_t, std::int32_t) {},
+        .done = [](void*, wl_output*) {},
+        .scale = [](void*, wl_output*, std::int32_t) {},
+        .name = [](void* data, wl_output*,
+                   const char* outputName) { static_cast<Output*>(data)->name = outputName; },
+        .description = [](void*, wl_output*, const char*) {},
+    };
+    wl_output_add_listener(output->output, &outputListener, output.get());
+    m_outputs.push_back(std::move(output));
+}
+
+void WaylandFullScreenWatcher::handleGlobalRemove(std::uint32_t name) {
+    const auto found =
+        std::ranges::find_if(m_outputs, [name](const auto& output) { return output->registryName == name; });
+    if (found == m_outputs.end())
+        return;
+    wl_output* gone = (*found)->output;
+    for (const auto& toplevel : m_toplevels)
+        std::erase(toplevel->outputs, gone);
+    if ((*found)->version >= WL_OUTPUT_RELEASE_SINCE_VERSION)
+        wl_output_release(gone);
+    else
+        wl_output_destroy(gone);
+    m_outputs.erase(found);
+    announce();
+}
+
+const WaylandFullScreenWatcher::Output* WaylandFullScreenWatcher::outputOf(wl_output* output) const {
+    const auto found =
+        std::ranges::find_if(m_outputs, [output](const auto& known) { return known->output == output; });
+    return found == m_outputs.end() ? nullptr : found->get();
+}
+
+// MARK: - Windows
+
+void WaylandFullScreenWatcher::handleToplevel(zwlr_foreign_toplevel_handle_v1* handle) {
+    auto toplevel = std::make_unique<Toplevel>();
+    toplevel->owner = this;
+    toplevel->handle = handle;
+    static const zwlr_foreign_toplevel_handle_v1_listener listener = {
+        .title = [](void*, zwlr_foreign_toplevel_handle_v1*, const char*) {},
+        .app_id = [](void*, zwlr_foreign_toplevel_handle_v1*, const char*) {},
+        .output_enter =
+            [](void* data, zwlr_foreign_toplevel_handle_v1*, wl_output* output) {
+                auto& outputs = static_cast<Toplevel*>(data)->outputs;
+                if (std::ranges::find(outputs, output) == outputs.end())
+                    outputs.push_back(output);
+            },
+        .output_leave = [](void* data, zwlr_foreign_toplevel_handle_v1*,
+                           wl_output* output) { std::erase(static_cast<Toplevel*>(data)->outputs, output); },
+        .state =
+            [](void* data, zwlr_foreign_toplevel_handle_v1*, wl_array* states) {
+                auto& pending = static_cast<Toplevel*>(data)->pendingStates;
+                const auto* first = static_cast<const std::uint32_t*>(states->data);
+                pending.assign(first, first + states->size / sizeof(std::uint32_t));
+            },
+        .done =
+            [](void* data, zwlr_foreign_toplevel_handle_v1*) {
+                auto* toplevel = static_cast<Toplevel*>(data);
+                toplevel->owner->handleDone(*toplevel);
+            },
+        .closed =
+            [](void* data, zwlr_foreign_toplevel_handle_v1*) {
+                auto* toplevel = static_cast<Toplevel*>(data);
+                toplevel->owner->handleClosed(*toplevel);
+            },
+        .parent = [](void*, zwlr_foreign_toplevel_handle_v1*, zwlr_foreign_toplevel_handle_v1*) {},
+    };
+    zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevel.get());
+    m_toplevels.push_back(std::move(toplevel));
+}
+
+void WaylandFullScreenWatcher::handleDone(Toplevel& toplevel) {
+    const auto holds = [&](std::uint32_t state) {
+        return std::ranges::find(toplevel.pendingStates, state) != toplevel.pendingStates.end();
+    };
+    toplevel.activated = holds(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_ACTIVATED);
+    toplevel.fullScreen = holds(ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_FULLSCREEN);
+    announce();
+}
+
+void WaylandFullScreenWatcher::handleClosed(Toplevel& toplevel) {
+    zwlr_foreign_toplevel_handle_v1_destroy(toplevel.handle);
+    std::erase_if(m_toplevels, [&](const auto& known) { return known.get() == &toplevel; });
+    announce();
+}
+
+void WaylandFullScreenWatcher::handleFinished() {
+    // The compositor stopped listing windows (it is going away, or withdrew the global): what is
+    // known may be stale, so nothing is taken for full screen any more.
+    zwlr_foreign_toplevel_manager_v1_destroy(m_manager);
+    m_manager = nullptr;
+    for (const auto& toplevel : m_toplevels)
+        zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
+    m_toplevels.clear();
+    announce();
+}
+
+// MARK: - Connection
+
+void WaylandFullScreenWatcher::readEvents() {
+    if (m_broken)
+        return;
+    while (wl_display_prepare_read(m_display) != 0)
+        if (wl_display_dispatch_pending(m_display) < 0)
+            return failIfBroken();
+    if (wl_display_read_events(m_display) < 0)
+        return failIfBroken();
+    dispatchPending();
+    flush();
+}
+
+void WaylandFullScreenWatcher::dispatchPending() {
+    if (!m_broken && wl_display_dispatch_pending(m_display) < 0)
+        failIfBroken();
+}
+
+void WaylandFullScreenWatcher::flush() {
+    if (m_broken)
+        return;
+    if (wl_display_flush(m_display) >= 0) {
+        m_writeNotifier->setEnabled(false);
+        return;
+    }
+    // The socket is full: the rest goes out when it can take more.
+    if (errno == EAGAIN) {
+        m_writeNotifier->setEnabled(true);
+        return;
+    }
+    failIfBroken();
+}
+
+void WaylandFullScreenWatcher::failIfBroken() {
+    const int error = wl_display_get_error(m_display);
+    if (m_broken || error == 0)
+        return;
+    m_broken = true;
+    std::cerr << "vantaquill: full-screen windows are no longer followed: the Wayland connection failed ("
+              << std::strerror(error) << ")" << std::endl;
+    m_readNotifier->setEnabled(false);
+    m_writeNotifier->setEnabled(false);
+    for (const auto& toplevel : m_toplevels)
+        zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
+    m_toplevels.clear();
+    announce();
+}
+
+void WaylandFullScreenWatcher::announce() {
+    if (m_onChange)
+        m_onChange();
+}
+
+} // namespace vq
