@@ -375,8 +375,16 @@ int main(int argc, char** argv) {
                                     .openSettings = [&settingsWindow] { settingsWindow->showPane({}); },
                                     .quit = [] { QCoreApplication::quit(); }},
             printError);
-        if (options->settings)
+        // The first start on a desktop shows, once, what works here and why not where it doesn't.
+        const auto firstStartShown = dataFolder / "first-start-shown";
+        if (options->settings) {
             settingsWindow->showPane({});
+        } else if (!std::filesystem::exists(firstStartShown)) {
+            settingsWindow->showPane(QString::fromUtf8(vq::SettingsWindow::desktopPane.data(),
+                                                       static_cast<qsizetype>(vq::SettingsWindow::desktopPane.size())));
+            if (auto written = brind::AtomicFile::write(firstStartShown, ""); !written)
+                printError("vantaquill: couldn't write " + firstStartShown.string() + ": " + written.error());
+        }
     }
     vq::URLCommandRunner urls(auth, *service, [&display, &islands, &settingsWindow](const brind::SDKURLCommand& view) {
         display.line(vq::URLCommandRunner::describeView(view));

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -86,6 +87,11 @@ bool isComplete(const std::string& reply) {
 }
 
 } // namespace
+
+TemporaryHome::TemporaryHome() {
+    std::filesystem::create_directories(firstStartMarker().parent_path());
+    std::ofstream{firstStartMarker()};
+}
 
 std::map<std::string, std::string> TemporaryHome::environment() const {
     std::map<std::string, std::string> result;

@@ -17,8 +17,12 @@
 namespace vq::e2e {
 
 /// A throw-away home folder for one test: HOME and the XDG folders point inside it.
+/// A home that has been through the island's first start (whose report window would cover the
+/// screen the desktop tests look at); a test of the first start removes `firstStartMarker()`.
 class TemporaryHome {
 public:
+    TemporaryHome();
+    std::filesystem::path firstStartMarker() const { return path() / ".local/share/vantaquill/first-start-shown"; }
     const std::filesystem::path& path() const { return root.path(); }
     /// The environment a program started for this home gets (PATH and the like are kept).
     std::map<std::string, std::string> environment() const;

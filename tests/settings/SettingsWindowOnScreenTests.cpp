@@ -138,5 +138,29 @@ TEST_F(SettingsLink, ASettingsLinkOpensTheWindow) {
     EXPECT_TRUE(island->waitForLine("url settings pane=\"agents\""));
 }
 
+/// The island's first start in a home that never ran it.
+class FirstStart : public SettingsWindowOnScreen {
+protected:
+    std::vector<std::string> arguments() const override { return {"--surface", "x11", "--port", "0"}; }
+    void SetUp() override {
+        std::filesystem::remove(home.firstStartMarker());
+        SettingsWindowOnScreen::SetUp();
+    }
+};
+
+TEST_F(FirstStart, ShowsWhatWorksOnThisDesktopOnceAndNotAgain) {
+    EXPECT_EQ(xdotool({"search", "--sync", "--name", windowName}), 0) << "the first start showed no window";
+    EXPECT_TRUE(std::filesystem::exists(home.firstStartMarker()));
+
+    EXPECT_EQ(island->stop(), 0);
+    auto environment = home.environment();
+    environment.erase("QT_QPA_PLATFORM");
+    environment["DISPLAY"] = display->name();
+    island = std::make_unique<e2e::IslandProcess>(arguments(), environment);
+    ASSERT_NE(island->port(), 0) << "the island did not start again";
+    std::this_thread::sleep_for(2s);
+    EXPECT_NE(xdotool({"search", "--name", windowName}), 0) << "the report window came back on the second start";
+}
+
 } // namespace
 } // namespace vq::desktop

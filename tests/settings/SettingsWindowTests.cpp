@@ -7,6 +7,7 @@
 #include <QDoubleSpinBox>
 #include <QElapsedTimer>
 #include <QListWidget>
+#include <QPlainTextEdit>
 #include <QPushButton>
 
 #include <gtest/gtest.h>
@@ -62,6 +63,24 @@ TEST_F(SettingsWindowForm, FieldsWriteTheFileAndFollowEditsByHand) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
     EXPECT_DOUBLE_EQ(delay->value(), 1.25) << "an edit by hand did not reach the form";
     EXPECT_TRUE(click->isChecked()) << "the key removed by hand shows its default again";
+}
+
+TEST_F(SettingsWindowForm, ThisDesktopPaneShowsTheDoctorsReportOrWhyItCouldNotRun) {
+    const auto reportAfterShowing = [&](const QString& command) {
+        services.command = command;
+        SettingsWindow window(preferences, AutostartEntry(folder.path() / "autostart.desktop", "island"), services);
+        window.showPane("desktop");
+        auto* report = window.findChild<QPlainTextEdit*>("desktopReport");
+        EXPECT_TRUE(report && report->isVisible());
+        QElapsedTimer timer;
+        timer.start();
+        while (report && report->toPlainText().startsWith("Checking") && timer.elapsed() < 20000)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        return report ? report->toPlainText() : QString();
+    };
+    const QString missing = services.command;
+    EXPECT_TRUE(reportAfterShowing(QString(BRIND_BIN_DIR) + "/vantaquill").contains("session bus"));
+    EXPECT_TRUE(reportAfterShowing(missing).startsWith("The check could not run"));
 }
 
 TEST_F(SettingsWindowForm, RevokeEndsTheChosenAppAndNeverOffersTheCommandsOwnClient) {

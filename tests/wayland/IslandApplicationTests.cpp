@@ -94,6 +94,9 @@ protected:
         ASSERT_TRUE(sway->command("seat - cursor set 100 600"));
 
         std::filesystem::create_directories(home.path() / ".config/vantaquill");
+        // Past the first start, whose report window would cover the output the screenshots measure.
+        std::filesystem::create_directories(home.path() / ".local/share/vantaquill");
+        std::ofstream {home.path() / ".local/share/vantaquill/first-start-shown"};
         std::ofstream settings(home.path() / ".config/vantaquill/vantaquill.conf");
         settings << "[General]\n";
         if (!GetParam().empty())

@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
+#include <QFontDatabase>
 #include <QFormLayout>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -12,12 +13,14 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QPlainTextEdit>
 #include <QProcess>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSignalBlocker>
 #include <QSpinBox>
 #include <QStackedWidget>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <utility>
@@ -82,7 +85,14 @@ SettingsWindow::SettingsWindow(Preferences& preferences, AutostartEntry autostar
         scroll->setWidget(page);
         pages->addWidget(scroll);
     }
+    sections->addItem("This desktop");
+    pages->addWidget(desktopPage());
+    firstFields.push_back(nullptr);
     connect(sections, &QListWidget::currentRowChanged, pages, &QStackedWidget::setCurrentIndex);
+    connect(sections, &QListWidget::currentRowChanged, this, [this](int row) {
+        if (row == sections->count() - 1)
+            refreshDesktop();
+    });
     sections->setCurrentRow(0);
     load();
     preferences.onChange([this] { load(); });
@@ -309,13 +319,51 @@ void SettingsWindow::refreshClients() {
     }
 }
 
+QWidget* SettingsWindow::desktopPage() {
+    auto* page = new QWidget;
+    auto* layout = new QVBoxLayout(page);
+    layout->addWidget(new QLabel("<b>What works on this desktop</b>, and why not where it doesn't:"));
+    desktopReport = new QPlainTextEdit;
+    desktopReport->setObjectName("desktopReport");
+    desktopReport->setReadOnly(true);
+    desktopReport->setLineWrapMode(QPlainTextEdit::NoWrap);
+    desktopReport->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+    layout->addWidget(desktopReport, 1);
+    auto* again = new QPushButton("Check Again");
+    connect(again, &QPushButton::clicked, this, [this] { refreshDesktop(); });
+    layout->addWidget(again, 0, Qt::AlignRight);
+    return page;
+}
+
+// The report is `vantaquill doctor`'s, so the terminal and the window always agree.
+void SettingsWindow::refreshDesktop() {
+    desktopReport->setPlainText("Checking…");
+    auto* process = new QProcess(this);
+    connect(process, &QProcess::finished, this, [this, process] {
+        const QString report = QString::fromUtf8(process->readAllStandardOutput());
+        desktopReport->setPlainText(report.isEmpty() ? "The check could not run: " + process->errorString() : report);
+        process->deleteLater();
+    });
+    connect(process, &QProcess::errorOccurred, this, [this, process](QProcess::ProcessError error) {
+        if (error != QProcess::FailedToStart)
+            return;
+        desktopReport->setPlainText("The check could not run: " + process->errorString());
+        process->deleteLater();
+    });
+    process->start(services.command, {"doctor"});
+}
+
 void SettingsWindow::showPane(const QString& pane) {
     int index = 0;
+    if (pane.toLower() == fromView(desktopPane))
+        index = sections->count() - 1;
     for (std::size_t each = 0; each < std::size(PreferenceKey::sections); ++each) {
         if (fromView(PreferenceKey::sectionName(PreferenceKey::sections[each])).toLower() == pane.toLower())
             index = static_cast<int>(each);
     }
     sections->setCurrentRow(index);
+    if (index == sections->count() - 1)
+        refreshDesktop();
     refreshClients();
     show();
     raise();

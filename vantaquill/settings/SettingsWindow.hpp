@@ -14,6 +14,7 @@
 
 class QLabel;
 class QListWidget;
+class QPlainTextEdit;
 class QStackedWidget;
 class QGridLayout;
 class QFormLayout;
@@ -37,9 +38,12 @@ public:
     SettingsWindow(Preferences& preferences, AutostartEntry autostart, Services services);
     ~SettingsWindow() override;
 
-    /// Shows the window on `pane` (a section's name in lower case; the first when empty or unknown)
-    /// with the keyboard in its first field.
+    /// Shows the window on `pane` (a section's name in lower case, or "desktop" for what this desktop
+    /// supports; the first when empty or unknown) with the keyboard in its first field.
     void showPane(const QString& pane);
+
+    /// The pane that shows `vantaquill doctor`'s report of what works on this desktop.
+    static constexpr std::string_view desktopPane = "desktop";
 
 private:
     QWidget* field(const PreferenceKey& entry);
@@ -50,6 +54,8 @@ private:
     void refreshHooks();
     void runHooks(const QStringList& arguments);
     void refreshClients();
+    QWidget* desktopPage();
+    void refreshDesktop();
 
     Preferences& preferences;
     AutostartEntry autostart;
@@ -62,6 +68,7 @@ private:
     QGridLayout* hooks = nullptr;
     QLabel* hooksOutput = nullptr;
     QListWidget* clients = nullptr;
+    QPlainTextEdit* desktopReport = nullptr;
 };
 
 } // namespace vq
