@@ -1,24 +1,17 @@
-// `make soak`: the island under a slowloris of 1,000 sockets while eight well-behaved clients keep
-// posting activities. Prints its figures and exits non-zero when the connection cap, the read
-// time-out or the good clients' latency does not hold.
+// The island under a slowloris of 1,000 sockets while eight well-behaved clients keep posting
+// activities: the connection cap, the read time-out and the good clients' latency.
 
-#include "tests/e2e/E2EProcess.hpp"
 #include "tests/soak/ProcessSampler.hpp"
 #include "tests/soak/SlowSockets.hpp"
-
-#include "BrindKit/foundation/JSON.hpp"
-#include "BrindKit/sdk/SDKAuthorizer.hpp"
-#include "BrindKit/sdk/SDKClient.hpp"
+#include "tests/soak/SoakSupport.hpp"
 
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sys/resource.h>
 #include <thread>
 
+namespace vq::soak {
+
 using namespace vq::e2e;
-using namespace vq::soak;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -64,27 +57,9 @@ struct GoodFigures {
     }
 };
 
-std::string goodToken(std::size_t index) { return "vq_soak_good_client_" + std::to_string(index); }
-
-// Eight registered clients with the activities scope, so that each has its own rate limit.
-void registerGoodClients(const std::filesystem::path& dataFolder) {
-    std::vector<brind::SDKClient> clients;
-    for (std::size_t i = 0; i < goodClientCount; ++i) {
-        brind::SDKClient client;
-        client.appID = "soak-good-" + std::to_string(i);
-        client.name = "Soak good client " + std::to_string(i);
-        client.scopes = {brind::SDKScope::activities};
-        client.tokenHash = brind::SDKAuthorizer::hash(goodToken(i));
-        clients.push_back(client);
-    }
-    std::filesystem::create_directories(dataFolder);
-    std::filesystem::permissions(dataFolder, std::filesystem::perms::owner_all);
-    std::ofstream(dataFolder / "sdk-clients.json") << brind::JSONText::pretty(brind::SDKClient::listToJSON(clients));
-}
-
 GoodFigures postFor(std::uint16_t port, std::size_t index, Clock::duration length) {
     GoodFigures figures;
-    const std::string token = goodToken(index);
+    const std::string token = clientToken(index);
     const auto end = Clock::now() + length;
     // A request that took long is not made up for with a burst: the next one is due a pause later.
     for (auto next = Clock::now(); next < end; next = std::max(next + goodInterval, Clock::now())) {
@@ -142,28 +117,15 @@ void printGood(const char* phase, const GoodFigures& figures) {
                 figures.percentile(0.5), figures.percentile(0.99), figures.percentile(1.0));
 }
 
-bool check(bool holds, const std::string& what) {
-    std::printf("%s %s\n", holds ? "ok  " : "FAIL", what.c_str());
-    return holds;
-}
-
 } // namespace
 
-int main() {
-    // A thousand sockets of our own, and the good clients' besides.
-    rlimit limit{};
-    ::getrlimit(RLIMIT_NOFILE, &limit);
-    limit.rlim_cur = limit.rlim_max;
-    ::setrlimit(RLIMIT_NOFILE, &limit);
-
+bool slowlorisSoak() {
     TemporaryHome home;
     std::filesystem::create_directories(home.path() / ".config/vantaquill");
-    registerGoodClients(home.path() / ".local/share/vantaquill");
+    registerClients(dataFolder(home), goodClientCount);
     IslandProcess island(home);
-    if (island.port() == 0) {
-        std::fprintf(stderr, "soak: the island did not start\n%s", island.errors().c_str());
-        return 1;
-    }
+    if (island.port() == 0)
+        return check(false, "the island starts:\n" + island.errors());
     const int pid = island.processID();
 
     const auto calm = goodClients(island.port(), calmLength);
@@ -181,7 +143,7 @@ int main() {
     const auto after = goodClients(island.port(), calmLength);
     const auto end = ProcessSampler::sample(pid);
 
-    std::printf("slowloris: %zu sockets for %lld s, one header byte a second, reopened a second after closing\n",
+    std::printf("== slowloris: %zu sockets for %lld s, one header byte a second, reopened a second after closing\n",
                 slowSocketCount, static_cast<long long>(attackLength.count()));
     std::printf("slow connections: %zu opened, %zu closed at once (over the cap), %zu dropped after being held, "
                 "%zu answered, %zu open at the end, %zu could not connect; longest held %.2f s\n",
@@ -208,5 +170,7 @@ int main() {
     holds &= check(after.failed == 0 && after.percentile(0.99) < goodP99LimitMilliseconds,
                    "good clients after the attack: every request answered, p99 under 50 ms");
     holds &= check(end.descriptors <= before.descriptors + 2, "no descriptors left behind");
-    return holds ? 0 : 1;
+    return holds;
 }
+
+} // namespace vq::soak
