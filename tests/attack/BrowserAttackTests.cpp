@@ -171,7 +171,9 @@ protected:
     void SetUp() override {
         ASSERT_NE(island->port(), 0) << "the island did not start";
         ASSERT_TRUE(victimShown) << "the user's own activity was not shown";
-        ASSERT_TRUE(browserStarted) << HeadlessBrowser::program << " did not start: run scripts/setup";
+        ASSERT_TRUE(std::filesystem::exists(HeadlessBrowser::program))
+            << HeadlessBrowser::program << " is missing: run scripts/setup";
+        ASSERT_TRUE(browserStarted) << HeadlessBrowser::program << " did not start";
         ASSERT_EQ(reports.size(), suites.size()) << "not every attack page reported back:\n" << browserDiagnostics;
     }
 

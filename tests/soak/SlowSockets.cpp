@@ -32,8 +32,7 @@ SlowSockets::SlowSockets(std::uint16_t port, std::size_t count)
 SlowSockets::~SlowSockets() { stop(); }
 
 SlowSockets::Figures SlowSockets::stop() {
-    if (!stopping.exchange(true) && worker.joinable())
-        worker.join();
+    stopping.store(true);
     if (worker.joinable())
         worker.join();
     for (auto& socket : sockets) {
