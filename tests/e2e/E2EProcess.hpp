@@ -57,6 +57,9 @@ public:
     /// The port from "Listening on 127.0.0.1:<port>", or 0 when the application did not start.
     std::uint16_t port() const { return boundPort; }
 
+    /// Its process id, for reading its /proc entries.
+    int processID() const { return pid; }
+
     /// Waits until a line of standard output contains `text`; the line, or nothing after `timeout`.
     std::optional<std::string> waitForLine(const std::string& text,
                                            std::chrono::milliseconds timeout = std::chrono::seconds(10));

@@ -1,0 +1,288 @@
+// Web pages of other origins attack the island's SDK through a real chromium: every route, every way
+// a page has to send a request. The island must run nothing, and the pages must learn nothing. The
+// same pages aimed at a permissive recording server show that the browser does send each attempt
+// and that a page would read the answer if a server let it.
+
+#include "tests/attack/HeadlessBrowser.hpp"
+#include "tests/attack/PageServer.hpp"
+#include "tests/e2e/E2EProcess.hpp"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <set>
+#include <thread>
+
+using namespace vq::e2e;
+using namespace vq::attack;
+using nlohmann::json;
+
+namespace {
+
+std::string fileText(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+// A token file's token, without the line end.
+std::string tokenIn(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    std::string token;
+    file >> token;
+    return token;
+}
+
+std::map<std::string, std::string> folderContents(const std::filesystem::path& folder) {
+    std::map<std::string, std::string> contents;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
+        if (entry.is_regular_file())
+            contents[entry.path().lexically_relative(folder).string()] = fileText(entry.path());
+    return contents;
+}
+
+// A request of the user's own `vantaquill` command, straight over the socket.
+std::string commandRequest(std::uint16_t port, const std::string& token, const std::string& target,
+                           const std::string& body) {
+    return rawExchange(port, "POST " + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
+                                 "\r\nAuthorization: Bearer " + token +
+                                 "\r\nContent-Type: application/json\r\nContent-Length: " +
+                                 std::to_string(body.size()) + "\r\n\r\n" + body);
+}
+
+struct Suite {
+    std::string name;
+    std::string pageHost;   ///< the host name the attack page is loaded from
+    std::string targetHost; ///< the host name the page aims at
+    bool control;           ///< aimed at the permissive recorder instead of the island
+    bool rebound;           ///< the page's own origin is switched over to the target after loading
+};
+
+// The island is 127.0.0.1 under every name here: rebind.test resolves there through the browser's
+// resolver rules, as a name an attacker controls would after DNS rebinding. The "rebound" pages go
+// one step further: their own origin leads to the island once they have loaded, so to the browser
+// every attempt is same-origin.
+const std::vector<Suite> suites = {
+    {"ip", "127.0.0.1", "127.0.0.1", false, false},
+    {"localhost", "127.0.0.1", "localhost", false, false},
+    {"rebind", "rebind.test", "rebind.test", false, false},
+    {"plain-origin", "rebind.test", "127.0.0.1", false, false},
+    {"rebound", "rebind.test", "rebind.test", false, true},
+    {"control", "127.0.0.1", "127.0.0.1", true, false},
+    {"control-rebind", "rebind.test", "rebind.test", true, false},
+    {"control-rebound", "rebind.test", "rebind.test", true, true},
+};
+
+class BrowserAttack : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        home = std::make_unique<TemporaryHome>();
+        std::filesystem::create_directories(home->path() / ".config/vantaquill");
+        island = std::make_unique<IslandProcess>(*home);
+        if (island->port() == 0)
+            return;
+        const std::string islandPort = std::to_string(island->port());
+        const std::string cliToken = tokenIn(home->path() / ".config/vantaquill/cli-token");
+        const std::string hookToken = tokenIn(home->path() / ".local/share/vantaquill/hook-token");
+        const auto shelfFile = home->path() / "secret.txt";
+        std::ofstream(shelfFile) << "secret";
+
+        // An activity of the user's own, which one attack tries to end.
+        const auto victim =
+            commandRequest(island->port(), cliToken, "/v1/activities", R"({"id":"victim","title":"Mine"})");
+        victimShown = statusOf(victim) == 200 && island->waitForLine("activity shown id=sdk.cli.victim") &&
+                      island->waitForLine("island state=compact");
+        dataBefore = folderContents(home->path() / ".local/share/vantaquill");
+        linesBefore = island->lines().size();
+
+        recorder = std::make_unique<PageServer>(std::map<std::string, std::string>{});
+        const std::map<std::string, std::string> script = {
+            {"/attack.js", fileText(std::string(BRIND_ATTACK_PAGES) + "/attack.js")}};
+        pages = std::make_unique<PageServer>(script);
+        const std::string pagePort = std::to_string(pages->port());
+        json frames = json::array();
+        for (const auto& suite : suites) {
+            const auto targetPort = suite.control ? recorder->port() : island->port();
+            const json settings = {{"suite", suite.name},
+                                   {"base", "http://" + suite.targetHost + ":" + std::to_string(targetPort)},
+                                   {"rebind", suite.rebound},
+                                   {"report", "http://127.0.0.1:" + pagePort + "/report"},
+                                   {"token", cliToken},
+                                   {"hookToken", hookToken},
+                                   {"shelfPath", shelfFile.string()}};
+            const std::string page = "<!doctype html><body><script>window.attackSuite = " + settings.dump() +
+                                     ";</script><script src=\"/attack.js\"></script>";
+            PageServer* server = pages.get();
+            if (suite.rebound) {
+                server = rebinders.emplace_back(std::make_unique<PageServer>(script)).get();
+                server->rebindTo(targetPort);
+            }
+            server->addPage("/frame/" + suite.name, page);
+            frames.push_back("http://" + suite.pageHost + ":" + std::to_string(server->port()) + "/frame/" + suite.name);
+        }
+        // One frame after the other, so that the attempts never compete for connections.
+        pages->addPage("/", "<!doctype html><body><script>const frames = " + frames.dump() + R"(;
+(async () => {
+    for (const url of frames) {
+        await new Promise(resolve => {
+            window.onmessage = resolve;
+            const frame = document.createElement("iframe");
+            frame.src = url;
+            document.body.appendChild(frame);
+        });
+    }
+})();
+</script>)");
+
+        {
+            HeadlessBrowser browser("http://127.0.0.1:" + pagePort + "/",
+                                    {"--host-resolver-rules=MAP rebind.test 127.0.0.1"});
+            browserStarted = browser.started();
+            for (const auto& text : pages->waitForReports(suites.size(), std::chrono::seconds(40)))
+                reports.push_back(json::parse(text, nullptr, false));
+            if (reports.size() < suites.size())
+                browserDiagnostics = browser.diagnostics();
+            // Beacons are sent after the page has moved on; the control suites run last, so once
+            // theirs have arrived the island's went out long before.
+            std::vector<std::string> markers;
+            for (const auto& report : reports)
+                if (report.is_object() && report["suite"].get<std::string>().starts_with("control"))
+                    for (const auto& result : report["results"])
+                        if (result["technique"].get<std::string>().starts_with("beacon"))
+                            markers.push_back("attack=" + result["attack"].get<std::string>());
+            recorder->waitForTargets(markers, std::chrono::seconds(5));
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        linesAfterAttack = island->lines();
+        dataAfter = folderContents(home->path() / ".local/share/vantaquill");
+    }
+
+    static void TearDownTestSuite() {
+        pages.reset();
+        rebinders.clear();
+        recorder.reset();
+        island.reset();
+        home.reset();
+    }
+
+    void SetUp() override {
+        ASSERT_NE(island->port(), 0) << "the island did not start";
+        ASSERT_TRUE(victimShown) << "the user's own activity was not shown";
+        ASSERT_TRUE(std::filesystem::exists(HeadlessBrowser::program))
+            << HeadlessBrowser::program << " is missing: run scripts/setup";
+        ASSERT_TRUE(browserStarted) << HeadlessBrowser::program << " did not start";
+        ASSERT_EQ(reports.size(), suites.size()) << "not every attack page reported back:\n" << browserDiagnostics;
+    }
+
+    static const json* reportOf(const std::string& suite) {
+        for (const auto& report : reports)
+            if (report.is_object() && report["suite"] == suite)
+                return &report;
+        return nullptr;
+    }
+
+    static inline std::unique_ptr<TemporaryHome> home;
+    static inline std::unique_ptr<IslandProcess> island;
+    static inline std::unique_ptr<PageServer> pages;
+    static inline std::unique_ptr<PageServer> recorder;
+    static inline std::vector<std::unique_ptr<PageServer>> rebinders;
+    static inline bool victimShown = false;
+    static inline bool browserStarted = false;
+    static inline std::vector<json> reports;
+    static inline std::string browserDiagnostics;
+    static inline std::size_t linesBefore = 0;
+    static inline std::vector<std::string> linesAfterAttack;
+    static inline std::map<std::string, std::string> dataBefore;
+    static inline std::map<std::string, std::string> dataAfter;
+};
+
+} // namespace
+
+TEST_F(BrowserAttack, PagesRanFromTheOriginsTheyClaim) {
+    auto rebinder = rebinders.begin();
+    for (const auto& suite : suites) {
+        const auto* report = reportOf(suite.name);
+        ASSERT_NE(report, nullptr) << suite.name;
+        const auto port = suite.rebound ? (*rebinder++)->port() : pages->port();
+        EXPECT_EQ((*report)["origin"], "http://" + suite.pageHost + ":" + std::to_string(port)) << suite.name;
+    }
+}
+
+TEST_F(BrowserAttack, TheBrowserSendsEveryAttemptAndWouldReadAPermissiveServer) {
+    std::set<std::string> reached;
+    for (const auto& request : recorder->requests())
+        if (const auto at = request.target.find("attack="); at != std::string::npos)
+            reached.insert(request.target.substr(at + 7));
+    const std::set<std::string> readable = {"fetch-simple", "fetch-credentials", "fetch-preflight",
+                                            "fetch-preflight-credentials", "xhr-simple", "xhr-preflight",
+                                            "eventsource", "eventsource-credentials"};
+    for (const auto& suite : suites) {
+        if (!suite.control)
+            continue;
+        const auto& name = suite.name;
+        const auto* report = reportOf(name);
+        ASSERT_NE(report, nullptr) << name;
+        ASSERT_GE((*report)["results"].size(), 60u) << name;
+        for (const auto& result : (*report)["results"]) {
+            const std::string attack = result["attack"];
+            const std::string technique = result["technique"];
+            // The browser itself refuses a JSON beacon: that one never leaves the page.
+            if (result["outcome"] == "refused-by-browser") {
+                EXPECT_EQ(technique, "beacon-json") << attack;
+                continue;
+            }
+            EXPECT_TRUE(reached.contains(attack)) << attack << " never reached the server";
+            // With CORS granted the page reads the answer: the check for learning can see learning.
+            // To a page of the same origin even frames and no-cors answers are open.
+            if (readable.contains(technique) ||
+                (suite.rebound && (technique == "fetch-no-cors" || technique == "form-text"))) {
+                EXPECT_EQ(result.value("learned", false), true) << attack << ": " << result.dump();
+            }
+        }
+    }
+}
+
+TEST_F(BrowserAttack, ThePagesLearnNothingFromTheIsland) {
+    const std::set<std::string> refusals = {"", R"({"error":"forbidden","message":"Bad Host header."})",
+                                            R"({"error":"forbidden","message":"Browser requests are not accepted."})"};
+    for (const auto& suite : suites) {
+        if (suite.control)
+            continue;
+        const auto* report = reportOf(suite.name);
+        ASSERT_NE(report, nullptr) << suite.name;
+        const auto& results = (*report)["results"];
+        EXPECT_EQ(results.size(), reportOf("control")->at("results").size()) << suite.name;
+        for (const auto& result : results) {
+            // The island refuses at once; an attempt still waiting was let in and held.
+            EXPECT_NE(result.value("outcome", std::string{}), "timeout") << result.dump();
+            // A page whose own origin leads to the island may read what the island answers it: only
+            // ever a refusal.
+            if (suite.rebound) {
+                EXPECT_TRUE(result.value("status", 0) == 0 || result.value("status", 0) == 403) << result.dump();
+                EXPECT_TRUE(refusals.contains(result.value("body", std::string{}))) << result.dump();
+                continue;
+            }
+            EXPECT_EQ(result.value("learned", false), false) << result.dump();
+            EXPECT_EQ(result.value("status", 0), 0) << result.dump();
+            EXPECT_EQ(result.value("body", std::string{}), "") << result.dump();
+        }
+    }
+}
+
+TEST_F(BrowserAttack, NoRouteRan) {
+    // Nothing shown, registered, shelved, reported or held, and the user's activity still stands.
+    const std::vector<std::string> added(linesAfterAttack.begin() + static_cast<std::ptrdiff_t>(linesBefore),
+                                         linesAfterAttack.end());
+    EXPECT_EQ(added, std::vector<std::string>{});
+    EXPECT_EQ(dataAfter, dataBefore);
+    EXPECT_FALSE(dataAfter.contains("shelf.json"));
+
+    // The island still works and its output is still read: a request of its own command shows.
+    const std::string token = tokenIn(home->path() / ".config/vantaquill/cli-token");
+    const auto reply = commandRequest(island->port(), token, "/v1/hud", R"({"kind":"custom","text":"ok"})");
+    EXPECT_EQ(statusOf(reply), 200) << reply;
+    EXPECT_TRUE(island->waitForLine("hud shown kind=custom"));
+}

@@ -1,0 +1,24 @@
+// `make soak`: the island under slow and flooding clients. Prints its figures and exits non-zero
+// when a limit does not hold. `sdkSoak slowloris` or `sdkSoak flood` runs one scenario.
+
+#include "tests/soak/SoakSupport.hpp"
+
+#include <cstdio>
+#include <string_view>
+#include <sys/resource.h>
+
+int main(int argc, char** argv) {
+    // A thousand sockets of our own, and the good clients' besides.
+    rlimit limit{};
+    ::getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    ::setrlimit(RLIMIT_NOFILE, &limit);
+
+    const std::string_view only = argc > 1 ? argv[1] : "";
+    bool holds = true;
+    if (only.empty() || only == "slowloris")
+        holds &= vq::soak::slowlorisSoak();
+    if (only.empty() || only == "flood")
+        holds &= vq::soak::floodSoak();
+    return holds ? 0 : 1;
+}

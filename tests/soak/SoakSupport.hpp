@@ -1,0 +1,32 @@
+#pragma once
+
+#include "tests/e2e/E2EProcess.hpp"
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+
+namespace vq::soak {
+
+/// The token of registered soak client `index`.
+std::string clientToken(std::size_t index);
+
+/// Writes `count` registered clients with every scope into the data folder, before the island starts,
+/// so that each has its own rate limit.
+void registerClients(const std::filesystem::path& dataFolder, std::size_t count);
+
+/// Prints "ok" or "FAIL" before `what`; whether it holds.
+bool check(bool holds, const std::string& what);
+
+/// The island's data folder inside a soak home.
+inline std::filesystem::path dataFolder(const vq::e2e::TemporaryHome& home) {
+    return home.path() / ".local/share/vantaquill";
+}
+
+/// The slowloris with well-behaved clients; whether every limit held.
+bool slowlorisSoak();
+
+/// A flood of every route mixed with malformed requests; whether every limit held.
+bool floodSoak();
+
+} // namespace vq::soak
