@@ -1,16 +1,15 @@
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 
 #include "vantaquill/wayland/ShmBuffer.hpp"
+#include "vantaquill/wayland/WaylandEventPump.hpp"
 // The protocol names an argument "namespace", a C++ keyword, in the generated inline functions.
 #define namespace layerNamespace
 #include "vantaquill/wayland/wlr-layer-shell-unstable-v1-client-protocol.h"
 #undef namespace
 
-#include <QAbstractEventDispatcher>
 #include <QCoreApplication>
 #include <QPainter>
 #include <QScreen>
-#include <QSocketNotifier>
 #include <QTimer>
 
 #include <wayland-client.h>
@@ -164,21 +163,10 @@ std::expected<std::unique_ptr<LayerShellSurface>, std::string> LayerShellSurface
 
     LayerShellSurface* self = surface.get();
     self->m_context = std::make_unique<QObject>();
-    const int fd = wl_display_get_fd(self->m_display);
-    self->m_readNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
-    QObject::connect(self->m_readNotifier.get(), &QSocketNotifier::activated, self->m_context.get(),
-                     [self] { self->readEvents(); });
-    self->m_writeNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
-    self->m_writeNotifier->setEnabled(false);
-    QObject::connect(self->m_writeNotifier.get(), &QSocketNotifier::activated, self->m_context.get(),
-                     [self] { self->flush(); });
-    // Requests queue up in libwayland until flushed, and events read during a round trip wait in the
-    // queue: both are handled before the event loop sleeps.
-    if (auto* dispatcher = QAbstractEventDispatcher::instance())
-        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, self->m_context.get(), [self] {
-            self->dispatchPending();
-            self->flush();
-        });
+    self->m_pump = std::make_unique<WaylandEventPump>(self->m_display, [self] {
+        self->m_connectionError = protocolErrorText(self->m_display);
+        std::cerr << "vantaquill: " << *self->m_connectionError << std::endl;
+    });
     return surface;
 }
 
@@ -191,8 +179,7 @@ LayerShellSurface::~LayerShellSurface()
     onKey = nullptr;
     onKeyboardLost = nullptr;
     m_context.reset();
-    m_readNotifier.reset();
-    m_writeNotifier.reset();
+    m_pump.reset();
     destroySurface();
     m_buffers.clear();
     if (m_xkbState)
@@ -221,54 +208,6 @@ LayerShellSurface::~LayerShellSurface()
         wl_display_flush(m_display);
         wl_display_disconnect(m_display);
     }
-}
-
-void LayerShellSurface::readEvents()
-{
-    if (m_connectionError)
-        return;
-    while (wl_display_prepare_read(m_display) != 0) {
-        if (wl_display_dispatch_pending(m_display) < 0)
-            return failIfBroken();
-    }
-    if (wl_display_read_events(m_display) < 0)
-        return failIfBroken();
-    dispatchPending();
-    flush();
-}
-
-void LayerShellSurface::dispatchPending()
-{
-    if (m_connectionError)
-        return;
-    if (wl_display_dispatch_pending(m_display) < 0)
-        failIfBroken();
-}
-
-void LayerShellSurface::flush()
-{
-    if (m_connectionError)
-        return;
-    if (wl_display_flush(m_display) >= 0) {
-        m_writeNotifier->setEnabled(false);
-        return;
-    }
-    // The socket is full: the rest goes out when it can take more.
-    if (errno == EAGAIN) {
-        m_writeNotifier->setEnabled(true);
-        return;
-    }
-    failIfBroken();
-}
-
-void LayerShellSurface::failIfBroken()
-{
-    if (m_connectionError || wl_display_get_error(m_display) == 0)
-        return;
-    m_connectionError = protocolErrorText(m_display);
-    std::cerr << "vantaquill: " << *m_connectionError << std::endl;
-    m_readNotifier->setEnabled(false);
-    m_writeNotifier->setEnabled(false);
 }
 
 // MARK: - Globals
@@ -665,7 +604,7 @@ void LayerShellSurface::applyKeyboardInteractivity()
 void LayerShellSurface::commit()
 {
     wl_surface_commit(m_surface);
-    flush();
+    m_pump->flush();
 }
 
 // MARK: - Frames

@@ -16,7 +16,6 @@
 #include <string>
 #include <vector>
 
-class QSocketNotifier;
 struct wl_callback;
 struct wl_compositor;
 struct wl_display;
@@ -36,6 +35,7 @@ struct zwlr_layer_surface_v1;
 namespace vq {
 
 class ShmBuffer;
+class WaylandEventPump;
 
 /// The island as a layer-shell surface on Wayland compositors that offer zwlr_layer_shell_v1
 /// (sway, Hyprland, KDE Plasma, ...): in the overlay layer, anchored to the top edge of one output
@@ -120,12 +120,6 @@ private:
     void handleKeymap(int fd, std::uint32_t size);
     void handleKey(std::uint32_t key, std::uint32_t state);
 
-    // The connection, driven from the Qt event loop.
-    void readEvents();
-    void flush();
-    void dispatchPending();
-    void failIfBroken();
-
     wl_display* m_display = nullptr;
     wl_registry* m_registry = nullptr;
     wl_compositor* m_compositor = nullptr;
@@ -170,10 +164,10 @@ private:
     xkb_state* m_xkbState = nullptr;
 
     std::optional<std::string> m_connectionError;
-    // Context of the queued calls and of the connections to the event loop: destroyed first (it is
-    // declared last), so nothing queued runs on a half-destroyed surface.
-    std::unique_ptr<QSocketNotifier> m_readNotifier;
-    std::unique_ptr<QSocketNotifier> m_writeNotifier;
+    // The connection, driven from the Qt event loop.
+    std::unique_ptr<WaylandEventPump> m_pump;
+    // Context of the queued calls: destroyed first (it is declared last), so nothing queued runs on a
+    // half-destroyed surface.
     std::unique_ptr<QObject> m_context;
 };
 

@@ -1,14 +1,12 @@
 #include "vantaquill/wayland/WaylandFullScreenWatcher.hpp"
 
+#include "vantaquill/wayland/WaylandEventPump.hpp"
 #include "vantaquill/wayland/wlr-foreign-toplevel-management-unstable-v1-client-protocol.h"
 
-#include <QAbstractEventDispatcher>
 #include <QGuiApplication>
 #include <QObject>
 #include <QScreen>
-#include <QSocketNotifier>
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <iostream>
 #include <wayland-client.h>
@@ -77,19 +75,8 @@ WaylandFullScreenWatcher::connect(std::function<void()> onChange) {
         return std::unexpected("the Wayland compositor did not answer");
 
     self->m_context = std::make_unique<QObject>();
-    const int fd = wl_display_get_fd(self->m_display);
-    self->m_readNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
-    QObject::connect(self->m_readNotifier.get(), &QSocketNotifier::activated, self->m_context.get(),
-                     [self] { self->readEvents(); });
-    self->m_writeNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
-    self->m_writeNotifier->setEnabled(false);
-    QObject::connect(self->m_writeNotifier.get(), &QSocketNotifier::activated, self->m_context.get(),
-                     [self] { self->flush(); });
-    if (auto* dispatcher = QAbstractEventDispatcher::instance())
-        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, self->m_context.get(), [self] {
-            self->dispatchPending();
-            self->flush();
-        });
+    self->m_pump =
+        std::make_unique<WaylandEventPump>(self->m_display, [self] { self->handleConnectionLost(); });
     // Screens Qt learns about later may be where a full-screen window already is.
     QObject::connect(qGuiApp, &QGuiApplication::screenAdded, self->m_context.get(),
                      [self] { self->announce(); });
@@ -100,8 +87,7 @@ WaylandFullScreenWatcher::connect(std::function<void()> onChange) {
 
 WaylandFullScreenWatcher::~WaylandFullScreenWatcher() {
     m_context.reset();
-    m_readNotifier.reset();
-    m_writeNotifier.reset();
+    m_pump.reset();
     for (const auto& toplevel : m_toplevels)
         zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
     if (m_manager)
@@ -259,47 +245,9 @@ void WaylandFullScreenWatcher::handleFinished() {
 
 // MARK: - Connection
 
-void WaylandFullScreenWatcher::readEvents() {
-    if (m_broken)
-        return;
-    while (wl_display_prepare_read(m_display) != 0)
-        if (wl_display_dispatch_pending(m_display) < 0)
-            return failIfBroken();
-    if (wl_display_read_events(m_display) < 0)
-        return failIfBroken();
-    dispatchPending();
-    flush();
-}
-
-void WaylandFullScreenWatcher::dispatchPending() {
-    if (!m_broken && wl_display_dispatch_pending(m_display) < 0)
-        failIfBroken();
-}
-
-void WaylandFullScreenWatcher::flush() {
-    if (m_broken)
-        return;
-    if (wl_display_flush(m_display) >= 0) {
-        m_writeNotifier->setEnabled(false);
-        return;
-    }
-    // The socket is full: the rest goes out when it can take more.
-    if (errno == EAGAIN) {
-        m_writeNotifier->setEnabled(true);
-        return;
-    }
-    failIfBroken();
-}
-
-void WaylandFullScreenWatcher::failIfBroken() {
-    const int error = wl_display_get_error(m_display);
-    if (m_broken || error == 0)
-        return;
-    m_broken = true;
+void WaylandFullScreenWatcher::handleConnectionLost() {
     std::cerr << "vantaquill: full-screen windows are no longer followed: the Wayland connection failed ("
-              << std::strerror(error) << ")" << std::endl;
-    m_readNotifier->setEnabled(false);
-    m_writeNotifier->setEnabled(false);
+              << std::strerror(wl_display_get_error(m_display)) << ")" << std::endl;
     for (const auto& toplevel : m_toplevels)
         zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
     m_toplevels.clear();

@@ -10,7 +10,6 @@
 #include <vector>
 
 class QObject;
-class QSocketNotifier;
 struct wl_display;
 struct wl_output;
 struct wl_registry;
@@ -18,6 +17,8 @@ struct zwlr_foreign_toplevel_handle_v1;
 struct zwlr_foreign_toplevel_manager_v1;
 
 namespace vq {
+
+class WaylandEventPump;
 
 /// Follows the windows of every client on Wayland compositors that offer
 /// zwlr_foreign_toplevel_manager_v1 (sway, Hyprland, ...), and says when the active window may have
@@ -69,10 +70,7 @@ class WaylandFullScreenWatcher final {
     const Output* outputOf(wl_output* output) const;
     void announce();
 
-    void readEvents();
-    void flush();
-    void dispatchPending();
-    void failIfBroken();
+    void handleConnectionLost();
 
     std::function<void()> m_onChange;
     wl_display* m_display = nullptr;
@@ -82,11 +80,9 @@ class WaylandFullScreenWatcher final {
     zwlr_foreign_toplevel_manager_v1* m_manager = nullptr;
     std::vector<std::unique_ptr<Output>> m_outputs;
     std::vector<std::unique_ptr<Toplevel>> m_toplevels;
-    bool m_broken = false;
+    std::unique_ptr<WaylandEventPump> m_pump;
     // Destroyed first (declared last), so that nothing the event loop still holds runs on a
     // half-destroyed watcher.
-    std::unique_ptr<QSocketNotifier> m_readNotifier;
-    std::unique_ptr<QSocketNotifier> m_writeNotifier;
     std::unique_ptr<QObject> m_context;
 };
 
