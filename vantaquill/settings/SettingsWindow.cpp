@@ -326,7 +326,7 @@ QWidget* SettingsWindow::desktopPage() {
     desktopReport = new QPlainTextEdit;
     desktopReport->setObjectName("desktopReport");
     desktopReport->setReadOnly(true);
-    desktopReport->setLineWrapMode(QPlainTextEdit::NoWrap);
+    desktopReport->setLineWrapMode(QPlainTextEdit::WidgetWidth);
     desktopReport->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     layout->addWidget(desktopReport, 1);
     auto* again = new QPushButton("Check Again");
