@@ -1,7 +1,8 @@
 #include "BrindKit/system/NetworkInterface.hpp"
 
+#include "BrindKit/foundation/EnumTable.hpp"
+
 #include <array>
-#include <utility>
 
 namespace brind {
 
@@ -10,37 +11,37 @@ namespace {
 using Kind = NetworkInterface::Kind;
 
 // rtnetlink's link kinds and NetworkManager's device type names, which agree where they overlap.
-constexpr std::array<std::pair<std::string_view, Kind>, 29> kindWords{{
-    {"ethernet", Kind::ethernet},
-    {"wifi", Kind::wifi},
-    {"loopback", Kind::loopback},
-    {"bridge", Kind::bridge},
-    {"veth", Kind::virtualLink},
-    {"dummy", Kind::virtualLink},
-    {"vlan", Kind::virtualLink},
-    {"macvlan", Kind::virtualLink},
-    {"macvtap", Kind::virtualLink},
-    {"ipvlan", Kind::virtualLink},
-    {"bond", Kind::virtualLink},
-    {"team", Kind::virtualLink},
-    {"vrf", Kind::virtualLink},
-    {"vxlan", Kind::virtualLink},
-    {"tun", Kind::tun},
-    {"tap", Kind::tun},
-    {"wireguard", Kind::wireguard},
-    {"ppp", Kind::ppp},
-    {"xfrm", Kind::ipsec},
-    {"vti", Kind::ipsec},
-    {"vti6", Kind::ipsec},
-    {"gre", Kind::ipTunnel},
-    {"gretap", Kind::ipTunnel},
-    {"ip6gre", Kind::ipTunnel},
-    {"ipip", Kind::ipTunnel},
-    {"sit", Kind::ipTunnel},
-    {"ip6tnl", Kind::ipTunnel},
-    {"ip-tunnel", Kind::ipTunnel},
-    {"erspan", Kind::ipTunnel},
-}};
+constexpr auto kindWords = std::to_array<EnumTable::NameRow<Kind>>({
+    {Kind::ethernet, "ethernet"},
+    {Kind::wifi, "wifi"},
+    {Kind::loopback, "loopback"},
+    {Kind::bridge, "bridge"},
+    {Kind::virtualLink, "veth"},
+    {Kind::virtualLink, "dummy"},
+    {Kind::virtualLink, "vlan"},
+    {Kind::virtualLink, "macvlan"},
+    {Kind::virtualLink, "macvtap"},
+    {Kind::virtualLink, "ipvlan"},
+    {Kind::virtualLink, "bond"},
+    {Kind::virtualLink, "team"},
+    {Kind::virtualLink, "vrf"},
+    {Kind::virtualLink, "vxlan"},
+    {Kind::tun, "tun"},
+    {Kind::tun, "tap"},
+    {Kind::wireguard, "wireguard"},
+    {Kind::ppp, "ppp"},
+    {Kind::ipsec, "xfrm"},
+    {Kind::ipsec, "vti"},
+    {Kind::ipsec, "vti6"},
+    {Kind::ipTunnel, "gre"},
+    {Kind::ipTunnel, "gretap"},
+    {Kind::ipTunnel, "ip6gre"},
+    {Kind::ipTunnel, "ipip"},
+    {Kind::ipTunnel, "sit"},
+    {Kind::ipTunnel, "ip6tnl"},
+    {Kind::ipTunnel, "ip-tunnel"},
+    {Kind::ipTunnel, "erspan"},
+});
 
 // ARPHRD values of <linux/if_arp.h>.
 constexpr std::uint16_t hardwarePPP = 512;
@@ -56,11 +57,7 @@ constexpr std::uint16_t hardwareNone = 65534;
 } // namespace
 
 std::optional<Kind> NetworkInterface::kindOfLinkType(std::string_view text) {
-    for (const auto& [word, kind] : kindWords) {
-        if (word == text)
-            return kind;
-    }
-    return std::nullopt;
+    return EnumTable::named(kindWords, text);
 }
 
 std::optional<Kind> NetworkInterface::kindOfHardwareType(std::uint16_t type) {

@@ -3,6 +3,7 @@
 // same pages aimed at a permissive recording server show that the browser does send each attempt
 // and that a page would read the answer if a server let it.
 
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/attack/HeadlessBrowser.hpp"
 #include "tests/attack/PageServer.hpp"
 #include "tests/e2e/E2EProcess.hpp"
@@ -12,7 +13,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <set>
 #include <thread>
@@ -24,8 +24,7 @@ using nlohmann::json;
 namespace {
 
 std::string fileText(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    return brind::AtomicFile::read(path).value_or("");
 }
 
 // A token file's token, without the line end.

@@ -1,10 +1,10 @@
 #include "tests/attack/HeadlessBrowser.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
+
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <fstream>
-#include <iterator>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -68,8 +68,7 @@ HeadlessBrowser::~HeadlessBrowser() {
 }
 
 std::string HeadlessBrowser::diagnostics() const {
-    std::ifstream file(profile.path() / "stderr");
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    return brind::AtomicFile::read(profile.path() / "stderr").value_or("");
 }
 
 } // namespace vq::attack

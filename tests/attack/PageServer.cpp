@@ -1,8 +1,10 @@
 #include "tests/attack/PageServer.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+#include "tests/e2e/E2EProcess.hpp"
+
 #include <algorithm>
 #include <arpa/inet.h>
-#include <cctype>
 #include <cstdlib>
 #include <fcntl.h>
 #include <netinet/in.h>
@@ -14,14 +16,9 @@ namespace vq::attack {
 
 namespace {
 
-std::string lowercased(std::string text) {
-    std::ranges::transform(text, text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
 // The value of field `name` (lower case) in a head, or "".
 std::string fieldOf(const std::string& head, const std::string& name) {
-    const auto at = lowercased(head).find("\r\n" + name + ":");
+    const auto at = brind::ASCII::lowercased(head).find("\r\n" + name + ":");
     if (at == std::string::npos)
         return {};
     auto start = at + name.size() + 3;
@@ -174,15 +171,9 @@ void PageServer::serve(int descriptor) {
 // Both directions until both ends have closed: what the browser sends reaches the other server
 // unchanged, and its reply comes back unchanged.
 void PageServer::relay(int descriptor, const std::string& received, std::uint16_t port) {
-    const int upstream = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (upstream < 0 || ::connect(upstream, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+    const int upstream = vq::e2e::connectLoopback(port);
+    if (upstream < 0) {
         ::close(descriptor);
-        if (upstream >= 0)
-            ::close(upstream);
         return;
     }
     sendAll(upstream, received);
