@@ -1,5 +1,6 @@
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/clipboard-desktop/ClipboardDisplay.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -11,7 +12,6 @@
 #include <xcb/xcb.h>
 
 #include <fstream>
-#include <sstream>
 #include <sys/wait.h>
 
 namespace vq {
@@ -19,12 +19,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string contents(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
+// The whole file; empty when it cannot be read.
+std::string contents(const fs::path& file) { return brind::AtomicFile::read(file).value_or(""); }
 
 // A real clipboard under Xvfb; each test has its own history folder.
 class X11ClipboardWatcherTests : public ::testing::Test {
