@@ -3,43 +3,35 @@
 
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 
+#include "tests/support/TemporaryFolder.hpp"
+
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 
 namespace {
 
-std::filesystem::path temporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "vantaquill-clipboard-bench-XXXXXX").string();
-    return ::mkdtemp(pattern.data()) ? std::filesystem::path(pattern) : std::filesystem::path();
-}
-
 void captureBenchmark(benchmark::State& state, bool image) {
-    const auto folder = temporaryFolder();
+    const brindtest::TemporaryFolder folder{"vantaquill-clipboard-bench"};
     vq::ManualScheduler scheduler;
     brind::ClipSettings settings;
     settings.maxItems = 50;
-    {
-        vq::ClipboardStore store({folder / "Clipboard"}, scheduler, settings);
-        brind::ClipSnapshot snapshot;
-        snapshot.types = snapshot.allTypes = {image ? "public.png" : "public.utf8-plain-text"};
-        std::string payload(image ? 4'000'000 : 200, 'x');
-        std::uint64_t counter = 0;
-        for (auto _ : state) {
-            // A new payload each time, so every copy is a new item rather than a refreshed one.
-            std::memcpy(payload.data(), &++counter, sizeof counter);
-            if (image) {
-                snapshot.image = payload;
-                snapshot.imageType = "public.png";
-            } else {
-                snapshot.string = payload;
-            }
-            benchmark::DoNotOptimize(store.capture(snapshot));
+    vq::ClipboardStore store({folder.path() / "Clipboard"}, scheduler, settings);
+    brind::ClipSnapshot snapshot;
+    snapshot.types = snapshot.allTypes = {image ? "public.png" : "public.utf8-plain-text"};
+    std::string payload(image ? 4'000'000 : 200, 'x');
+    std::uint64_t counter = 0;
+    for (auto _ : state) {
+        // A new payload each time, so every copy is a new item rather than a refreshed one.
+        std::memcpy(payload.data(), &++counter, sizeof counter);
+        if (image) {
+            snapshot.image = payload;
+            snapshot.imageType = "public.png";
+        } else {
+            snapshot.string = payload;
         }
+        benchmark::DoNotOptimize(store.capture(snapshot));
     }
-    std::filesystem::remove_all(folder);
 }
 
 void BM_CaptureText(benchmark::State& state) {

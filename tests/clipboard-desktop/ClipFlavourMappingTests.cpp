@@ -1,7 +1,6 @@
 #include "vantaquill/clipboard/ClipFlavourMapping.hpp"
 
-#include <QBuffer>
-#include <QImage>
+#include "tests/clipboard-desktop/ClipboardDisplay.hpp"
 
 #include <gtest/gtest.h>
 
@@ -11,15 +10,7 @@
 namespace vq {
 namespace {
 
-std::string encodedImage(const char* format, int width, int height) {
-    QImage image(width, height, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes.toStdString();
-}
+using clipboardtest::encodedImage;
 
 TEST(ClipFlavourMappingTests, ReadsTextFromTheDesktopsTextTypes) {
     const struct {

@@ -1,6 +1,8 @@
 #include "tests/clipboard-desktop/ClipboardDisplay.hpp"
 
+#include <QBuffer>
 #include <QCoreApplication>
+#include <QImage>
 
 #include <thread>
 #include <unistd.h>
@@ -24,6 +26,16 @@ bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return true;
+}
+
+std::string encodedImage(const char* format, int width, int height) {
+    QImage image(width, height, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes.toStdString();
 }
 
 } // namespace vq::clipboardtest

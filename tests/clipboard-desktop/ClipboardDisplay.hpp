@@ -5,6 +5,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace vq::clipboardtest {
 
@@ -13,5 +14,8 @@ const std::unique_ptr<desktop::VirtualDisplay>& display();
 
 /// Runs the Qt event loop until `condition` holds or `timeout` passes; whether it held.
 bool waitUntil(const std::function<bool()>& condition, std::chrono::milliseconds timeout = std::chrono::seconds(15));
+
+/// A plain `width` x `height` picture encoded in `format` ("PNG", "BMP"...), as an application would copy it.
+std::string encodedImage(const char* format, int width, int height);
 
 } // namespace vq::clipboardtest

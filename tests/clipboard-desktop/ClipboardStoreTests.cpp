@@ -1,13 +1,11 @@
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 
 #include "BrindKit/clipboard/ClipPrivacy.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/clipboard/ClipFlavourMapping.hpp"
 
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <sstream>
 
 namespace vq {
 namespace {
@@ -30,12 +28,8 @@ brind::ClipSnapshot pngCopy(const std::string& bytes) {
     return snapshot;
 }
 
-std::string contents(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
+// The whole file; empty when it cannot be read.
+std::string contents(const fs::path& file) { return brind::AtomicFile::read(file).value_or(""); }
 
 std::vector<std::string> sideFilesIn(const fs::path& folder) {
     std::vector<std::string> names;

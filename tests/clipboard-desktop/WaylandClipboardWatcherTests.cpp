@@ -4,8 +4,6 @@
 #include "tests/support/TemporaryFolder.hpp"
 #include "tests/wayland/SwaySession.hpp"
 
-#include <QBuffer>
-#include <QImage>
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -75,13 +73,7 @@ TEST_F(WaylandClipboardWatcherTests, RecordsCopiesThroughDataControlAndKeepsSecr
     ASSERT_TRUE(heardCopy(0, skips));
     EXPECT_EQ(store->history().items().front().text, "words copied on Wayland");
 
-    QImage picture(5, 3, QImage::Format_RGB32);
-    picture.fill(Qt::green);
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    picture.save(&buffer, "PNG");
-    copy("image/png", png);
+    copy("image/png", QByteArray::fromStdString(clipboardtest::encodedImage("PNG", 5, 3)));
     ASSERT_TRUE(heardCopy(1, skips));
     EXPECT_EQ(store->history().items().front().kind, brind::ClipKind::image);
     EXPECT_EQ(store->history().items().front().imageWidth, 5);

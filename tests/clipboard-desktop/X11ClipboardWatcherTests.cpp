@@ -1,17 +1,15 @@
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/clipboard-desktop/ClipboardDisplay.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
-#include <QBuffer>
 #include <QGuiApplication>
-#include <QImage>
 
 #include <gtest/gtest.h>
 #include <xcb/xcb.h>
 
 #include <fstream>
-#include <sstream>
 #include <sys/wait.h>
 
 namespace vq {
@@ -19,12 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string contents(const fs::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    std::ostringstream text;
-    text << stream.rdbuf();
-    return text.str();
-}
+// The whole file; empty when it cannot be read.
+std::string contents(const fs::path& file) { return brind::AtomicFile::read(file).value_or(""); }
 
 // A real clipboard under Xvfb; each test has its own history folder.
 class X11ClipboardWatcherTests : public ::testing::Test {
@@ -68,12 +62,7 @@ protected:
 };
 
 TEST_F(X11ClipboardWatcherTests, RecordsWhatOtherApplicationsCopyAndArchivesIt) {
-    QImage picture(6, 4, QImage::Format_RGB32);
-    picture.fill(Qt::blue);
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    picture.save(&buffer, "PNG");
+    const std::string png = clipboardtest::encodedImage("PNG", 6, 4);
 
     const struct {
         std::string type;
@@ -83,7 +72,7 @@ TEST_F(X11ClipboardWatcherTests, RecordsWhatOtherApplicationsCopyAndArchivesIt) 
     } cases[] = {
         {"UTF8_STRING", "plain words from a terminal", brind::ClipKind::text, "plain words from a terminal"},
         {"text/html", "<p>rich <i>words</i> from a browser</p>", brind::ClipKind::text, "rich words from a browser"},
-        {"image/png", png.toStdString(), brind::ClipKind::image, std::nullopt},
+        {"image/png", png, brind::ClipKind::image, std::nullopt},
         {"x-special/gnome-copied-files", "copy\nfile:///home/user/report.pdf", brind::ClipKind::file,
          "/home/user/report.pdf"},
         {"text/uri-list", "file:///home/user/a.txt\r\n", brind::ClipKind::file, "/home/user/a.txt"},
@@ -99,7 +88,7 @@ TEST_F(X11ClipboardWatcherTests, RecordsWhatOtherApplicationsCopyAndArchivesIt) 
     const brind::ClipItem& image = store->history().items()[2];
     ASSERT_TRUE(image.imageFile);
     EXPECT_EQ(image.imageWidth, 6);
-    EXPECT_EQ(contents(folder / *image.imageFile), png.toStdString());
+    EXPECT_EQ(contents(folder / *image.imageFile), png);
     store->flush();
     const std::string index = contents(folder / "index.json");
     EXPECT_NE(index.find("plain words from a terminal"), std::string::npos);

@@ -3,6 +3,7 @@
 #include "vantaquill/clipboard/ClipFlavourMapping.hpp"
 #include "vantaquill/clipboard/ext-data-control-v1-client-protocol.h"
 #include "vantaquill/clipboard/wlr-data-control-unstable-v1-client-protocol.h"
+#include "vantaquill/wayland/WaylandEventPump.hpp"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -66,7 +67,7 @@ struct WaylandClipboardWatcher::Connection {
     wl_proxy* device = nullptr;
     Interfaces interfaces{};
     std::uint32_t managerVersion = 1;
-    std::unique_ptr<QSocketNotifier> notifier;
+    std::unique_ptr<WaylandEventPump> pump;
 
     // Offers introduced and the types each lists so far.
     std::map<wl_proxy*, std::vector<std::string>> offers;
@@ -113,13 +114,14 @@ struct WaylandClipboardWatcher::Connection {
             wl_proxy_destroy(seat);
         if (registry)
             wl_registry_destroy(registry);
+        pump.reset();
         if (display) {
             wl_display_flush(display);
             wl_display_disconnect(display);
         }
     }
 
-    void flush() { wl_display_flush(display); }
+    void flush() { pump->flush(); }
 
     void abandonReads() {
         readTimer.stop();
@@ -295,14 +297,6 @@ struct WaylandClipboardWatcher::Connection {
         const brind::ClipSnapshot snapshot = ClipFlavourMapping::snapshot(flavours, offers[selection]);
         store.capture(snapshot);
     }
-
-    void dispatch() {
-        if (wl_display_dispatch(display) < 0) {
-            notifier->setEnabled(false);
-            return;
-        }
-        flush();
-    }
 };
 
 WaylandClipboardWatcher::WaylandClipboardWatcher(ClipboardStore&, std::unique_ptr<Connection> connection)
@@ -330,10 +324,8 @@ std::expected<std::unique_ptr<WaylandClipboardWatcher>, std::string> WaylandClip
     wl_proxy_add_listener(connection->device,
                           reinterpret_cast<void (**)(void)>(const_cast<Connection::DeviceListener*>(&Connection::deviceListener)),
                           connection.get());
-    connection->notifier =
-        std::make_unique<QSocketNotifier>(wl_display_get_fd(connection->display), QSocketNotifier::Read);
-    QObject::connect(connection->notifier.get(), &QSocketNotifier::activated,
-                     [raw = connection.get()] { raw->dispatch(); });
+    // A compositor that ends the connection ends the watching too: the pump stops by itself.
+    connection->pump = std::make_unique<WaylandEventPump>(connection->display, [] {});
     // The current selection arrives with the device; it is read like any later one.
     wl_display_roundtrip(connection->display);
     return std::unique_ptr<WaylandClipboardWatcher>(new WaylandClipboardWatcher(store, std::move(connection)));
