@@ -5,7 +5,6 @@
 #include "tests/faces/FaceScenes.hpp"
 #include "vantaquill/island/faces/SymbolIcons.hpp"
 
-#include <QBuffer>
 #include <QGuiApplication>
 
 #include <benchmark/benchmark.h>
@@ -17,41 +16,31 @@ using brind::IslandState;
 
 namespace {
 
-brind::LiveActivity activity(ActivityGlyph leading, ActivityGlyph trailing, std::string title) {
-    brind::LiveActivity result;
+/// Every benchmarked activity carries a subtitle, so the expanded face paints its second line.
+brind::LiveActivity benchActivity(ActivityGlyph leading, ActivityGlyph trailing, std::string title) {
+    brind::LiveActivity result = activity(std::move(leading), std::move(trailing), std::move(title));
     result.id = "bench.activity";
-    result.leading = std::move(leading);
-    result.trailing = std::move(trailing);
-    result.title = std::move(title);
     result.subtitle = "step 3 of 7";
     return result;
-}
-
-std::string coverBytes() {
-    QImage image(300, 300, QImage::Format_RGB32);
-    image.fill(QColor(200, 120, 40));
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPEG");
-    return bytes.toStdString();
 }
 
 IslandScene face(int which) {
     IslandScene scene;
     switch (which) {
     case 0:
-        scene.top = activity(ActivityGlyph::symbol("timer"), ActivityGlyph::text("12:41"), "Focus");
+        scene.top = benchActivity(ActivityGlyph::symbol("timer"), ActivityGlyph::text("12:41"), "Focus");
         return settledScene(IslandState::compact, housingInput(), scene);
     case 1:
-        scene.top = activity(ActivityGlyph::spinner(), ActivityGlyph::ring(0.42), "Building");
+        scene.top = benchActivity(ActivityGlyph::spinner(), ActivityGlyph::ring(0.42), "Building");
         return settledScene(IslandState::compact, housingInput(), scene);
     case 2:
-        scene.top = activity(ActivityGlyph::image(coverBytes()), ActivityGlyph::visualiser(), "Now playing");
+        scene.top =
+            benchActivity(ActivityGlyph::image(encodedImage({300, 300}, QColor(200, 120, 40), "JPEG")),
+                          ActivityGlyph::visualiser(), "Now playing");
         return settledScene(IslandState::compact, floatingInput(), scene);
     case 3:
-        scene.alert = activity(ActivityGlyph::symbol("terminal"), ActivityGlyph::text("2m 40s"),
-                               "An agent asks to run a command");
+        scene.alert = benchActivity(ActivityGlyph::symbol("terminal"), ActivityGlyph::text("2m 40s"),
+                                    "An agent asks to run a command");
         scene.alert->priority = brind::ActivityPriority::critical;
         scene.alert->actions = {{"deny", "Deny", brind::ActivityAction::Role::destructive, std::nullopt},
                                 {"allow", "Allow", brind::ActivityAction::Role::primary, "checkmark"}};
@@ -61,7 +50,8 @@ IslandScene face(int which) {
                                           "Speakers", std::nullopt);
         return settledScene(IslandState::peek, housingInput(), scene);
     default:
-        scene.top = activity(ActivityGlyph::symbol("timer"), ActivityGlyph::text("12:41"), "Pomodoro focus");
+        scene.top =
+            benchActivity(ActivityGlyph::symbol("timer"), ActivityGlyph::text("12:41"), "Pomodoro focus");
         return settledScene(IslandState::expanded, housingInput(), scene);
     }
 }

@@ -1,3 +1,4 @@
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/IslandPath.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
@@ -272,8 +273,7 @@ TEST_P(IslandOnScreen, ClicksBesideTheIslandReachTheWindowBelowAndClicksOnItDoNo
     // that the island lets through.
     const int xev = display->start({"xev", "-root", "-event", "button"}, log);
     const auto pressesSeen = [&] {
-        std::ifstream file(log);
-        const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        const std::string text = brind::AtomicFile::read(log).value_or("");
         std::size_t count = 0;
         for (auto at = text.find("ButtonPress"); at != std::string::npos; at = text.find("ButtonPress", at + 1))
             ++count;
@@ -321,8 +321,7 @@ TEST_P(IslandOnScreen, HidesWhileTheActiveWindowIsFullScreen) {
     std::string window;
     const auto deadline = std::chrono::steady_clock::now() + 20s;
     while (window.empty() && std::chrono::steady_clock::now() < deadline) {
-        std::ifstream file(log);
-        const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        const std::string text = brind::AtomicFile::read(log).value_or("");
         if (const auto at = text.find("Outer window is "); at != std::string::npos)
             window = text.substr(at + 16, text.find_first_of(",\n", at + 16) - at - 16);
         std::this_thread::sleep_for(100ms);

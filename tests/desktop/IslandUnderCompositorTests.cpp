@@ -45,10 +45,9 @@ TEST(IslandUnderACompositor, IsATranslucentWindowWithAnAlphaChannel) {
     ASSERT_FALSE(display.name().empty()) << "Xvfb did not start";
     e2e::TemporaryHome home;
     const int compositor = display.start({"xcompmgr"}, home.path() / "xcompmgr.log");
-    bool owned = false;
-    for (auto waited = 0ms; waited < 20s && !owned; waited += 200ms)
-        owned = compositorOwnsSelection(display) || (std::this_thread::sleep_for(200ms), false);
-    ASSERT_TRUE(owned) << "xcompmgr did not take the compositing selection";
+    for (auto waited = 0ms; waited < 20s && !compositorOwnsSelection(display); waited += 200ms)
+        std::this_thread::sleep_for(200ms);
+    ASSERT_TRUE(compositorOwnsSelection(display)) << "xcompmgr did not take the compositing selection";
 
     auto environment = home.environment();
     environment.erase("QT_QPA_PLATFORM");

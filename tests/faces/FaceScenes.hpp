@@ -10,6 +10,7 @@
 #include "vantaquill/island/IslandView.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
 
+#include <QBuffer>
 #include <QDir>
 #include <QImage>
 #include <QPainter>
@@ -17,8 +18,31 @@
 #include <QPainterPathStroker>
 
 #include <string>
+#include <utility>
 
 namespace vq::facetest {
+
+/// A live activity showing the two glyphs, as an app would post it.
+inline brind::LiveActivity activity(brind::ActivityGlyph leading, brind::ActivityGlyph trailing,
+                                    std::string title = "Timer") {
+    brind::LiveActivity result;
+    result.id = "test.activity";
+    result.leading = std::move(leading);
+    result.trailing = std::move(trailing);
+    result.title = std::move(title);
+    return result;
+}
+
+/// The bytes of a plain image of one colour in the given file format, as an app would send it.
+inline std::string encodedImage(QSize size, QColor colour, const char* format) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes.toStdString();
+}
 
 inline constexpr QSizeF surfaceSize{760, 360};
 
@@ -70,7 +94,6 @@ inline IslandScene settledScene(brind::IslandState state, const brind::IslandLay
     scene.bottomRadius = corners.bottom;
     return scene;
 }
-
 
 /// Transparent surface, black outline, faces on top (unclipped). Set FACES_IMAGES to a folder to
 /// keep the images for a look.

@@ -4,8 +4,6 @@
 #include "tests/faces/FaceScenes.hpp"
 #include "vantaquill/island/faces/FaceLayout.hpp"
 
-#include <QBuffer>
-
 #include <gtest/gtest.h>
 
 using namespace vq;
@@ -14,25 +12,6 @@ using brind::ActivityGlyph;
 using brind::IslandState;
 
 namespace {
-
-std::string pngBytes() {
-    QImage image(40, 20, QImage::Format_RGB32);
-    image.fill(QColor(230, 40, 40));
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes.toStdString();
-}
-
-brind::LiveActivity activity(ActivityGlyph leading, ActivityGlyph trailing, std::string title = "Timer") {
-    brind::LiveActivity result;
-    result.id = "test.activity";
-    result.leading = std::move(leading);
-    result.trailing = std::move(trailing);
-    result.title = std::move(title);
-    return result;
-}
 
 IslandScene compactWith(const brind::LiveActivity& top, const brind::IslandLayout::Input& input) {
     IslandScene scene;
@@ -57,7 +36,7 @@ TEST(IslandFaces, EveryGlyphPaintsInsideItsWingBesideTheHousing) {
     const std::pair<const char*, ActivityGlyph> glyphs[] = {
         {"symbol", ActivityGlyph::symbol("speaker.wave.2.fill")},
         {"unknownSymbol", ActivityGlyph::symbol("no.such.symbol")},
-        {"image", ActivityGlyph::image(pngBytes())},
+        {"image", ActivityGlyph::image(encodedImage({40, 20}, QColor(230, 40, 40), "PNG"))},
         {"undecodableImage", ActivityGlyph::image("not an image")},
         {"missingApp", ActivityGlyph::appIcon("org.example.NotInstalled")},
         {"ring", ActivityGlyph::ring(0.4, brind::RGBA{0.2, 0.8, 0.3, 1})},
