@@ -1,5 +1,6 @@
 #include "tests/e2e/E2EFixture.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/JSON.hpp"
 
 #include <thread>
@@ -10,10 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string contents(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
+std::string contents(const fs::path& path) { return brind::AtomicFile::read(path).value_or(""); }
 
 void place(const fs::path& path, const std::optional<std::string>& text) {
     fs::create_directories(path.parent_path());
