@@ -1,4 +1,5 @@
 #include "cli/HookInstaller.hpp"
+#include "cli/ProgramSearch.hpp"
 
 #include "BrindKit/agents/AgentCodexNotify.hpp"
 #include "BrindKit/agents/AgentJSON.hpp"
@@ -7,7 +8,6 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 
 #include <cstdlib>
-#include <sstream>
 #include <utility>
 
 namespace vq {
@@ -22,17 +22,7 @@ using Change = brind::AgentSettingsFile::Change;
 using Contents = std::expected<std::optional<std::string>, std::string>;
 
 bool onPath(std::string_view program) {
-    const char* path = std::getenv("PATH");
-    if (!path)
-        return false;
-    std::stringstream folders(path);
-    std::string folder;
-    while (std::getline(folders, folder, ':')) {
-        std::error_code error;
-        if (!folder.empty() && fs::exists(fs::path(folder) / program, error))
-            return true;
-    }
-    return false;
+    return ProgramSearch::find(program).has_value();
 }
 
 std::expected<AgentJSON, std::string> parsedRoot(std::string_view text) {

@@ -1,5 +1,6 @@
 #include "cli/CommandContext.hpp"
 #include "cli/ProcessTable.hpp"
+#include "cli/ProgramSearch.hpp"
 
 #include "BrindKit/agents/AgentLinuxTerminalJump.hpp"
 #include "BrindKit/agents/AgentTerminalInfo.hpp"
@@ -36,13 +37,7 @@ std::string environment(const char* name) {
 }
 
 bool onPath(std::string_view program) {
-    std::stringstream folders(environment("PATH"));
-    std::string folder;
-    while (std::getline(folders, folder, ':')) {
-        if (!folder.empty() && ::access((fs::path(folder) / program).c_str(), X_OK) == 0)
-            return true;
-    }
-    return false;
+    return ProgramSearch::find(program).has_value();
 }
 
 // Runs a program and waits; its standard output, or nothing when it failed.

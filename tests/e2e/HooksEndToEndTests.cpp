@@ -1,19 +1,11 @@
-#include "tests/e2e/E2EFixture.hpp"
+#include "tests/e2e/HooksFixture.hpp"
 
 using namespace vq::e2e;
 
 namespace {
 
-// A standing rule lets Claude Code write files in the project without asking; approvals time out
-// after two seconds so that a request nobody answers comes back quickly.
-class Hooks : public IslandTest {
+class Hooks : public HooksIsland {
 protected:
-    std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=2"}; }
-    std::vector<std::pair<std::string, std::string>> dataFiles() const override {
-        return {{"agent-rules.json",
-                 R"({"rules":[{"agent":"claude-code","project":"/home/ada/src/lighthouse","tool":"Write","createdAt":0}]})"}};
-    }
-
     CommandResult hook(const std::string& agent, const std::string& payload, const std::string& event = {}) const {
         std::vector<std::string> arguments = {"hook", "--agent", agent};
         if (!event.empty()) {
@@ -76,12 +68,7 @@ TEST_F(Hooks, ConsoleAnswerReachesTheWaitingAgent) {
     auto environment = home.environment();
     environment["VANTAQUILL_PORT"] = std::to_string(island->port());
     // The request is answered from the console while the hook call waits (a separate thread).
-    std::thread answerer([this] {
-        if (const auto waiting = island->waitForLine("approval waiting id=", std::chrono::seconds(5))) {
-            const auto at = waiting->find("id=") + 3;
-            island->sendInput("answer " + waiting->substr(at, waiting->find(' ', at) - at) + " deny\n");
-        }
-    });
+    std::thread answerer([this] { answerNextRequest("deny"); });
     const auto result = run(builtProgram("vantaquill"), {"agent", "approve", "--session", "deploy", "--command", "./deploy.sh"},
                             environment);
     answerer.join();

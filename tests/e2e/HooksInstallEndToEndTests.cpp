@@ -1,5 +1,6 @@
-#include "tests/e2e/E2EFixture.hpp"
+#include "tests/e2e/HooksFixture.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/JSON.hpp"
 
 #include <thread>
@@ -10,10 +11,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string contents(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
+std::string contents(const fs::path& path) { return brind::AtomicFile::read(path).value_or(""); }
 
 void place(const fs::path& path, const std::optional<std::string>& text) {
     fs::create_directories(path.parent_path());
@@ -130,17 +128,11 @@ TEST(HooksInstall, LeavesABrokenFileAloneAndSaysWhy) {
 
 namespace {
 
-// The island holds approvals for two seconds; a rule allows Claude Code's writes in one project.
-class InstalledHooks : public IslandTest {
+// Every agent's hooks installed in the home folder of a running island.
+class InstalledHooks : public HooksIsland {
 protected:
-    std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=2"}; }
-    std::vector<std::pair<std::string, std::string>> dataFiles() const override {
-        return {{"agent-rules.json",
-                 R"({"rules":[{"agent":"claude-code","project":"/home/ada/src/lighthouse","tool":"Write","createdAt":0}]})"}};
-    }
-
     void SetUp() override {
-        IslandTest::SetUp();
+        HooksIsland::SetUp();
         for (const char* folder : {".claude", ".gemini", ".cursor", ".codex"})
             fs::create_directories(home.path() / folder);
         const auto installed = vantaquill(home, {"hooks", "install"});
@@ -152,15 +144,6 @@ protected:
         auto environment = home.environment();
         environment["VANTAQUILL_PORT"] = std::to_string(island->port());
         return run("/bin/sh", {"-c", commandLine}, environment, payload);
-    }
-
-    std::string answerNextRequest(const std::string& decision) {
-        const auto waiting = island->waitForLine("approval waiting id=", std::chrono::seconds(5));
-        if (!waiting)
-            return {};
-        const auto at = waiting->find("id=") + 3;
-        island->sendInput("answer " + waiting->substr(at, waiting->find(' ', at) - at) + " " + decision + "\n");
-        return *waiting;
     }
 };
 

@@ -1,5 +1,7 @@
 #include "tests/e2e/E2EProcess.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -24,12 +26,7 @@ std::vector<std::string> filesUnder(const std::filesystem::path& root) {
     return files;
 }
 
-std::string contents(const std::filesystem::path& file) {
-    std::ifstream in(file);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+std::string contents(const std::filesystem::path& file) { return brind::AtomicFile::read(file).value_or(""); }
 
 const std::vector<std::string> iconSizes = {"16", "24", "32", "48", "64", "128", "256", "512"};
 
