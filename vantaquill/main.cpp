@@ -23,7 +23,6 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
-#include "vantaquill/providers/HUDSettings.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
@@ -422,12 +421,16 @@ int main(int argc, char** argv) {
             printError("vantaquill: the clipboard is not watched: " + watcher.error());
     }
     // The desktop's providers, each registered under its own source and started when switched on.
-    const auto media = vq::MediaSettings::read(preferencesFile);
+    // Read through the preferences store, which already holds the file and checks each value.
+    const vq::MediaSettings media{
+        .enabled = preferences.flag("media.enabled"),
+        .lyrics = preferences.flag("media.lyrics"),
+        .lyricsHost = vq::MediaSettings::lyricsHostOrDefault(preferences.text("media.lyricsHost"))};
     center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
     if (media.enabled)
         center.start(vq::MediaController::providerID);
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
-    if (vq::HUDSettings::read(preferencesFile).showsVolume())
+    if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
         center.start(vq::VolumeWatcher::providerID);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
