@@ -318,10 +318,14 @@ int main(int argc, char** argv) {
     vq::AgentHub agents(scheduler, dataFolder, display, onMainThread, preferences.agentPruneInterval());
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
-    auto bridgeConfig = preferences.bridgeConfig();
-    bridgeConfig.surface = surface ? std::string(vq::IslandSurfaceChoice::name(surface->kind)) : "headless";
-    bridgeConfig.surfaceReason = surface ? surface->reason : "started with --headless, or no display to show a window on";
-    bridge.setConfig(bridgeConfig);
+    // The surface is fixed at start; every later change of the preferences keeps it in the status.
+    const auto bridgeConfig = [&preferences, &surface] {
+        auto config = preferences.bridgeConfig();
+        config.surface = surface ? std::string(vq::IslandSurfaceChoice::name(surface->kind)) : "headless";
+        config.surfaceReason = surface ? surface->reason : "started with --headless, or no display to show a window on";
+        return config;
+    };
+    bridge.setConfig(bridgeConfig());
     auto service = std::make_shared<vq::SDKService>(onMainThread, center, shelf, scheduler, display,
                                                     [&agents](const brind::AgentHookEvent& event) { agents.apply(event); });
     bridge.setDelegate(service);
@@ -343,7 +347,7 @@ int main(int argc, char** argv) {
     vq::StayAwake stayAwake(printError);
     std::string reduceMotion = preferences.text("island.reduceMotion");
     const auto applyPreferences = [&] {
-        bridge.setConfig(preferences.bridgeConfig());
+        bridge.setConfig(bridgeConfig());
         service->setQuiet(preferences.flag("activities.paused"));
         if (!islands)
             return;
