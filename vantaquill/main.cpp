@@ -23,7 +23,6 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
-#include "vantaquill/providers/HUDSettings.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
@@ -319,10 +318,14 @@ int main(int argc, char** argv) {
     vq::AgentHub agents(scheduler, dataFolder, display, onMainThread, preferences.agentPruneInterval());
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
-    auto bridgeConfig = preferences.bridgeConfig();
-    bridgeConfig.surface = surface ? std::string(vq::IslandSurfaceChoice::name(surface->kind)) : "headless";
-    bridgeConfig.surfaceReason = surface ? surface->reason : "started with --headless, or no display to show a window on";
-    bridge.setConfig(bridgeConfig);
+    // The surface is fixed at start; every later change of the preferences keeps it in the status.
+    const auto bridgeConfig = [&preferences, &surface] {
+        auto config = preferences.bridgeConfig();
+        config.surface = surface ? std::string(vq::IslandSurfaceChoice::name(surface->kind)) : "headless";
+        config.surfaceReason = surface ? surface->reason : "started with --headless, or no display to show a window on";
+        return config;
+    };
+    bridge.setConfig(bridgeConfig());
     auto service = std::make_shared<vq::SDKService>(onMainThread, center, shelf, scheduler, display,
                                                     [&agents](const brind::AgentHookEvent& event) { agents.apply(event); });
     bridge.setDelegate(service);
@@ -344,7 +347,7 @@ int main(int argc, char** argv) {
     vq::StayAwake stayAwake(printError);
     std::string reduceMotion = preferences.text("island.reduceMotion");
     const auto applyPreferences = [&] {
-        bridge.setConfig(preferences.bridgeConfig());
+        bridge.setConfig(bridgeConfig());
         service->setQuiet(preferences.flag("activities.paused"));
         if (!islands)
             return;
@@ -422,12 +425,16 @@ int main(int argc, char** argv) {
             printError("vantaquill: the clipboard is not watched: " + watcher.error());
     }
     // The desktop's providers, each registered under its own source and started when switched on.
-    const auto media = vq::MediaSettings::read(preferencesFile);
+    // Read through the preferences store, which already holds the file and checks each value.
+    const vq::MediaSettings media{
+        .enabled = preferences.flag("media.enabled"),
+        .lyrics = preferences.flag("media.lyrics"),
+        .lyricsHost = vq::MediaSettings::lyricsHostOrDefault(preferences.text("media.lyricsHost"))};
     center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
     if (media.enabled)
         center.start(vq::MediaController::providerID);
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
-    if (vq::HUDSettings::read(preferencesFile).showsVolume())
+    if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
         center.start(vq::VolumeWatcher::providerID);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);

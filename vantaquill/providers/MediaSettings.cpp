@@ -2,18 +2,13 @@
 
 #include "BrindKit/system/LyricsStore.hpp"
 
-#include <QSettings>
+#include <QString>
 
 namespace vq {
 
-MediaSettings MediaSettings::read(const std::filesystem::path& file) {
-    const QSettings settings(QString::fromStdString(file.string()), QSettings::IniFormat);
-    MediaSettings result;
-    result.enabled = settings.value("media.enabled", true).toBool();
-    result.lyrics = settings.value("media.lyrics", true).toBool();
-    const QString host = settings.value("media.lyricsHost").toString().trimmed();
-    result.lyricsHost = host.isEmpty() ? std::string(brind::LyricsStore::defaultBaseURL) : host.toStdString();
-    return result;
+std::string MediaSettings::lyricsHostOrDefault(std::string_view configured) {
+    const QString host = QString::fromUtf8(configured.data(), static_cast<qsizetype>(configured.size())).trimmed();
+    return host.isEmpty() ? std::string(brind::LyricsStore::defaultBaseURL) : host.toStdString();
 }
 
 } // namespace vq

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace vq {
 
-/// The now-playing keys of the preferences file.
+/// The now-playing keys of the preferences file, as the preferences store checked them.
 struct MediaSettings {
     /// "media.enabled": follow the session's players and show what plays.
     bool enabled = true;
@@ -14,8 +14,8 @@ struct MediaSettings {
     /// "media.lyricsHost": the lyrics service's scheme and host.
     std::string lyricsHost;
 
-    /// Reads the keys from the preferences file (an INI file); a missing key keeps its default.
-    static MediaSettings read(const std::filesystem::path& file);
+    /// The service to ask for lyrics: the configured host, or LRCLIB's when none is set.
+    static std::string lyricsHostOrDefault(std::string_view configured);
 
     friend bool operator==(const MediaSettings&, const MediaSettings&) = default;
 };
