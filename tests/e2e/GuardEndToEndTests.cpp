@@ -12,6 +12,8 @@ TEST_F(Guard, StatusNeedsNoTokenAndUnknownPathsAre404) {
     const auto status = command({"status"});
     EXPECT_EQ(status.exitCode, 0);
     EXPECT_EQ(status.out, "vantaquill 1.0 listening on 127.0.0.1:" + std::to_string(island->port()) + "\n");
+    // The status reports how the island is shown, and keeps doing so after the preferences are applied.
+    EXPECT_NE(bodyOf(request("GET", "/v1/status")).find(R"("surface":{"kind":"headless")"), std::string::npos);
     const auto unknown = request("GET", "/v2/status");
     EXPECT_EQ(statusOf(unknown), 404);
     EXPECT_EQ(bodyOf(unknown), R"({"error":"not_found","message":"Unknown path."})");
