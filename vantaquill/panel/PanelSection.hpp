@@ -29,11 +29,22 @@ public:
     /// Set by the panel: the section asks the island to close (after an answer that leaves nothing
     /// to do, or Escape pressed where the section has no use for it).
     std::function<void()> onCloseRequested;
+    /// Set by the panel: the section asks the island to open on it now (a consent prompt arrived,
+    /// which only the user can answer and which times out).
+    std::function<void()> onOpenRequested;
 
 protected:
     void changed() {
         if (onChanged)
             onChanged();
+    }
+    void requestClose() {
+        if (onCloseRequested)
+            onCloseRequested();
+    }
+    void requestOpen() {
+        if (onOpenRequested)
+            onOpenRequested();
     }
 };
 
