@@ -320,6 +320,27 @@ int main(int argc, char** argv) {
         printError("vantaquill: couldn't write cli-token: " + written.error());
 
     vq::ShelfStore shelf(dataFolder);
+    // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does.
+    if (islands) {
+        islands->setDropHandler([&](const vq::IslandSurface::DropEvent& event) {
+            if (event.files.empty() && event.text.empty())
+                return false;
+            if (event.type != vq::IslandSurface::DropEvent::Type::drop)
+                return true;
+            std::vector<brind::ShelfEntry> added;
+            if (!event.files.empty()) {
+                added = shelf.addFiles(event.files, scheduler.now());
+            } else if (auto entry = shelf.addText(event.text, scheduler.now())) {
+                added.push_back(std::move(*entry));
+            }
+            for (const auto& entry : added)
+                display.line("shelf added " + vq::HeadlessDisplay::field("path", entry.path.value_or("")) + " " +
+                             vq::HeadlessDisplay::field("title", entry.title));
+            if (!shelf.lastError().empty())
+                printError("vantaquill: couldn't write " + shelf.lastError());
+            return true;
+        });
+    }
     vq::AgentHub agents(scheduler, dataFolder, display, onMainThread, preferences.agentPruneInterval());
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
