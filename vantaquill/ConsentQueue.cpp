@@ -8,10 +8,11 @@ namespace vq {
 ConsentQueue::ConsentQueue(Scheduler& scheduler, std::function<double()> timeout)
     : scheduler(scheduler), timeout(std::move(timeout)) {}
 
-// Whoever still waits hears "deny" rather than nothing when the island goes away.
 ConsentQueue::~ConsentQueue() {
-    onChange = nullptr;
-    onSettled = nullptr;
+    denyAll();
+}
+
+void ConsentQueue::denyAll() {
     for (auto& entry : std::exchange(entries, {}))
         entry.answer(false);
 }

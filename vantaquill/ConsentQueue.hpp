@@ -50,6 +50,10 @@ public:
     /// Answers the question with this serial; false when it was already settled.
     bool answer(std::uint64_t serial, bool allowed);
 
+    /// Answers every waiting question "deny" without telling anyone: the island is quitting, and
+    /// the server should still answer the held registrations before it stops.
+    void denyAll();
+
     /// The waiting questions, oldest first.
     std::vector<Request> pending() const;
     bool empty() const { return entries.empty(); }

@@ -117,6 +117,8 @@ TEST_F(ActivitiesSectionTest, PressesReachTheCentreByMouseAndKeyboard) {
     upload.actions = {{.id = "open", .label = "Open", .role = brind::ActivityAction::Role::primary, .symbol = "folder"},
                       {.id = "cancel", .label = "Cancel", .role = brind::ActivityAction::Role::cancel, .symbol = {}}};
     center.post(upload);
+    auto tea = activity("tea", "Tea", brind::ActivityPriority::ambient);
+    center.post(tea);
 
     auto* open = button("sdk.lumetta.upload", "action:open");
     ASSERT_TRUE(open);
@@ -127,6 +129,11 @@ TEST_F(ActivitiesSectionTest, PressesReachTheCentreByMouseAndKeyboard) {
     auto* cancel = button("sdk.lumetta.upload", "action:cancel");
     EXPECT_EQ(QApplication::focusWidget(), cancel);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    // Down leaves the card for the next one's first button, Up comes back to this card's first.
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+    EXPECT_EQ(QApplication::focusWidget(), button("tea", "dismiss"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
+    EXPECT_EQ(QApplication::focusWidget(), open);
     EXPECT_EQ(pressed, (std::vector<std::pair<std::string, std::string>>{{"sdk.lumetta.upload", "open"},
                                                                            {"sdk.lumetta.upload", "cancel"}}));
 

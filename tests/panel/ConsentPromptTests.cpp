@@ -4,7 +4,7 @@
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/SDKService.hpp"
 #include "vantaquill/ShelfStore.hpp"
-#include "vantaquill/panel/PanelStyle.hpp"
+#include "vantaquill/panel/IslandPanel.hpp"
 #include "vantaquill/panel/activities/ActivitiesSection.hpp"
 #include "vantaquill/panel/activities/ConsentCard.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
@@ -26,20 +26,29 @@ void onMainThread(std::function<void()> work) {
 }
 
 // The prompt as the application runs it: the SDK service hands the bridge's question to the consent
-// queue on the main thread, the section shows it, and the answer goes back through the bridge's
-// callback.
+// queue on the main thread, the section shows it in the island's panel, and the answer goes back
+// through the bridge's callback.
+/// Another section, shown first, so that the prompt has to bring its own section forward.
+class OtherSection final : public PanelSection {
+public:
+    QString title() const override { return "Other"; }
+    bool needsUser() const override { return false; }
+    int contentHeight(int) const override { return 40; }
+};
+
 class ConsentPromptTest : public ::testing::Test {
 protected:
     ConsentPromptTest() {
-        consents.onChange = [this] { section.refresh(); };
-        section.onOpenRequested = [this] { ++openRequests; };
-        section.onCloseRequested = [this] { ++closeRequests; };
-        section.setStyleSheet(PanelStyle::styleSheet());
-        section.setPalette(PanelStyle::palette());
-        section.resize(640, 300);
-        section.show();
-        QApplication::setActiveWindow(&section);
-        EXPECT_TRUE(QTest::qWaitForWindowActive(&section));
+        panel.addSection(new OtherSection);
+        panel.addSection(section);
+        consents.onChange = [this] { section->refresh(); };
+        center.onChange = [this](LiveActivityCenter::Change) { section->refresh(); };
+        panel.onOpenRequested = [this] { ++openRequests; };
+        panel.onCloseRequested = [this] { ++closeRequests; };
+        panel.resize(640, 330);
+        panel.show();
+        QApplication::setActiveWindow(&panel);
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&panel));
     }
 
     /// Asks as the bridge does, and waits until the question reached the prompt.
@@ -54,7 +63,7 @@ protected:
     }
 
     ConsentCard* card(const std::string& appID) {
-        for (auto* frame : section.findChildren<QFrame*>()) {
+        for (auto* frame : section->findChildren<QFrame*>()) {
             auto* found = dynamic_cast<ConsentCard*>(frame);
             if (found && found->isVisible() && found->request().appID == appID)
                 return found;
@@ -75,16 +84,24 @@ protected:
     double timeout = 120;
     ConsentQueue consents{scheduler, [this] { return timeout; }};
     SDKService service{onMainThread, center, shelf, scheduler, display, [](const brind::AgentHookEvent&) {}, &consents};
-    ActivitiesSection section{center, consents};
+    IslandPanel panel;
+    ActivitiesSection* section = new ActivitiesSection(center, consents);
     int openRequests = 0;
     int closeRequests = 0;
 };
 
 TEST_F(ConsentPromptTest, ShowsWhoAsksAndWhatForAndOpensTheIslandOnDontAllow) {
+    // An activity with a button, shown before the prompt, must not come first for the keyboard.
+    brind::LiveActivity upload;
+    upload.id = "upload";
+    upload.title = "Uploading";
+    upload.actions = {{.id = "stop", .label = "Stop", .role = brind::ActivityAction::Role::normal, .symbol = {}}};
+    center.post(upload);
     ask("lumetta", {brind::SDKScope::activities, brind::SDKScope::shelf});
     ConsentCard* prompt = card("lumetta");
     EXPECT_EQ(openRequests, 1);
-    EXPECT_TRUE(section.needsUser());
+    EXPECT_EQ(panel.current(), section) << "the island opened on another section";
+    EXPECT_TRUE(section->needsUser());
     EXPECT_EQ(prompt->findChild<QLabel*>("consentTitle")->text(), "“Lumetta” wants to connect");
     QStringList scopes;
     for (const auto* line : prompt->findChildren<QLabel*>("scope"))
@@ -92,6 +109,9 @@ TEST_F(ConsentPromptTest, ShowsWhoAsksAndWhatForAndOpensTheIslandOnDontAllow) {
     EXPECT_EQ(scopes, QStringList({"•  show live activities in the island", "•  add files to your shelf"}));
     EXPECT_EQ(prompt->allowButton()->property("role").toString(), "primary");
     EXPECT_EQ(QApplication::focusWidget(), prompt->denyButton()) << "the focus must start on the safe answer";
+    // Opening the island later gives the keyboard to the section's first control: the same button.
+    panel.focusCurrent();
+    EXPECT_EQ(QApplication::focusWidget(), prompt->denyButton());
     EXPECT_TRUE(displayed(R"(consent asked app=lumetta name="Lumetta" scopes=activities,shelf)"));
 }
 
@@ -107,7 +127,7 @@ TEST_F(ConsentPromptTest, AllowAndDontAllowAnswerOnceEach) {
     EXPECT_EQ(answers, (std::vector<std::pair<std::string, bool>>{{"lumetta", true}, {"quill", false}, {"ink", false}}));
     QApplication::processEvents();
     EXPECT_FALSE(card("lumetta") || card("quill") || card("ink"));
-    EXPECT_FALSE(section.needsUser());
+    EXPECT_FALSE(section->needsUser());
     EXPECT_EQ(closeRequests, 3) << "the island stays open after its last prompt was answered";
     EXPECT_TRUE(displayed(R"(consent allowed app=lumetta name="Lumetta")"));
     EXPECT_TRUE(displayed(R"(consent denied app=quill name="Lumetta" reason=user)"));

@@ -56,6 +56,8 @@ ActivitiesSection::ActivitiesSection(LiveActivityCenter& center, ConsentQueue& c
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // The keyboard moves between the cards' buttons; the list scrolls to follow it.
+    scroll->setFocusPolicy(Qt::NoFocus);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(scroll);
@@ -171,12 +173,12 @@ void ActivitiesSection::relayout() {
         card->show();
     for (auto* card : activityCards)
         card->show();
-    // Tab visits the cards from top to bottom, whatever order they were made in.
-    QWidget* previous = nullptr;
+    // Tab visits the cards from top to bottom, whatever order they were made in, starting with the
+    // first prompt's safe answer (the panel gives the keyboard to the first control after the section).
+    QWidget* previous = this;
     for (const auto& row : buttonRows()) {
         for (auto* button : row) {
-            if (previous)
-                setTabOrder(previous, button);
+            setTabOrder(previous, button);
             previous = button;
         }
     }
