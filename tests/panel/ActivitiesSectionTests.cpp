@@ -128,7 +128,7 @@ TEST_F(ActivitiesSectionTest, PressesReachTheCentreByMouseAndKeyboard) {
     QTest::keyClick(open, Qt::Key_Right);
     auto* cancel = button("sdk.lumetta.upload", "action:cancel");
     EXPECT_EQ(QApplication::focusWidget(), cancel);
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
     // Down leaves the card for the next one's first button, Up comes back to this card's first.
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
     EXPECT_EQ(QApplication::focusWidget(), button("tea", "dismiss"));

@@ -120,9 +120,9 @@ TEST_F(ConsentPromptTest, AllowAndDontAllowAnswerOnceEach) {
     QTest::mouseClick(card("lumetta")->allowButton(), Qt::LeftButton);
     ask("quill");
     QTest::mouseClick(card("quill")->denyButton(), Qt::LeftButton);
-    // Enter on the button that has the focus, as a user answering by keyboard would.
+    // The press key on the button that has the focus, as a user answering by keyboard would.
     ask("ink");
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Space);
 
     EXPECT_EQ(answers, (std::vector<std::pair<std::string, bool>>{{"lumetta", true}, {"quill", false}, {"ink", false}}));
     QApplication::processEvents();

@@ -267,10 +267,6 @@ bool ActivitiesSection::eventFilter(QObject* watched, QEvent* event) {
         return moveFocus(button, 0, -1);
     case Qt::Key_Right:
         return moveFocus(button, 0, 1);
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        button->click();
-        return true;
     case Qt::Key_Escape:
         requestClose();
         return true;

@@ -27,7 +27,8 @@ class ConsentCard;
 /// island on this section, with the focus on Don't allow.
 ///
 /// Keyboard: Tab and Shift+Tab visit every button; Up and Down move between cards, Left and Right
-/// between the buttons of one card; Enter presses the focused button; Escape closes the island.
+/// between the buttons of one card; Space (and Enter, through the panel) presses the focused button;
+/// Escape closes the island.
 class ActivitiesSection : public PanelSection {
 public:
     ActivitiesSection(LiveActivityCenter& center, ConsentQueue& consents, QWidget* parent = nullptr);
