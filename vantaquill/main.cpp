@@ -13,6 +13,7 @@
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/panel/PanelHost.hpp"
+#include "vantaquill/panel/activities/ActivitiesSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
@@ -250,6 +251,9 @@ int main(int argc, char** argv) {
     vq::LiveActivityCenter center(scheduler);
     // The expanded panel, shared by every island; it outlives them.
     std::unique_ptr<vq::PanelHost> panel;
+    // SDK clients asking to connect wait here for the panel's prompt; headless, nobody is asked.
+    std::unique_ptr<vq::ConsentQueue> consents;
+    vq::ActivitiesSection* activitiesSection = nullptr;
     std::unique_ptr<vq::IslandManager> islands;
     std::unique_ptr<vq::X11FullScreenWatcher> fullScreen;
     std::unique_ptr<vq::WaylandFullScreenWatcher> waylandFullScreen;
@@ -262,6 +266,11 @@ int main(int argc, char** argv) {
             [](std::string_view text, double size) { return vq::FaceFonts::semiboldWidth(text, size); });
         followReducedMotion(islandPreferences.reduceMotion, *islands);
         panel = std::make_unique<vq::PanelHost>();
+        consents = std::make_unique<vq::ConsentQueue>(
+            scheduler, [&preferences] { return preferences.bridgeConfig().consentTimeout; });
+        activitiesSection = new vq::ActivitiesSection(center, *consents);
+        panel->panel().addSection(activitiesSection);
+        consents->onChange = [activitiesSection] { activitiesSection->refresh(); };
         islands->setContent(panel.get());
         // Watched whatever "island.hideInFullScreen" says now: the manager reads it at each change.
         if (surface->kind == vq::IslandSurface::Kind::x11) {
@@ -287,6 +296,8 @@ int main(int argc, char** argv) {
             islands->refresh();
         switch (change) {
         case vq::LiveActivityCenter::Change::activities:
+            if (activitiesSection)
+                activitiesSection->refresh();
             display.activitiesChanged(center.activities());
             break;
         case vq::LiveActivityCenter::Change::hud:
@@ -353,7 +364,8 @@ int main(int argc, char** argv) {
     };
     bridge.setConfig(bridgeConfig());
     auto service = std::make_shared<vq::SDKService>(onMainThread, center, shelf, scheduler, display,
-                                                    [&agents](const brind::AgentHookEvent& event) { agents.apply(event); });
+                                                    [&agents](const brind::AgentHookEvent& event) { agents.apply(event); },
+                                                    consents.get());
     bridge.setDelegate(service);
     center.handleActions("sdk.", [&bridge](const std::string& activityID, const std::string& actionID) {
         bridge.publishAction(activityID, actionID);
@@ -468,6 +480,9 @@ int main(int argc, char** argv) {
     const int code = QCoreApplication::exec();
     // Held hook calls hear "ask" (the agent asks in its terminal) rather than a dropped connection.
     agents.broker().answerAllAsk(scheduler.now());
+    // Registrations still waiting hear "denied" while the server can still answer them.
+    if (consents)
+        consents->denyAll();
     server.stop();
     std::fflush(stdout);
     return code;
