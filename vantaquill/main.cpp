@@ -315,7 +315,7 @@ int main(int argc, char** argv) {
         printError("vantaquill: couldn't write cli-token: " + written.error());
 
     vq::ShelfStore shelf(dataFolder);
-    vq::AgentHub agents(scheduler, dataFolder, display, onMainThread, preferences.agentPruneInterval());
+    vq::AgentHub agents(scheduler, dataFolder, display, center, onMainThread, preferences.agentPruneInterval());
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
     // The surface is fixed at start; every later change of the preferences keeps it in the status.
