@@ -13,6 +13,7 @@
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/panel/PanelHost.hpp"
+#include "vantaquill/panel/agents/AgentsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
@@ -321,6 +322,12 @@ int main(int argc, char** argv) {
 
     vq::ShelfStore shelf(dataFolder);
     vq::AgentHub agents(scheduler, dataFolder, display, center, onMainThread, preferences.agentPruneInterval());
+    // The panel's Agents section reads the hub and answers through its broker; the panel owns it.
+    if (panel) {
+        auto* agentsSection = new vq::AgentsSection(agents, scheduler);
+        panel->panel().addSection(agentsSection);
+        agents.onChange = [agentsSection] { agentsSection->refresh(); };
+    }
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
     // The surface is fixed at start; every later change of the preferences keeps it in the status.

@@ -276,11 +276,15 @@ TEST_F(AgentsSectionTest, RequestsQueueInArrivalOrderAndAnyCanBeShownFirst) {
 TEST_F(AgentsSectionTest, KeyboardStartsOnTheRequestsPrimaryAnswer) {
     hold(bash("npm test", scheduler.now()), "r1");
     EXPECT_EQ(section.focusWidget(), find("agentAllow"));
-    // Tab moves on to the next control; Enter presses whichever button holds the focus.
+    // The panel gives the keyboard to the section on opening; it lands on the same answer.
+    find("agentDeny")->setFocus();
+    section.setFocus();
+    EXPECT_EQ(section.focusWidget(), find("agentAllow"));
+    // Tab moves on to the next control and back; Space presses whichever button holds the focus.
     QTest::keyClick(section.focusWidget(), Qt::Key_Tab);
     EXPECT_NE(section.focusWidget(), find("agentAllow"));
     QTest::keyClick(section.focusWidget(), Qt::Key_Backtab);
-    QTest::keyClick(section.focusWidget(), Qt::Key_Return);
+    QTest::keyClick(section.focusWidget(), Qt::Key_Space);
     settle();
     EXPECT_EQ(decisions.at("r1"), brind::AgentDecision::allow());
 

@@ -7,7 +7,6 @@ AgentButton::AgentButton(const QString& text, const char* name, const char* role
     setObjectName(QString::fromLatin1(name));
     if (role)
         setProperty("role", QString::fromLatin1(role));
-    setAutoDefault(true);
 }
 
 } // namespace vq

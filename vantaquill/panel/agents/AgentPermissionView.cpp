@@ -26,6 +26,8 @@ namespace {
 
 /// The command box shows this many lines and scrolls beyond them.
 constexpr int subjectLines = 3;
+/// The panel's style sheet pads and borders fields by this much above and below together.
+constexpr int fieldChrome = 8;
 
 /// Tool input keys that name what a call runs or touches, in the order they are looked for.
 constexpr std::array<std::string_view, 8> subjectKeys{"command", "file_path", "notebook_path", "absolute_path",
@@ -122,9 +124,8 @@ void AgentPermissionView::fitSubject() {
     for (const QString& line : subject->toPlainText().split(u'\n'))
         lines += std::max(1, static_cast<int>(std::ceil(metrics.horizontalAdvance(line) / room)));
     lines = std::clamp(lines, 1, subjectLines);
-    const QMargins frame = subject->contentsMargins();
     subject->setFixedHeight(lines * metrics.lineSpacing() + static_cast<int>(2 * subject->document()->documentMargin()) +
-                            frame.top() + frame.bottom());
+                            2 * subject->frameWidth() + fieldChrome);
 }
 
 QWidget* AgentPermissionView::initialFocus() const {

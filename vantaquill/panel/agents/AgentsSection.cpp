@@ -137,6 +137,7 @@ void AgentsSection::refreshRequest() {
     }
     if (card) {
         // The answer may have come from the card's own button: delete it once that returns.
+        setFocusProxy(nullptr);
         requestSlot->removeWidget(card);
         card->hide();
         card->deleteLater();
@@ -148,6 +149,8 @@ void AgentsSection::refreshRequest() {
     card->onAnswer = [this](const std::string& id, brind::AgentDecision decision) { answer(id, std::move(decision)); };
     card->onAlwaysAllow = [this](const std::string& id, const brind::AgentAllowRule& rule) { alwaysAllow(id, rule); };
     requestSlot->addWidget(card);
+    // The panel gives the keyboard to the section on opening: it belongs to the request's answer.
+    setFocusProxy(card->initialFocus());
     // Shown now rather than when the layout gets round to it, so that it can take the focus.
     card->show();
     if (isVisible())
@@ -261,7 +264,8 @@ void AgentsSection::hideEvent(QHideEvent* event) {
 }
 
 void AgentsSection::keyPressEvent(QKeyEvent* event) {
-    // Enter is the buttons' own (`autoDefault`); what reaches the section unhandled is Escape.
+    // Enter reaches the focused button through the panel; Escape, unused by every control here
+    // but the fields (which leave it alone), closes the island.
     if (event->key() == Qt::Key_Escape) {
         requestClose();
         return;
