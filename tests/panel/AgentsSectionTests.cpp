@@ -17,6 +17,9 @@
 #include <QCoreApplication>
 #include <QCheckBox>
 #include <QLineEdit>
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
@@ -66,7 +69,7 @@ protected:
         : display([](const std::string&) {}, [](const std::string&) {}),
           center(scheduler),
           hub(scheduler, folder.path(), display, center, [](std::function<void()> work) { work(); }, pruneInterval),
-          section(hub, scheduler) {
+          section(hub, scheduler, QStringLiteral(BRIND_BIN_DIR "/vantaquill")) {
         hub.onChange = [this] { section.refresh(); };
         section.onCloseRequested = [this] { ++closeRequests; };
         section.setPalette(PanelStyle::palette());
@@ -323,6 +326,41 @@ TEST_F(AgentsSectionTest, OffersOnlyTheAnswersThatChangeWhatTheAgentDoes) {
     EXPECT_FALSE(find("agentAlwaysAllow"));
     ASSERT_TRUE(find("agentDeny"));
     EXPECT_EQ(section.focusWidget(), find("agentDeny"));
+}
+
+// The button runs the real `vantaquill jump` with what the hooks reported, here against a real
+// tmux server whose other window is in front.
+TEST_F(AgentsSectionTest, JumpToTerminalSelectsTheSessionsTmuxPane) {
+    if (!QFileInfo(QStringLiteral("/usr/bin/tmux")).isExecutable())
+        GTEST_SKIP() << "tmux is not installed (scripts/setup installs it)";
+    const QString socket = QString::fromStdString((folder.path() / "tmux.sock").string());
+    const auto tmux = [&socket](QStringList arguments) {
+        QProcess process;
+        process.start(QStringLiteral("/usr/bin/tmux"), QStringList{"-S", socket, "-f", "/dev/null"} + arguments);
+        process.waitForFinished();
+        return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+    };
+    tmux({"new-session", "-d", "-s", "work", "-x", "80", "-y", "24"});
+    const QString agentPane = tmux({"display-message", "-p", "-t", "work", "#{pane_id}"});
+    tmux({"new-window", "-t", "work"});
+    const QString front = tmux({"display-message", "-p", "-t", "work", "#{pane_id}"});
+    ASSERT_NE(front, agentPane);
+
+    brind::AgentHookEvent event = bash("npm test", scheduler.now());
+    event.kind = brind::AgentEventKind::preTool;
+    event.terminalInfo = brind::AgentTerminalInfo{};
+    event.terminalInfo->tmuxSocket = socket.toStdString();
+    event.terminalInfo->tmuxPane = agentPane.toStdString();
+    hub.apply(event);
+    settle();
+    click(find("agentJump"));
+
+    QElapsedTimer waited;
+    waited.start();
+    while (tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}) != agentPane && waited.elapsed() < 10'000)
+        QTest::qWait(50);
+    EXPECT_EQ(tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}), agentPane);
+    tmux({"kill-server"});
 }
 
 } // namespace vq
