@@ -14,6 +14,7 @@
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/panel/PanelHost.hpp"
 #include "vantaquill/panel/activities/ActivitiesSection.hpp"
+#include "vantaquill/panel/agents/AgentsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
@@ -249,6 +250,7 @@ int main(int argc, char** argv) {
     vq::HeadlessDisplay display(printLine, printError);
 
     vq::LiveActivityCenter center(scheduler);
+    vq::AgentHub agents(scheduler, dataFolder, display, center, onMainThread, preferences.agentPruneInterval());
     // The expanded panel, shared by every island; it outlives them.
     std::unique_ptr<vq::PanelHost> panel;
     // SDK clients asking to connect wait here for the panel's prompt; headless, nobody is asked.
@@ -266,6 +268,11 @@ int main(int argc, char** argv) {
             [](std::string_view text, double size) { return vq::FaceFonts::semiboldWidth(text, size); });
         followReducedMotion(islandPreferences.reduceMotion, *islands);
         panel = std::make_unique<vq::PanelHost>();
+        // The sections in the order of their buttons. The panel owns them.
+        // Agents: reads the hub and answers through its broker.
+        auto* agentsSection = new vq::AgentsSection(agents, scheduler);
+        panel->panel().addSection(agentsSection);
+        agents.onChange = [agentsSection] { agentsSection->refresh(); };
         consents = std::make_unique<vq::ConsentQueue>(
             scheduler, [&preferences] { return preferences.bridgeConfig().consentTimeout; });
         activitiesSection = new vq::ActivitiesSection(center, *consents);
@@ -352,7 +359,6 @@ int main(int argc, char** argv) {
             return true;
         });
     }
-    vq::AgentHub agents(scheduler, dataFolder, display, onMainThread, preferences.agentPruneInterval());
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
     // The surface is fixed at start; every later change of the preferences keeps it in the status.
@@ -483,6 +489,7 @@ int main(int argc, char** argv) {
     // Registrations still waiting hear "denied" while the server can still answer them.
     if (consents)
         consents->denyAll();
+    agents.onChange = nullptr;
     server.stop();
     std::fflush(stdout);
     return code;
