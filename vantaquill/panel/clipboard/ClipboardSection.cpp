@@ -55,7 +55,9 @@ ClipboardSection::ClipboardSection(ClipboardStore& store, LiveActivityCenter& ce
     view->setItemDelegate(delegate);
     // Every row is as tall as the next: the view then lays out 500 rows without asking each.
     view->setUniformItemSizes(true);
+    // The row under the pointer shows its pin and delete controls.
     view->setMouseTracking(true);
+    view->viewport()->setAttribute(Qt::WA_Hover);
     view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     view->verticalScrollBar()->setSingleStep(ClipItemDelegate::rowHeight);
     view->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
