@@ -145,6 +145,19 @@ TEST_F(ClipboardSectionTests, DownMovesIntoTheListWhereEnterCopiesTheChosenRow) 
     EXPECT_TRUE(section->searchField()->hasFocus()) << "Up from the first row goes back to the field";
 }
 
+TEST_F(ClipboardSectionTests, ANewCopyTakesTheSelectionUnlessTheUserMovedIt) {
+    copy("first");
+    show();
+    copy("second");
+    EXPECT_EQ(section->list()->currentIndex().row(), 0) << "Enter takes the newest copy";
+
+    section->list()->setFocus();
+    QTest::keyClick(section->list(), Qt::Key_Down);
+    copy("third");
+    ASSERT_EQ(titles(), (std::vector<std::string>{"third", "second", "first"}));
+    EXPECT_EQ(section->list()->currentIndex().row(), 2) << "the chosen item stays chosen";
+}
+
 TEST_F(ClipboardSectionTests, EscapeClearsTheSearchFirstThenClosesTheIsland) {
     copy("kept");
     show();

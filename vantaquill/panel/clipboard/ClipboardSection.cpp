@@ -94,7 +94,9 @@ int ClipboardSection::contentHeight(int width) const {
 
 void ClipboardSection::refresh() {
     const std::string query = search->text().trimmed().toStdString();
-    const auto current = currentID();
+    // A selection the user moved down the list stays on its item; one on the first row stays on the
+    // first row, so a new copy arriving is what Enter takes.
+    const auto current = view->currentIndex().row() > 0 ? currentID() : std::nullopt;
     std::vector<ClipRow> rows;
     const auto found = store.history().search(query);
     rows.reserve(found.size());

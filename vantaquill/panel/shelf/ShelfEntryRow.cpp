@@ -2,6 +2,7 @@
 
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/clipboard/QtClipboard.hpp"
+#include "vantaquill/panel/shelf/DragPointerGuard.hpp"
 #include "vantaquill/panel/shelf/ElidedLabel.hpp"
 #include "vantaquill/panel/shelf/ShelfEntryFlavours.hpp"
 #include "vantaquill/panel/shelf/ShelfEntryIcon.hpp"
@@ -111,6 +112,7 @@ void ShelfEntryRow::mouseMoveEvent(QMouseEvent* event) {
     // The drag runs its own event loop until the drop, while this row is on the stack.
     if (onDragging)
         onDragging(true);
+    const DragPointerGuard guard;
     drag->exec(Qt::CopyAction | Qt::LinkAction, Qt::CopyAction);
     if (onDragging)
         onDragging(false);
