@@ -439,19 +439,26 @@ int main(int argc, char** argv) {
                 printError("vantaquill: couldn't write " + firstStartShown.string() + ": " + written.error());
         }
     }
-    vq::URLCommandRunner urls(auth, *service, [&display, &islands, &settingsWindow](const brind::SDKURLCommand& view) {
+    vq::URLCommandRunner urls(auth, *service, [&](const brind::SDKURLCommand& view) {
         display.line(vq::URLCommandRunner::describeView(view));
-        if (const auto* settings = std::get_if<brind::SDKURLCommand::Settings>(&view.command); settings && settingsWindow)
+        if (const auto* settings = std::get_if<brind::SDKURLCommand::Settings>(&view.command); settings && settingsWindow) {
             settingsWindow->showPane(QString::fromStdString(settings->pane.value_or("")));
-        else if (islands)
-            islands->open();
+            return;
+        }
+        if (!islands)
+            return;
+        islands->open();
+        // The section the link names, after the opening chose the one that needs the user: the
+        // user asked for this one.
+        if (const auto* open = std::get_if<brind::SDKURLCommand::Open>(&view.command); open && open->tab)
+            panel->panel().showSectionTitled(QString::fromStdString(*open->tab));
+        else if (std::holds_alternative<brind::SDKURLCommand::Clipboard>(view.command))
+            panel->panel().showSectionTitled(QStringLiteral("Clipboard"));
     });
     openURL = [&](const QString& url) {
         if (auto done = urls.run(url.toStdString(), scheduler.now()); !done)
             printError("vantaquill: ignored " + url.toStdString() + ": " + done.error());
     };
-    if (!options->url.isEmpty())
-        openURL(options->url);
 
     // The clipboard history: archived in the data folder; watched through X11 where Qt's clipboard is
     // X11's, else through the compositor's data control when there is a window.
@@ -497,6 +504,10 @@ int main(int argc, char** argv) {
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
     if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
         center.start(vq::VolumeWatcher::providerID);
+
+    // The URL the island was started with, once every view it may name exists.
+    if (!options->url.isEmpty())
+        openURL(options->url);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });

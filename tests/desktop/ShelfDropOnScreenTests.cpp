@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <optional>
+#include <utility>
 #include <sstream>
 #include <thread>
 
@@ -27,29 +29,45 @@ protected:
             GTEST_SKIP() << "Xvfb, ImageMagick's import or xdotool is missing; scripts/setup installs them";
         display = std::make_unique<VirtualDisplay>();
         ASSERT_FALSE(display->name().empty()) << "Xvfb did not start";
+    }
+
+    /// Starts the island, with a `vantaquill://` URL to carry out at once when one is given.
+    void startIsland(const std::string& url = {}) {
         auto environment = home.environment();
         environment.erase("QT_QPA_PLATFORM");
         environment["DISPLAY"] = display->name();
-        island = std::make_unique<e2e::IslandProcess>(std::vector<std::string>{"--surface", "x11", "--port", "0"},
-                                                      environment);
+        std::vector<std::string> arguments{"--surface", "x11", "--port", "0"};
+        if (!url.empty())
+            arguments.push_back(url);
+        island = std::make_unique<e2e::IslandProcess>(arguments, environment);
         ASSERT_NE(island->port(), 0) << "the island did not start";
     }
 
     void TearDown() override {
-        if (source > 0)
-            VirtualDisplay::stop(source);
+        for (const int program : {source, target})
+            if (program > 0)
+                VirtualDisplay::stop(program);
+    }
+
+    /// Starts the other program's window at (x, y), waits until it is on the screen; its output file.
+    std::filesystem::path startOther(int& pid, int x, int y, const std::vector<std::string>& mode,
+                                     const std::string& title) {
+        const auto output = home.path() / (title + ".out");
+        std::vector<std::string> command{std::string(BRIND_BIN_DIR) + "/islandDragSource", std::to_string(x),
+                                         std::to_string(y)};
+        command.insert(command.end(), mode.begin(), mode.end());
+        pid = display->start(command, output);
+        EXPECT_TRUE(waitForText(output, "ready")) << title << " did not start";
+        // Shown is not yet mapped: wait until the server has the window where it asked for it.
+        EXPECT_EQ(display->run({"timeout", "10", "xdotool", "search", "--sync", "--onlyvisible", "--name", title}), 0);
+        std::this_thread::sleep_for(300ms);
+        return output;
     }
 
     /// Starts the drag source's window at the lower left and drags from it to the island at the top
     /// centre, in small steps as a hand would.
     void dragToIsland(const std::string& option, const std::string& payload) {
-        const auto output = home.path() / "source.out";
-        source = display->start({std::string(BRIND_BIN_DIR) + "/islandDragSource", "100", "500", option, payload},
-                                output);
-        ASSERT_TRUE(waitForText(output, "ready")) << "the drag source did not start";
-        // Shown is not yet mapped: wait until the server has the window where it asked for it.
-        ASSERT_EQ(display->run({"timeout", "10", "xdotool", "search", "--sync", "--onlyvisible", "--name", "drag source"}), 0);
-        std::this_thread::sleep_for(300ms);
+        const auto output = startOther(source, 100, 500, {option, payload}, "drag source");
         display->run({"xdotool", "mousemove", "200", "600", "mousedown", "1"});
         for (int step = 1; step <= 12; ++step) {
             const int x = 200 + (720 - 200) * step / 12;
@@ -81,9 +99,11 @@ protected:
     std::unique_ptr<VirtualDisplay> display;
     std::unique_ptr<e2e::IslandProcess> island;
     int source = -1;
+    int target = -1;
 };
 
 TEST_F(ShelfDrop, AFileDraggedOntoTheIslandLandsOnTheShelf) {
+    startIsland();
     const auto file = home.path() / "report.pdf";
     std::ofstream(file) << "%PDF-1.4\n";
     dragToIsland("--file", file.string());
@@ -92,11 +112,51 @@ TEST_F(ShelfDrop, AFileDraggedOntoTheIslandLandsOnTheShelf) {
 }
 
 TEST_F(ShelfDrop, ALinkDraggedOntoTheIslandBecomesALinkEntry) {
+    startIsland();
     dragToIsland("--text", "https://www.example.org/notes");
     EXPECT_TRUE(island->waitForLine("shelf added", 10s)) << island->errors();
     const std::string shelf = readFile(shelfFile());
     EXPECT_NE(shelf.find("\"link\""), std::string::npos) << shelf;
     EXPECT_NE(shelf.find("example.org"), std::string::npos) << shelf;
+}
+
+/// The card of the first shelf entry: the panel's card colour inside the island.
+std::optional<QRect> firstCard(const QImage& image) {
+    std::optional<QRect> bounds;
+    for (int y = 0; y < std::min(400, image.height()); ++y)
+        for (int x = 0; x < image.width(); ++x)
+            if (image.pixel(x, y) == qRgb(0x1C, 0x1C, 0x1E))
+                bounds = bounds ? bounds->united(QRect(x, y, 1, 1)) : QRect(x, y, 1, 1);
+    return bounds;
+}
+
+TEST_F(ShelfDrop, AnEntryDraggedOutOfTheShelfGivesTheFileToAnotherProgram) {
+    startIsland("vantaquill://open?tab=shelf");
+    const auto file = home.path() / "notes.txt";
+    std::ofstream(file) << "notes\n";
+    auto environment = home.environment();
+    environment["VANTAQUILL_PORT"] = std::to_string(island->port());
+    ASSERT_EQ(e2e::run(e2e::builtProgram("vantaquill"), {"shelf", "add", file.string()}, environment).exitCode, 0);
+    const auto dropped = startOther(target, 1000, 500, {"--accept"}, "drop target");
+
+    std::optional<QRect> previous;
+    const QImage shown = waitForScreen(*display, [&](const QImage& shot) {
+        const auto card = firstCard(shot);
+        return card && card->width() > 200 && std::exchange(previous, card) == card;
+    });
+    const auto card = firstCard(shown);
+    ASSERT_TRUE(card) << "the shelf shows no entry";
+    // From the entry's icon, away from its buttons, to the other program's window in small steps.
+    const QPoint from(card->left() + 24, card->center().y());
+    display->run({"xdotool", "mousemove", std::to_string(from.x()), std::to_string(from.y()), "mousedown", "1"});
+    for (int step = 1; step <= 12; ++step) {
+        const int x = from.x() + (1100 - from.x()) * step / 12;
+        const int y = from.y() + (600 - from.y()) * step / 12;
+        display->run({"xdotool", "mousemove", std::to_string(x), std::to_string(y)});
+        std::this_thread::sleep_for(80ms);
+    }
+    display->run({"xdotool", "mouseup", "1"});
+    EXPECT_TRUE(waitForText(dropped, "dropped file://" + file.string())) << readFile(dropped);
 }
 
 } // namespace

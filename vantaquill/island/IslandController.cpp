@@ -331,13 +331,10 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
             }
         } else {
             hoverTimer_.reset();
-            if (userOpened_ && !closeTimer_) {
-                closeTimer_ = scheduler_.schedule(closeDelay, [this] {
-                    auto timer = std::move(closeTimer_);
-                    if (!pointerInside_)
-                        setUserOpened(false, Keyboard::leave);
-                });
-            }
+            // A press held in the panel that left the island is a drag of something out of it: the
+            // island stays open under it, and the panel closes it when the drag is over.
+            if (!closeTimer_ && !contentPressed_)
+                closeUnlessPointerReturns(closeDelay);
         }
     }
     if (contentTakesPointer() && (inside || contentPressed_ || event.type == Type::leave)) {
@@ -353,8 +350,8 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
         const bool forPanel = inArea || contentPressed_;
         if (forPanel || event.type == Type::motion || event.type == Type::leave)
             content_->pointer(local);
-        if (event.type == Type::release)
-            contentPressed_ = false;
+        if (event.type == Type::release && std::exchange(contentPressed_, false) && !inside)
+            closeUnlessPointerReturns(closeDelay);
         if (forPanel && event.type != Type::motion)
             return;
     }
@@ -372,6 +369,16 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
     }
     if (settings_.clickToOpen && !userOpened_)
         setUserOpened(true, Keyboard::take);
+}
+
+void IslandController::closeUnlessPointerReturns(double delay) {
+    if (!userOpened_)
+        return;
+    closeTimer_ = scheduler_.schedule(delay, [this] {
+        auto timer = std::move(closeTimer_);
+        if (!pointerInside_)
+            setUserOpened(false, Keyboard::leave);
+    });
 }
 
 bool IslandController::drop(const IslandSurface::DropEvent& event) {
@@ -392,12 +399,7 @@ bool IslandController::drop(const IslandSurface::DropEvent& event) {
         // closes unless the pointer is seen inside again.
         pointerInside_ = false;
         const double delay = event.type == Type::drop ? dropLinger : closeDelay;
-        if (userOpened_)
-            closeTimer_ = scheduler_.schedule(delay, [this] {
-                auto timer = std::move(closeTimer_);
-                if (!pointerInside_)
-                    setUserOpened(false, Keyboard::leave);
-            });
+        closeUnlessPointerReturns(delay);
         break;
     }
     }

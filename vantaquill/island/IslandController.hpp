@@ -106,6 +106,8 @@ private:
     enum class Keyboard { take, leave };
     void setUserOpened(bool opened, Keyboard keyboard);
     void setKeyboard(bool interactive);
+    /// Closes an opened island after `delay` unless the pointer comes back inside before.
+    void closeUnlessPointerReturns(double delay);
     /// Copies the current shape into the scene and the surface's input region.
     void showShape();
     void applyInputRegion();

@@ -100,6 +100,16 @@ void IslandPanel::showSection(PanelSection* section) {
     changed();
 }
 
+bool IslandPanel::showSectionTitled(const QString& title) {
+    const auto found = std::ranges::find_if(
+        sections_, [&](PanelSection* section) { return section->title().compare(title, Qt::CaseInsensitive) == 0; });
+    if (found == sections_.end())
+        return false;
+    lastUsed_ = *found;
+    showSection(lastUsed_);
+    return true;
+}
+
 void IslandPanel::step(int delta) {
     if (sections_.empty())
         return;

@@ -29,6 +29,9 @@ public:
     const std::vector<PanelSection*>& sections() const { return sections_; }
     PanelSection* current() const;
     void showSection(PanelSection* section);
+    /// Shows the section with this title, whatever the case ("shelf", "Clipboard"), as if the user
+    /// chose it; false when there is none.
+    bool showSectionTitled(const QString& title);
     /// Shows the next or previous section, wrapping around.
     void step(int delta);
 

@@ -1,8 +1,11 @@
-// A window that starts a drag of one file (or one text) when pressed: the other program in the
-// shelf's drop tests. Usage: islandDragSource X Y (--file PATH | --text TEXT). It prints "ready" once
-// shown and "drag ended" when the drag is over.
+// The other program in the shelf's drag tests: a window that starts a drag of one file (or one
+// text) when pressed, or one that takes drops. Usage: islandDragSource X Y (--file PATH | --text TEXT
+// | --accept). It prints "ready" once shown, then "drag ended" when its drag is over, or "dropped "
+// and the dropped URLs (or text) for each drop it takes.
 
 #include <QApplication>
+#include <QDragEnterEvent>
+#include <QDropEvent>
 #include <QDrag>
 #include <QMimeData>
 #include <QMouseEvent>
@@ -10,6 +13,7 @@
 #include <QWidget>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -32,6 +36,24 @@ private:
     QString payload_;
 };
 
+class DropTarget final : public QWidget {
+public:
+    DropTarget() { setAcceptDrops(true); }
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override { event->acceptProposedAction(); }
+    void dropEvent(QDropEvent* event) override {
+        QStringList dropped;
+        for (const QUrl& url : event->mimeData()->urls())
+            dropped << url.toString();
+        if (dropped.isEmpty())
+            dropped << event->mimeData()->text();
+        event->acceptProposedAction();
+        std::printf("dropped %s\n", qPrintable(dropped.join(' ')));
+        std::fflush(stdout);
+    }
+};
+
 QMimeData* fileData(const QString& path) {
     auto* data = new QMimeData;
     data->setUrls({QUrl::fromLocalFile(path)});
@@ -51,14 +73,19 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
-    if (arguments.size() != 5 || (arguments[3] != "--file" && arguments[3] != "--text")) {
-        std::fputs("usage: islandDragSource X Y (--file PATH | --text TEXT)\n", stderr);
+    const bool accepts = arguments.size() == 4 && arguments[3] == "--accept";
+    if (!accepts && (arguments.size() != 5 || (arguments[3] != "--file" && arguments[3] != "--text"))) {
+        std::fputs("usage: islandDragSource X Y (--file PATH | --text TEXT | --accept)\n", stderr);
         return 2;
     }
-    DragSource window(arguments[3] == "--file" ? fileData : textData, arguments[4]);
-    window.setWindowTitle("drag source");
-    window.setGeometry(arguments[1].toInt(), arguments[2].toInt(), 200, 200);
-    window.show();
+    std::unique_ptr<QWidget> window;
+    if (accepts)
+        window = std::make_unique<DropTarget>();
+    else
+        window = std::make_unique<DragSource>(arguments[3] == "--file" ? fileData : textData, arguments[4]);
+    window->setWindowTitle(accepts ? "drop target" : "drag source");
+    window->setGeometry(arguments[1].toInt(), arguments[2].toInt(), 200, 200);
+    window->show();
     std::puts("ready");
     std::fflush(stdout);
     return QApplication::exec();

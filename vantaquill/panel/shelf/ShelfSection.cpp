@@ -15,6 +15,8 @@
 #include <QMimeData>
 #include <QScrollArea>
 #include <QTimer>
+
+#include <utility>
 #include <QVBoxLayout>
 
 namespace vq {
@@ -125,11 +127,15 @@ void ShelfSection::open(const brind::UUID& id) {
 
 void ShelfSection::dragging(bool running) {
     dragRunning = running;
-    if (running || !refreshPending)
+    if (running)
         return;
-    refreshPending = false;
-    // After the row that ran the drag has returned from its event.
-    QTimer::singleShot(0, this, [this] { refresh(); });
+    // After the row that ran the drag has returned from its event. The entry went where the user
+    // took it, so the island, kept open through the drag, closes.
+    QTimer::singleShot(0, this, [this] {
+        if (std::exchange(refreshPending, false))
+            refresh();
+        requestClose();
+    });
 }
 
 void ShelfSection::dragEnterEvent(QDragEnterEvent* event) {
