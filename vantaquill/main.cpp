@@ -24,6 +24,7 @@
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
 #include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/PomodoroController.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
@@ -344,14 +345,21 @@ int main(int argc, char** argv) {
     printLine("Listening on 127.0.0.1:" + std::to_string(server.port()));
 
     // Preferences apply while the island runs, whether changed in the settings window or by hand.
-    vq::StayAwake stayAwake(printError);
+    vq::StayAwake stayAwake(scheduler, vq::StayAwake::stateFile(dataFolder), printError);
+    // The status menu's switch means "until turned off"; the panel may choose a time instead, so the
+    // switch is applied when it moves, not whenever another preference changes.
+    bool stayAwakeSwitch = false;
+    vq::PomodoroController pomodoro(scheduler, center, vq::PomodoroController::stateFile(dataFolder),
+                                    preferences.pomodoro(), printError);
     std::string reduceMotion = preferences.text("island.reduceMotion");
     const auto applyPreferences = [&] {
         bridge.setConfig(bridgeConfig());
         service->setQuiet(preferences.flag("activities.paused"));
+        pomodoro.applyConfig(preferences.pomodoro());
         if (!islands)
             return;
-        stayAwake.setOn(preferences.flag("activities.stayAwake"));
+        if (const bool on = preferences.flag("activities.stayAwake"); on != std::exchange(stayAwakeSwitch, on))
+            stayAwake.setMode(on ? brind::WidgetStayAwakeMode::indefinite() : brind::WidgetStayAwakeMode::off());
         islands->setPreferences(preferences.island());
         const std::string previous = std::exchange(reduceMotion, preferences.text("island.reduceMotion"));
         if (previous != reduceMotion)
