@@ -12,6 +12,7 @@
 #include "vantaquill/SDKService.hpp"
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/instance/SingleInstance.hpp"
+#include "vantaquill/panel/PanelHost.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
@@ -248,6 +249,8 @@ int main(int argc, char** argv) {
     vq::HeadlessDisplay display(printLine, printError);
 
     vq::LiveActivityCenter center(scheduler);
+    // The expanded panel, shared by every island; it outlives them.
+    std::unique_ptr<vq::PanelHost> panel;
     std::unique_ptr<vq::IslandManager> islands;
     std::unique_ptr<vq::X11FullScreenWatcher> fullScreen;
     std::unique_ptr<vq::WaylandFullScreenWatcher> waylandFullScreen;
@@ -259,6 +262,8 @@ int main(int argc, char** argv) {
             center, scheduler, islandPreferences, [kind = surface->kind](QScreen*) { return makeSurface(kind); },
             [](std::string_view text, double size) { return vq::FaceFonts::semiboldWidth(text, size); });
         followReducedMotion(islandPreferences.reduceMotion, *islands);
+        panel = std::make_unique<vq::PanelHost>();
+        islands->setContent(panel.get());
         // Watched whatever "island.hideInFullScreen" says now: the manager reads it at each change.
         if (surface->kind == vq::IslandSurface::Kind::x11) {
             fullScreen = std::make_unique<vq::X11FullScreenWatcher>(

@@ -51,8 +51,6 @@ constexpr double titleMaximumWidth = 520;
 
 constexpr double floatingHeaderHeight = 34;
 constexpr double minimumHeaderHeight = 28;
-constexpr double headerGap = 6;
-constexpr double contentBottomPadding = 16;
 constexpr double defaultContentHeight = 96;
 
 /// The housing with the user's offsets, at least 60 by 20.

@@ -87,6 +87,9 @@ struct IslandLayout {
     static SizeF widenedForTitle(SizeF peek, std::string_view title);
     /// The header above the expanded content.
     static double headerHeight(const Input& input);
+    /// Between the header and the expanded content, and below the content.
+    static constexpr double headerGap = 6;
+    static constexpr double contentBottomPadding = 16;
     /// The expanded island once its content has reported a height (96 until then).
     static SizeF expandedForContent(const Input& input, std::optional<double> contentHeight);
 };

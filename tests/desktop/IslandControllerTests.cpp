@@ -75,7 +75,7 @@ protected:
 };
 
 TEST_F(IslandControllerTest, HoverOpensAfterTheDelayAndLeavingClosesAfterTheCloseDelay) {
-    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton});
+    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton, {}});
     scheduler.advance(0.19);
     EXPECT_EQ(controller->state(), IslandState::closed);
     scheduler.advance(0.02);
@@ -84,13 +84,13 @@ TEST_F(IslandControllerTest, HoverOpensAfterTheDelayAndLeavingClosesAfterTheClos
     settle();
 
     // Slipping off the edge for less than the close delay keeps it open.
-    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton});
+    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton, {}});
     scheduler.advance(0.2);
-    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton});
+    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton, {}});
     scheduler.advance(1);
     EXPECT_EQ(controller->state(), IslandState::expanded);
 
-    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton});
+    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton, {}});
     scheduler.advance(IslandController::closeDelay - 0.01);
     EXPECT_EQ(controller->state(), IslandState::expanded);
     scheduler.advance(0.02);
@@ -99,12 +99,12 @@ TEST_F(IslandControllerTest, HoverOpensAfterTheDelayAndLeavingClosesAfterTheClos
 
 TEST_F(IslandControllerTest, ClickOpensWhenAllowedAndEscapeCloses) {
     makeController({.hoverToOpen = false, .clickToOpen = false});
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
     scheduler.advance(1);
     EXPECT_EQ(controller->state(), IslandState::closed);
 
     makeController({.hoverToOpen = false, .clickToOpen = true});
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
     EXPECT_EQ(controller->state(), IslandState::expanded);
     EXPECT_TRUE(surface.keyboard) << "a clicked-open island takes the keyboard for Escape";
     controller->key({Qt::Key_Escape, Qt::NoModifier, {}});
@@ -113,15 +113,15 @@ TEST_F(IslandControllerTest, ClickOpensWhenAllowedAndEscapeCloses) {
 }
 
 TEST_F(IslandControllerTest, KeyboardGoingToAnotherWindowClosesOnlyAClickedOpenIsland) {
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
     ASSERT_EQ(controller->state(), IslandState::expanded);
     surface.onKeyboardLost();
     EXPECT_EQ(controller->state(), IslandState::closed);
     EXPECT_FALSE(surface.keyboard);
 
     // A hovered-open island never held the keyboard, so another window's focus leaves it alone.
-    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton});
-    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton});
+    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton, {}});
+    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton, {}});
     scheduler.advance(1);
     ASSERT_EQ(controller->state(), IslandState::expanded);
     surface.onKeyboardLost();
@@ -148,7 +148,7 @@ TEST_F(IslandControllerTest, PressOnAnAlertButtonPerformsItsAction) {
             if (IslandFaces::actionAt(controller->scene(), {x, y}) == "go")
                 button = QPointF(x, y);
     ASSERT_TRUE(button.has_value()) << "the alert face shows no button";
-    controller->pointer({Pointer::Type::press, *button, Qt::LeftButton});
+    controller->pointer({Pointer::Type::press, *button, Qt::LeftButton, {}});
     ASSERT_EQ(pressed.size(), 1u);
     EXPECT_EQ(pressed.front().first, "deploy");
     EXPECT_EQ(pressed.front().second, "go");
@@ -179,7 +179,7 @@ TEST_F(IslandControllerTest, ReducedMotionEasesInAndOutOverItsDuration) {
     makeController({.reduceMotion = true});
     settle();
     const QRectF closed = controller->scene().outline;
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton});
+    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
     const QRectF open = expectedRect(IslandLayout::expandedForContent(input, std::nullopt));
     // The first frame starts the clock; half the duration later the ease is halfway.
     surface.framePending = false;

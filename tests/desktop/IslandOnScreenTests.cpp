@@ -79,6 +79,21 @@ bool matches(const QImage& image, const Outline& expected) {
            std::abs(run->second - (expected.rect.right() - static_cast<int>(ear))) <= edgeTolerance;
 }
 
+/// Whether the black on the screen is the open island: its top edge and the width of its sides as
+/// `expected` has them, and taller than its header. The height follows the panel's content, which
+/// the panel's own tests check.
+bool matchesOpen(const QImage& image, const Outline& expected) {
+    const auto bounds = blackBounds(image);
+    if (!bounds || std::abs(bounds->top() - expected.rect.top()) > edgeTolerance ||
+        bounds->height() < 2 * std::max(expected.corners.bottom, expected.corners.ear))
+        return false;
+    const double ear = expected.corners.ear;
+    const int row = expected.rect.top() + static_cast<int>(std::max(ear, expected.corners.top)) + 4;
+    const auto run = blackRun(image, row);
+    return run && std::abs(run->first - (expected.rect.left() + static_cast<int>(ear))) <= edgeTolerance &&
+           std::abs(run->second - (expected.rect.right() - static_cast<int>(ear))) <= edgeTolerance;
+}
+
 /// The real application with its X11 window on a private X server, in a fresh home.
 class IslandOnScreen : public ::testing::TestWithParam<Housing> {
 protected:
@@ -367,9 +382,11 @@ TEST_P(IslandHover, HoverOpensAfterTheDelayAndLeavingCloses) {
         EXPECT_TRUE(matches(early, closedOutline)) << "open before the hover delay: " << describe(blackBounds(early));
     }
 
-    EXPECT_TRUE(showsOutline(
-        onScreen(brind::IslandState::expanded, IslandLayout::expandedForContent(layout, std::nullopt))))
-        << "expanded";
+    const Outline open = onScreen(brind::IslandState::expanded, IslandLayout::expandedForContent(layout, std::nullopt));
+    const QImage opened =
+        waitForScreen(*display, [&](const QImage& shot) { return matchesOpen(shot, open); });
+    EXPECT_TRUE(matchesOpen(opened, open)) << "expected open " << describe(open) << ", saw black at "
+                                           << describe(blackBounds(opened));
 
     pointer({40, 600});
     EXPECT_TRUE(showsOutline(closedOutline)) << "after leaving";

@@ -4,6 +4,8 @@
 #include "vantaquill/island/IslandFaces.hpp"
 #include "vantaquill/island/IslandView.hpp"
 
+#include <QPainter>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -15,6 +17,11 @@ namespace {
 double lerp(double from, double to, double progress) {
     return from + (to - from) * progress;
 }
+
+// Between the outline's sides and the content: clear of the ears and the bottom corners' curve.
+constexpr double contentSideInset = 24;
+// Room the window keeps below the tallest content for the spring's overshoot when it opens.
+constexpr double overshootRoom = 24;
 
 // The ease-in-out used with reduced motion: slow at both ends, symmetric around the middle.
 double easeInOut(double x) {
@@ -28,7 +35,10 @@ IslandController::IslandController(LiveActivityCenter& center, Scheduler& schedu
     : center_(center), scheduler_(scheduler), surface_(surface), measure_(std::move(measure)),
       settings_(settings) {
     surface_.onFrame = [this](double time) { frame(time); };
-    surface_.paint = [this](QPainter& painter) { IslandView::paint(painter, scene_); };
+    surface_.paint = [this](QPainter& painter) {
+        IslandView::paint(painter, scene_);
+        paintContent(painter);
+    };
     surface_.onPointer = [this](const IslandSurface::PointerEvent& event) { pointer(event); };
     surface_.onKey = [this](const IslandSurface::KeyEvent& event) { key(event); };
     surface_.onKeyboardLost = [this] { keyboardLost(); };
@@ -47,6 +57,7 @@ void IslandController::setLayout(const brind::IslandLayout::Input& input, QSizeF
         return;
     input_ = input;
     window_ = window;
+    contentResized();
     update();
 }
 
@@ -74,6 +85,53 @@ void IslandController::setContentHeight(std::optional<double> height) {
         return;
     contentHeight_ = height;
     update();
+}
+
+void IslandController::setContent(IslandContent* content) {
+    content_ = content;
+    contentResized();
+}
+
+double IslandController::maximumContentHeight() const {
+    const double top = brind::IslandLayout::islandRect({0, 0}, {window_.width(), window_.height()}, input_).y;
+    return std::max(0.0, window_.height() - top - brind::IslandLayout::headerHeight(input_) -
+                             brind::IslandLayout::headerGap - brind::IslandLayout::contentBottomPadding -
+                             overshootRoom);
+}
+
+void IslandController::contentResized() {
+    if (!content_ || window_.isEmpty())
+        return;
+    const double width = std::max(0.0, brind::IslandLayout::expanded(input_).width - 2 * contentSideInset);
+    const double height = std::min(std::ceil(content_->height(width)), maximumContentHeight());
+    content_->resize({width, height});
+    setContentHeight(height);
+}
+
+void IslandController::contentChanged() {
+    if (state_ == brind::IslandState::expanded)
+        surface_.requestFrame();
+}
+
+QRectF IslandController::contentArea(const QRectF& rect) const {
+    const double width = std::max(0.0, brind::IslandLayout::expanded(input_).width - 2 * contentSideInset);
+    return {rect.center().x() - width / 2,
+            rect.y() + brind::IslandLayout::headerHeight(input_) + brind::IslandLayout::headerGap, width,
+            contentHeight_.value_or(0)};
+}
+
+bool IslandController::contentTakesPointer() const {
+    return content_ && state_ == brind::IslandState::expanded && scene_.faceProgress >= 0.5;
+}
+
+void IslandController::paintContent(QPainter& painter) {
+    if (!content_ || state_ != brind::IslandState::expanded || scene_.faceProgress <= 0)
+        return;
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setClipPath(IslandView::outlinePath(scene_));
+    content_->paint(painter, contentArea(shape_.rect).topLeft(), std::clamp(scene_.faceProgress, 0.0, 1.0));
+    painter.restore();
 }
 
 void IslandController::refresh() {
@@ -221,19 +279,38 @@ void IslandController::setUserOpened(bool opened, Keyboard keyboard) {
     if (opened == userOpened_)
         return;
     userOpened_ = opened;
+    if (content_) {
+        if (opened) {
+            content_->opening();
+            contentResized();
+        } else {
+            contentPressed_ = false;
+            content_->closed();
+        }
+    }
     // Escape reaches the island only while it holds the keyboard. It takes it only when the user
     // clicked it open: a pointer passing over the island must not steal the keys from the window
     // the user types in.
     const bool interactive = opened && keyboard == Keyboard::take;
-    if (interactive != keyboard_) {
-        keyboard_ = interactive;
-        surface_.setKeyboardInteractive(interactive);
-    }
+    setKeyboard(interactive);
     update();
+}
+
+void IslandController::setKeyboard(bool interactive) {
+    if (interactive == keyboard_)
+        return;
+    keyboard_ = interactive;
+    surface_.setKeyboardInteractive(interactive);
+    if (content_)
+        content_->setKeyboardFocus(interactive);
 }
 
 void IslandController::open() {
     setUserOpened(true, Keyboard::take);
+}
+
+void IslandController::close() {
+    setUserOpened(false, Keyboard::leave);
 }
 
 void IslandController::pointer(const IslandSurface::PointerEvent& event) {
@@ -261,6 +338,24 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
             }
         }
     }
+    if (contentTakesPointer() && (inside || contentPressed_ || event.type == Type::leave)) {
+        const QRectF area = contentArea(shape_.rect);
+        const bool inArea = area.contains(event.position);
+        IslandSurface::PointerEvent local = event;
+        local.position = event.position - area.topLeft();
+        if (event.type == Type::press && inArea) {
+            contentPressed_ = true;
+            // A panel opened by hovering takes the keyboard once the user clicks into it.
+            setKeyboard(true);
+        }
+        const bool forPanel = inArea || contentPressed_;
+        if (forPanel || event.type == Type::motion || event.type == Type::leave)
+            content_->pointer(local);
+        if (event.type == Type::release)
+            contentPressed_ = false;
+        if (forPanel && event.type != Type::motion)
+            return;
+    }
     if (event.type != Type::press || event.button != Qt::LeftButton)
         return;
     if (!inside) {
@@ -278,6 +373,8 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
 }
 
 void IslandController::key(const IslandSurface::KeyEvent& event) {
+    if (content_ && state_ == brind::IslandState::expanded && content_->key(event))
+        return;
     if (event.key == Qt::Key_Escape && userOpened_)
         setUserOpened(false, Keyboard::leave);
 }

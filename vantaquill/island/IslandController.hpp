@@ -6,6 +6,7 @@
 #include "BrindKit/island/Motion.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
+#include "vantaquill/island/IslandContent.hpp"
 #include "vantaquill/island/IslandScene.hpp"
 #include "vantaquill/island/IslandSurface.hpp"
 
@@ -50,12 +51,20 @@ public:
     void setSettings(Settings settings);
     /// The expanded content's height once it knows it.
     void setContentHeight(std::optional<double> height);
+    /// The panel shown below the header while expanded (none: the header alone). Not owned.
+    void setContent(IslandContent* content);
+    /// The content's wanted height may have changed.
+    void contentResized();
+    /// The content changed on screen: an open island draws it again.
+    void contentChanged();
 
     /// Re-reads the activity centre after it published a change.
     void refresh();
 
     /// Opens the island as a click would (a `vantaquill://open` link, the status menu), keyboard included.
     void open();
+    /// Closes an island the user opened, as Escape would.
+    void close();
 
     void pointer(const IslandSurface::PointerEvent& event);
     void key(const IslandSurface::KeyEvent& event);
@@ -88,11 +97,19 @@ private:
     brind::SizeF targetSize() const;
     enum class Keyboard { take, leave };
     void setUserOpened(bool opened, Keyboard keyboard);
+    void setKeyboard(bool interactive);
     /// Copies the current shape into the scene and the surface's input region.
     void showShape();
     void applyInputRegion();
     void fillContent();
     bool insideOutline(QPointF position) const;
+    /// The content's area in surface coordinates for `rect` (an outline's rectangle).
+    QRectF contentArea(const QRectF& rect) const;
+    /// The tallest content the window can hold below the header.
+    double maximumContentHeight() const;
+    void paintContent(QPainter& painter);
+    /// Whether pointer events go to the content: the panel is open and has settled enough to use.
+    bool contentTakesPointer() const;
 
     LiveActivityCenter& center_;
     Scheduler& scheduler_;
@@ -109,6 +126,9 @@ private:
     /// Whether a shape was laid out in a real window, which later changes animate from.
     bool shownOnce_ = false;
     std::optional<double> contentHeight_;
+    IslandContent* content_ = nullptr;
+    /// The pointer pressed inside the content: its moves and release go there, wherever they are.
+    bool contentPressed_ = false;
     brind::IslandState state_ = brind::IslandState::closed;
     Shape shape_;     ///< as painted now
     Shape settled_;   ///< where the animation is going

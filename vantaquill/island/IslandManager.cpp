@@ -65,6 +65,7 @@ void IslandManager::rebuild() {
             continue;
         entry.controller = std::make_unique<IslandController>(
             center_, scheduler_, *entry.surface, measure_, controllerSettings());
+        entry.controller->setContent(content_);
         connect(screen, &QScreen::geometryChanged, this, [this, screen] {
             for (auto& each : entries_)
                 if (each.screen == screen)
@@ -135,6 +136,29 @@ void IslandManager::setReduceMotion(bool reduceMotion) {
 void IslandManager::open() {
     if (!entries_.empty())
         entries_.front().controller->open();
+}
+
+void IslandManager::close() {
+    for (auto& entry : entries_)
+        entry.controller->close();
+}
+
+void IslandManager::setContent(IslandContent* content) {
+    content_ = content;
+    if (content_) {
+        content_->onRepaint = [this] {
+            for (auto& entry : entries_)
+                entry.controller->contentChanged();
+        };
+        content_->onResize = [this] {
+            for (auto& entry : entries_)
+                entry.controller->contentResized();
+        };
+        content_->onOpenRequested = [this] { open(); };
+        content_->onCloseRequested = [this] { close(); };
+    }
+    for (auto& entry : entries_)
+        entry.controller->setContent(content_);
 }
 
 void IslandManager::setFullScreenWindow(std::optional<QPoint> centre) {

@@ -37,6 +37,10 @@ public:
     void setPreferences(const Preferences::Island& preferences);
     /// Opens the first island (the primary screen's, unless the display mode chose others).
     void open();
+    /// Closes every island the user opened.
+    void close();
+    /// The panel every island shows below its header when expanded. Not owned; outlives the manager.
+    void setContent(IslandContent* content);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
 
@@ -64,6 +68,7 @@ private:
     brind::IslandLayout::TextMeasure measure_;
     bool reduceMotion_ = false;
     std::optional<QPoint> fullScreenCentre_;
+    IslandContent* content_ = nullptr;
     std::vector<Entry> entries_;
 };
 

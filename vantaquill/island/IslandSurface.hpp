@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPoint>
 #include <QPointF>
 #include <QRect>
 #include <QRegion>
@@ -22,11 +23,14 @@ public:
     enum class Kind { x11, layerShell };
 
     struct PointerEvent {
-        enum class Type { enter, leave, motion, press, release };
+        enum class Type { enter, leave, motion, press, release, scroll };
         Type type = Type::motion;
         /// In the surface's own coordinates (origin top-left).
         QPointF position;
         Qt::MouseButton button = Qt::NoButton;
+        /// A scroll's distance in eighths of a degree, as a wheel reports it (120 per notch; y > 0
+        /// scrolls up, away from the user).
+        QPoint angleDelta;
     };
 
     struct KeyEvent {

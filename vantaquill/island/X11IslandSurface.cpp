@@ -171,7 +171,7 @@ void X11IslandSurface::paintEvent(QPaintEvent*) {
 
 void X11IslandSurface::sendPointer(PointerEvent::Type type, QPointF position, Qt::MouseButton button) {
     if (onPointer)
-        onPointer({type, position, button});
+        onPointer({type, position, button, {}});
 }
 
 void X11IslandSurface::enterEvent(QEnterEvent* event) {
@@ -192,6 +192,11 @@ void X11IslandSurface::mousePressEvent(QMouseEvent* event) {
 
 void X11IslandSurface::mouseReleaseEvent(QMouseEvent* event) {
     sendPointer(PointerEvent::Type::release, event->position(), event->button());
+}
+
+void X11IslandSurface::wheelEvent(QWheelEvent* event) {
+    if (onPointer)
+        onPointer({PointerEvent::Type::scroll, event->position(), Qt::NoButton, event->angleDelta()});
 }
 
 void X11IslandSurface::keyPressEvent(QKeyEvent* event) {

@@ -24,6 +24,7 @@
 #include <linux/input-event-codes.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
 namespace vq {
 
@@ -337,8 +338,25 @@ void LayerShellSurface::handleSeatCapabilities(std::uint32_t capabilities)
                                                                              : PointerEvent::Type::release;
                 self->handlePointer(type, button);
             },
-            .axis = [](void*, wl_pointer*, std::uint32_t, std::uint32_t, wl_fixed_t) {},
-            .frame = [](void*, wl_pointer*) {},
+            .axis = [](void* data, wl_pointer*, std::uint32_t, std::uint32_t axis, wl_fixed_t value) {
+                auto* self = static_cast<LayerShellSurface*>(data);
+                if (!self->m_pointerInside)
+                    return;
+                (axis == WL_POINTER_AXIS_VERTICAL_SCROLL ? self->m_scroll.ry() : self->m_scroll.rx()) +=
+                    wl_fixed_to_double(value);
+            },
+            .frame = [](void* data, wl_pointer*) {
+                auto* self = static_cast<LayerShellSurface*>(data);
+                if (self->m_scroll.isNull())
+                    return;
+                // Compositors send 15 surface pixels per wheel notch, growing downward; Qt's angle
+                // delta is 120 per notch, growing upward.
+                const QPointF scroll = std::exchange(self->m_scroll, QPointF());
+                if (self->onPointer)
+                    self->onPointer(PointerEvent{.type = PointerEvent::Type::scroll,
+                                                 .position = self->m_pointerPosition,
+                                                 .angleDelta = (-scroll * 8).toPoint()});
+            },
             .axis_source = [](void*, wl_pointer*, std::uint32_t) {},
             .axis_stop = [](void*, wl_pointer*, std::uint32_t, std::uint32_t) {},
             .axis_discrete = [](void*, wl_pointer*, std::uint32_t, std::int32_t) {},
@@ -697,7 +715,7 @@ ShmBuffer* LayerShellSurface::freeBuffer(QSize pixelSize, int scale)
 void LayerShellSurface::handlePointer(PointerEvent::Type type, std::uint32_t evdevButton)
 {
     if (onPointer)
-        onPointer(PointerEvent{.type = type, .position = m_pointerPosition, .button = qtButton(evdevButton)});
+        onPointer(PointerEvent{.type = type, .position = m_pointerPosition, .button = qtButton(evdevButton), .angleDelta = {}});
 }
 
 void LayerShellSurface::handleKeymap(int fd, std::uint32_t size)

@@ -158,6 +158,8 @@ private:
 
     bool m_pointerInside = false;
     QPointF m_pointerPosition;
+    /// Scrolling gathered from axis events until the pointer frame that ends them.
+    QPointF m_scroll;
     bool m_keyboardFocused = false;
     xkb_context* m_xkbContext = nullptr;
     xkb_keymap* m_keymap = nullptr;

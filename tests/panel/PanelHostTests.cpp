@@ -1,0 +1,145 @@
+#include "vantaquill/panel/PanelHost.hpp"
+
+#include <QCoreApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+#include <gtest/gtest.h>
+
+namespace vq {
+namespace {
+
+using Pointer = IslandSurface::PointerEvent;
+
+/// A section made of the controls the real ones use: a field, a button, a long scrolling list.
+class SampleSection final : public PanelSection {
+public:
+    explicit SampleSection(QString name) : name(std::move(name)) {
+        auto* column = new QVBoxLayout(this);
+        field = new QLineEdit;
+        button = new QPushButton("Allow");
+        QObject::connect(button, &QPushButton::clicked, [this] { ++clicks; });
+        scroll = new QScrollArea;
+        auto* list = new QLabel(QString("line\n").repeated(200));
+        scroll->setWidget(list);
+        column->addWidget(field);
+        column->addWidget(button);
+        column->addWidget(scroll);
+    }
+    QString title() const override { return name; }
+    bool needsUser() const override { return waiting; }
+    int contentHeight(int) const override { return wanted; }
+    void setWanted(int height) {
+        wanted = height;
+        changed();
+    }
+    void setWaiting(bool value) {
+        waiting = value;
+        changed();
+    }
+
+    QString name;
+    QLineEdit* field;
+    QPushButton* button;
+    QScrollArea* scroll;
+    int clicks = 0;
+    int wanted = 200;
+    bool waiting = false;
+};
+
+class PanelHostTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        first = new SampleSection("First");
+        second = new SampleSection("Second");
+        host.panel().addSection(first);
+        host.panel().addSection(second);
+        host.resize({600, 300});
+    }
+
+    QPointF centreOf(QWidget* widget) {
+        return QPointF(widget->mapTo(&host.panel(), widget->rect().center()));
+    }
+    void click(QPointF at) {
+        host.pointer({Pointer::Type::motion, at, Qt::NoButton, {}});
+        host.pointer({Pointer::Type::press, at, Qt::LeftButton, {}});
+        host.pointer({Pointer::Type::release, at, Qt::LeftButton, {}});
+    }
+    bool type(int key, QString text = {}) { return host.key({key, Qt::NoModifier, std::move(text)}); }
+
+    PanelHost host;
+    SampleSection* first;
+    SampleSection* second;
+};
+
+TEST_F(PanelHostTest, PointerReachesTheWidgetUnderItAndTheSectionButtonsSwitch) {
+    click(centreOf(first->button));
+    EXPECT_EQ(first->clicks, 1);
+
+    const auto tabs = host.panel().findChildren<QPushButton*>();
+    const auto secondTab = std::ranges::find_if(tabs, [](QPushButton* tab) { return tab->text() == "Second"; });
+    ASSERT_NE(secondTab, tabs.end());
+    click(centreOf(*secondTab));
+    EXPECT_EQ(host.panel().current(), second);
+    // A click beside every control does nothing.
+    click({-50, -50});
+    EXPECT_EQ(first->clicks + second->clicks, 1);
+}
+
+TEST_F(PanelHostTest, KeysGoToTheFocusedControlAndUnusedKeysAreReturned) {
+    host.setKeyboardFocus(true);
+    first->field->setFocus();
+    for (const QChar letter : QString("ls -la"))
+        type(letter.isSpace() ? int(Qt::Key_Space) : letter.toUpper().unicode(), QString(letter));
+    EXPECT_EQ(first->field->text(), "ls -la");
+    // Escape means nothing to a field, so the island may close on it.
+    EXPECT_FALSE(type(Qt::Key_Escape));
+
+    type(Qt::Key_Tab);
+    EXPECT_EQ(host.panel().focusWidget(), first->button);
+    EXPECT_TRUE(type(Qt::Key_Return));
+    EXPECT_EQ(first->clicks, 1);
+    type(Qt::Key_Space, " ");
+    EXPECT_EQ(first->clicks, 2) << "Space clicks on its release";
+}
+
+TEST_F(PanelHostTest, TheWheelScrollsTheListUnderThePointer) {
+    QScrollBar* bar = first->scroll->verticalScrollBar();
+    ASSERT_GT(bar->maximum(), 0);
+    host.pointer({Pointer::Type::scroll, centreOf(first->scroll), Qt::NoButton, QPoint(0, -240)});
+    EXPECT_GT(bar->value(), 0);
+}
+
+TEST_F(PanelHostTest, HeightFollowsTheShownSectionAndOpeningPrefersWhatWaits) {
+    int resized = 0;
+    host.onResize = [&] { ++resized; };
+    EXPECT_EQ(host.height(600), IslandPanel::tabsHeight + IslandPanel::tabsGap + 200);
+    first->setWanted(120);
+    EXPECT_EQ(host.height(600), IslandPanel::tabsHeight + IslandPanel::tabsGap + 120);
+    EXPECT_GE(resized, 1);
+
+    // The last section used comes back, unless another one waits for the user.
+    host.panel().step(1);
+    host.opening();
+    EXPECT_EQ(host.panel().current(), second);
+    first->setWaiting(true);
+    host.opening();
+    EXPECT_EQ(host.panel().current(), first);
+}
+
+TEST_F(PanelHostTest, AChangeInThePanelAsksForAFrame) {
+    int repaints = 0;
+    host.onRepaint = [&] { ++repaints; };
+    QCoreApplication::processEvents();
+    repaints = 0;
+    first->field->setText("changed");
+    QCoreApplication::processEvents();
+    EXPECT_GT(repaints, 0);
+}
+
+} // namespace
+} // namespace vq
