@@ -233,7 +233,7 @@ TEST_F(WidgetsSectionTest, EmptyCardsSayWhatWouldAppearAndTheStoredForecastShows
     EXPECT_TRUE(weather.contains("Tue\n14° / 6°\nLight rain")) << weather.toStdString();
 }
 
-TEST_F(WidgetsSectionTest, KeyboardMovesClicksAndCloses) {
+TEST_F(WidgetsSectionTest, ArrowsMoveBetweenControlsAndEscapeCloses) {
     int closes = 0;
     section.onCloseRequested = [&closes] { ++closes; };
     section.show();
@@ -241,13 +241,22 @@ TEST_F(WidgetsSectionTest, KeyboardMovesClicksAndCloses) {
     ASSERT_TRUE(QTest::qWaitForWindowActive(&section));
     auto* start = button("Pomodoro", "Start focus");
     start->setFocus();
-    QTest::keyClick(start, Qt::Key_Return);
-    EXPECT_TRUE(pomodoro.pomodoro().isRunning()) << "Enter presses the focused button";
-
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
     EXPECT_EQ(QApplication::focusWidget(), button("Pomodoro", "Skip")) << "an arrow moves to the next control";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+    EXPECT_EQ(QApplication::focusWidget(), button("Stay awake", "15 min"))
+        << "on into the next card, past Reset, which has nothing to reset";
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
-    EXPECT_EQ(QApplication::focusWidget(), button("Pomodoro", "Pause"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
+    EXPECT_EQ(QApplication::focusWidget(), start);
+
+    // A field keeps its arrows for its own text.
+    auto* path = child<TeleprompterCard>(&section)->findChild<QLineEdit*>();
+    path->setFocus();
+    QTest::keyClicks(path, "ab");
+    QTest::keyClick(path, Qt::Key_Left);
+    EXPECT_EQ(QApplication::focusWidget(), path);
+    EXPECT_EQ(path->cursorPosition(), 1);
 
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
     EXPECT_EQ(closes, 1);

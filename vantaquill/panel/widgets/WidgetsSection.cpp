@@ -12,7 +12,6 @@
 #include "vantaquill/providers/StatsSampler.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
 
-#include <QAbstractButton>
 #include <QKeyEvent>
 #include <QScrollArea>
 #include <QVBoxLayout>
@@ -85,23 +84,16 @@ void WidgetsSection::hideEvent(QHideEvent* event) {
 }
 
 void WidgetsSection::keyPressEvent(QKeyEvent* event) {
-    // Keys reach the section when the focused control has no use for them.
+    // Keys reach the section when the focused control has no use for them. (Enter is the panel's:
+    // it presses the focused button wherever it is.)
     switch (event->key()) {
     case Qt::Key_Escape: requestClose(); return;
     case Qt::Key_Up:
     case Qt::Key_Left: focusNextPrevChild(false); return;
     case Qt::Key_Down:
     case Qt::Key_Right: focusNextPrevChild(true); return;
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        if (auto* button = qobject_cast<QAbstractButton*>(focusWidget())) {
-            button->click();
-            return;
-        }
-        break;
-    default: break;
+    default: PanelSection::keyPressEvent(event); return;
     }
-    PanelSection::keyPressEvent(event);
 }
 
 } // namespace vq
