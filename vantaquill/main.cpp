@@ -13,6 +13,7 @@
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/panel/PanelHost.hpp"
+#include "vantaquill/panel/widgets/WidgetsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
@@ -26,6 +27,8 @@
 #include "vantaquill/island/faces/FaceFonts.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/PomodoroController.hpp"
+#include "vantaquill/providers/StatsSampler.hpp"
+#include "vantaquill/providers/WeatherForecastFile.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
@@ -249,6 +252,11 @@ int main(int argc, char** argv) {
     vq::HeadlessDisplay display(printLine, printError);
 
     vq::LiveActivityCenter center(scheduler);
+    // The widgets' runners, declared before the panel whose Widgets section shows and drives them.
+    vq::StayAwake stayAwake(scheduler, vq::StayAwake::stateFile(dataFolder), printError);
+    vq::PomodoroController pomodoro(scheduler, center, vq::PomodoroController::stateFile(dataFolder),
+                                    preferences.pomodoro(), printError);
+    vq::StatsSampler stats(scheduler);
     // The expanded panel, shared by every island; it outlives them.
     std::unique_ptr<vq::PanelHost> panel;
     std::unique_ptr<vq::IslandManager> islands;
@@ -350,12 +358,9 @@ int main(int argc, char** argv) {
     printLine("Listening on 127.0.0.1:" + std::to_string(server.port()));
 
     // Preferences apply while the island runs, whether changed in the settings window or by hand.
-    vq::StayAwake stayAwake(scheduler, vq::StayAwake::stateFile(dataFolder), printError);
     // The status menu's switch means "until turned off"; the panel may choose a time instead, so the
     // switch is applied when it moves, not whenever another preference changes.
     bool stayAwakeSwitch = false;
-    vq::PomodoroController pomodoro(scheduler, center, vq::PomodoroController::stateFile(dataFolder),
-                                    preferences.pomodoro(), printError);
     std::string reduceMotion = preferences.text("island.reduceMotion");
     const auto applyPreferences = [&] {
         bridge.setConfig(bridgeConfig());
@@ -446,6 +451,16 @@ int main(int argc, char** argv) {
     center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
     if (media.enabled)
         center.start(vq::MediaController::providerID);
+    if (panel) {
+        auto* nowPlaying = static_cast<vq::MediaController*>(center.provider(vq::MediaController::providerID));
+        panel->panel().addSection(new vq::WidgetsSection({.scheduler = scheduler,
+                                                          .preferences = preferences,
+                                                          .pomodoro = pomodoro,
+                                                          .stayAwake = stayAwake,
+                                                          .stats = stats,
+                                                          .media = media.enabled ? nowPlaying : nullptr,
+                                                          .forecastFile = vq::WeatherForecastFile::path(dataFolder)}));
+    }
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
     if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
         center.start(vq::VolumeWatcher::providerID);
