@@ -4,6 +4,7 @@
 #include "BrindKit/sdk/SDKAuthorizer.hpp"
 #include "BrindKit/sdk/SDKBridge.hpp"
 #include "BrindKit/sdk/SDKHTTPServer.hpp"
+#include "BrindKit/widgets/WidgetPomodoroActivity.hpp"
 #include "vantaquill/AgentHub.hpp"
 #include "vantaquill/ClientStore.hpp"
 #include "vantaquill/HeadlessConsole.hpp"
@@ -28,6 +29,7 @@
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/PomodoroController.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
+#include "vantaquill/providers/ThemeSound.hpp"
 #include "vantaquill/providers/WeatherForecastFile.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
@@ -257,6 +259,11 @@ int main(int argc, char** argv) {
     vq::PomodoroController pomodoro(scheduler, center, vq::PomodoroController::stateFile(dataFolder),
                                     preferences.pomodoro(), printError);
     vq::StatsSampler stats(scheduler);
+    vq::ThemeSound sounds(printError);
+    pomodoro.onPhaseFinished = [&preferences, &sounds](vq::PomodoroController::Phase finished) {
+        if (preferences.flag("widgets.pomodoro.sound"))
+            sounds.play("alarm-clock-elapsed", brind::WidgetPomodoroActivity::alertText(finished));
+    };
     // The expanded panel, shared by every island; it outlives them.
     std::unique_ptr<vq::PanelHost> panel;
     std::unique_ptr<vq::IslandManager> islands;

@@ -54,6 +54,8 @@ protected:
 
 TEST_F(PomodoroControllerTest, PhasesFollowTheClockAndTheActivityShowsThem) {
     auto controller = make();
+    std::vector<Phase> finished;
+    controller->onPhaseFinished = [&finished](Phase phase) { finished.push_back(phase); };
     EXPECT_EQ(shown(), nullptr) << "a timer nobody started is not in the island";
     EXPECT_FALSE(std::filesystem::exists(file())) << "nor on disk";
 
@@ -89,6 +91,9 @@ TEST_F(PomodoroControllerTest, PhasesFollowTheClockAndTheActivityShowsThem) {
     EXPECT_EQ(controller->pomodoro().phase, Phase::work);
     EXPECT_EQ(shown()->subtitle, "Break over");
     EXPECT_EQ(controller->pomodoro().totalCompleted, 2);
+    EXPECT_EQ(finished, (std::vector{Phase::work, Phase::shortBreak, Phase::work, Phase::longBreak}));
+    controller->skip();
+    EXPECT_EQ(finished.size(), 4u) << "a skipped phase did not end by itself";
     EXPECT_TRUE(log.empty()) << log.front();
 }
 

@@ -107,6 +107,8 @@ void PomodoroController::tick() {
     rollOverDay();
     const auto finished = pomodoro_.tick(scheduler_.now());
     settle(finished);
+    if (finished && onPhaseFinished)
+        onPhaseFinished(*finished);
 }
 
 void PomodoroController::settle(std::optional<Phase> finished) {

@@ -52,6 +52,8 @@ public:
 
     /// Told after the timer changed: a button, a tick of the clock or new settings.
     std::function<void()> onChange;
+    /// Told when a running phase reaches its end (not when it is skipped), after `onChange`.
+    std::function<void(Phase finished)> onPhaseFinished;
 
 private:
     void tick();
