@@ -4,17 +4,20 @@
 #include "BrindKit/agents/AgentRuleBook.hpp"
 #include "BrindKit/agents/AgentSession.hpp"
 #include "BrindKit/agents/AgentSessionChange.hpp"
+#include "vantaquill/AgentWaitingActivity.hpp"
 
 namespace vq {
 
 AgentHub::AgentHub(Scheduler& scheduler, std::filesystem::path dataFolder, HeadlessDisplay& display,
-                   MainThread mainThread, double pruneInterval)
+                   LiveActivityCenter& center, MainThread mainThread, double pruneInterval)
     : scheduler(scheduler), rulesFile(dataFolder / brind::AgentRuleBook::fileName), display(display),
-      onMain(std::move(mainThread)), pruneInterval(pruneInterval) {
-    if (auto book = brind::AgentRuleBook::load(rulesFile))
+      center(center), onMain(std::move(mainThread)), pruneInterval(pruneInterval) {
+    if (auto book = brind::AgentRuleBook::load(rulesFile)) {
         broker_.setRuleBook(std::move(*book));
-    else
+    } else {
+        rulesFileReadable = false;
         display.error("couldn't read " + rulesFile.filename().string() + ": " + book.error());
+    }
 
     // The broker reports from the SDK thread; the tracker and the display live on the main thread.
     std::weak_ptr<bool> alive = this->alive;
@@ -30,6 +33,7 @@ AgentHub::AgentHub(Scheduler& scheduler, std::filesystem::path dataFolder, Headl
                 return;
             tracker_.approvalResolved(key, at);
             showSession(key);
+            changed();
         });
     };
     schedulePrune();
@@ -41,18 +45,56 @@ AgentHub::~AgentHub() {
     broker_.onResolved = nullptr;
 }
 
+std::expected<void, std::string> AgentHub::addRule(const brind::AgentAllowRule& rule) {
+    brind::AgentRuleBook book = broker_.ruleBook();
+    if (!book.add(rule))
+        return {};
+    broker_.setRuleBook(book);
+    display.line("agent rule added " + HeadlessDisplay::field("rule", rule.display()));
+    changed();
+    return saveRules(book);
+}
+
+std::expected<void, std::string> AgentHub::removeRule(std::string_view id) {
+    brind::AgentRuleBook book = broker_.ruleBook();
+    if (!book.remove(id))
+        return {};
+    broker_.setRuleBook(book);
+    display.line("agent rule removed " + HeadlessDisplay::field("id", id));
+    changed();
+    return saveRules(book);
+}
+
+std::expected<void, std::string> AgentHub::saveRules(const brind::AgentRuleBook& book) {
+    const std::string name = rulesFile.filename().string();
+    if (!rulesFileReadable)
+        return std::unexpected(name + " could not be read, so it is left as it is: the change holds until vantaquill quits");
+    if (auto saved = book.save(rulesFile); !saved)
+        return std::unexpected("couldn't write " + name + ": " + saved.error() + "; the change holds until vantaquill quits");
+    return {};
+}
+
+void AgentHub::changed() {
+    if (onChange)
+        onChange();
+}
+
 void AgentHub::apply(const brind::AgentHookEvent& event) {
     const auto changes = tracker_.apply(event);
     for (const auto& change : changes)
         display.line("agent " + std::string(brind::name(change.kind)) + " key=" + change.key);
     showSession(brind::AgentSession::key(event.agent, event.sessionID));
+    changed();
 }
 
 void AgentHub::prune() {
-    for (const auto& key : tracker_.prune(scheduler.now())) {
+    const auto forgotten = tracker_.prune(scheduler.now());
+    for (const auto& key : forgotten) {
         display.line("agent forgotten key=" + key);
         shownSessions.erase(key);
     }
+    if (!forgotten.empty())
+        changed();
 }
 
 void AgentHub::schedulePrune() {
@@ -87,8 +129,13 @@ void AgentHub::showSession(const std::string& key) {
 }
 
 void AgentHub::showApprovals() {
+    const auto requests = broker_.openRequests();
+    if (auto waiting = AgentWaitingActivity::make(requests))
+        center.post(std::move(*waiting));
+    else
+        center.endAll(AgentWaitingActivity::source);
     std::set<std::string> open;
-    for (const auto& request : broker_.openRequests()) {
+    for (const auto& request : requests) {
         open.insert(request.id);
         if (shownApprovals.contains(request.id))
             continue;
@@ -107,6 +154,7 @@ void AgentHub::showApprovals() {
             display.line("approval closed id=" + id);
     }
     shownApprovals = std::move(open);
+    changed();
 }
 
 } // namespace vq

@@ -1,11 +1,18 @@
 #include "vantaquill/SDKService.hpp"
 
+#include <utility>
+
 namespace vq {
 
 SDKService::SDKService(MainThread mainThread, LiveActivityCenter& center, ShelfStore& shelf, Scheduler& scheduler,
-                       HeadlessDisplay& display, AgentEventHandler agentEvents)
+                       HeadlessDisplay& display, AgentEventHandler agentEvents, ConsentQueue* consents)
     : onMain(std::move(mainThread)), center(center), shelf(shelf), scheduler(scheduler), display(display),
-      agentEvents(std::move(agentEvents)) {}
+      agentEvents(std::move(agentEvents)), consents(consents) {
+    if (consents)
+        consents->onSettled = [this](const ConsentQueue::Request& request, ConsentQueue::Outcome outcome) {
+            settled(request, outcome);
+        };
+}
 
 void SDKService::showActivity(brind::LiveActivity activity) {
     if (quiet_)
@@ -45,13 +52,42 @@ void SDKService::addToShelf(std::vector<std::string> paths, std::function<void(s
     });
 }
 
-void SDKService::askConsent(std::string appID, std::string name, std::vector<brind::SDKScope>,
+void SDKService::askConsent(std::string appID, std::string name, std::vector<brind::SDKScope> scopes,
                             std::function<void(bool)> answer) {
-    onMain([this, appID = std::move(appID), name = std::move(name), answer = std::move(answer)] {
-        display.line("consent denied app=" + appID + " " + HeadlessDisplay::field("name", name) +
-                     " reason=headless");
-        answer(false);
+    onMain([this, appID = std::move(appID), name = std::move(name), scopes = std::move(scopes),
+            answer = std::move(answer)]() mutable {
+        if (!consents) {
+            display.line("consent denied app=" + appID + " " + HeadlessDisplay::field("name", name) +
+                         " reason=headless");
+            answer(false);
+            return;
+        }
+        std::string scopeNames;
+        for (const auto scope : scopes)
+            scopeNames += (scopeNames.empty() ? "" : ",") + std::string(brind::name(scope));
+        display.line("consent asked app=" + appID + " " + HeadlessDisplay::field("name", name) +
+                     " scopes=" + scopeNames);
+        consents->ask(std::move(appID), std::move(name), std::move(scopes), std::move(answer));
     });
+}
+
+void SDKService::settled(const ConsentQueue::Request& request, ConsentQueue::Outcome outcome) {
+    const std::string app = "app=" + request.appID + " " + HeadlessDisplay::field("name", request.name);
+    switch (outcome) {
+    case ConsentQueue::Outcome::allowed:
+        display.line("consent allowed " + app);
+        return;
+    case ConsentQueue::Outcome::deniedByUser:
+        display.line("consent denied " + app + " reason=user");
+        return;
+    case ConsentQueue::Outcome::timedOut:
+        display.line("consent denied " + app + " reason=timeout");
+        return;
+    case ConsentQueue::Outcome::replaced:
+        display.line("consent denied " + app + " reason=replaced");
+        return;
+    }
+    std::unreachable();
 }
 
 void SDKService::agentEvent(brind::AgentHookEvent event) {

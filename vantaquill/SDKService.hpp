@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BrindKit/sdk/SDKBridgeDelegate.hpp"
+#include "vantaquill/ConsentQueue.hpp"
 #include "vantaquill/HeadlessDisplay.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
@@ -20,15 +21,17 @@ public:
     using MainThread = std::function<void(std::function<void()>)>;
     using AgentEventHandler = std::function<void(const brind::AgentHookEvent&)>;
 
+    /// `consents` is the island's prompt; without one (headless) every registration is denied.
     SDKService(MainThread mainThread, LiveActivityCenter& center, ShelfStore& shelf, Scheduler& scheduler,
-               HeadlessDisplay& display, AgentEventHandler agentEvents);
+               HeadlessDisplay& display, AgentEventHandler agentEvents, ConsentQueue* consents = nullptr);
 
     void showActivity(brind::LiveActivity activity) override;
     void endActivity(std::string id) override;
     void endActivities(std::string prefix) override;
     void showHUD(brind::HUDEvent event) override;
     void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t added)> done) override;
-    /// Without a window there is nobody to ask: the prompt is answered "deny" and said on the display.
+    /// Hands the question to the island's prompt. Without a window there is nobody to ask: the
+    /// question is answered "deny" and said on the display.
     void askConsent(std::string appID, std::string name, std::vector<brind::SDKScope> scopes,
                     std::function<void(bool allowed)> answer) override;
     void agentEvent(brind::AgentHookEvent event) override;
@@ -38,12 +41,16 @@ public:
     void setQuiet(bool quiet) { quiet_ = quiet; }
 
 private:
+    /// Says on the display how a question in the island's prompt was settled.
+    void settled(const ConsentQueue::Request& request, ConsentQueue::Outcome outcome);
+
     MainThread onMain;
     LiveActivityCenter& center;
     ShelfStore& shelf;
     Scheduler& scheduler;
     HeadlessDisplay& display;
     AgentEventHandler agentEvents;
+    ConsentQueue* consents;
     std::atomic<bool> quiet_ = false;
 };
 

@@ -34,6 +34,21 @@ std::vector<brind::ShelfEntry> ShelfStore::addFiles(const std::vector<std::strin
     return added;
 }
 
+std::optional<brind::ShelfEntry> ShelfStore::addText(const std::string& text, brind::Date now) {
+    brind::ShelfEntry entry;
+    entry.id = brind::UUID::random();
+    const bool link = text.starts_with("https://") || text.starts_with("http://");
+    entry.kind = link ? brind::ShelfEntry::Kind::link : brind::ShelfEntry::Kind::text;
+    entry.text = text;
+    entry.title = link ? brind::ShelfEntry::titleForLink(text) : brind::ShelfEntry::titleForText(text);
+    entry.addedAt = now;
+    auto added = library_.insert({entry});
+    if (added.empty())
+        return std::nullopt;
+    save();
+    return added.front();
+}
+
 void ShelfStore::save() {
     lastError_.clear();
     if (!writable)

@@ -5,6 +5,7 @@
 
 #include <expected>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,10 @@ public:
     /// Adds file entries for `paths` (absolute, existing) that are not on the shelf yet and saves;
     /// returns the entries added.
     std::vector<brind::ShelfEntry> addFiles(const std::vector<std::string>& paths, brind::Date now);
+
+    /// Adds a text snippet, or a link when `text` is a web address, unless the shelf holds it already,
+    /// and saves; the entry added.
+    std::optional<brind::ShelfEntry> addText(const std::string& text, brind::Date now);
 
     /// The last save's failure, naming the file; empty when it succeeded.
     const std::string& lastError() const { return lastError_; }

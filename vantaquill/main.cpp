@@ -14,6 +14,8 @@
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/panel/PanelHost.hpp"
+#include "vantaquill/panel/activities/ActivitiesSection.hpp"
+#include "vantaquill/panel/agents/AgentsSection.hpp"
 #include "vantaquill/panel/widgets/WidgetsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
@@ -254,6 +256,7 @@ int main(int argc, char** argv) {
     vq::HeadlessDisplay display(printLine, printError);
 
     vq::LiveActivityCenter center(scheduler);
+    vq::AgentHub agents(scheduler, dataFolder, display, center, onMainThread, preferences.agentPruneInterval());
     // The widgets' runners, declared before the panel whose Widgets section shows and drives them.
     vq::StayAwake stayAwake(scheduler, vq::StayAwake::stateFile(dataFolder), printError);
     vq::PomodoroController pomodoro(scheduler, center, vq::PomodoroController::stateFile(dataFolder),
@@ -266,6 +269,9 @@ int main(int argc, char** argv) {
     };
     // The expanded panel, shared by every island; it outlives them.
     std::unique_ptr<vq::PanelHost> panel;
+    // SDK clients asking to connect wait here for the panel's prompt; headless, nobody is asked.
+    std::unique_ptr<vq::ConsentQueue> consents;
+    vq::ActivitiesSection* activitiesSection = nullptr;
     std::unique_ptr<vq::IslandManager> islands;
     std::unique_ptr<vq::X11FullScreenWatcher> fullScreen;
     std::unique_ptr<vq::WaylandFullScreenWatcher> waylandFullScreen;
@@ -278,6 +284,16 @@ int main(int argc, char** argv) {
             [](std::string_view text, double size) { return vq::FaceFonts::semiboldWidth(text, size); });
         followReducedMotion(islandPreferences.reduceMotion, *islands);
         panel = std::make_unique<vq::PanelHost>();
+        // The sections in the order of their buttons. The panel owns them.
+        // Agents: reads the hub and answers through its broker.
+        auto* agentsSection = new vq::AgentsSection(agents, scheduler);
+        panel->panel().addSection(agentsSection);
+        agents.onChange = [agentsSection] { agentsSection->refresh(); };
+        consents = std::make_unique<vq::ConsentQueue>(
+            scheduler, [&preferences] { return preferences.bridgeConfig().consentTimeout; });
+        activitiesSection = new vq::ActivitiesSection(center, *consents);
+        panel->panel().addSection(activitiesSection);
+        consents->onChange = [activitiesSection] { activitiesSection->refresh(); };
         islands->setContent(panel.get());
         // Watched whatever "island.hideInFullScreen" says now: the manager reads it at each change.
         if (surface->kind == vq::IslandSurface::Kind::x11) {
@@ -303,6 +319,8 @@ int main(int argc, char** argv) {
             islands->refresh();
         switch (change) {
         case vq::LiveActivityCenter::Change::activities:
+            if (activitiesSection)
+                activitiesSection->refresh();
             display.activitiesChanged(center.activities());
             break;
         case vq::LiveActivityCenter::Change::hud:
@@ -336,7 +354,27 @@ int main(int argc, char** argv) {
         printError("vantaquill: couldn't write cli-token: " + written.error());
 
     vq::ShelfStore shelf(dataFolder);
-    vq::AgentHub agents(scheduler, dataFolder, display, onMainThread, preferences.agentPruneInterval());
+    // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does.
+    if (islands) {
+        islands->setDropHandler([&](const vq::IslandSurface::DropEvent& event) {
+            if (event.files.empty() && event.text.empty())
+                return false;
+            if (event.type != vq::IslandSurface::DropEvent::Type::drop)
+                return true;
+            std::vector<brind::ShelfEntry> added;
+            if (!event.files.empty()) {
+                added = shelf.addFiles(event.files, scheduler.now());
+            } else if (auto entry = shelf.addText(event.text, scheduler.now())) {
+                added.push_back(std::move(*entry));
+            }
+            for (const auto& entry : added)
+                display.line("shelf added " + vq::HeadlessDisplay::field("path", entry.path.value_or("")) + " " +
+                             vq::HeadlessDisplay::field("title", entry.title));
+            if (!shelf.lastError().empty())
+                printError("vantaquill: couldn't write " + shelf.lastError());
+            return true;
+        });
+    }
 
     brind::SDKBridge bridge(auth, agents.broker(), hookToken.value_or(""), options->port);
     // The surface is fixed at start; every later change of the preferences keeps it in the status.
@@ -348,7 +386,8 @@ int main(int argc, char** argv) {
     };
     bridge.setConfig(bridgeConfig());
     auto service = std::make_shared<vq::SDKService>(onMainThread, center, shelf, scheduler, display,
-                                                    [&agents](const brind::AgentHookEvent& event) { agents.apply(event); });
+                                                    [&agents](const brind::AgentHookEvent& event) { agents.apply(event); },
+                                                    consents.get());
     bridge.setDelegate(service);
     center.handleActions("sdk.", [&bridge](const std::string& activityID, const std::string& actionID) {
         bridge.publishAction(activityID, actionID);
@@ -477,6 +516,10 @@ int main(int argc, char** argv) {
     const int code = QCoreApplication::exec();
     // Held hook calls hear "ask" (the agent asks in its terminal) rather than a dropped connection.
     agents.broker().answerAllAsk(scheduler.now());
+    // Registrations still waiting hear "denied" while the server can still answer them.
+    if (consents)
+        consents->denyAll();
+    agents.onChange = nullptr;
     server.stop();
     std::fflush(stdout);
     return code;

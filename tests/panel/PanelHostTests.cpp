@@ -59,6 +59,7 @@ protected:
         host.panel().addSection(first);
         host.panel().addSection(second);
         host.resize({600, 300});
+        host.opening();
     }
 
     QPointF centreOf(QWidget* widget) {
@@ -129,6 +130,14 @@ TEST_F(PanelHostTest, HeightFollowsTheShownSectionAndOpeningPrefersWhatWaits) {
     first->setWaiting(true);
     host.opening();
     EXPECT_EQ(host.panel().current(), first);
+}
+
+TEST_F(PanelHostTest, AClosedIslandHidesThePanelSoSectionsStopTheirTimers) {
+    EXPECT_TRUE(first->isVisible());
+    host.closed();
+    EXPECT_FALSE(first->isVisible());
+    host.opening();
+    EXPECT_TRUE(first->isVisible());
 }
 
 TEST_F(PanelHostTest, AChangeInThePanelAsksForAFrame) {

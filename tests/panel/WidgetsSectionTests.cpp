@@ -3,7 +3,6 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/widgets/WidgetPlace.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
-#include "vantaquill/panel/widgets/ElidedLabel.hpp"
 #include "vantaquill/panel/widgets/StatisticsCard.hpp"
 #include "vantaquill/panel/widgets/TeleprompterCard.hpp"
 #include "vantaquill/panel/widgets/TeleprompterView.hpp"
@@ -63,14 +62,11 @@ protected:
         return nullptr;
     }
 
-    /// Every text the card shows, labels and elided lines alike.
+    /// Every text the card shows.
     QString texts(const QString& heading) const {
         QStringList all{card(heading)->status()};
         for (auto* label : card(heading)->findChildren<QLabel*>())
             all << label->text();
-        for (auto* object : card(heading)->findChildren<QObject*>())
-            if (auto* label = dynamic_cast<ElidedLabel*>(object))
-                all << label->text();
         return all.join("\n");
     }
 

@@ -1,5 +1,5 @@
-// `make soak`: the island under slow and flooding clients. Prints its figures and exits non-zero
-// when a limit does not hold. `sdkSoak slowloris` or `sdkSoak flood` runs one scenario.
+// `make soak`: the island under slow and flooding clients, and killed while it writes. Prints its figures and exits non-zero
+// when a limit does not hold. `sdkSoak slowloris`, `sdkSoak flood` or `sdkSoak crash` runs one scenario.
 
 #include "tests/soak/SoakSupport.hpp"
 
@@ -20,5 +20,7 @@ int main(int argc, char** argv) {
         holds &= vq::soak::slowlorisSoak();
     if (only.empty() || only == "flood")
         holds &= vq::soak::floodSoak();
+    if (only.empty() || only == "crash")
+        holds &= vq::soak::crashSoak();
     return holds ? 0 : 1;
 }

@@ -29,4 +29,7 @@ bool slowlorisSoak();
 /// A flood of every route mixed with malformed requests; whether every limit held.
 bool floodSoak();
 
+/// The island killed at random moments while it writes its files; whether every file held.
+bool crashSoak();
+
 } // namespace vq::soak

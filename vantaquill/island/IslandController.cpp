@@ -42,6 +42,7 @@ IslandController::IslandController(LiveActivityCenter& center, Scheduler& schedu
     surface_.onPointer = [this](const IslandSurface::PointerEvent& event) { pointer(event); };
     surface_.onKey = [this](const IslandSurface::KeyEvent& event) { key(event); };
     surface_.onKeyboardLost = [this] { keyboardLost(); };
+    surface_.onDrop = [this](const IslandSurface::DropEvent& event) { return drop(event); };
 }
 
 IslandController::~IslandController() {
@@ -50,6 +51,7 @@ IslandController::~IslandController() {
     surface_.onPointer = nullptr;
     surface_.onKey = nullptr;
     surface_.onKeyboardLost = nullptr;
+    surface_.onDrop = nullptr;
 }
 
 void IslandController::setLayout(const brind::IslandLayout::Input& input, QSizeF window) {
@@ -370,6 +372,36 @@ void IslandController::pointer(const IslandSurface::PointerEvent& event) {
     }
     if (settings_.clickToOpen && !userOpened_)
         setUserOpened(true, Keyboard::take);
+}
+
+bool IslandController::drop(const IslandSurface::DropEvent& event) {
+    using Type = IslandSurface::DropEvent::Type;
+    if (!onDrop || hidden_)
+        return false;
+    const bool taken = onDrop(event);
+    switch (event.type) {
+    case Type::enter:
+    case Type::move:
+        if (taken && !userOpened_)
+            setUserOpened(true, Keyboard::leave);
+        closeTimer_.reset();
+        break;
+    case Type::leave:
+    case Type::drop: {
+        // The pointer is over the island only as far as the drag knew; once it ends the island
+        // closes unless the pointer is seen inside again.
+        pointerInside_ = false;
+        const double delay = event.type == Type::drop ? dropLinger : closeDelay;
+        if (userOpened_)
+            closeTimer_ = scheduler_.schedule(delay, [this] {
+                auto timer = std::move(closeTimer_);
+                if (!pointerInside_)
+                    setUserOpened(false, Keyboard::leave);
+            });
+        break;
+    }
+    }
+    return taken;
 }
 
 void IslandController::key(const IslandSurface::KeyEvent& event) {

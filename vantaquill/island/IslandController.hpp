@@ -12,6 +12,7 @@
 
 #include <QSizeF>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -34,6 +35,8 @@ public:
     /// After the pointer leaves an open island it stays open this long, so a pointer that slips
     /// off the edge for a moment does not close it.
     static constexpr double closeDelay = 0.32;
+    /// After a drop the island stays open a little longer, so the user sees the item land.
+    static constexpr double dropLinger = 1.5;
 
     IslandController(LiveActivityCenter& center, Scheduler& scheduler, IslandSurface& surface,
                      brind::IslandLayout::TextMeasure measure, Settings settings);
@@ -67,6 +70,11 @@ public:
     void close();
 
     void pointer(const IslandSurface::PointerEvent& event);
+    /// A drag from another program over the island: it opens while something it can take hovers
+    /// over it, and what is dropped goes to `onDrop`.
+    bool drop(const IslandSurface::DropEvent& event);
+    /// Takes what is dragged over the island (the shelf); true when it can take it.
+    std::function<bool(const IslandSurface::DropEvent&)> onDrop;
     void key(const IslandSurface::KeyEvent& event);
     /// A click or switch to another window took the keyboard: an island opened by a click closes.
     void keyboardLost();

@@ -66,6 +66,7 @@ void IslandManager::rebuild() {
         entry.controller = std::make_unique<IslandController>(
             center_, scheduler_, *entry.surface, measure_, controllerSettings());
         entry.controller->setContent(content_);
+        entry.controller->onDrop = dropHandler_;
         connect(screen, &QScreen::geometryChanged, this, [this, screen] {
             for (auto& each : entries_)
                 if (each.screen == screen)
@@ -159,6 +160,12 @@ void IslandManager::setContent(IslandContent* content) {
     }
     for (auto& entry : entries_)
         entry.controller->setContent(content_);
+}
+
+void IslandManager::setDropHandler(std::function<bool(const IslandSurface::DropEvent&)> handler) {
+    dropHandler_ = std::move(handler);
+    for (auto& entry : entries_)
+        entry.controller->onDrop = dropHandler_;
 }
 
 void IslandManager::setFullScreenWindow(std::optional<QPoint> centre) {

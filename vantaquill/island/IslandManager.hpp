@@ -41,6 +41,8 @@ public:
     void close();
     /// The panel every island shows below its header when expanded. Not owned; outlives the manager.
     void setContent(IslandContent* content);
+    /// Takes what is dragged onto any island (the shelf); true when it can take it.
+    void setDropHandler(std::function<bool(const IslandSurface::DropEvent&)> handler);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
 
@@ -69,6 +71,7 @@ private:
     bool reduceMotion_ = false;
     std::optional<QPoint> fullScreenCentre_;
     IslandContent* content_ = nullptr;
+    std::function<bool(const IslandSurface::DropEvent&)> dropHandler_;
     std::vector<Entry> entries_;
 };
 

@@ -7,6 +7,8 @@
 #include <QString>
 
 #include <functional>
+#include <string>
+#include <vector>
 
 class QPainter;
 class QScreen;
@@ -31,6 +33,16 @@ public:
         /// A scroll's distance in eighths of a degree, as a wheel reports it (120 per notch; y > 0
         /// scrolls up, away from the user).
         QPoint angleDelta;
+    };
+
+    /// Something dragged from another program over the island: files (local paths), or a text or
+    /// link. `drop` hands it over; the answer to `enter` says whether the island takes it.
+    struct DropEvent {
+        enum class Type { enter, move, leave, drop };
+        Type type = Type::enter;
+        QPointF position;
+        std::vector<std::string> files;
+        std::string text;
     };
 
     struct KeyEvent {
@@ -63,6 +75,8 @@ public:
     std::function<void(QPainter& painter)> paint;
     std::function<void(const PointerEvent&)> onPointer;
     std::function<void(const KeyEvent&)> onKey;
+    /// A drag over the island; true when the island takes what is dragged.
+    std::function<bool(const DropEvent&)> onDrop;
     /// The keyboard the surface asked for went elsewhere: the user clicked another window or
     /// switched to one, which closes an island they had opened.
     std::function<void()> onKeyboardLost;

@@ -1,5 +1,6 @@
 #include "vantaquill/island/X11IslandSurface.hpp"
 
+#include <QDropEvent>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
@@ -70,6 +71,8 @@ X11IslandSurface::X11IslandSurface()
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_X11DoNotAcceptFocus);
     setAttribute(Qt::WA_X11NetWmWindowTypeDock);
+    // Files, texts and links dragged from other programs land on the shelf.
+    setAcceptDrops(true);
     setMouseTracking(true);
     setWindowTitle("vantaquill island");
     clock_.start();
@@ -202,6 +205,46 @@ void X11IslandSurface::wheelEvent(QWheelEvent* event) {
 void X11IslandSurface::keyPressEvent(QKeyEvent* event) {
     if (onKey)
         onKey({event->key(), event->modifiers(), event->text()});
+}
+
+} // namespace vq
+
+namespace vq {
+
+bool X11IslandSurface::sendDrop(DropEvent::Type type, QPointF position, const QMimeData* data) {
+    if (!onDrop)
+        return false;
+    DropEvent drop{type, position, {}, {}};
+    if (data) {
+        for (const QUrl& url : data->urls()) {
+            if (url.isLocalFile())
+                drop.files.push_back(url.toLocalFile().toStdString());
+            else if (drop.text.empty())
+                drop.text = url.toString().toStdString();
+        }
+        if (drop.files.empty() && drop.text.empty() && data->hasText())
+            drop.text = data->text().toStdString();
+    }
+    return onDrop(drop);
+}
+
+void X11IslandSurface::dragEnterEvent(QDragEnterEvent* event) {
+    if (sendDrop(DropEvent::Type::enter, event->position(), event->mimeData()))
+        event->acceptProposedAction();
+}
+
+void X11IslandSurface::dragMoveEvent(QDragMoveEvent* event) {
+    if (sendDrop(DropEvent::Type::move, event->position(), event->mimeData()))
+        event->acceptProposedAction();
+}
+
+void X11IslandSurface::dragLeaveEvent(QDragLeaveEvent*) {
+    sendDrop(DropEvent::Type::leave, {}, nullptr);
+}
+
+void X11IslandSurface::dropEvent(QDropEvent* event) {
+    if (sendDrop(DropEvent::Type::drop, event->position(), event->mimeData()))
+        event->acceptProposedAction();
 }
 
 } // namespace vq

@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QTimer>
+#include <QMimeData>
 #include <QWidget>
 
 #include <xcb/xcb.h>
@@ -39,11 +40,16 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     void announceToWindowManager();
     void applyShape(int kind, const QRegion& region);
     void sendPointer(PointerEvent::Type type, QPointF position, Qt::MouseButton button);
+    bool sendDrop(DropEvent::Type type, QPointF position, const QMimeData* data);
 
     xcb_connection_t* connection_ = nullptr;
     bool translucent_ = false;

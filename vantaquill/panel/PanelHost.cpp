@@ -16,6 +16,8 @@ namespace vq {
 PanelHost::PanelHost() : panel_(new IslandPanel) {
     proxy_ = scene_.addWidget(panel_);
     proxy_->setPos(0, 0);
+    // Shown while an island is open.
+    proxy_->hide();
     // The scene reports every repaint of the panel (a typed letter, a blinking cursor, a scrolled
     // list) once per turn of the event loop; islands that show the panel draw a frame for it.
     connect(&scene_, &QGraphicsScene::changed, this, [this] {
@@ -44,6 +46,7 @@ PanelHost::~PanelHost() {
 }
 
 void PanelHost::opening() {
+    proxy_->show();
     panel_->chooseOnOpening();
 }
 
@@ -54,6 +57,8 @@ void PanelHost::closed() {
         for (const auto& [button, at] : std::map(pressedAt_))
             sendMouse(QEvent::GraphicsSceneMouseRelease, lastPosition_, button);
     }
+    // Hidden, the sections stop what only an open panel needs (countdowns, samplers, animations).
+    proxy_->hide();
 }
 
 void PanelHost::setKeyboardFocus(bool focused) {

@@ -1,6 +1,6 @@
 #include "vantaquill/panel/widgets/NowPlayingCard.hpp"
 
-#include "vantaquill/panel/widgets/ElidedLabel.hpp"
+#include "vantaquill/panel/activities/ElidedLabel.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 
@@ -12,9 +12,10 @@ namespace vq {
 
 NowPlayingCard::NowPlayingCard(MediaController* media, QWidget* parent)
     : WidgetCard("Now playing", parent), media_(media) {
-    title_ = new ElidedLabel(ElidedLabel::Tone::body, this);
-    artists_ = new ElidedLabel(ElidedLabel::Tone::secondary, this);
-    lyric_ = new ElidedLabel(ElidedLabel::Tone::body, this);
+    title_ = new ElidedLabel({}, this);
+    artists_ = new ElidedLabel({}, this);
+    artists_->setProperty("secondary", true);
+    lyric_ = new ElidedLabel({}, this);
     body()->addWidget(title_);
     body()->addWidget(artists_);
     body()->addWidget(lyric_);

@@ -2,7 +2,7 @@
 
 #include "BrindKit/widgets/WidgetStatsMath.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
-#include "vantaquill/panel/widgets/ElidedLabel.hpp"
+#include "vantaquill/panel/activities/ElidedLabel.hpp"
 #include "vantaquill/panel/widgets/StatsGraph.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
 
@@ -26,9 +26,9 @@ StatisticsCard::StatisticsCard(StatsSampler& sampler, QWidget* parent)
     auto* grid = new QGridLayout;
     grid->setHorizontalSpacing(PanelStyle::spacing * 2);
     grid->setVerticalSpacing(2);
-    cpu_ = new ElidedLabel(ElidedLabel::Tone::body, this);
-    memory_ = new ElidedLabel(ElidedLabel::Tone::body, this);
-    network_ = new ElidedLabel(ElidedLabel::Tone::body, this);
+    cpu_ = new ElidedLabel({}, this);
+    memory_ = new ElidedLabel({}, this);
+    network_ = new ElidedLabel({}, this);
     cpuGraph_ = new StatsGraph(PanelStyle::accent(), StatsSampler::historyLength, this);
     memoryGraph_ = new StatsGraph(PanelStyle::positive(), StatsSampler::historyLength, this);
     networkGraph_ = new StatsGraph(QColor(0xFF, 0x9F, 0x0A), StatsSampler::historyLength, this);

@@ -5,7 +5,7 @@
 #include "BrindKit/widgets/WidgetPlace.hpp"
 #include "BrindKit/widgets/WidgetWeatherCode.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
-#include "vantaquill/panel/widgets/ElidedLabel.hpp"
+#include "vantaquill/panel/activities/ElidedLabel.hpp"
 #include "vantaquill/providers/WeatherForecastFile.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 
@@ -45,7 +45,8 @@ WeatherCard::WeatherCard(Preferences& preferences, std::filesystem::path forecas
     : WidgetCard("Weather", parent), preferences_(preferences), forecastFile_(std::move(forecastFile)) {
     now_ = new QLabel(this);
     now_->setStyleSheet(QStringLiteral("font-size: %1px; font-weight: 600;").arg(PanelStyle::bodySize * 1.6));
-    detail_ = new ElidedLabel(ElidedLabel::Tone::secondary, this);
+    detail_ = new ElidedLabel({}, this);
+    detail_->setProperty("secondary", true);
     hint_ = new QLabel(this);
     hint_->setProperty("secondary", true);
     hint_->setWordWrap(true);
