@@ -176,10 +176,15 @@ TEST_F(WidgetsSectionTest, TheTeleprompterScrollsOnlyWhilePlaying) {
     scheduler.advance(5);
     EXPECT_DOUBLE_EQ(view->offset(), stopped);
 
-    // Played to its end, it stops drawing by itself.
+    // Played to its end, it stops drawing by itself; a text that fits the view draws nothing at all.
     QTest::mouseClick(button("Teleprompter", "Play"), Qt::LeftButton);
     scheduler.advance(600);
     EXPECT_TRUE(prompter->scroll().isFinished(scheduler.now()));
+    EXPECT_FALSE(prompter->isDrawingFrames());
+    QTest::mouseClick(button("Teleprompter", "Edit"), Qt::LeftButton);
+    editor->setPlainText("Short.");
+    QTest::mouseClick(button("Teleprompter", "Play"), Qt::LeftButton);
+    EXPECT_TRUE(prompter->scroll().isRunning());
     EXPECT_FALSE(prompter->isDrawingFrames());
 }
 

@@ -132,11 +132,15 @@ void TeleprompterCard::edit() {
 }
 
 void TeleprompterCard::load() {
-    const auto file = expandHome(path_->text());
     const auto show = [this](const QString& text) {
         message_->setText(text);
         message_->setVisible(!text.isEmpty());
     };
+    if (path_->text().trimmed().isEmpty()) {
+        show("Type the path of a text file first, e.g. ~/talk.txt.");
+        return;
+    }
+    const auto file = expandHome(path_->text());
     std::error_code error;
     const auto size = std::filesystem::file_size(file, error);
     if (error) {
@@ -162,7 +166,8 @@ void TeleprompterCard::frame() {
     frame_.reset();
     if (scroll_.isFinished(now))
         scroll_.pause(now);
-    if (scroll_.isRunning())
+    // A text that fits the view has nowhere to go: no frames until the view or the text changes.
+    if (scroll_.isRunning() && scroll_.maxOffset() > 0)
         frame_ = scheduler_.schedule(frameInterval, [this] { frame(); });
     showState();
 }
@@ -198,9 +203,12 @@ void TeleprompterCard::resizeEvent(QResizeEvent* event) {
     scroll_.pause(now);
     measure();
     scroll_.nudge(0, now);
-    if (running)
-        scroll_.play(now);
-    view_->setOffset(scroll_.offset(now));
+    if (!running) {
+        view_->setOffset(scroll_.offset(now));
+        return;
+    }
+    scroll_.play(now);
+    frame();
 }
 
 } // namespace vq
