@@ -243,13 +243,14 @@ TEST_F(WidgetsSectionTest, ArrowsMoveBetweenControlsAndEscapeCloses) {
     auto* start = button("Pomodoro", "Start focus");
     start->setFocus();
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
-    EXPECT_EQ(QApplication::focusWidget(), button("Pomodoro", "Skip")) << "an arrow moves to the next control";
+    EXPECT_EQ(QApplication::focusWidget(), button("Pomodoro", "Skip")) << "right moves to the next control";
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
-    EXPECT_EQ(QApplication::focusWidget(), button("Stay awake", "15 min"))
-        << "on into the next card, past Reset, which has nothing to reset";
-    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+    EXPECT_EQ(QApplication::focusWidget(), button("Stay awake", "15 min")) << "down goes to the next card";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
-    EXPECT_EQ(QApplication::focusWidget(), start);
+    EXPECT_EQ(QApplication::focusWidget(), start) << "up goes to the card above, to its first control";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
+    EXPECT_EQ(QApplication::focusWidget(), start) << "the card of what plays has no control while nothing plays";
 
     // A field keeps its arrows for its own text.
     auto* path = child<TeleprompterCard>(&section)->findChild<QLineEdit*>();

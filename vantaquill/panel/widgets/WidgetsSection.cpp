@@ -12,10 +12,12 @@
 #include "vantaquill/providers/StatsSampler.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
 
+#include <QAbstractButton>
 #include <QKeyEvent>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <utility>
 
 namespace vq {
@@ -38,12 +40,14 @@ WidgetsSection::WidgetsSection(Sources sources, QWidget* parent) : PanelSection(
     statistics_ = new StatisticsCard(sources_.stats, content);
     teleprompter_ = new TeleprompterCard(sources_.scheduler, content);
     weather_ = new WeatherCard(sources_.preferences, sources_.forecastFile, content);
-    for (QWidget* card : std::initializer_list<QWidget*>{nowPlaying_, pomodoroCard_, stayAwakeCard_, statistics_,
-                                                         teleprompter_, weather_})
+    cards_ = {nowPlaying_, pomodoroCard_, stayAwakeCard_, statistics_, teleprompter_, weather_};
+    for (QWidget* card : cards_)
         column_->addWidget(card);
     column_->addStretch();
     scroll_->setWidget(content);
     outer->addWidget(scroll_);
+    for (auto* button : content->findChildren<QAbstractButton*>())
+        button->installEventFilter(this);
 
     if (sources_.media)
         sources_.media->onNowPlayingChanged = [this] { nowPlaying_->refresh(); };
@@ -83,14 +87,54 @@ void WidgetsSection::hideEvent(QHideEvent* event) {
     statistics_->refresh();
 }
 
+namespace {
+
+/// The card's first control that takes the keyboard now, in the order Tab visits them.
+QWidget* firstControl(QWidget* card) {
+    for (QWidget* widget = card->nextInFocusChain(); widget && widget != card; widget = widget->nextInFocusChain()) {
+        if (card->isAncestorOf(widget) && widget->isVisible() && widget->isEnabled() &&
+            (widget->focusPolicy() & Qt::TabFocus))
+            return widget;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+void WidgetsSection::focusCard(int step) {
+    const QWidget* focused = focusWidget();
+    const auto current = std::ranges::find_if(cards_, [focused](QWidget* card) { return card->isAncestorOf(focused); });
+    // From outside every card, down goes to the first card and up to the last.
+    auto index = current == cards_.end() ? (step > 0 ? -1 : static_cast<int>(cards_.size()))
+                                         : static_cast<int>(current - cards_.begin());
+    for (index += step; index >= 0 && index < static_cast<int>(cards_.size()); index += step) {
+        if (QWidget* control = firstControl(cards_[static_cast<std::size_t>(index)])) {
+            control->setFocus(Qt::TabFocusReason);
+            scroll_->ensureWidgetVisible(control);
+            return;
+        }
+    }
+}
+
+bool WidgetsSection::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress || !qobject_cast<QAbstractButton*>(watched))
+        return PanelSection::eventFilter(watched, event);
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+    case Qt::Key_Up: focusCard(-1); return true;
+    case Qt::Key_Down: focusCard(1); return true;
+    default: return false;
+    }
+}
+
 void WidgetsSection::keyPressEvent(QKeyEvent* event) {
-    // Keys reach the section when the focused control has no use for them. (Enter is the panel's:
-    // it presses the focused button wherever it is.)
+    // Keys reach the section when the focused control has no use for them: Up and Down move between
+    // cards, Left and Right between one card's controls. (Enter is the panel's: it presses the
+    // focused button wherever it is.)
     switch (event->key()) {
     case Qt::Key_Escape: requestClose(); return;
-    case Qt::Key_Up:
+    case Qt::Key_Up: focusCard(-1); return;
+    case Qt::Key_Down: focusCard(1); return;
     case Qt::Key_Left: focusNextPrevChild(false); return;
-    case Qt::Key_Down:
     case Qt::Key_Right: focusNextPrevChild(true); return;
     default: PanelSection::keyPressEvent(event); return;
     }

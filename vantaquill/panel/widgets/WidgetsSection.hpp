@@ -4,6 +4,7 @@
 #include "vantaquill/panel/PanelSection.hpp"
 
 #include <filesystem>
+#include <vector>
 
 class QScrollArea;
 class QVBoxLayout;
@@ -53,8 +54,13 @@ protected:
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    /// Buttons move the focus with every arrow themselves; Up and Down are taken from them here.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    /// Gives the keyboard to the first control of the card `step` cards away from the focused one.
+    void focusCard(int step);
+
     Sources sources_;
     QScrollArea* scroll_;
     QVBoxLayout* column_;
@@ -64,6 +70,8 @@ private:
     StatisticsCard* statistics_;
     TeleprompterCard* teleprompter_;
     WeatherCard* weather_;
+    /// In the column's order.
+    std::vector<QWidget*> cards_;
 };
 
 } // namespace vq
