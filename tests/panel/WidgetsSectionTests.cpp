@@ -212,8 +212,8 @@ TEST_F(WidgetsSectionTest, EmptyCardsSayWhatWouldAppearAndTheStoredForecastShows
     EXPECT_TRUE(texts("Weather").contains("widgets.weather.city")) << texts("Weather").toStdString();
 
     // The chosen place is stored as JSON; a name typed by hand is shown as it is.
-    preferences.set("widgets.weather.city",
-                    QString::fromStdString(brind::JSONText::compact(brind::WidgetPlace{"Lyon", "Auvergne-Rhône-Alpes", "France", 45.76, 4.83}.json())));
+    const brind::WidgetPlace lyon{"Lyon", "Auvergne-Rhône-Alpes", "France", 45.76, 4.83};
+    preferences.set("widgets.weather.city", QString::fromStdString(brind::JSONText::compact(lyon.json())));
     section.refreshWeather();
     EXPECT_TRUE(texts("Weather").contains("The weather for Lyon, Auvergne-Rhône-Alpes, France shows"))
         << texts("Weather").toStdString();

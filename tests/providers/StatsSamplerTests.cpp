@@ -16,11 +16,13 @@ void writeProc(const std::filesystem::path& folder, const std::string& cpu, std:
     std::filesystem::create_directories(folder / "net");
     ASSERT_TRUE(brind::AtomicFile::write(folder / "stat", "cpu  " + cpu + "\ncpu0 1 2 3 4 5 6 7 8 0 0\nintr 12345\n"));
     ASSERT_TRUE(brind::AtomicFile::write(folder / "meminfo", "MemTotal:        8000000 kB\nMemFree:  100 kB\n"
-                                                             "MemAvailable:    " + std::to_string(availableKiB) + " kB\n"));
+                                                             "MemAvailable:    " +
+                                                                 std::to_string(availableKiB) + " kB\n"));
     ASSERT_TRUE(brind::AtomicFile::write(
         folder / "net/dev",
         "Inter-|   Receive                                                |  Transmit\n"
-        " face |bytes    packets errs drop fifo frame compressed multicast|bytes    packets errs drop fifo colls carrier compressed\n"
+        " face |bytes    packets errs drop fifo frame compressed multicast"
+        "|bytes    packets errs drop fifo colls carrier compressed\n"
         "    lo: 999999 10 0 0 0 0 0 0 999999 10 0 0 0 0 0 0\n"
         "  eth0: " + std::to_string(ethReceived) + " 20 0 0 0 0 0 0 " + std::to_string(ethSent) + " 30 0 0 0 0 0 0\n"));
 }

@@ -28,7 +28,9 @@ protected:
         mock = std::make_unique<BackgroundProgram>(
             "/usr/bin/python3", std::vector<std::string>{"-m", "dbusmock", "--template", "logind"},
             std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"});
-        ASSERT_TRUE(eventually([this] { return bus.askBus("NameHasOwner", "org.freedesktop.login1").out.find("true") != std::string::npos; }));
+        ASSERT_TRUE(eventually([this] {
+            return bus.askBus("NameHasOwner", "org.freedesktop.login1").out.find("true") != std::string::npos;
+        }));
         // systemd-inhibit, started by the switch, finds the system bus here.
         previous = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
@@ -37,10 +39,14 @@ protected:
 
     bool inhibited() const {
         return e2e::run("/usr/bin/dbus-send",
-                        {"--bus=" + bus.address(), "--print-reply", "--dest=org.freedesktop.login1", "/org/freedesktop/login1",
-                         "org.freedesktop.login1.Manager.ListInhibitors"},
+                        {"--bus=" + bus.address(), "--print-reply", "--dest=org.freedesktop.login1",
+                         "/org/freedesktop/login1", "org.freedesktop.login1.Manager.ListInhibitors"},
                         {})
                    .out.find("\"vantaquill\"") != std::string::npos;
+    }
+
+    std::unique_ptr<StayAwake> make() {
+        return std::make_unique<StayAwake>(scheduler, StayAwake::stateFile(folder.path()), [](const std::string&) {});
     }
 
     static bool eventually(const std::function<bool()>& done) {
@@ -63,7 +69,8 @@ protected:
 };
 
 TEST_F(MockLogind, ATimedModeHoldsTheInhibitorUntilItsMoment) {
-    StayAwake stayAwake(scheduler, StayAwake::stateFile(folder.path()), [this](const std::string& line) { log.push_back(line); });
+    StayAwake stayAwake(scheduler, StayAwake::stateFile(folder.path()),
+                        [this](const std::string& line) { log.push_back(line); });
     stayAwake.setMode(brind::WidgetStayAwakeMode::preset(15, scheduler.now()));
     EXPECT_TRUE(eventually([this] { return inhibited(); }));
     EXPECT_TRUE(stayAwake.isOn());
@@ -75,14 +82,14 @@ TEST_F(MockLogind, ATimedModeHoldsTheInhibitorUntilItsMoment) {
 }
 
 TEST_F(MockLogind, TheInhibitorEndsWithTheIslandAndComesBackWithIt) {
-    auto stayAwake = std::make_unique<StayAwake>(scheduler, StayAwake::stateFile(folder.path()), [](const std::string&) {});
+    auto stayAwake = make();
     stayAwake->setMode(brind::WidgetStayAwakeMode::indefinite());
     ASSERT_TRUE(eventually([this] { return inhibited(); }));
     stayAwake.reset();
     EXPECT_TRUE(eventually([this] { return !inhibited(); }));
 
     // The next start takes the mode up again from the data folder.
-    stayAwake = std::make_unique<StayAwake>(scheduler, StayAwake::stateFile(folder.path()), [](const std::string&) {});
+    stayAwake = make();
     EXPECT_EQ(stayAwake->mode(), brind::WidgetStayAwakeMode::indefinite());
     EXPECT_TRUE(eventually([this] { return inhibited(); }));
     stayAwake->setMode(brind::WidgetStayAwakeMode::off());

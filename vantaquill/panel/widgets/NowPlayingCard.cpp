@@ -49,8 +49,9 @@ void NowPlayingCard::refresh() {
     if (!now) {
         setStatus({});
         title_->setText("Nothing is playing");
-        artists_->setText(media_ ? "A track playing in any media player shows here, with its lyrics when they are found."
-                                 : "Now playing is switched off in the settings (\"media.enabled\").");
+        artists_->setText(media_
+                              ? "A track playing in any media player shows here, with its lyrics when they are found."
+                              : "Now playing is switched off in the settings (\"media.enabled\").");
         return;
     }
     const MediaPlayback& playback = now->playback;

@@ -11,6 +11,7 @@
 #include <QVBoxLayout>
 
 #include <cmath>
+#include <string_view>
 
 namespace vq {
 
@@ -55,7 +56,8 @@ PomodoroCard::PomodoroCard(PomodoroController& pomodoro, QWidget* parent)
 void PomodoroCard::refresh() {
     const auto& timer = pomodoro_.pomodoro();
     const brind::Date now = pomodoro_.now();
-    setStatus(QString::fromUtf8(brind::label(timer.phase).data(), static_cast<qsizetype>(brind::label(timer.phase).size())));
+    const std::string_view phase = brind::label(timer.phase);
+    setStatus(QString::fromUtf8(phase.data(), static_cast<qsizetype>(phase.size())));
     clock_->setText(QString::fromStdString(brind::WidgetPomodoro::clock(timer.remaining(now))));
     sessions_->setText(QString::fromStdString(brind::WidgetPomodoroActivity::subtitle(timer.totalCompleted)));
     progress_->setValue(static_cast<int>(std::lround(timer.progress(now) * progressSteps)));

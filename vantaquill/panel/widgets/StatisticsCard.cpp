@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cstdint>
 
 namespace vq {
 
@@ -51,9 +52,11 @@ void StatisticsCard::refresh() {
     setStatus(sampler_.isRunning() ? QString() : QStringLiteral("Paused"));
     cpu_->setText("CPU " + (cpu.last() ? text(brind::WidgetStatsMath::percent(*cpu.last())) : QStringLiteral("—")));
     const auto& reading = sampler_.lastMemory();
-    memory_->setText("Memory " + (reading ? text(brind::WidgetStatsMath::formatBytes(static_cast<double>(reading->used()))) +
-                                                " of " + text(brind::WidgetStatsMath::formatBytes(static_cast<double>(reading->total)))
-                                          : QStringLiteral("—")));
+    const auto bytes = [](std::uint64_t count) {
+        return text(brind::WidgetStatsMath::formatBytes(static_cast<double>(count)));
+    };
+    memory_->setText(reading ? "Memory " + bytes(reading->used()) + " of " + bytes(reading->total)
+                             : QStringLiteral("Memory —"));
     network_->setText(received.last() && sent.last()
                           ? "↓ " + text(brind::WidgetStatsMath::formatBytes(*received.last(), true)) + "  ↑ " +
                                 text(brind::WidgetStatsMath::formatBytes(*sent.last(), true))

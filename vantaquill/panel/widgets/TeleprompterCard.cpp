@@ -144,7 +144,8 @@ void TeleprompterCard::load() {
     std::error_code error;
     const auto size = std::filesystem::file_size(file, error);
     if (error) {
-        show("Couldn't read " + QString::fromStdString(file.string()) + ": " + QString::fromStdString(error.message()) + ".");
+        show("Couldn't read " + QString::fromStdString(file.string()) + ": " +
+             QString::fromStdString(error.message()) + ".");
         return;
     }
     if (size > largestFile) {
