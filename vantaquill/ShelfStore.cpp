@@ -2,6 +2,10 @@
 
 #include "BrindKit/foundation/AtomicFile.hpp"
 
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
 namespace vq {
 
 ShelfStore::ShelfStore(std::filesystem::path folder) : folder(std::move(folder)) {
@@ -30,7 +34,7 @@ std::vector<brind::ShelfEntry> ShelfStore::addFiles(const std::vector<std::strin
     }
     auto added = library_.insert(entries);
     if (!added.empty())
-        save();
+        changed();
     return added;
 }
 
@@ -45,8 +49,53 @@ std::optional<brind::ShelfEntry> ShelfStore::addText(const std::string& text, br
     auto added = library_.insert({entry});
     if (added.empty())
         return std::nullopt;
-    save();
+    changed();
     return added.front();
+}
+
+std::optional<brind::ShelfEntry> ShelfStore::remove(const brind::UUID& id) {
+    auto& entries = library_.entries;
+    const auto found = std::ranges::find(entries, id, &brind::ShelfEntry::id);
+    if (found == entries.end())
+        return std::nullopt;
+    brind::ShelfEntry removed = std::move(*found);
+    entries.erase(found);
+    if (removed.owned && removed.path && isInsideFolder(*removed.path)) {
+        std::error_code ignored;
+        std::filesystem::remove(*removed.path, ignored);
+    }
+    changed();
+    return removed;
+}
+
+std::optional<std::string> ShelfStore::openURL(const brind::UUID& id) const {
+    const auto& entries = library_.entries;
+    const auto found = std::ranges::find(entries, id, &brind::ShelfEntry::id);
+    if (found == entries.end())
+        return std::nullopt;
+    switch (found->kind) {
+    case brind::ShelfEntry::Kind::file:
+        return found->fileURL();
+    case brind::ShelfEntry::Kind::link:
+        return found->text;
+    case brind::ShelfEntry::Kind::text:
+        return std::nullopt;
+    }
+    std::unreachable();
+}
+
+// The library is read from a file a user may edit: "owned" alone must never let it delete a file
+// elsewhere on the disk.
+bool ShelfStore::isInsideFolder(const std::string& path) const {
+    const auto standardised = std::filesystem::path(brind::ShelfEntry::standardisedPath(path));
+    const auto relative = standardised.lexically_relative(folder.lexically_normal());
+    return !relative.empty() && *relative.begin() != ".." && relative != ".";
+}
+
+void ShelfStore::changed() {
+    save();
+    if (onChange)
+        onChange();
 }
 
 void ShelfStore::save() {

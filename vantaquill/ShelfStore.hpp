@@ -5,6 +5,7 @@
 
 #include <expected>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,11 +31,25 @@ public:
     /// and saves; the entry added.
     std::optional<brind::ShelfEntry> addText(const std::string& text, brind::Date now);
 
+    /// Takes the entry off the shelf and saves; the entry removed, or nothing when no entry has that
+    /// id. A file the shelf made itself inside its own folder is deleted with it; a file the user
+    /// put on the shelf is never touched.
+    std::optional<brind::ShelfEntry> remove(const brind::UUID& id);
+
+    /// What opening the entry shows: the file's "file://" URL, or a link's URL; nothing for a text
+    /// snippet, which has nothing to open, or when no entry has that id.
+    std::optional<std::string> openURL(const brind::UUID& id) const;
+
+    /// Called after every change of the entries, once they are saved.
+    std::function<void()> onChange;
+
     /// The last save's failure, naming the file; empty when it succeeded.
     const std::string& lastError() const { return lastError_; }
 
 private:
+    void changed();
     void save();
+    bool isInsideFolder(const std::string& path) const;
 
     std::filesystem::path folder;
     brind::ShelfLibrary library_;

@@ -16,6 +16,8 @@
 #include "vantaquill/panel/PanelHost.hpp"
 #include "vantaquill/panel/activities/ActivitiesSection.hpp"
 #include "vantaquill/panel/agents/AgentsSection.hpp"
+#include "vantaquill/panel/clipboard/ClipboardSection.hpp"
+#include "vantaquill/panel/shelf/ShelfSection.hpp"
 #include "vantaquill/panel/widgets/WidgetsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
@@ -354,11 +356,15 @@ int main(int argc, char** argv) {
         printError("vantaquill: couldn't write cli-token: " + written.error());
 
     vq::ShelfStore shelf(dataFolder);
-    // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does.
+    vq::ShelfSection* shelfSection = nullptr;
+    // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does;
+    // the island opens on the shelf while they hover.
     if (islands) {
         islands->setDropHandler([&](const vq::IslandSurface::DropEvent& event) {
             if (event.files.empty() && event.text.empty())
                 return false;
+            if (event.type == vq::IslandSurface::DropEvent::Type::enter && shelfSection)
+                panel->panel().showSection(shelfSection);
             if (event.type != vq::IslandSurface::DropEvent::Type::drop)
                 return true;
             std::vector<brind::ShelfEntry> added;
@@ -487,6 +493,17 @@ int main(int argc, char** argv) {
             waylandClipboard = std::move(*watcher);
         else
             printError("vantaquill: the clipboard is not watched: " + watcher.error());
+    }
+    if (panel) {
+        vq::ClipboardWriter writeClipboard = vq::QtClipboard::write;
+        if (waylandClipboard)
+            writeClipboard = [&waylandClipboard](const vq::ClipFlavours& flavours) { waylandClipboard->write(flavours); };
+        shelfSection = new vq::ShelfSection(shelf, scheduler, writeClipboard);
+        panel->panel().addSection(shelfSection);
+        shelf.onChange = [section = shelfSection] { section->refresh(); };
+        auto* clipboardSection = new vq::ClipboardSection(clipboard, center, writeClipboard);
+        panel->panel().addSection(clipboardSection);
+        clipboard.onChange = [clipboardSection] { clipboardSection->refresh(); };
     }
     // The desktop's providers, each registered under its own source and started when switched on.
     // Read through the preferences store, which already holds the file and checks each value.

@@ -9,7 +9,7 @@
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/agents/AgentCountdownRing.hpp"
-#include "vantaquill/panel/agents/AgentElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 
 #include "tests/support/TemporaryFolder.hpp"
 
@@ -146,7 +146,7 @@ TEST_F(AgentsSectionTest, AllowAnswersTheHeldCallAndTheIslandStopsWaiting) {
 
 TEST_F(AgentsSectionTest, AlwaysAllowKeepsTheRuleAndAnswersTheNextMatchingCallUnseen) {
     hold(bash("git push origin main", scheduler.now()), "r1");
-    EXPECT_EQ(find<AgentElidedLabel>("agentSuggestedRule")->fullText(),
+    EXPECT_EQ(find<ElidedLabel>("agentSuggestedRule")->text(),
               "Always allow adds: Claude Code · Bash `git push` in lighthouse");
 
     click(find("agentAlwaysAllow"));

@@ -120,7 +120,8 @@ bool crashSoak() {
     for (std::size_t round = 0; round < killCount; ++round) {
         IslandProcess island({"--surface", "x11", "--port", "0"}, environment);
         if (island.port() == 0) {
-            ++startFailures;
+            if (startFailures++ == 0)
+                std::printf("the island did not start in round %zu: %s\n", round, island.errors().c_str());
             continue;
         }
         Writes writes;

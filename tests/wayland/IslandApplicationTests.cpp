@@ -7,6 +7,7 @@
 
 #include <QEventLoop>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTimer>
 
 #include <array>
@@ -465,6 +466,79 @@ TEST_P(AlertOnSway, AClickOnTheAlertsButtonReachesTheEventStream)
         << events;
     ::close(stream);
 }
+
+// A click opens the island with the keyboard; hovering would open it without, so it is off.
+class AgentsOnSway : public IslandOnSway {
+protected:
+    std::vector<std::string> preferences() const override
+    {
+        return {"island.hoverToOpen=false", "agents.approvalTimeout=300"};
+    }
+
+    /// Types on the compositor's seat through a virtual keyboard, as a person would.
+    bool type(const QStringList& arguments) const
+    {
+        QProcess wtype;
+        QProcessEnvironment keyboard = environment;
+        wtype.setProcessEnvironment(keyboard);
+        wtype.start("wtype", arguments);
+        return wtype.waitForFinished(processTimeoutMs) && wtype.exitCode() == 0;
+    }
+};
+
+TEST_P(AgentsOnSway, ARequestIsDeniedWithATypedReasonFromTheKeyboard)
+{
+    if (QStandardPaths::findExecutable("wtype").isEmpty())
+        GTEST_SKIP() << "wtype is missing; scripts/setup installs it";
+    // A keyboard plugged in for the whole test, as a person's is: each `wtype` below adds one of its
+    // own for its keys, and the seat keeps this one when they go.
+    QProcess keyboard;
+    keyboard.setProcessEnvironment(environment);
+    keyboard.start("wtype", {"-s", "120000"});
+    ASSERT_TRUE(keyboard.waitForStarted(processTimeoutMs));
+    QProcess hook;
+    QProcessEnvironment hookEnvironment = environment;
+    hookEnvironment.insert("VANTAQUILL_PORT", QString::number(port));
+    hook.setProcessEnvironment(hookEnvironment);
+    hook.start(QString(BRIND_BIN_DIR) + "/vantaquill", {"hook", "--agent", "claude-code"});
+    ASSERT_TRUE(hook.waitForStarted(processTimeoutMs));
+    std::ifstream payload(std::string(BRIND_TEST_DATA) + "/agents/payloads/claude-permission-request.json");
+    const std::string input {std::istreambuf_iterator<char>(payload), {}};
+    ASSERT_FALSE(input.empty());
+    hook.write(input.data(), qint64(input.size()));
+    hook.closeWriteChannel();
+
+    // The waiting request pops the island out; a click opens the panel with the keyboard.
+    QRect peek = shapeWhen([](QRect shape) { return shape.height() > 20; });
+    ASSERT_TRUE(waitUntil([&] {
+        output += island.readAllStandardOutput();
+        return output.contains("approval waiting id=");
+    })) << "the request never reached the island";
+    peek = shapeWhen([](QRect shape) { return shape.height() > 20; });
+    ASSERT_TRUE(sway->command("seat - cursor set " + std::to_string(peek.center().x()) + " "
+                              + std::to_string(peek.center().y())));
+    ASSERT_TRUE(sway->command("seat - cursor press button1"));
+    ASSERT_TRUE(sway->command("seat - cursor release button1"));
+    const QRect open = shapeWhen([&](QRect shape) { return shape.height() > 3 * peek.height(); });
+    ASSERT_GT(open.height(), 3 * peek.height()) << "the click did not open the panel: " << describe(open);
+
+    // Allow has the keyboard first; back past Always allow and Deny to the reason field.
+    for (int step = 0; step < 3; ++step)
+        ASSERT_TRUE(type({"-M", "shift", "-k", "Tab", "-m", "shift"}));
+    ASSERT_TRUE(type({"not on this machine"}));
+    ASSERT_TRUE(type({"-k", "Return"}));
+
+    ASSERT_TRUE(waitUntil([&] { return hook.state() == QProcess::NotRunning; })) << "the hook is still waiting";
+    const QString answer = QString::fromUtf8(hook.readAllStandardOutput());
+    EXPECT_EQ(hook.exitCode(), 0);
+    EXPECT_TRUE(answer.contains(R"("behavior":"deny")")) << answer.toStdString();
+    EXPECT_TRUE(answer.contains("not on this machine")) << answer.toStdString();
+    keyboard.kill();
+    keyboard.waitForFinished(processTimeoutMs);
+}
+
+INSTANTIATE_TEST_SUITE_P(Housing, AgentsOnSway, ::testing::Values(std::string()),
+                         [](const auto&) { return std::string("Floating"); });
 
 INSTANTIATE_TEST_SUITE_P(Housing, AlertOnSway, ::testing::Values(std::string(), std::string("200x32")),
                          [](const auto& info) { return info.param.empty() ? std::string("Floating") : std::string("Declared"); });

@@ -100,6 +100,14 @@ void ClipboardStore::resume() {
     settings_.pausedUntil.reset();
 }
 
+bool ClipboardStore::isConcealed(const brind::ClipItem& item) const {
+    if (!item.sourceBundleID)
+        return false;
+    const std::string& source = *item.sourceBundleID;
+    return brind::ClipPrivacy::isPasswordManager(source) || LinuxPasswordManagers::matches(source) ||
+           brind::ClipPrivacy::matches(source, settings_.excludedBundleIDs);
+}
+
 std::optional<ClipFlavours> ClipboardStore::copyBack(const brind::UUID& id) {
     const brind::ClipItem* item = history_.item(id);
     if (!item)

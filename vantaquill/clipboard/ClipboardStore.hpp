@@ -38,6 +38,11 @@ public:
     const brind::ClipSettings& settings() const { return settings_; }
     const brind::ClipArchive& archive() const { return archive_; }
 
+    /// Whether the item must be shown masked: it came from a password manager or from an
+    /// application the user has since excluded. Such copies are refused when they are made, so they
+    /// are only in a history recorded before the rule applied to them.
+    bool isConcealed(const brind::ClipItem& item) const;
+
     /// Why the last copy was not recorded.
     std::optional<brind::ClipSkipReason> lastSkip() const { return lastSkip_; }
 

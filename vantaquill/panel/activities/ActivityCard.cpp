@@ -3,7 +3,7 @@
 #include "vantaquill/island/faces/GlyphPainter.hpp"
 #include "vantaquill/island/faces/SymbolIcons.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
-#include "vantaquill/panel/activities/ElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/activities/GlyphView.hpp"
 
 #include <QHBoxLayout>

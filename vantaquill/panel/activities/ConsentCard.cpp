@@ -1,7 +1,7 @@
 #include "vantaquill/panel/activities/ConsentCard.hpp"
 
 #include "vantaquill/panel/PanelStyle.hpp"
-#include "vantaquill/panel/activities/ElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 
 #include <QHBoxLayout>
 #include <QPushButton>

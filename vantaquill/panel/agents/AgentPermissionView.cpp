@@ -5,7 +5,7 @@
 #include "BrindKit/foundation/Text.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/agents/AgentButton.hpp"
-#include "vantaquill/panel/agents/AgentElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 
 #include <QFontDatabase>
 #include <QFontMetrics>
@@ -70,10 +70,10 @@ AgentPermissionView::AgentPermissionView(const brind::AgentApprovalRequest& requ
 
     const bool offerRule = answers.allow && suggestion;
     if (offerRule) {
-        auto* rule = new AgentElidedLabel(this);
+        auto* rule = new ElidedLabel({}, this);
         rule->setObjectName("agentSuggestedRule");
         rule->setProperty("secondary", true);
-        rule->setFullText(QStringLiteral("Always allow adds: ") + fromStd(suggestion->display()));
+        rule->setText(QStringLiteral("Always allow adds: ") + fromStd(suggestion->display()));
         layout->addWidget(rule);
     }
 

@@ -5,7 +5,7 @@
 #include "BrindKit/foundation/Overloaded.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/agents/AgentCountdownRing.hpp"
-#include "vantaquill/panel/agents/AgentElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/agents/AgentPermissionView.hpp"
 #include "vantaquill/panel/agents/AgentPlanView.hpp"
 #include "vantaquill/panel/agents/AgentQuestionView.hpp"
@@ -60,14 +60,14 @@ AgentRequestCard::AgentRequestCard(const brind::AgentApprovalRequest& shown, int
     header->addWidget(ring);
     auto* titles = new QVBoxLayout;
     titles->setSpacing(0);
-    auto* title = new AgentElidedLabel(this);
+    auto* title = new ElidedLabel({}, this);
     title->setObjectName("agentRequestTitle");
     QFont bold = title->font();
     bold.setBold(true);
     title->setFont(bold);
-    title->setFullText(headline(event, interaction));
+    title->setText(headline(event, interaction));
     titles->addWidget(title);
-    place = new AgentElidedLabel(this);
+    place = new ElidedLabel({}, this);
     place->setProperty("secondary", true);
     titles->addWidget(place);
     header->addLayout(titles, 1);
@@ -113,7 +113,7 @@ void AgentRequestCard::setOthersWaiting(int count) {
         text += QStringLiteral(" · ") + fromStd(*request.event.toolSummary);
     if (count > 0)
         text += QStringLiteral(" · %1 more waiting").arg(count);
-    place->setFullText(text);
+    place->setText(text);
 }
 
 } // namespace vq

@@ -13,7 +13,7 @@
 namespace vq {
 
 class AgentCountdownRing;
-class AgentElidedLabel;
+class ElidedLabel;
 
 /// One open request as a card: who asks and where, the countdown to its deadline, and the view
 /// that fits it (a permission, questions or a plan).
@@ -41,7 +41,7 @@ public:
 private:
     brind::AgentApprovalRequest request;
     AgentCountdownRing* ring = nullptr;
-    AgentElidedLabel* place = nullptr;
+    ElidedLabel* place = nullptr;
     QWidget* focusTarget = nullptr;
 };
 

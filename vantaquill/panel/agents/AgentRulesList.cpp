@@ -2,7 +2,7 @@
 
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/agents/AgentButton.hpp"
-#include "vantaquill/panel/agents/AgentElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -51,12 +51,12 @@ void AgentRulesList::present(const brind::AgentRuleBook& book) {
         auto* row = new QWidget(this);
         auto* line = new QHBoxLayout(row);
         line->setContentsMargins(0, 0, 0, 0);
-        auto* text = new AgentElidedLabel(row);
+        auto* text = new ElidedLabel({}, row);
         const std::string display = rule.display();
-        text->setFullText(QString::fromUtf8(display.data(), static_cast<qsizetype>(display.size())));
+        text->setText(QString::fromUtf8(display.data(), static_cast<qsizetype>(display.size())));
         line->addWidget(text, 1);
         auto* remove = new AgentButton(QStringLiteral("Remove"), "agentRemoveRule", nullptr, row);
-        remove->setAccessibleName(QStringLiteral("Remove ") + text->fullText());
+        remove->setAccessibleName(QStringLiteral("Remove ") + text->text());
         line->addWidget(remove);
         connect(remove, &QPushButton::clicked, this, [this, id = rule.id()] {
             if (onRemove)

@@ -4,7 +4,7 @@
 #include "BrindKit/agents/AgentKind.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/agents/AgentButton.hpp"
-#include "vantaquill/panel/agents/AgentElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/agents/AgentTerminalJumpRunner.hpp"
 
 #include <QHBoxLayout>
@@ -78,7 +78,7 @@ AgentSessionRow::AgentSessionRow(QWidget* parent) : QFrame(parent) {
 
     auto* top = new QHBoxLayout;
     top->setSpacing(PanelStyle::spacing);
-    title = new AgentElidedLabel(this);
+    title = new ElidedLabel({}, this);
     QFont bold = title->font();
     bold.setBold(true);
     title->setFont(bold);
@@ -95,10 +95,10 @@ AgentSessionRow::AgentSessionRow(QWidget* parent) : QFrame(parent) {
     top->addWidget(jump);
     layout->addLayout(top);
 
-    doing = new AgentElidedLabel(this);
+    doing = new ElidedLabel({}, this);
     doing->setProperty("secondary", true);
     layout->addWidget(doing);
-    note = new AgentElidedLabel(this);
+    note = new ElidedLabel({}, this);
     note->setObjectName("agentSessionNote");
     note->setProperty("secondary", true);
     note->hide();
@@ -118,12 +118,12 @@ void AgentSessionRow::present(const brind::AgentSession& shown, brind::Date now,
                            const std::optional<std::string>& waitingRequest, bool requestShown) {
     session = shown;
     request = waitingRequest;
-    title->setFullText(fromStd(std::string(brind::displayName(session.agent))) + QStringLiteral(" · ") +
+    title->setText(fromStd(std::string(brind::displayName(session.agent))) + QStringLiteral(" · ") +
                        fromStd(session.title.value_or(session.project)));
     status->setText(statusText(session.status));
     status->setStyleSheet(QStringLiteral("color: %1;").arg(statusColour(session.status).name()));
     const QString what = activity(session);
-    doing->setFullText(what);
+    doing->setText(what);
     doing->setVisible(!what.isEmpty());
     showRequest->setVisible(request && !requestShown);
     jump->setEnabled(session.terminalInfo && AgentTerminalJumpRunner::canJump(*session.terminalInfo));
@@ -139,7 +139,7 @@ void AgentSessionRow::tick(brind::Date now) {
 }
 
 void AgentSessionRow::setNote(const QString& text) {
-    note->setFullText(text);
+    note->setText(text);
     note->setVisible(!text.isEmpty());
 }
 

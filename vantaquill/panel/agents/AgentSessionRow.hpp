@@ -14,7 +14,7 @@ class QPushButton;
 
 namespace vq {
 
-class AgentElidedLabel;
+class ElidedLabel;
 
 /// One agent session: agent and project, status, the time spent on the current turn, what it is
 /// doing now, its waiting request, and the button that brings its terminal forward.
@@ -41,11 +41,11 @@ public:
 private:
     brind::AgentSession session;
     std::optional<std::string> request;
-    AgentElidedLabel* title = nullptr;
+    ElidedLabel* title = nullptr;
     QLabel* status = nullptr;
     QLabel* elapsed = nullptr;
-    AgentElidedLabel* doing = nullptr;
-    AgentElidedLabel* note = nullptr;
+    ElidedLabel* doing = nullptr;
+    ElidedLabel* note = nullptr;
     QPushButton* showRequest = nullptr;
     QPushButton* jump = nullptr;
 };

@@ -1,6 +1,6 @@
 #include "vantaquill/panel/widgets/NowPlayingCard.hpp"
 
-#include "vantaquill/panel/activities/ElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 

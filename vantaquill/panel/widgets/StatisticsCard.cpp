@@ -2,7 +2,7 @@
 
 #include "BrindKit/widgets/WidgetStatsMath.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
-#include "vantaquill/panel/activities/ElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/widgets/StatsGraph.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
 

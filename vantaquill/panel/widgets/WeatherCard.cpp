@@ -5,7 +5,7 @@
 #include "BrindKit/widgets/WidgetPlace.hpp"
 #include "BrindKit/widgets/WidgetWeatherCode.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
-#include "vantaquill/panel/activities/ElidedLabel.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/providers/WeatherForecastFile.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 

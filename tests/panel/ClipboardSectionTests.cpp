@@ -1,0 +1,208 @@
+#include "vantaquill/panel/clipboard/ClipboardSection.hpp"
+
+#include "tests/support/TemporaryFolder.hpp"
+#include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/clipboard/ClipFlavourMapping.hpp"
+#include "vantaquill/clipboard/ClipboardStore.hpp"
+#include "vantaquill/panel/PanelStyle.hpp"
+#include "vantaquill/panel/clipboard/ClipListModel.hpp"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QMimeData>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace vq {
+namespace {
+
+brind::ClipSnapshot textCopy(const std::string& text, std::optional<std::string> source = std::nullopt) {
+    brind::ClipSnapshot snapshot;
+    snapshot.types = snapshot.allTypes = {"public.utf8-plain-text"};
+    snapshot.string = text;
+    snapshot.sourceBundleID = std::move(source);
+    return snapshot;
+}
+
+class ClipboardSectionTests : public ::testing::Test {
+protected:
+    brindtest::TemporaryFolder temporary{"vantaquill-clipboard-section"};
+    ManualScheduler scheduler;
+    LiveActivityCenter center{scheduler};
+    ClipboardStore store{brind::ClipArchive{temporary.path() / "Clipboard"}, scheduler, {}};
+    std::unique_ptr<ClipboardSection> section;
+    int closeRequests = 0;
+
+    // The section as the panel shows it, told of every change of the store as the application does.
+    void show() {
+        section = std::make_unique<ClipboardSection>(store, center);
+        section->onCloseRequested = [this] { ++closeRequests; };
+        store.onChange = [this] { section->refresh(); };
+        section->setPalette(PanelStyle::palette());
+        section->setStyleSheet(PanelStyle::styleSheet());
+        section->resize(640, 300);
+        section->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(section.get()));
+    }
+
+    brind::ClipItem copy(const std::string& text, std::optional<std::string> source = std::nullopt) {
+        scheduler.advance(1);
+        return *store.capture(textCopy(text, std::move(source)));
+    }
+
+    std::vector<std::string> titles() const {
+        std::vector<std::string> result;
+        const auto& model = static_cast<const ClipListModel&>(*section->list()->model());
+        for (const ClipRow& row : model.rows())
+            result.push_back(row.title.toStdString());
+        return result;
+    }
+
+    QPoint pointOf(int row, ClipItemDelegate::Part part) const {
+        const QRect rect = section->list()->visualRect(section->list()->model()->index(row, 0));
+        for (int x = rect.right(); x > rect.left(); --x)
+            if (ClipItemDelegate::partAt(rect, {x, rect.center().y()}) == part)
+                return {x, rect.center().y()};
+        return rect.center();
+    }
+};
+
+TEST_F(ClipboardSectionTests, TypingFiltersAtOnceWithPinnedMatchesFirst) {
+    const auto older = copy("apple pie");
+    copy("banana split");
+    copy("apple juice");
+    copy("cherry");
+    store.setPinned(older.id, true);
+    show();
+    EXPECT_EQ(titles(), (std::vector<std::string>{"apple pie", "cherry", "apple juice", "banana split"}));
+
+    QTest::keyClicks(section->searchField(), "apple");
+    EXPECT_EQ(titles(), (std::vector<std::string>{"apple pie", "apple juice"}));
+    QTest::keyClicks(section->searchField(), " j");
+    EXPECT_EQ(titles(), (std::vector<std::string>{"apple juice"}));
+
+    QTest::keyClicks(section->searchField(), "zzz");
+    EXPECT_TRUE(titles().empty());
+    EXPECT_TRUE(section->emptyHint()->isVisible());
+    EXPECT_TRUE(section->emptyHint()->text().contains("apple jzzz"));
+}
+
+TEST_F(ClipboardSectionTests, AConcealedItemIsMaskedAndNeverFoundByItsContent) {
+    copy("hunter2-secret", "com.example.vault");
+    copy("hunter green");
+    brind::ClipSettings settings = store.settings();
+    settings.excludedBundleIDs = {"com.example.vault"};
+    store.setSettings(settings);
+    show();
+
+    const auto& model = *section->list()->model();
+    ASSERT_EQ(model.rowCount(), 2);
+    for (int row = 0; row < model.rowCount(); ++row)
+        EXPECT_FALSE(model.data(model.index(row, 0), Qt::DisplayRole).toString().contains("secret"));
+    EXPECT_EQ(titles()[1], ClipRow::maskedTitle);
+
+    QTest::keyClicks(section->searchField(), "hunter");
+    EXPECT_EQ(titles(), (std::vector<std::string>{"hunter green"}));
+}
+
+TEST_F(ClipboardSectionTests, EnterCopiesTheItemBackMarkedAsOurOwnFlashesCopiedAndCloses) {
+    const auto first = copy("first line");
+    copy("second line");
+    show();
+
+    QTest::keyClicks(section->searchField(), "first");
+    QTest::keyClick(section->searchField(), Qt::Key_Return);
+
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(data->data("text/plain").toStdString(), "first line");
+    EXPECT_EQ(data->data(QString::fromUtf8(ClipFlavourMapping::ownMarkerMimeType)).toStdString(), first.id.string());
+    ASSERT_TRUE(center.hud());
+    EXPECT_EQ(center.hud()->label, "Copied");
+    EXPECT_EQ(center.hud()->kind, brind::HUDEvent::Kind::custom);
+    EXPECT_EQ(closeRequests, 1);
+    EXPECT_EQ(store.history().items().front().id, first.id) << "a copied item moves to the front";
+    EXPECT_TRUE(section->searchField()->text().isEmpty()) << "the island opens again on the whole history";
+}
+
+TEST_F(ClipboardSectionTests, DownMovesIntoTheListWhereEnterCopiesTheChosenRow) {
+    copy("older");
+    copy("newer");
+    show();
+    section->searchField()->setFocus();
+
+    QTest::keyClick(section->searchField(), Qt::Key_Down);
+    EXPECT_TRUE(section->list()->hasFocus());
+    QTest::keyClick(section->list(), Qt::Key_Down);
+    QTest::keyClick(section->list(), Qt::Key_Enter);
+    EXPECT_EQ(QGuiApplication::clipboard()->mimeData()->data("text/plain").toStdString(), "older");
+
+    QTest::keyClick(section->list(), Qt::Key_Up);
+    EXPECT_TRUE(section->searchField()->hasFocus()) << "Up from the first row goes back to the field";
+}
+
+TEST_F(ClipboardSectionTests, ANewCopyTakesTheSelectionUnlessTheUserMovedIt) {
+    copy("first");
+    show();
+    copy("second");
+    EXPECT_EQ(section->list()->currentIndex().row(), 0) << "Enter takes the newest copy";
+
+    section->list()->setFocus();
+    QTest::keyClick(section->list(), Qt::Key_Down);
+    copy("third");
+    ASSERT_EQ(titles(), (std::vector<std::string>{"third", "second", "first"}));
+    EXPECT_EQ(section->list()->currentIndex().row(), 2) << "the chosen item stays chosen";
+}
+
+TEST_F(ClipboardSectionTests, EscapeClearsTheSearchFirstThenClosesTheIsland) {
+    copy("kept");
+    show();
+    QTest::keyClicks(section->searchField(), "nothing like it");
+    QTest::keyClick(section->searchField(), Qt::Key_Escape);
+    EXPECT_TRUE(section->searchField()->text().isEmpty());
+    EXPECT_EQ(closeRequests, 0);
+    EXPECT_EQ(titles(), (std::vector<std::string>{"kept"}));
+    QTest::keyClick(section->searchField(), Qt::Key_Escape);
+    EXPECT_EQ(closeRequests, 1);
+}
+
+TEST_F(ClipboardSectionTests, EachRowPinsUnpinsAndDeletes) {
+    const auto older = copy("older");
+    const auto newer = copy("newer");
+    show();
+    QListView* list = section->list();
+
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, pointOf(1, ClipItemDelegate::Part::pin));
+    EXPECT_TRUE(store.history().item(older.id)->pinned);
+    EXPECT_EQ(titles(), (std::vector<std::string>{"older", "newer"}));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, pointOf(0, ClipItemDelegate::Part::pin));
+    EXPECT_FALSE(store.history().item(older.id)->pinned);
+
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, pointOf(0, ClipItemDelegate::Part::remove));
+    EXPECT_EQ(store.history().item(newer.id), nullptr);
+    EXPECT_EQ(titles(), (std::vector<std::string>{"older"}));
+    EXPECT_EQ(closeRequests, 0) << "pinning and deleting keep the island open";
+
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, pointOf(0, ClipItemDelegate::Part::body));
+    EXPECT_EQ(QGuiApplication::clipboard()->mimeData()->data("text/plain").toStdString(), "older");
+    EXPECT_EQ(closeRequests, 1);
+}
+
+TEST_F(ClipboardSectionTests, AnEmptyHistorySaysWhatWouldAppear) {
+    show();
+    EXPECT_FALSE(section->list()->isVisible());
+    ASSERT_TRUE(section->emptyHint()->isVisible());
+    EXPECT_TRUE(section->emptyHint()->text().contains("you copy appear here"));
+    EXPECT_GT(section->contentHeight(640), section->searchField()->height());
+
+    copy("now something");
+    EXPECT_TRUE(section->list()->isVisible());
+    EXPECT_FALSE(section->emptyHint()->isVisible());
+}
+
+} // namespace
+} // namespace vq

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "BrindKit/foundation/UUID.hpp"
+#include "vantaquill/panel/PanelSection.hpp"
+#include "vantaquill/panel/clipboard/QtClipboard.hpp"
+
+#include <QUrl>
+
+#include <functional>
+#include <vector>
+
+class QLabel;
+class QScrollArea;
+class QVBoxLayout;
+
+namespace vq {
+
+class Scheduler;
+class ShelfEntryRow;
+class ShelfStore;
+
+/// The panel's shelf: the entries of the shelf as cards, newest first, each with Open, Copy and
+/// Remove, and dragged out of the island by the card itself. Files dropped on the section join the
+/// shelf. Empty, it says how things get there.
+class ShelfSection : public PanelSection {
+public:
+    ShelfSection(ShelfStore& store, Scheduler& scheduler, ClipboardWriter writer = QtClipboard::write,
+                 QWidget* parent = nullptr);
+
+    QString title() const override;
+    bool needsUser() const override;
+    int contentHeight(int width) const override;
+
+    /// Reads the shelf again; call after every change of the store (its `onChange`).
+    void refresh();
+
+    /// Opens a file or link with the desktop's application for it (`QDesktopServices::openUrl`).
+    std::function<bool(const QUrl&)> opener;
+
+    const std::vector<ShelfEntryRow*>& rows() const { return rows_; }
+    QLabel* emptyHint() const { return hint; }
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    void rebuild();
+    void open(const brind::UUID& id);
+    void dragging(bool running);
+
+    ShelfStore& store;
+    Scheduler& scheduler;
+    ClipboardWriter writer;
+    QScrollArea* scroll;
+    QVBoxLayout* list;
+    QLabel* hint;
+    std::vector<ShelfEntryRow*> rows_;
+    bool dragRunning = false;
+    bool refreshPending = false;
+};
+
+} // namespace vq
