@@ -137,8 +137,10 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://vantaquill.invalid/")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The doctor asks these tools about the desktop; the island runs without them.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "dbus-bin, wayland-utils, x11-utils, xdg-utils")
+# The doctor asks these tools about the desktop; the island runs without them. libcanberra loads its
+# sound server backend at run time, which dpkg-shlibdeps cannot see; without it (or the sound theme)
+# the focus timer ends silently.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "dbus-bin, wayland-utils, x11-utils, xdg-utils, libcanberra-pulse, sound-theme-freedesktop")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_SOURCE_IGNORE_FILES "/build/;/\\\\.git/")
 include(CPack)

@@ -4,6 +4,7 @@
 #include "BrindKit/sdk/SDKAuthorizer.hpp"
 #include "BrindKit/sdk/SDKBridge.hpp"
 #include "BrindKit/sdk/SDKHTTPServer.hpp"
+#include "BrindKit/widgets/WidgetPomodoroActivity.hpp"
 #include "vantaquill/AgentHub.hpp"
 #include "vantaquill/ClientStore.hpp"
 #include "vantaquill/HeadlessConsole.hpp"
@@ -17,6 +18,7 @@
 #include "vantaquill/panel/agents/AgentsSection.hpp"
 #include "vantaquill/panel/clipboard/ClipboardSection.hpp"
 #include "vantaquill/panel/shelf/ShelfSection.hpp"
+#include "vantaquill/panel/widgets/WidgetsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
@@ -29,6 +31,10 @@
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
 #include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/PomodoroController.hpp"
+#include "vantaquill/providers/StatsSampler.hpp"
+#include "vantaquill/providers/ThemeSound.hpp"
+#include "vantaquill/providers/WeatherForecastFile.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
@@ -253,6 +259,16 @@ int main(int argc, char** argv) {
 
     vq::LiveActivityCenter center(scheduler);
     vq::AgentHub agents(scheduler, dataFolder, display, center, onMainThread, preferences.agentPruneInterval());
+    // The widgets' runners, declared before the panel whose Widgets section shows and drives them.
+    vq::StayAwake stayAwake(scheduler, vq::StayAwake::stateFile(dataFolder), printError);
+    vq::PomodoroController pomodoro(scheduler, center, vq::PomodoroController::stateFile(dataFolder),
+                                    preferences.pomodoro(), printError);
+    vq::StatsSampler stats(scheduler);
+    vq::ThemeSound sounds(printError);
+    pomodoro.onPhaseFinished = [&preferences, &sounds](vq::PomodoroController::Phase finished) {
+        if (preferences.flag("widgets.pomodoro.sound"))
+            sounds.play("alarm-clock-elapsed", brind::WidgetPomodoroActivity::alertText(finished));
+    };
     // The expanded panel, shared by every island; it outlives them.
     std::unique_ptr<vq::PanelHost> panel;
     // SDK clients asking to connect wait here for the panel's prompt; headless, nobody is asked.
@@ -394,14 +410,18 @@ int main(int argc, char** argv) {
     printLine("Listening on 127.0.0.1:" + std::to_string(server.port()));
 
     // Preferences apply while the island runs, whether changed in the settings window or by hand.
-    vq::StayAwake stayAwake(printError);
+    // The status menu's switch means "until turned off"; the panel may choose a time instead, so the
+    // switch is applied when it moves, not whenever another preference changes.
+    bool stayAwakeSwitch = false;
     std::string reduceMotion = preferences.text("island.reduceMotion");
     const auto applyPreferences = [&] {
         bridge.setConfig(bridgeConfig());
         service->setQuiet(preferences.flag("activities.paused"));
+        pomodoro.applyConfig(preferences.pomodoro());
         if (!islands)
             return;
-        stayAwake.setOn(preferences.flag("activities.stayAwake"));
+        if (const bool on = preferences.flag("activities.stayAwake"); on != std::exchange(stayAwakeSwitch, on))
+            stayAwake.setMode(on ? brind::WidgetStayAwakeMode::indefinite() : brind::WidgetStayAwakeMode::off());
         islands->setPreferences(preferences.island());
         const std::string previous = std::exchange(reduceMotion, preferences.text("island.reduceMotion"));
         if (previous != reduceMotion)
@@ -501,6 +521,16 @@ int main(int argc, char** argv) {
     center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
     if (media.enabled)
         center.start(vq::MediaController::providerID);
+    if (panel) {
+        auto* nowPlaying = static_cast<vq::MediaController*>(center.provider(vq::MediaController::providerID));
+        panel->panel().addSection(new vq::WidgetsSection({.scheduler = scheduler,
+                                                          .preferences = preferences,
+                                                          .pomodoro = pomodoro,
+                                                          .stayAwake = stayAwake,
+                                                          .stats = stats,
+                                                          .media = media.enabled ? nowPlaying : nullptr,
+                                                          .forecastFile = vq::WeatherForecastFile::path(dataFolder)}));
+    }
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
     if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
         center.start(vq::VolumeWatcher::providerID);

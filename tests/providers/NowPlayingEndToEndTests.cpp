@@ -1,6 +1,10 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
 #include "tests/providers/BackgroundProgram.hpp"
+#include "vantaquill/providers/MediaActivity.hpp"
+#include "vantaquill/providers/MediaController.hpp"
+
+#include <QCoreApplication>
 
 #include <gtest/gtest.h>
 
@@ -14,6 +18,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -296,6 +301,47 @@ TEST_F(NowPlaying, ServiceThatDoesNotAnswerInTimeLeavesTheArtists) {
         << island.errors();
     for (const auto& line : island.lines())
         EXPECT_EQ(line.find("Too late"), std::string::npos) << line;
+}
+
+// The panel's card reads the controller itself: what plays, told when it changes, and its buttons.
+TEST_F(NowPlaying, TheControllerTellsWhatPlaysAndTakesButtons) {
+    int argc = 0;
+    QCoreApplication application(argc, nullptr);
+    const auto pumpUntil = [](const std::function<bool()>& done) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (std::chrono::steady_clock::now() < deadline) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+            if (done())
+                return true;
+            std::this_thread::sleep_for(20ms);
+        }
+        return false;
+    };
+    const QByteArray previousBus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
+    ManualScheduler scheduler;
+    LiveActivityCenter center(scheduler);
+    MediaController media(scheduler, home.path(), MediaSettings{.enabled = true, .lyrics = false, .lyricsHost = {}}, [](const std::string&) {});
+    int told = 0;
+    media.onNowPlayingChanged = [&told] { ++told; };
+    media.start(center);
+    EXPECT_EQ(media.nowPlaying(), std::nullopt);
+
+    Player player(home, bus.address(), {track});
+    ASSERT_TRUE(player.running());
+    ASSERT_TRUE(pumpUntil([&] { return media.nowPlaying() && media.nowPlaying()->playback.title == "Test Tone"; }));
+    EXPECT_GT(told, 0);
+    EXPECT_EQ(media.nowPlaying()->playback.artistLine(), "The Band");
+    EXPECT_EQ(media.nowPlaying()->lyricLine, std::nullopt);
+
+    media.perform(MediaActivity::pauseAction);
+    EXPECT_TRUE(waitForStatus("Paused"));
+    ASSERT_TRUE(pumpUntil([&] { return media.nowPlaying()->playback.status == MediaPlayback::Status::paused; }));
+
+    player.quit();
+    ASSERT_TRUE(pumpUntil([&] { return !media.nowPlaying(); }));
+    media.stop();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", previousBus);
 }
 
 TEST(ProvidersWithoutTheirService, EachSaysSoOnceAndTheIslandKeepsRunning) {

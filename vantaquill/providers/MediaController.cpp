@@ -38,6 +38,8 @@ MediaController::MediaController(Scheduler& scheduler, const std::filesystem::pa
       store_(dataFolder, settings_.lyricsHost) {}
 
 MediaController::~MediaController() {
+    // Whoever listens may be gone already; stopping has nobody left to tell.
+    onNowPlayingChanged = nullptr;
     stop();
 }
 
@@ -79,6 +81,7 @@ void MediaController::stop() {
     shown_.reset();
     lyricsTrack_.reset();
     lyrics_.reset();
+    show(std::nullopt);
     if (bus_) {
         bus_.reset();
         QDBusConnection::disconnectFromBus(connectionName);
@@ -124,6 +127,7 @@ void MediaController::refresh() {
     if (!chosen) {
         shown_.reset();
         center_->end(MediaActivity::id);
+        show(std::nullopt);
         return;
     }
     const MediaPlayback& playback = all[*chosen];
@@ -142,6 +146,16 @@ void MediaController::refresh() {
             lineTimer_ = scheduler_.schedule(*display.next / playback.rate, [this] { refresh(); });
     }
     center_->post(MediaActivity::make(playback, line));
+    show(NowPlaying{playback, line});
+}
+
+void MediaController::show(std::optional<NowPlaying> nowPlaying) {
+    // Players repeat unchanged properties; the panel redraws only for a real change.
+    if (nowPlaying == nowPlaying_)
+        return;
+    nowPlaying_ = std::move(nowPlaying);
+    if (onNowPlayingChanged)
+        onNowPlayingChanged();
 }
 
 void MediaController::followLyrics(const MediaPlayback& playback) {

@@ -35,9 +35,24 @@ class MediaController final : public LiveActivityCenter::Provider {
     MediaController(const MediaController&) = delete;
     MediaController& operator=(const MediaController&) = delete;
 
+    /// The chosen player's track and the lyric line current when it was last read.
+    struct NowPlaying {
+        MediaPlayback playback{};
+        std::optional<std::string> lyricLine{};
+        friend bool operator==(const NowPlaying&, const NowPlaying&) = default;
+    };
+
     std::string id() const override { return std::string(providerID); }
     void start(LiveActivityCenter& center) override;
     void stop() override;
+
+    /// What the island shows as playing; nothing while no player plays or pauses a track.
+    const std::optional<NowPlaying>& nowPlaying() const { return nowPlaying_; }
+    /// Told after `nowPlaying` changed (another track, state or lyric line, or the player left).
+    std::function<void()> onNowPlayingChanged;
+
+    /// Sends one of `MediaActivity`'s button actions to the shown player; unknown ones do nothing.
+    void perform(std::string_view action);
 
   private:
     void playerAppeared(const QString& busName);
@@ -46,7 +61,7 @@ class MediaController final : public LiveActivityCenter::Provider {
     /// Chooses the player to show and posts (or ends) the activity.
     void refresh();
     void followLyrics(const MediaPlayback& playback);
-    void perform(std::string_view action);
+    void show(std::optional<NowPlaying> nowPlaying);
 
     Scheduler& scheduler_;
     MediaSettings settings_;
@@ -59,6 +74,7 @@ class MediaController final : public LiveActivityCenter::Provider {
     std::unique_ptr<BusSignalRelay> relay_;
     std::map<std::string, std::unique_ptr<MPRISPlayer>, std::less<>> players_;
     std::optional<std::string> shown_;
+    std::optional<NowPlaying> nowPlaying_;
     /// The track the lyrics belong to (asked for once per change of track), and the lyrics once found.
     std::optional<brind::LyricsStore::Track> lyricsTrack_;
     std::optional<brind::LRCLyrics> lyrics_;

@@ -208,4 +208,11 @@ Preferences::Island Preferences::island() const {
     return island;
 }
 
+brind::WidgetPomodoro::Config Preferences::pomodoro() const {
+    const auto minutes = [this](std::string_view key) { return value(key).toInt(); };
+    return brind::WidgetPomodoro::Config::fromMinutes(minutes("widgets.pomodoro.work"), minutes("widgets.pomodoro.short"),
+                                                      minutes("widgets.pomodoro.long"), minutes("widgets.pomodoro.every"),
+                                                      flag("widgets.pomodoro.auto"));
+}
+
 } // namespace vq

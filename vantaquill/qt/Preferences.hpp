@@ -2,6 +2,7 @@
 
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/sdk/SDKBridge.hpp"
+#include "BrindKit/widgets/WidgetPomodoro.hpp"
 
 #include <QFileSystemWatcher>
 #include <QSettings>
@@ -74,6 +75,10 @@ public:
     static constexpr double minimumHoverDelay = 0.04;
 
     Island island() const;
+
+    /// The focus timer's lengths from the "widgets.pomodoro.*" keys (whole minutes), and whether a
+    /// phase starts the next by itself.
+    brind::WidgetPomodoro::Config pomodoro() const;
 
 private:
     std::map<std::string, QString> snapshot() const;

@@ -1,0 +1,268 @@
+#include "vantaquill/panel/widgets/WidgetsSection.hpp"
+
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/widgets/WidgetPlace.hpp"
+#include "vantaquill/panel/PanelStyle.hpp"
+#include "vantaquill/panel/widgets/StatisticsCard.hpp"
+#include "vantaquill/panel/widgets/TeleprompterCard.hpp"
+#include "vantaquill/panel/widgets/TeleprompterView.hpp"
+#include "vantaquill/providers/PomodoroController.hpp"
+#include "vantaquill/providers/StatsSampler.hpp"
+#include "vantaquill/providers/WeatherForecastFile.hpp"
+#include "vantaquill/qt/Preferences.hpp"
+#include "vantaquill/settings/StayAwake.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace vq {
+namespace {
+
+/// The views have no meta-object of their own (no moc), so `findChild` cannot tell them apart from
+/// their Qt bases; a dynamic cast can.
+template <typename View> View* child(const QObject* root) {
+    for (auto* object : root->findChildren<QObject*>())
+        if (auto* view = dynamic_cast<View*>(object))
+            return view;
+    return nullptr;
+}
+
+class WidgetsSectionTest : public ::testing::Test {
+protected:
+    WidgetsSectionTest() {
+        ::setenv("TZ", "UTC", 1);
+        ::tzset();
+        section.setPalette(PanelStyle::palette());
+        section.setStyleSheet(PanelStyle::styleSheet());
+        section.resize(640, 320);
+    }
+    ~WidgetsSectionTest() override { stayAwake.setMode(brind::WidgetStayAwakeMode::off()); }
+
+    WidgetCard* card(const QString& heading) const {
+        for (auto* object : section.findChildren<QObject*>())
+            if (auto* found = dynamic_cast<WidgetCard*>(object); found && found->accessibleName() == heading)
+                return found;
+        ADD_FAILURE() << "no card " << heading.toStdString();
+        return nullptr;
+    }
+
+    QPushButton* button(const QString& heading, const QString& text) const {
+        for (auto* found : card(heading)->findChildren<QPushButton*>())
+            if (found->text() == text)
+                return found;
+        ADD_FAILURE() << "no button " << text.toStdString() << " in " << heading.toStdString();
+        return nullptr;
+    }
+
+    /// Every text the card shows.
+    QString texts(const QString& heading) const {
+        QStringList all{card(heading)->status()};
+        for (auto* label : card(heading)->findChildren<QLabel*>())
+            all << label->text();
+        return all.join("\n");
+    }
+
+    brindtest::TemporaryFolder folder{"vq-widgets"};
+    ManualScheduler scheduler{brind::Date{1'700'049'600}};
+    LiveActivityCenter center{scheduler};
+    Preferences preferences{folder.path() / "vantaquill.conf"};
+    PomodoroController pomodoro{scheduler, center, PomodoroController::stateFile(folder.path()),
+                                preferences.pomodoro(), [](const std::string&) {}};
+    StayAwake stayAwake{scheduler, StayAwake::stateFile(folder.path()), [](const std::string&) {}};
+    StatsSampler stats{scheduler};
+    WidgetsSection section{{.scheduler = scheduler,
+                            .preferences = preferences,
+                            .pomodoro = pomodoro,
+                            .stayAwake = stayAwake,
+                            .stats = stats,
+                            .media = nullptr,
+                            .forecastFile = WeatherForecastFile::path(folder.path())}};
+};
+
+TEST_F(WidgetsSectionTest, PomodoroControlsDriveTheTimer) {
+    section.show();
+    QTest::mouseClick(button("Pomodoro", "Start focus"), Qt::LeftButton);
+    EXPECT_TRUE(pomodoro.pomodoro().isRunning());
+    ASSERT_FALSE(center.activities().empty());
+    EXPECT_EQ(center.activities().front().id, "widgets.pomodoro");
+
+    scheduler.advance(5);
+    EXPECT_TRUE(texts("Pomodoro").contains("24:55")) << texts("Pomodoro").toStdString();
+    QTest::mouseClick(button("Pomodoro", "Pause"), Qt::LeftButton);
+    EXPECT_FALSE(pomodoro.pomodoro().isRunning());
+    EXPECT_NE(button("Pomodoro", "Resume"), nullptr);
+
+    QTest::mouseClick(button("Pomodoro", "Skip"), Qt::LeftButton);
+    EXPECT_EQ(pomodoro.pomodoro().phase, brind::WidgetPomodoro::Phase::shortBreak);
+    EXPECT_TRUE(texts("Pomodoro").contains("Short break"));
+    EXPECT_TRUE(texts("Pomodoro").contains("5:00"));
+
+    QTest::mouseClick(button("Pomodoro", "Reset"), Qt::LeftButton);
+    EXPECT_EQ(pomodoro.pomodoro(), brind::WidgetPomodoro::make(preferences.pomodoro()));
+    EXPECT_TRUE(center.activities().empty());
+}
+
+TEST_F(WidgetsSectionTest, StatisticsAreSampledOnlyWhileTheSectionShows) {
+    scheduler.advance(10);
+    EXPECT_FALSE(stats.isRunning()) << "a hidden section reads nothing";
+    section.show();
+    EXPECT_TRUE(stats.isRunning());
+    scheduler.advance(2 * StatsSampler::interval);
+    EXPECT_EQ(stats.cpu().count(), 2u);
+    EXPECT_TRUE(texts("Statistics").contains(QRegularExpression("CPU \\d+%"))) << texts("Statistics").toStdString();
+    EXPECT_TRUE(texts("Statistics").contains(" of ")) << "memory in use of all memory";
+
+    section.hide();
+    EXPECT_FALSE(stats.isRunning());
+    EXPECT_EQ(stats.cpu().count(), 0u);
+    EXPECT_TRUE(texts("Statistics").contains("Paused"));
+}
+
+TEST_F(WidgetsSectionTest, AStayAwakePresetRunsOutByItself) {
+    section.show();
+    EXPECT_EQ(card("Stay awake")->status(), "Off");
+    QTest::mouseClick(button("Stay awake", "15 min"), Qt::LeftButton);
+    EXPECT_EQ(stayAwake.mode(), brind::WidgetStayAwakeMode::until(scheduler.now() + 15 * 60));
+    EXPECT_EQ(card("Stay awake")->status(), "15m left");
+    scheduler.advance(14 * 60 + 30);
+    EXPECT_EQ(card("Stay awake")->status(), "30s left") << "the time left moves while it shows";
+
+    // The mode is kept for the next start.
+    StayAwake restarted{scheduler, StayAwake::stateFile(folder.path()), [](const std::string&) {}};
+    EXPECT_EQ(restarted.mode(), stayAwake.mode());
+    restarted.setMode(brind::WidgetStayAwakeMode::off());
+
+    scheduler.advance(30);
+    EXPECT_EQ(stayAwake.mode(), brind::WidgetStayAwakeMode::off());
+    EXPECT_EQ(card("Stay awake")->status(), "Off");
+    EXPECT_FALSE(button("Stay awake", "Off")->isEnabled());
+
+    QTest::mouseClick(button("Stay awake", "Indefinitely"), Qt::LeftButton);
+    EXPECT_EQ(card("Stay awake")->status(), "On");
+    QTest::mouseClick(button("Stay awake", "Off"), Qt::LeftButton);
+    EXPECT_EQ(stayAwake.mode(), brind::WidgetStayAwakeMode::off());
+}
+
+TEST_F(WidgetsSectionTest, TheTeleprompterScrollsOnlyWhilePlaying) {
+    section.show();
+    auto* prompter = child<TeleprompterCard>(&section);
+    auto* editor = prompter->findChild<QPlainTextEdit*>();
+    QString script;
+    for (int line = 1; line <= 40; ++line)
+        script += QStringLiteral("Line %1 of a talk that is much longer than the view.\n").arg(line);
+    editor->setPlainText(script);
+    EXPECT_FALSE(prompter->isDrawingFrames());
+
+    QTest::mouseClick(button("Teleprompter", "Play"), Qt::LeftButton);
+    EXPECT_TRUE(prompter->isDrawingFrames());
+    auto* view = child<TeleprompterView>(prompter);
+    ASSERT_TRUE(view->isVisible());
+    scheduler.advance(1);
+    EXPECT_NEAR(view->offset(), 40, 2) << "40 points a second";
+
+    QTest::mouseClick(button("Teleprompter", "Faster"), Qt::LeftButton);
+    EXPECT_DOUBLE_EQ(prompter->scroll().speed(), 50);
+    QTest::mouseClick(button("Teleprompter", "Pause"), Qt::LeftButton);
+    EXPECT_FALSE(prompter->isDrawingFrames());
+    const double stopped = view->offset();
+    scheduler.advance(5);
+    EXPECT_DOUBLE_EQ(view->offset(), stopped);
+
+    // Played to its end, it stops drawing by itself; a text that fits the view draws nothing at all.
+    QTest::mouseClick(button("Teleprompter", "Play"), Qt::LeftButton);
+    scheduler.advance(600);
+    EXPECT_TRUE(prompter->scroll().isFinished(scheduler.now()));
+    EXPECT_FALSE(prompter->isDrawingFrames());
+    QTest::mouseClick(button("Teleprompter", "Edit"), Qt::LeftButton);
+    editor->setPlainText("Short.");
+    QTest::mouseClick(button("Teleprompter", "Play"), Qt::LeftButton);
+    EXPECT_TRUE(prompter->scroll().isRunning());
+    EXPECT_FALSE(prompter->isDrawingFrames());
+}
+
+TEST_F(WidgetsSectionTest, TheTeleprompterReadsATypedFilePath) {
+    section.show();
+    auto* prompter = child<TeleprompterCard>(&section);
+    auto* path = prompter->findChild<QLineEdit*>();
+    const auto file = folder.path() / "talk.txt";
+    ASSERT_TRUE(brind::AtomicFile::write(file, "Good evening, everyone."));
+    QTest::keyClicks(path, QString::fromStdString(file.string()));
+    QTest::keyClick(path, Qt::Key_Return);
+    EXPECT_EQ(prompter->findChild<QPlainTextEdit*>()->toPlainText(), "Good evening, everyone.");
+
+    path->clear();
+    QTest::keyClicks(path, QString::fromStdString((folder.path() / "missing.txt").string()));
+    QTest::keyClick(path, Qt::Key_Return);
+    EXPECT_TRUE(texts("Teleprompter").contains("Couldn't read")) << texts("Teleprompter").toStdString();
+    EXPECT_EQ(prompter->findChild<QPlainTextEdit*>()->toPlainText(), "Good evening, everyone.")
+        << "a failed load keeps the text";
+}
+
+TEST_F(WidgetsSectionTest, EmptyCardsSayWhatWouldAppearAndTheStoredForecastShows) {
+    section.show();
+    EXPECT_TRUE(texts("Now playing").contains("Nothing is playing"));
+    EXPECT_TRUE(texts("Weather").contains("widgets.weather.city")) << texts("Weather").toStdString();
+
+    // The chosen place is stored as JSON; a name typed by hand is shown as it is.
+    const brind::WidgetPlace lyon{"Lyon", "Auvergne-Rhône-Alpes", "France", 45.76, 4.83};
+    preferences.set("widgets.weather.city", QString::fromStdString(brind::JSONText::compact(lyon.json())));
+    section.refreshWeather();
+    EXPECT_TRUE(texts("Weather").contains("The weather for Lyon, Auvergne-Rhône-Alpes, France shows"))
+        << texts("Weather").toStdString();
+    preferences.set("widgets.weather.city", "Lyon");
+    section.refreshWeather();
+    EXPECT_TRUE(texts("Weather").contains("The weather for Lyon shows")) << texts("Weather").toStdString();
+
+    WeatherForecastFile stored{.place = "Lyon, France", .unit = brind::WidgetTemperatureUnit::celsius};
+    stored.forecast.temperature = 12.4;
+    stored.forecast.code = 61;
+    stored.forecast.days = {{"2026-11-24", 61, 14.2, 6.1, 80}, {"2026-11-25", 0, 16, 7, std::nullopt}};
+    stored.forecast.fetchedAt = scheduler.now();
+    ASSERT_TRUE(stored.save(WeatherForecastFile::path(folder.path())));
+    section.refreshWeather();
+    const QString weather = texts("Weather");
+    EXPECT_TRUE(weather.contains("12°C  Light rain")) << weather.toStdString();
+    EXPECT_TRUE(weather.contains("Lyon, France"));
+    EXPECT_TRUE(weather.contains("Tue\n14° / 6°\nLight rain")) << weather.toStdString();
+}
+
+TEST_F(WidgetsSectionTest, ArrowsMoveBetweenControlsAndEscapeCloses) {
+    int closes = 0;
+    section.onCloseRequested = [&closes] { ++closes; };
+    section.show();
+    section.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&section));
+    auto* start = button("Pomodoro", "Start focus");
+    start->setFocus();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+    EXPECT_EQ(QApplication::focusWidget(), button("Pomodoro", "Skip")) << "right moves to the next control";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Down);
+    EXPECT_EQ(QApplication::focusWidget(), button("Stay awake", "15 min")) << "down goes to the next card";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Right);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
+    EXPECT_EQ(QApplication::focusWidget(), start) << "up goes to the card above, to its first control";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Up);
+    EXPECT_EQ(QApplication::focusWidget(), start) << "the card of what plays has no control while nothing plays";
+
+    // A field keeps its arrows for its own text.
+    auto* path = child<TeleprompterCard>(&section)->findChild<QLineEdit*>();
+    path->setFocus();
+    QTest::keyClicks(path, "ab");
+    QTest::keyClick(path, Qt::Key_Left);
+    EXPECT_EQ(QApplication::focusWidget(), path);
+    EXPECT_EQ(path->cursorPosition(), 1);
+
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    EXPECT_EQ(closes, 1);
+}
+
+} // namespace
+} // namespace vq

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "BrindKit/widgets/WidgetCPUTicks.hpp"
+#include "BrindKit/widgets/WidgetRingBuffer.hpp"
+#include "vantaquill/Scheduler.hpp"
+#include "vantaquill/providers/ProcStats.hpp"
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vq {
+
+/// The system statistics the widgets draw: processor use, memory in use and network traffic, read
+/// from the kernel once a second while something shows them, and kept as short histories for the
+/// graphs. Nothing is read while it is stopped.
+class StatsSampler {
+public:
+    static constexpr double interval = 1;
+    /// A minute of history: what a small graph can show legibly.
+    static constexpr std::size_t historyLength = 60;
+
+    /// `procFolder` is where the kernel's files are ("/proc"; a test may give a folder of its own).
+    explicit StatsSampler(Scheduler& scheduler, std::filesystem::path procFolder = "/proc");
+    StatsSampler(const StatsSampler&) = delete;
+    StatsSampler& operator=(const StatsSampler&) = delete;
+
+    /// Takes a first reading now and one every `interval` after; a second start does nothing.
+    void start();
+    /// Stops reading and forgets the histories, which would show a gap as a straight line.
+    void stop();
+    bool isRunning() const { return timer_ != nullptr; }
+
+    /// Processor use, 0...1, one value per interval.
+    const brind::WidgetRingBuffer& cpu() const { return cpu_; }
+    /// Memory in use as a share of all memory, 0...1.
+    const brind::WidgetRingBuffer& memory() const { return memory_; }
+    /// Bytes per second over every interface but the loopback.
+    const brind::WidgetRingBuffer& received() const { return received_; }
+    const brind::WidgetRingBuffer& sent() const { return sent_; }
+    /// The last memory reading.
+    const std::optional<ProcStats::Memory>& lastMemory() const { return lastMemory_; }
+
+    /// Told after each reading.
+    std::function<void()> onSample;
+
+private:
+    void sample();
+    std::string read(const char* name) const;
+
+    Scheduler& scheduler_;
+    std::filesystem::path procFolder_;
+    brind::WidgetRingBuffer cpu_{historyLength};
+    brind::WidgetRingBuffer memory_{historyLength};
+    brind::WidgetRingBuffer received_{historyLength};
+    brind::WidgetRingBuffer sent_{historyLength};
+    std::optional<ProcStats::Memory> lastMemory_;
+    /// The previous reading, which rates and shares are measured against.
+    std::optional<brind::WidgetCPUTicks> lastTicks_;
+    std::map<std::string, ProcStats::Traffic> lastTraffic_;
+    brind::Date lastSampleAt_{};
+    std::unique_ptr<Scheduler::Timer> timer_;
+};
+
+} // namespace vq
