@@ -80,6 +80,9 @@ protected:
 TEST_F(PanelHostTest, PointerReachesTheWidgetUnderItAndTheSectionButtonsSwitch) {
     click(centreOf(first->button));
     EXPECT_EQ(first->clicks, 1);
+    // A click on a field gives it the keyboard, as on any window.
+    click(centreOf(first->field));
+    EXPECT_EQ(host.panel().focusWidget(), first->field);
 
     const auto tabs = host.panel().findChildren<QPushButton*>();
     const auto secondTab = std::ranges::find_if(tabs, [](QPushButton* tab) { return tab->text() == "Second"; });

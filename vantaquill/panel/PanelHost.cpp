@@ -98,8 +98,21 @@ void PanelHost::paint(QPainter& painter, QPointF origin, double opacity) {
     scene_.render(&painter, QRectF(origin, size_), QRectF(QPointF(), size_));
 }
 
+void PanelHost::focusUnder(QPointF position) {
+    // Qt gives the keyboard to a clicked field only for clicks that come from the window system;
+    // the panel's clicks are handed over by the island, so the panel does what Qt would.
+    for (QWidget* widget = panel_->childAt(position.toPoint()); widget && widget != panel_;
+         widget = widget->parentWidget()) {
+        if (widget->isEnabled() && (widget->focusPolicy() & Qt::ClickFocus)) {
+            widget->setFocus(Qt::MouseFocusReason);
+            return;
+        }
+    }
+}
+
 void PanelHost::sendMouse(QEvent::Type type, QPointF position, Qt::MouseButton button) {
     if (type == QEvent::GraphicsSceneMousePress) {
+        focusUnder(position);
         buttons_ |= button;
         pressedAt_[button] = position;
     } else if (type == QEvent::GraphicsSceneMouseRelease) {

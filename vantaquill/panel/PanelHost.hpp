@@ -38,6 +38,7 @@ public:
 private:
     void sendMouse(QEvent::Type type, QPointF position, Qt::MouseButton button);
     void sendWheel(QPointF position, QPoint angleDelta);
+    void focusUnder(QPointF position);
 
     QGraphicsScene scene_;
     IslandPanel* panel_;          ///< owned by the proxy
