@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <algorithm>
 #include <future>
+#include <utility>
 
 namespace vq::desktop {
 namespace {
@@ -53,13 +55,38 @@ protected:
         ASSERT_NE(island->port(), 0) << "the island did not start";
     }
 
-    /// Runs Claude Code's hook with `payload` in the background; its result once it returns.
+    /// Runs Claude Code's hook with the fixture `payload` in the background; its result once it returns.
     std::future<e2e::CommandResult> hook(const std::string& payload) const {
+        auto input = e2e::readFixture("agents/payloads/" + payload);
         auto environment = home.environment();
         environment["VANTAQUILL_PORT"] = std::to_string(island->port());
-        return std::async(std::launch::async, [environment, input = e2e::readFixture("agents/payloads/" + payload)] {
+        return std::async(std::launch::async, [environment, input = std::move(input)] {
             return e2e::run(e2e::builtProgram("vantaquill"), {"hook", "--agent", "claude-code"}, environment, input);
         });
+    }
+
+    /// Waits for the held request to pop the island out and clicks it open: the panel opens on the
+    /// Agents section with the keyboard, Allow focused; the open island's black.
+    QRect openOnTheRequest() const {
+        const QImage peek = waitForScreen(*display, [](const QImage& shot) { return blackBounds(shot).has_value(); });
+        const auto peeking = blackBounds(peek);
+        EXPECT_TRUE(peeking) << "no island on the screen";
+        if (!peeking)
+            return {};
+        click(peeking->center());
+        std::optional<QRect> previous;
+        const QImage open = waitForScreen(*display, [&](const QImage& shot) {
+            const auto bounds = blackBounds(shot);
+            const auto button = bounds ? primaryButton(shot, *bounds) : std::nullopt;
+            return button && std::exchange(previous, button) == button;
+        });
+        return blackBounds(open).value_or(QRect());
+    }
+
+    void keys(const std::vector<std::string>& names) const {
+        std::vector<std::string> command{"xdotool", "key", "--delay", "60"};
+        command.insert(command.end(), names.begin(), names.end());
+        ASSERT_EQ(display->run(command), 0);
     }
 
     void click(const QPoint& at) const {
@@ -101,6 +128,45 @@ TEST_F(AgentsOnScreen, ClickingAllowInTheOpenIslandReturnsClaudesAllow) {
     EXPECT_EQ(answered.out,
               R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})");
     EXPECT_TRUE(island->waitForLine("approval closed id=", 5s));
+}
+
+TEST_F(AgentsOnScreen, EscapeClosesThePanelAndLeavesTheRequestWaiting) {
+    auto result = hook("claude-permission-request.json");
+    ASSERT_TRUE(island->waitForLine("approval waiting id=", 20s)) << "the request never reached the island";
+    const QRect open = openOnTheRequest();
+    ASSERT_GT(open.height(), 150) << "the panel did not open";
+
+    keys({"Escape"});
+    const QImage closed = waitForScreen(*display, [&](const QImage& shot) {
+        const auto bounds = blackBounds(shot);
+        return bounds && bounds->height() < open.height() / 2;
+    });
+    const auto bounds = blackBounds(closed);
+    ASSERT_TRUE(bounds);
+    EXPECT_LT(bounds->height(), open.height() / 2) << "Escape left the panel open";
+    EXPECT_EQ(result.wait_for(500ms), std::future_status::timeout) << "Escape answered the request";
+    island->stop(); // the held call hears "ask" as the island quits
+    result.wait();
+}
+
+TEST_F(AgentsOnScreen, AlwaysAllowFromTheKeyboardAnswersTheNextMatchingCallWithoutShowingIt) {
+    auto first = hook("claude-permission-request.json");
+    ASSERT_TRUE(island->waitForLine("approval waiting id=", 20s)) << "the request never reached the island";
+    ASSERT_GT(openOnTheRequest().height(), 150) << "the panel did not open";
+    // Allow has the keyboard; Always allow is the button before it.
+    keys({"shift+Tab", "Return"});
+    ASSERT_EQ(first.wait_for(20s), std::future_status::ready) << "the hook is still waiting";
+    EXPECT_NE(first.get().out.find(R"("behavior":"allow")"), std::string::npos);
+
+    const std::size_t waitingBefore = std::ranges::count_if(
+        island->lines(), [](const std::string& line) { return line.find("approval waiting id=") != std::string::npos; });
+    auto second = hook("claude-permission-request.json");
+    ASSERT_EQ(second.wait_for(10s), std::future_status::ready) << "the rule did not answer the second call";
+    EXPECT_NE(second.get().out.find(R"("behavior":"allow")"), std::string::npos);
+    const std::size_t waitingAfter = std::ranges::count_if(
+        island->lines(), [](const std::string& line) { return line.find("approval waiting id=") != std::string::npos; });
+    EXPECT_EQ(waitingAfter, waitingBefore) << "the second call was shown";
+    EXPECT_TRUE(std::filesystem::exists(home.path() / ".local/share/vantaquill/agent-rules.json"));
 }
 
 } // namespace
