@@ -7,6 +7,7 @@
 #include "vantaquill/ShelfStore.hpp"
 
 #include <atomic>
+#include <expected>
 #include <functional>
 
 namespace vq {
@@ -27,6 +28,9 @@ public:
     void endActivity(std::string id) override;
     void endActivities(std::string prefix) override;
     void showHUD(brind::HUDEvent event) override;
+    /// Hands the press to `hudKeys` on the main thread; without one the island has no HUD keys.
+    void stepHUD(brind::HUDKey key, brind::HUDSteps::Grid grid,
+                 std::function<void(std::expected<brind::HUDEvent, brind::HUDStepFailure>)> done) override;
     void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t added)> done) override;
     /// Without a window there is nobody to ask: the prompt is answered "deny" and said on the display.
     void askConsent(std::string appID, std::string name, std::vector<brind::SDKScope> scopes,
@@ -37,6 +41,12 @@ public:
     /// queue but none pops the island open.
     void setQuiet(bool quiet) { quiet_ = quiet; }
 
+    /// Performs one HUD key press on the main thread (the island's HUD controller).
+    using HUDKeys = std::function<std::expected<brind::HUDEvent, brind::HUDStepFailure>(brind::HUDKey,
+                                                                                         brind::HUDSteps::Grid)>;
+    /// Set once at start, before the server runs.
+    void setHUDKeys(HUDKeys keys) { hudKeys = std::move(keys); }
+
 private:
     MainThread onMain;
     LiveActivityCenter& center;
@@ -44,6 +54,7 @@ private:
     Scheduler& scheduler;
     HeadlessDisplay& display;
     AgentEventHandler agentEvents;
+    HUDKeys hudKeys;
     std::atomic<bool> quiet_ = false;
 };
 
