@@ -37,8 +37,7 @@ void SDKService::stepHUD(brind::HUDKey key, brind::HUDSteps::Grid grid,
                          std::function<void(std::expected<brind::HUDEvent, brind::HUDStepFailure>)> done) {
     onMain([this, key, grid, done = std::move(done)] {
         if (!hudKeys)
-            return done(std::unexpected(brind::HUDStepFailure{brind::HUDStepFailure::Reason::unavailable,
-                                                              "This island steps no levels."}));
+            return done(std::unexpected(brind::HUDStepFailure{"This island steps no levels."}));
         done(hudKeys(key, grid));
     });
 }
