@@ -2,6 +2,8 @@
 
 #include "BrindKit/foundation/UnitInterval.hpp"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace brind::HUDKeyRules {
@@ -96,6 +98,18 @@ double levelAfter(std::optional<double> current, HUDKey key, HUDSteps::Grid grid
         return UnitInterval::clamp(HUDSteps::step(level, directionOf(key), grid));
     }
     std::unreachable();
+}
+
+int rawLevel(double level, int current, int maximum) {
+    if (maximum <= 0)
+        return 0;
+    const double wanted = UnitInterval::clamp(level) * maximum;
+    int raw = static_cast<int>(std::lround(wanted));
+    if (wanted > current && raw <= current)
+        raw = current + 1;
+    if (wanted < current && raw >= current)
+        raw = current - 1;
+    return std::clamp(raw, 0, maximum);
 }
 
 HUDEvent volumeEvent(OutputLevel output, std::optional<std::string> label) {

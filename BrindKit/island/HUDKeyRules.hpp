@@ -83,6 +83,11 @@ OutputLevel volumeAfter(OutputLevel current, HUDKey key, HUDSteps::Grid grid);
 /// Toggle turns a lit keyboard off and a dark one to half. A volume key leaves the level alone.
 double levelAfter(std::optional<double> current, HUDKey key, HUDSteps::Grid grid);
 
+/// The raw value (0...`maximum`) a device with whole-number levels is set to for `level`, from
+/// `current`: the nearest one, but at least one unit away in the direction of the change, so that a
+/// keyboard light with three levels still moves on every press of a 16-step grid.
+int rawLevel(double level, int current, int maximum);
+
 /// The flash for an output: muted when the output is muted or silent.
 HUDEvent volumeEvent(OutputLevel output, std::optional<std::string> label);
 

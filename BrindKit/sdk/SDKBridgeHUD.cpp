@@ -4,7 +4,6 @@
 #include "BrindKit/sdk/SDKBridgeRoute.hpp"
 
 #include <chrono>
-#include <utility>
 
 namespace brind {
 
@@ -22,16 +21,6 @@ SDKHTTPResponse badStep() {
     return SDKHTTPResponse::error(400, "bad_hud_step",
                                   "step: volume (up, down, mute), brightness (up, down) or keyboard (up, down, "
                                   "toggle); fine: a boolean.");
-}
-
-SDKHTTPResponse refusal(const HUDStepFailure& failure) {
-    switch (failure.reason) {
-    case HUDStepFailure::Reason::switchedOff:
-        return SDKHTTPResponse::error(409, "hud_off", failure.message);
-    case HUDStepFailure::Reason::unavailable:
-        return SDKHTTPResponse::error(503, "hud_unavailable", failure.message);
-    }
-    std::unreachable();
 }
 
 } // namespace
@@ -77,7 +66,7 @@ SDKBridge::Result SDKBridge::stepHUD(const JSON& body) {
     if (!outcome)
         co_return respond(unavailable());
     if (!*outcome)
-        co_return respond(refusal(outcome->error()));
+        co_return respond(SDKHTTPResponse::error(503, "hud_unavailable", outcome->error().message));
     co_return respond(SDKHTTPResponse::json(200, JSON{{"ok", true}, {"hud", (*outcome)->toJSON()}}));
 }
 

@@ -118,6 +118,28 @@ TEST(HUDKeyRules, BrightnessAndKeyboardLightStepFromHalfWhenUnknown) {
     EXPECT_DOUBLE_EQ(levelAfter(0.06250005, HUDKey::illuminationDown, Grid::coarse), 0);
 }
 
+TEST(HUDKeyRules, WholeNumberDevicesMoveAtLeastOneUnitTowardsTheLevel) {
+    struct Case {
+        double level;
+        int current;
+        int maximum;
+        int raw;
+    };
+    const Case cases[] = {
+        {0.5625, 3, 10, 6},    // the nearest unit
+        {0.3125, 3, 10, 4},    // 3.125 rounds back to 3: one unit up instead
+        {0.6875, 3, 3, 2},     // 2.06: the nearest unit is already below the current 3
+        {0.9375, 3, 3, 2},     // 2.81 rounds back to 3: one unit down instead
+        {0.25, 3, 3, 1},
+        {0, 1, 3, 0},
+        {1, 3, 3, 3},          // at the top already
+        {0.5, 512, 1024, 512}, // no change asked for, none made
+        {0.5, 0, 0, 0},        // a device without levels
+    };
+    for (const auto& [level, current, maximum, raw] : cases)
+        EXPECT_EQ(rawLevel(level, current, maximum), raw) << level << " from " << current << "/" << maximum;
+}
+
 TEST(HUDKeyRules, ChangesRightAfterTheIslandsOwnAreNotFlashedAgain) {
     const Date pressed{1000};
     EXPECT_TRUE(flashesChangeElsewhere(std::nullopt, pressed));

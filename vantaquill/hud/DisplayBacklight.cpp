@@ -2,6 +2,10 @@
 
 #include "vantaquill/hud/SessionBrightness.hpp"
 
+#include "BrindKit/island/HUDKeyRules.hpp"
+
+#include <algorithm>
+
 namespace vq {
 
 namespace {
@@ -30,10 +34,15 @@ std::optional<double> DisplayBacklight::level() const {
     return device_->level();
 }
 
-std::expected<void, std::string> DisplayBacklight::setLevel(double level) {
-    if (!device_)
+std::expected<double, std::string> DisplayBacklight::setLevel(double level) {
+    const auto maximum = device_ ? device_->maximum() : std::nullopt;
+    const auto current = device_ ? device_->value() : std::nullopt;
+    if (!maximum || !current)
         return std::unexpected("there is no backlight");
-    return SessionBrightness::set("backlight", device_->name(), device_->raw(level, lowestRaw));
+    const int raw = std::max(brind::HUDKeyRules::rawLevel(level, *current, *maximum), std::min(lowestRaw, *maximum));
+    if (auto set = SessionBrightness::set("backlight", device_->name(), raw); !set)
+        return std::unexpected(set.error());
+    return static_cast<double>(raw) / *maximum;
 }
 
 void DisplayBacklight::fileChanged() {

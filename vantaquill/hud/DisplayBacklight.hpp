@@ -28,7 +28,8 @@ class DisplayBacklight {
     /// A backlight whose level can be read.
     bool available() const { return level().has_value(); }
     std::optional<double> level() const;
-    std::expected<void, std::string> setLevel(double level);
+    /// Sets the nearest raw value, at least one unit from the current one; the level it set.
+    std::expected<double, std::string> setLevel(double level);
 
   private:
     void fileChanged();

@@ -87,20 +87,20 @@ Outcome HUDController::brightnessKey(HUDKey key, brind::HUDSteps::Grid grid) {
     if (!current)
         return std::unexpected(HUDStepFailure{"There is no backlight whose brightness can be read."});
     recordOwnChange(HUDEvent::Kind::brightness);
-    const double level = Rules::levelAfter(current, key, grid);
-    if (auto written = devices_.display.setLevel(level); !written)
+    const auto written = devices_.display.setLevel(Rules::levelAfter(current, key, grid));
+    if (!written)
         return std::unexpected(HUDStepFailure{"Couldn't set the brightness: " + written.error()});
-    return levelEvent(HUDEvent::Kind::brightness, level);
+    return levelEvent(HUDEvent::Kind::brightness, *written);
 }
 
 Outcome HUDController::backlightKey(HUDKey key, brind::HUDSteps::Grid grid) {
     if (!devices_.keyboard.available())
         return std::unexpected(HUDStepFailure{"There is no keyboard light."});
     recordOwnChange(HUDEvent::Kind::keyboardBacklight);
-    const double level = Rules::levelAfter(devices_.keyboard.brightness(), key, grid);
-    if (auto written = devices_.keyboard.setBrightness(level); !written)
+    const auto written = devices_.keyboard.setBrightness(Rules::levelAfter(devices_.keyboard.brightness(), key, grid));
+    if (!written)
         return std::unexpected(HUDStepFailure{"Couldn't set the keyboard light: " + written.error()});
-    return levelEvent(HUDEvent::Kind::keyboardBacklight, level);
+    return levelEvent(HUDEvent::Kind::keyboardBacklight, *written);
 }
 
 bool HUDController::switchedOn(HUDEvent::Kind kind) const {

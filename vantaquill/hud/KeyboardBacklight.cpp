@@ -2,11 +2,12 @@
 
 #include "vantaquill/hud/SessionBrightness.hpp"
 
+#include "BrindKit/island/HUDKeyRules.hpp"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 
 #include <algorithm>
-#include <cmath>
 
 namespace vq {
 
@@ -74,17 +75,24 @@ std::optional<double> KeyboardBacklight::brightness() const {
     return std::nullopt;
 }
 
-std::expected<void, std::string> KeyboardBacklight::setBrightness(double level) {
+std::expected<double, std::string> KeyboardBacklight::setBrightness(double level) {
     if (upowerMaximum_ > 0) {
-        const int value = static_cast<int>(std::lround(std::clamp(level, 0.0, 1.0) * upowerMaximum_));
-        const auto done = callUPower("SetBrightness", {value});
-        if (!done)
+        const auto current = callUPower("GetBrightness");
+        if (!current)
+            return std::unexpected(current.error());
+        const int value = brind::HUDKeyRules::rawLevel(level, *current, upowerMaximum_);
+        if (const auto done = callUPower("SetBrightness", {value}); !done)
             return std::unexpected(done.error());
-        return {};
+        return static_cast<double>(value) / upowerMaximum_;
     }
-    if (led_)
-        return SessionBrightness::set("leds", led_->name(), led_->raw(level));
-    return std::unexpected("there is no keyboard light");
+    const auto maximum = led_ ? led_->maximum() : std::nullopt;
+    const auto current = led_ ? led_->value() : std::nullopt;
+    if (!maximum || !current)
+        return std::unexpected("there is no keyboard light");
+    const int value = brind::HUDKeyRules::rawLevel(level, *current, *maximum);
+    if (auto set = SessionBrightness::set("leds", led_->name(), value); !set)
+        return std::unexpected(set.error());
+    return static_cast<double>(value) / *maximum;
 }
 
 void KeyboardBacklight::reported(double level) {

@@ -29,7 +29,8 @@ class KeyboardBacklight {
     bool available() const { return upowerMaximum_ > 0 || led_.has_value(); }
     /// The level 0...1, or nothing when it cannot be read.
     std::optional<double> brightness() const;
-    std::expected<void, std::string> setBrightness(double level);
+    /// Sets the nearest whole level, at least one from the current one; the level it set.
+    std::expected<double, std::string> setBrightness(double level);
 
   private:
     void reported(double level);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <iterator>
 
 namespace vq {
@@ -63,10 +62,8 @@ std::optional<double> SysfsBrightness::level(const std::string& file) const {
     return std::clamp(static_cast<double>(*value) / *top, 0.0, 1.0);
 }
 
-int SysfsBrightness::raw(double level, int floor) const {
-    const int top = maximum().value_or(0);
-    const int value = static_cast<int>(std::lround(std::clamp(level, 0.0, 1.0) * top));
-    return std::clamp(value, std::min(floor, top), top);
+std::optional<int> SysfsBrightness::value(const std::string& file) const {
+    return readNumber(folder / file);
 }
 
 std::vector<SysfsBrightness> SysfsBrightness::backlights(const std::filesystem::path& classRoot) {

@@ -17,8 +17,8 @@ struct SysfsBrightness {
     std::optional<int> maximum() const;
     /// `brightness` (or another file of the device in the same units) over `max_brightness`.
     std::optional<double> level(const std::string& file = "brightness") const;
-    /// The raw value for a level: rounded, never above the maximum nor below `floor`.
-    int raw(double level, int floor = 0) const;
+    /// A file of the device in raw units (`brightness`, `actual_brightness`, ...).
+    std::optional<int> value(const std::string& file = "brightness") const;
 
     /// The backlights under `classRoot/backlight`, the ones to use first: firmware interfaces, then
     /// platform drivers, then raw panels (the order desktops use, as firmware knows the panel's
