@@ -19,13 +19,13 @@
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 #include "vantaquill/clipboard/WaylandClipboardWatcher.hpp"
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
+#include "vantaquill/hud/HUDController.hpp"
+#include "vantaquill/hud/X11HUDKeys.hpp"
 #include "vantaquill/island/IslandManager.hpp"
 #include "vantaquill/island/IslandSurfaceChoice.hpp"
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
-#include "vantaquill/hud/HUDController.hpp"
-#include "vantaquill/hud/X11HUDKeys.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/qt/Preferences.hpp"
@@ -46,8 +46,8 @@
 #include <xcb/xcb.h>
 
 #include <clocale>
-#include <filesystem>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
