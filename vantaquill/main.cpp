@@ -484,8 +484,15 @@ int main(int argc, char** argv) {
         center.start(vq::MediaController::providerID);
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(
         scheduler, onMainThread, printError, [&hud] { return hud->flashesChangeElsewhere(brind::HUDEvent::Kind::volume); }));
-    if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
-        center.start(vq::VolumeWatcher::providerID);
+    // The watcher keeps a connection to the sound server only while the volume HUD is on.
+    const auto followVolume = [&center, &preferences] {
+        if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
+            center.start(vq::VolumeWatcher::providerID);
+        else
+            center.stop(vq::VolumeWatcher::providerID);
+    };
+    followVolume();
+    preferences.onChange(followVolume);
 
     vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <thread>
@@ -135,6 +136,23 @@ TEST_F(VolumeHUD, TheHUDCommandStepsTheOutputAndFlashesItOnce) {
 
     const auto wrong = hud({"volume", "sideways"});
     EXPECT_EQ(wrong.exitCode, 2);
+}
+
+TEST_F(VolumeHUD, TheSwitchesAreFollowedWhileTheIslandRuns) {
+    const auto preferences = home.path() / ".config/vantaquill/vantaquill.conf";
+    std::filesystem::create_directories(preferences.parent_path());
+    std::ofstream(preferences) << "[General]\nhud.volume=false\n";
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", "40%"}));
+    // Switched off, the command still sets the level (nothing else would), but nothing flashes.
+    const auto command = e2e::run(e2e::builtProgram("vantaquill"),
+                                  {"--port", std::to_string(island.port()), "hud", "volume", "up"}, home.environment());
+    EXPECT_EQ(command.out, "volume 44%\n") << command.err;
+    EXPECT_EQ(island.waitForLine("hud shown", 1s), std::nullopt);
+
+    std::ofstream(preferences) << "[General]\nhud.volume=true\n";
+    EXPECT_TRUE(changeUntilFlashed(sound, island).has_value()) << "switched on, changes made elsewhere flash";
 }
 
 TEST_F(VolumeHUD, WithoutASoundServerTheCommandSaysSo) {
