@@ -47,5 +47,6 @@ void addHookCommand(CLI::App& app, CommandContext& context);
 void addDoctorCommand(CLI::App& app, CommandContext& context);
 void addHooksCommand(CLI::App& app, CommandContext& context);
 void addJumpCommand(CLI::App& app, CommandContext& context);
+void addHUDCommand(CLI::App& app, CommandContext& context);
 
 } // namespace vq

@@ -57,46 +57,48 @@ std::string_view compositorName(Compositor compositor) {
     std::unreachable();
 }
 
-// The compositor handles the keys and changes the levels; the island follows the levels (PulseAudio,
-// the backlight), so these lines only make sure the keys change them.
+// The compositor holds the keys; bound to `vantaquill hud`, they reach the island, which steps the
+// level and flashes it. Keys bound elsewhere still show their levels (the island follows PulseAudio,
+// the backlight and the keyboard light).
 std::vector<std::string> bindings(Compositor compositor) {
     switch (compositor) {
     case Compositor::sway:
         return {"# ~/.config/sway/config",
-                "bindsym XF86AudioRaiseVolume exec pactl set-sink-volume @DEFAULT_SINK@ +5%",
-                "bindsym XF86AudioLowerVolume exec pactl set-sink-volume @DEFAULT_SINK@ -5%",
-                "bindsym XF86AudioMute exec pactl set-sink-mute @DEFAULT_SINK@ toggle",
-                "bindsym XF86MonBrightnessUp exec brightnessctl set 5%+",
-                "bindsym XF86MonBrightnessDown exec brightnessctl set 5%-",
-                "bindsym XF86KbdBrightnessUp exec brightnessctl --device='*::kbd_backlight' set 10%+",
-                "bindsym XF86KbdBrightnessDown exec brightnessctl --device='*::kbd_backlight' set 10%-"};
+                "bindsym XF86AudioRaiseVolume exec vantaquill hud volume up",
+                "bindsym XF86AudioLowerVolume exec vantaquill hud volume down",
+                "bindsym XF86AudioMute exec vantaquill hud volume mute",
+                "bindsym Shift+Mod1+XF86AudioRaiseVolume exec vantaquill hud volume up --fine",
+                "bindsym Shift+Mod1+XF86AudioLowerVolume exec vantaquill hud volume down --fine",
+                "bindsym XF86MonBrightnessUp exec vantaquill hud brightness up",
+                "bindsym XF86MonBrightnessDown exec vantaquill hud brightness down",
+                "bindsym XF86KbdBrightnessUp exec vantaquill hud keyboard up",
+                "bindsym XF86KbdBrightnessDown exec vantaquill hud keyboard down",
+                "bindsym XF86KbdLightOnOff exec vantaquill hud keyboard toggle"};
     case Compositor::hyprland:
         return {"# ~/.config/hypr/hyprland.conf",
-                "bindel = , XF86AudioRaiseVolume, exec, pactl set-sink-volume @DEFAULT_SINK@ +5%",
-                "bindel = , XF86AudioLowerVolume, exec, pactl set-sink-volume @DEFAULT_SINK@ -5%",
-                "bindl = , XF86AudioMute, exec, pactl set-sink-mute @DEFAULT_SINK@ toggle",
-                "bindel = , XF86MonBrightnessUp, exec, brightnessctl set 5%+",
-                "bindel = , XF86MonBrightnessDown, exec, brightnessctl set 5%-",
-                "bindel = , XF86KbdBrightnessUp, exec, brightnessctl --device='*::kbd_backlight' set 10%+",
-                "bindel = , XF86KbdBrightnessDown, exec, brightnessctl --device='*::kbd_backlight' set 10%-"};
+                "bindel = , XF86AudioRaiseVolume, exec, vantaquill hud volume up",
+                "bindel = , XF86AudioLowerVolume, exec, vantaquill hud volume down",
+                "bindl = , XF86AudioMute, exec, vantaquill hud volume mute",
+                "bindel = SHIFT ALT, XF86AudioRaiseVolume, exec, vantaquill hud volume up --fine",
+                "bindel = SHIFT ALT, XF86AudioLowerVolume, exec, vantaquill hud volume down --fine",
+                "bindel = , XF86MonBrightnessUp, exec, vantaquill hud brightness up",
+                "bindel = , XF86MonBrightnessDown, exec, vantaquill hud brightness down",
+                "bindel = , XF86KbdBrightnessUp, exec, vantaquill hud keyboard up",
+                "bindel = , XF86KbdBrightnessDown, exec, vantaquill hud keyboard down",
+                "bindl = , XF86KbdLightOnOff, exec, vantaquill hud keyboard toggle"};
     case Compositor::gnome:
-        return {"# GNOME handles these keys itself; to give them back if they were changed:",
-                "gsettings reset org.gnome.settings-daemon.plugins.media-keys volume-up",
-                "gsettings reset org.gnome.settings-daemon.plugins.media-keys volume-down",
-                "gsettings reset org.gnome.settings-daemon.plugins.media-keys volume-mute",
-                "gsettings reset org.gnome.settings-daemon.plugins.media-keys screen-brightness-up",
-                "gsettings reset org.gnome.settings-daemon.plugins.media-keys screen-brightness-down"};
+        return {"# GNOME: free the volume keys from GNOME's own handler, then bind them to the command",
+                "gsettings set org.gnome.settings-daemon.plugins.media-keys volume-up \"[]\"",
+                "gsettings set org.gnome.settings-daemon.plugins.media-keys volume-down \"[]\"",
+                "gsettings set org.gnome.settings-daemon.plugins.media-keys volume-mute \"[]\"",
+                "# Settings > Keyboard > Custom Shortcuts: Volume Up runs `vantaquill hud volume up`, Volume Down "
+                "`vantaquill hud volume down`, Mute `vantaquill hud volume mute` (docs/LINUX.md has the gsettings lines)",
+                "# GNOME keeps the brightness keys; the island shows the levels they set"};
     case Compositor::kde:
-        return {"# KDE Plasma handles these keys itself; to give them back if they were changed:",
-                "kwriteconfig5 --file kglobalshortcutsrc --group kmix --key increase_volume "
-                "'Volume Up,Volume Up,Increase Volume'",
-                "kwriteconfig5 --file kglobalshortcutsrc --group kmix --key decrease_volume "
-                "'Volume Down,Volume Down,Decrease Volume'",
-                "kwriteconfig5 --file kglobalshortcutsrc --group kmix --key mute 'Volume Mute,Volume Mute,Mute'",
-                "kwriteconfig5 --file kglobalshortcutsrc --group org_kde_powerdevil --key 'Increase Screen Brightness' "
-                "'Monitor Brightness Up,Monitor Brightness Up,Increase Screen Brightness'",
-                "kwriteconfig5 --file kglobalshortcutsrc --group org_kde_powerdevil --key 'Decrease Screen Brightness' "
-                "'Monitor Brightness Down,Monitor Brightness Down,Decrease Screen Brightness'"};
+        return {"# KDE Plasma: System Settings > Keyboard > Shortcuts: clear Volume Up/Down and Mute under Audio "
+                "Volume, and the brightness and keyboard-light keys under Power Management",
+                "# then Add New > Command or Script: Volume Up runs `vantaquill hud volume up`, and so on "
+                "(docs/LINUX.md lists them)"};
     }
     std::unreachable();
 }
@@ -190,15 +192,16 @@ Check hudKeys(const DoctorFacts& facts) {
     Check check = named("HUD keys", Need::optional);
     if (facts.x11Reachable && !onWayland(facts)) {
         check.status = Status::works;
-        check.summary = "volume, brightness and keyboard-light keys are grabbed on X11";
+        check.summary = "volume, brightness and keyboard-light keys are grabbed on X11 where the desktop does not "
+                        "hold them; `vantaquill hud` presses them from anywhere";
         return check;
     }
     const auto compositor = knownCompositor(facts.desktop);
     check.status = onWayland(facts) ? Status::partly : Status::missing;
     check.summary = onWayland(facts)
-                        ? "Wayland lets no program grab keys: the compositor handles them and the island shows the "
-                          "levels they change. Lines to paste:"
-                        : "no session to take keys from; on Wayland the compositor handles them. Lines to paste:";
+                        ? "Wayland lets no program grab keys: bind them to `vantaquill hud`, which the island steps "
+                          "and flashes (levels changed elsewhere are shown too). Lines to paste:"
+                        : "no session to take keys from; on Wayland bind them to `vantaquill hud`. Lines to paste:";
     const auto add = [&check](Compositor which) {
         const auto lines = bindings(which);
         check.lines.insert(check.lines.end(), lines.begin(), lines.end());

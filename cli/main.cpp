@@ -16,6 +16,7 @@ int main(int argc, char** argv) {
 
     vq::addNotifyCommand(app, context);
     vq::addEndCommand(app, context);
+    vq::addHUDCommand(app, context);
     vq::addShelfCommand(app, context);
     vq::addAgentCommand(app, context);
     vq::addStatusCommand(app, context);

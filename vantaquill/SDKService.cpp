@@ -40,6 +40,15 @@ void SDKService::showHUD(brind::HUDEvent event) {
     onMain([this, event = std::move(event)]() mutable { center.flash(std::move(event)); });
 }
 
+void SDKService::stepHUD(brind::HUDKey key, brind::HUDSteps::Grid grid,
+                         std::function<void(std::expected<brind::HUDEvent, brind::HUDStepFailure>)> done) {
+    onMain([this, key, grid, done = std::move(done)] {
+        if (!hudKeys)
+            return done(std::unexpected(brind::HUDStepFailure{"This island steps no levels."}));
+        done(hudKeys(key, grid));
+    });
+}
+
 void SDKService::addToShelf(std::vector<std::string> paths, std::function<void(std::size_t)> done) {
     onMain([this, paths = std::move(paths), done = std::move(done)] {
         const auto added = shelf.addFiles(paths, scheduler.now());

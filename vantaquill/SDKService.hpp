@@ -8,6 +8,7 @@
 #include "vantaquill/ShelfStore.hpp"
 
 #include <atomic>
+#include <expected>
 #include <functional>
 
 namespace vq {
@@ -29,6 +30,9 @@ public:
     void endActivity(std::string id) override;
     void endActivities(std::string prefix) override;
     void showHUD(brind::HUDEvent event) override;
+    /// Hands the press to `hudKeys` on the main thread; without one the island has no HUD keys.
+    void stepHUD(brind::HUDKey key, brind::HUDSteps::Grid grid,
+                 std::function<void(std::expected<brind::HUDEvent, brind::HUDStepFailure>)> done) override;
     void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t added)> done) override;
     /// Hands the question to the island's prompt. Without a window there is nobody to ask: the
     /// question is answered "deny" and said on the display.
@@ -39,6 +43,12 @@ public:
     /// While quiet ("Pause notifications"), activities from apps and links are still shown in the
     /// queue but none pops the island open.
     void setQuiet(bool quiet) { quiet_ = quiet; }
+
+    /// Performs one HUD key press on the main thread (the island's HUD controller).
+    using HUDKeys = std::function<std::expected<brind::HUDEvent, brind::HUDStepFailure>(brind::HUDKey,
+                                                                                         brind::HUDSteps::Grid)>;
+    /// Set once at start, before the server runs.
+    void setHUDKeys(HUDKeys keys) { hudKeys = std::move(keys); }
 
 private:
     /// Says on the display how a question in the island's prompt was settled.
@@ -51,6 +61,7 @@ private:
     HeadlessDisplay& display;
     AgentEventHandler agentEvents;
     ConsentQueue* consents;
+    HUDKeys hudKeys;
     std::atomic<bool> quiet_ = false;
 };
 

@@ -25,6 +25,8 @@
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 #include "vantaquill/clipboard/WaylandClipboardWatcher.hpp"
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
+#include "vantaquill/hud/HUDController.hpp"
+#include "vantaquill/hud/X11HUDKeys.hpp"
 #include "vantaquill/island/IslandManager.hpp"
 #include "vantaquill/island/IslandSurfaceChoice.hpp"
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
@@ -55,6 +57,7 @@
 
 #include <clocale>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -69,6 +72,8 @@ struct Options {
     std::uint16_t port = brind::SDKBridge::defaultPort;
     QString url;
     bool settings = false;
+    /// Where the kernel's device classes are: the backlights and the keyboard's LEDs.
+    std::filesystem::path sysClass = "/sys/class";
 };
 
 // DISPLAY may name a server that is gone (a stale variable, a closed session); Qt would abort on it,
@@ -163,6 +168,10 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
     const QCommandLineOption settings("settings", "Open the settings window at start (not with --headless).");
     parser.addOption(surface);
     parser.addOption(settings);
+    const QCommandLineOption sysClass("sys-class",
+                                      "Where the backlights and keyboard lights are found (default /sys/class).",
+                                      "folder", "/sys/class");
+    parser.addOption(sysClass);
     parser.addPositionalArgument("url", "A vantaquill:// URL to carry out; a running island is handed it.", "[url]");
     parser.process(app);
 
@@ -176,6 +185,7 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
     options.port = static_cast<std::uint16_t>(value);
     options.url = parser.positionalArguments().value(0);
     options.settings = parser.isSet(settings);
+    options.sysClass = parser.value(sysClass).toStdString();
     return options;
 }
 
@@ -339,6 +349,38 @@ int main(int argc, char** argv) {
              .hidden = false}));
     };
 
+    // The volume, brightness and keyboard-light keys: pressed through `vantaquill hud` (any desktop)
+    // or grabbed on X11; levels changed elsewhere are flashed too.
+    std::unique_ptr<vq::HUDController> hud;
+    const auto flashElsewhere = [&hud](brind::HUDEvent::Kind kind) {
+        return [&hud, kind](double level) { hud->changedElsewhere(kind, level); };
+    };
+    vq::PulseVolume outputVolume;
+    vq::DisplayBacklight backlight(options->sysClass, flashElsewhere(brind::HUDEvent::Kind::brightness), printError);
+    vq::KeyboardBacklight keyboardLight(options->sysClass, flashElsewhere(brind::HUDEvent::Kind::keyboardBacklight),
+                                        printError);
+    hud = std::make_unique<vq::HUDController>(center, scheduler,
+                                              vq::HUDController::Devices{outputVolume, backlight, keyboardLight});
+    const auto hudSwitches = [&preferences] {
+        return vq::HUDController::Switches{.enabled = preferences.flag("hud.enabled"),
+                                           .volume = preferences.flag("hud.volume"),
+                                           .brightness = preferences.flag("hud.brightness"),
+                                           .keyboard = preferences.flag("hud.keyboard")};
+    };
+    hud->setSwitches(hudSwitches());
+    std::unique_ptr<vq::X11HUDKeys> hudKeys;
+    if (surface && surface->kind == vq::IslandSurface::Kind::x11) {
+        auto grabbed = vq::X11HUDKeys::connect(
+            [&hud](brind::HUDKey key, brind::HUDKeyRules::KeyState state, brind::HUDKeyRules::Modifiers modifiers) {
+                return hud->handle(key, state, modifiers);
+            },
+            printError);
+        if (grabbed)
+            hudKeys = std::move(*grabbed);
+        else
+            printError("vantaquill: the HUD keys are not taken: " + grabbed.error());
+    }
+
     // Clients: the authoriser starts from the stored list and writes every change back.
     vq::ClientStore clients(dataFolder);
     brind::SDKAuthorizer auth(clients.load());
@@ -394,6 +436,7 @@ int main(int argc, char** argv) {
     auto service = std::make_shared<vq::SDKService>(onMainThread, center, shelf, scheduler, display,
                                                     [&agents](const brind::AgentHookEvent& event) { agents.apply(event); },
                                                     consents.get());
+    service->setHUDKeys([&hud](brind::HUDKey key, brind::HUDSteps::Grid grid) { return hud->press(key, grid); });
     bridge.setDelegate(service);
     center.handleActions("sdk.", [&bridge](const std::string& activityID, const std::string& actionID) {
         bridge.publishAction(activityID, actionID);
@@ -418,6 +461,7 @@ int main(int argc, char** argv) {
         bridge.setConfig(bridgeConfig());
         service->setQuiet(preferences.flag("activities.paused"));
         pomodoro.applyConfig(preferences.pomodoro());
+        hud->setSwitches(hudSwitches());
         if (!islands)
             return;
         if (const bool on = preferences.flag("activities.stayAwake"); on != std::exchange(stayAwakeSwitch, on))
@@ -531,9 +575,17 @@ int main(int argc, char** argv) {
                                                           .media = media.enabled ? nowPlaying : nullptr,
                                                           .forecastFile = vq::WeatherForecastFile::path(dataFolder)}));
     }
-    center.registerProvider(std::make_unique<vq::VolumeWatcher>(scheduler, onMainThread, printError));
-    if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
-        center.start(vq::VolumeWatcher::providerID);
+    center.registerProvider(std::make_unique<vq::VolumeWatcher>(
+        scheduler, onMainThread, printError, [&hud] { return hud->flashesChangeElsewhere(brind::HUDEvent::Kind::volume); }));
+    // The watcher keeps a connection to the sound server only while the volume HUD is on.
+    const auto followVolume = [&center, &preferences] {
+        if (preferences.flag("hud.enabled") && preferences.flag("hud.volume"))
+            center.start(vq::VolumeWatcher::providerID);
+        else
+            center.stop(vq::VolumeWatcher::providerID);
+    };
+    followVolume();
+    preferences.onChange(followVolume);
 
     // The URL the island was started with, once every view it may name exists.
     if (!options->url.isEmpty())

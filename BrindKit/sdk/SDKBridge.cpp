@@ -115,7 +115,7 @@ SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKCo
             co_return deleteActivity(URL::percentDecode(segments[2]), client);
         co_return postActivity(request, client);
     case SDKScope::hud:
-        co_return postHUD(request);
+        co_return co_await postHUD(request);
     case SDKScope::shelf:
         co_return co_await postShelf(request);
     case SDKScope::agents:

@@ -3,6 +3,7 @@
 #include "BrindKit/agents/AgentApprovalBroker.hpp"
 #include "BrindKit/agents/AgentHookEvent.hpp"
 #include "BrindKit/foundation/Date.hpp"
+#include "BrindKit/foundation/JSON.hpp"
 #include "BrindKit/sdk/SDKAuthorizer.hpp"
 #include "BrindKit/sdk/SDKBridgeDelegate.hpp"
 #include "BrindKit/sdk/SDKConnection.hpp"
@@ -112,7 +113,8 @@ private:
     Result registerClient(const SDKHTTPRequest& request);
     SDKRouteResult postActivity(const SDKHTTPRequest& request, const SDKClient& client);
     SDKRouteResult deleteActivity(const std::string& localID, const SDKClient& client);
-    SDKRouteResult postHUD(const SDKHTTPRequest& request);
+    Result postHUD(const SDKHTTPRequest& request);
+    Result stepHUD(const JSON& body);
     Result postShelf(const SDKHTTPRequest& request);
     Result openStream(const SDKClient& client, std::shared_ptr<SDKConnection> connection);
     Result agentHook(const SDKHTTPRequest& request);

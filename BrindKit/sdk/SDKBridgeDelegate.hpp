@@ -2,10 +2,14 @@
 
 #include "BrindKit/agents/AgentHookEvent.hpp"
 #include "BrindKit/island/HUDEvent.hpp"
+#include "BrindKit/island/HUDKey.hpp"
+#include "BrindKit/island/HUDStepFailure.hpp"
+#include "BrindKit/island/HUDSteps.hpp"
 #include "BrindKit/island/LiveActivity.hpp"
 #include "BrindKit/sdk/SDKScope.hpp"
 
 #include <cstddef>
+#include <expected>
 #include <functional>
 #include <string>
 #include <vector>
@@ -29,6 +33,12 @@ public:
 
     /// Flashes a HUD in the island.
     virtual void showHUD(HUDEvent event) = 0;
+
+    /// Performs one press of a volume, brightness or keyboard-light key as the island's own key
+    /// would: the level changes on the grid and the new level is flashed. `done` receives the event
+    /// flashed, or why nothing changed.
+    virtual void stepHUD(HUDKey key, HUDSteps::Grid grid,
+                         std::function<void(std::expected<HUDEvent, HUDStepFailure>)> done) = 0;
 
     /// Adds existing absolute paths to the shelf; `done` receives how many were added.
     virtual void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t added)> done) = 0;

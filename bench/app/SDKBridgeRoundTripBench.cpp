@@ -18,6 +18,10 @@ public:
     void endActivity(std::string) override {}
     void endActivities(std::string) override {}
     void showHUD(HUDEvent) override {}
+    void stepHUD(HUDKey, HUDSteps::Grid,
+                 std::function<void(std::expected<HUDEvent, HUDStepFailure>)> done) override {
+        done(std::unexpected(HUDStepFailure{}));
+    }
     void addToShelf(std::vector<std::string>, std::function<void(std::size_t)> done) override { done(0); }
     void askConsent(std::string, std::string, std::vector<SDKScope>, std::function<void(bool)> answer) override {
         answer(false);

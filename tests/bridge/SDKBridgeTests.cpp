@@ -15,11 +15,20 @@ public:
     std::vector<AgentHookEvent> agentEvents;
     std::vector<std::string> consentAsked;
     std::optional<bool> consent = true; ///< nothing: the prompt is never answered
+    std::vector<std::pair<HUDKey, HUDSteps::Grid>> steps;
+    /// What a step answers: the level flashed, or why nothing changed.
+    std::expected<HUDEvent, HUDStepFailure> stepOutcome =
+        HUDEvent::make(HUDEvent::Kind::volume, 0.5625, false, std::nullopt, "Speakers", std::nullopt);
 
     void showActivity(LiveActivity activity) override { shown.push_back(std::move(activity)); }
     void endActivity(std::string id) override { ended.push_back(std::move(id)); }
     void endActivities(std::string prefix) override { endedPrefixes.push_back(std::move(prefix)); }
     void showHUD(HUDEvent event) override { huds.push_back(std::move(event)); }
+    void stepHUD(HUDKey key, HUDSteps::Grid grid,
+                 std::function<void(std::expected<HUDEvent, HUDStepFailure>)> done) override {
+        steps.emplace_back(key, grid);
+        done(stepOutcome);
+    }
     void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t)> done) override {
         done(paths.size());
     }
@@ -203,6 +212,33 @@ TEST_F(Bridge, HUDBodiesUseTheClientsWords) {
     EXPECT_FALSE(delegate->huds[0].muted);
     const auto bad = call(request("POST", "/v1/hud", R"({"kind":"sparkles"})", hudToken));
     EXPECT_EQ(bad.body, R"({"error":"bad_hud","message":"Couldn't read the HUD. See docs/SDK.md."})");
+}
+
+TEST_F(Bridge, HUDBodiesNamingAStepPressAKey) {
+    const std::string hudToken = auth.issue("keys", "Keys", {SDKScope::hud}, now);
+    const auto stepped = call(request("POST", "/v1/hud", R"({"step":"volume","direction":"up"})", hudToken));
+    EXPECT_EQ(stepped.status, 200);
+    EXPECT_EQ(stepped.body, R"({"hud":{"kind":"volume","label":"Speakers","muted":false,"value":0.5625},"ok":true})");
+    EXPECT_EQ(call(request("POST", "/v1/hud", R"({"step":"keyboard","direction":"toggle","fine":true})", hudToken)).status,
+              200);
+    const std::vector<std::pair<HUDKey, HUDSteps::Grid>> pressed = {{HUDKey::soundUp, HUDSteps::Grid::coarse},
+                                                                    {HUDKey::illuminationToggle, HUDSteps::Grid::fine}};
+    EXPECT_EQ(delegate->steps, pressed);
+    EXPECT_TRUE(delegate->huds.empty());
+
+    // A mute for the brightness, a missing direction or a "fine" that is not a boolean press nothing.
+    for (const char* body : {R"({"step":"brightness","direction":"mute"})", R"({"step":"volume"})",
+                             R"({"step":"volume","direction":"up","fine":"yes"})", R"({"step":42,"direction":"up"})"}) {
+        const auto bad = call(request("POST", "/v1/hud", body, hudToken));
+        EXPECT_EQ(bad.status, 400) << body;
+        EXPECT_NE(bad.body.find(R"("error":"bad_hud_step")"), std::string::npos) << body;
+    }
+    EXPECT_EQ(delegate->steps.size(), 2u);
+
+    delegate->stepOutcome = std::unexpected(HUDStepFailure{"No backlight."});
+    const auto missing = call(request("POST", "/v1/hud", R"({"step":"brightness","direction":"down"})", hudToken));
+    EXPECT_EQ(missing.status, 503);
+    EXPECT_EQ(missing.body, R"({"error":"hud_unavailable","message":"No backlight."})");
 }
 
 TEST_F(Bridge, HookCallsAnswerInTheAgentsOwnForm) {

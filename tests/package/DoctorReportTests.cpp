@@ -58,7 +58,7 @@ TEST(DoctorReport, SwayWithLayerShellAndDataControl) {
     EXPECT_EQ(checkNamed(report, "GeoClue").status, Status::missing);
     const auto& keys = checkNamed(report, "HUD keys");
     EXPECT_EQ(keys.status, Status::partly);
-    EXPECT_TRUE(mentions(keys.lines, "bindsym XF86AudioRaiseVolume exec pactl set-sink-volume @DEFAULT_SINK@ +5%"));
+    EXPECT_TRUE(mentions(keys.lines, "bindsym XF86AudioRaiseVolume exec vantaquill hud volume up"));
     EXPECT_FALSE(mentions(keys.lines, "hyprland.conf")) << "only the running compositor's lines";
 }
 
@@ -74,7 +74,7 @@ TEST(DoctorReport, WaylandWithoutLayerShellFallsBackToXWayland) {
     EXPECT_EQ(checkNamed(report, "placement").status, Status::partly);
     EXPECT_NE(checkNamed(report, "placement").summary.find("XWayland"), std::string::npos);
     EXPECT_EQ(checkNamed(report, "clipboard").status, Status::partly);
-    EXPECT_TRUE(mentions(checkNamed(report, "HUD keys").lines, "gsettings reset"));
+    EXPECT_TRUE(mentions(checkNamed(report, "HUD keys").lines, "vantaquill hud volume up"));
 }
 
 TEST(DoctorReport, X11SessionGrabsKeysAndWatchesWithXFixes) {

@@ -12,6 +12,10 @@ public:
     void endActivity(std::string id) override { ended.push_back(std::move(id)); }
     void endActivities(std::string) override {}
     void showHUD(brind::HUDEvent) override {}
+    void stepHUD(brind::HUDKey, brind::HUDSteps::Grid,
+                 std::function<void(std::expected<brind::HUDEvent, brind::HUDStepFailure>)> done) override {
+        done(std::unexpected(brind::HUDStepFailure{}));
+    }
     void addToShelf(std::vector<std::string> paths, std::function<void(std::size_t)> done) override {
         shelved.push_back(paths);
         done(paths.size());

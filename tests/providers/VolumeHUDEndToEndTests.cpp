@@ -1,11 +1,11 @@
 #include "tests/e2e/E2EProcess.hpp"
-#include "tests/providers/BackgroundProgram.hpp"
 #include "tests/providers/SoundServer.hpp"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <thread>
@@ -80,6 +80,91 @@ TEST_F(VolumeHUD, ChangesMadeElsewhereFlashTheDefaultOutputOnly) {
         EXPECT_EQ(line.find("value=1.00"), std::string::npos) << "the new default output's level flashed: " << line;
     }
     EXPECT_EQ(volumeFlashes, 4);
+}
+
+TEST_F(VolumeHUD, TheHUDCommandStepsTheOutputAndFlashesItOnce) {
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    ASSERT_TRUE(changeUntilFlashed(sound, island).has_value()) << island.errors();
+    // From a level none of the tries above left behind, so that 50 % is a change the island sees.
+    ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", "10%"}));
+    ASSERT_TRUE(island.waitForLine("hud shown kind=volume value=0.10", patience));
+    ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", "50%"}));
+    ASSERT_TRUE(island.waitForLine("hud shown kind=volume value=0.50", patience));
+    const auto countFlashes = [&island](const std::string& text) {
+        int count = 0;
+        for (const auto& line : island.lines())
+            count += line.find("hud shown kind=volume " + text) != std::string::npos ? 1 : 0;
+        return count;
+    };
+    const auto hud = [&](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"--port", std::to_string(island.port()), "hud"});
+        return e2e::run(e2e::builtProgram("vantaquill"), arguments, home.environment());
+    };
+
+    // One coarse step is 1/16: from 50 % to 56.25 %, which PulseAudio holds as 36864 of 65536.
+    const auto up = hud({"volume", "up"});
+    EXPECT_EQ(up.exitCode, 0) << up.err;
+    EXPECT_EQ(up.out, "volume 56%\n");
+    const auto level = sound.control({"get-sink-volume", "speakers"});
+    ASSERT_TRUE(level.has_value());
+    EXPECT_NE(level->find("36864 /  56%"), std::string::npos) << *level;
+    ASSERT_TRUE(island.waitForLine("hud shown kind=volume value=0.56 muted=false symbol=speaker.wave.2.fill "
+                                   "label=\"Speakers\"",
+                                   patience));
+    // The sound server tells the island of its own change too; that echo must not flash again.
+    std::this_thread::sleep_for(1s);
+    EXPECT_EQ(countFlashes("value=0.56"), 1);
+
+    const auto muted = hud({"volume", "mute"});
+    EXPECT_EQ(muted.exitCode, 0) << muted.err;
+    EXPECT_EQ(muted.out, "volume 56% muted\n");
+    EXPECT_NE(sound.control({"get-sink-mute", "speakers"}).value_or("").find("yes"), std::string::npos);
+    ASSERT_TRUE(island.waitForLine("hud shown kind=volume value=0.56 muted=true", patience));
+    const auto fine = hud({"volume", "down", "--fine"});
+    EXPECT_EQ(fine.exitCode, 0) << fine.err;
+    // 0.5625 - 1/64 = 0.546875; a level above 0 unmutes.
+    EXPECT_EQ(fine.out, "volume 55%\n");
+    EXPECT_NE(sound.control({"get-sink-mute", "speakers"}).value_or("").find("no"), std::string::npos);
+
+    // A change made elsewhere, well after the island's own, flashes once.
+    std::this_thread::sleep_for(1s);
+    ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", "30%"}));
+    ASSERT_TRUE(island.waitForLine("hud shown kind=volume value=0.30", patience));
+    std::this_thread::sleep_for(500ms);
+    EXPECT_EQ(countFlashes("value=0.30"), 1);
+
+    const auto wrong = hud({"volume", "sideways"});
+    EXPECT_EQ(wrong.exitCode, 2);
+}
+
+TEST_F(VolumeHUD, TheSwitchesAreFollowedWhileTheIslandRuns) {
+    const auto preferences = home.path() / ".config/vantaquill/vantaquill.conf";
+    std::filesystem::create_directories(preferences.parent_path());
+    std::ofstream(preferences) << "[General]\nhud.volume=false\n";
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", "40%"}));
+    // Switched off, the command still sets the level (nothing else would), but nothing flashes.
+    const auto command = e2e::run(e2e::builtProgram("vantaquill"),
+                                  {"--port", std::to_string(island.port()), "hud", "volume", "up"}, home.environment());
+    EXPECT_EQ(command.out, "volume 44%\n") << command.err;
+    EXPECT_EQ(island.waitForLine("hud shown", 1s), std::nullopt);
+
+    std::ofstream(preferences) << "[General]\nhud.volume=true\n";
+    EXPECT_TRUE(changeUntilFlashed(sound, island).has_value()) << "switched on, changes made elsewhere flash";
+}
+
+TEST_F(VolumeHUD, WithoutASoundServerTheCommandSaysSo) {
+    sound.quit();
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    const auto result = e2e::run(e2e::builtProgram("vantaquill"),
+                                 {"--port", std::to_string(island.port()), "hud", "volume", "up"}, home.environment());
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.err, "vantaquill: No sound server answers (PulseAudio, or PipeWire's pulse server), so the volume "
+                          "cannot be set. (503 hud_unavailable)\n");
+    EXPECT_EQ(island.waitForLine("hud shown", 500ms), std::nullopt);
 }
 
 TEST_F(VolumeHUD, ASoundServerThatComesBackIsFollowedAgain) {

@@ -14,6 +14,7 @@ namespace vq {
 struct VolumeWatcher::Shared {
     VolumeWatcher* owner = nullptr;
     LiveActivityCenter* center = nullptr;
+    VolumeWatcher::MayFlash mayFlash;
     /// Bumped for every connection, so that what an old one posted late is ignored.
     std::uint64_t generation = 0;
     std::optional<Level> last;
@@ -26,7 +27,7 @@ struct VolumeWatcher::Shared {
         const bool sameSink = last && last->sinkIndex == level.sinkIndex;
         const bool changed = sameSink && *last != level;
         last = level;
-        if (changed)
+        if (changed && mayFlash())
             center->flash(brind::HUDEvent::make(brind::HUDEvent::Kind::volume, level.value,
                                                 level.muted || level.value <= 0, std::nullopt, level.label,
                                                 std::nullopt));
@@ -108,8 +109,8 @@ void contextChanged(pa_context* context, void* userdata) {
 
 } // namespace
 
-VolumeWatcher::VolumeWatcher(Scheduler& scheduler, MainThread mainThread, Log log)
-    : scheduler_(scheduler), mainThread_(std::move(mainThread)), log_(std::move(log)) {}
+VolumeWatcher::VolumeWatcher(Scheduler& scheduler, MainThread mainThread, Log log, MayFlash mayFlash)
+    : scheduler_(scheduler), mainThread_(std::move(mainThread)), log_(std::move(log)), mayFlash_(std::move(mayFlash)) {}
 
 VolumeWatcher::~VolumeWatcher() {
     stop();
@@ -119,6 +120,7 @@ void VolumeWatcher::start(LiveActivityCenter& center) {
     shared_ = std::make_shared<Shared>();
     shared_->owner = this;
     shared_->center = &center;
+    shared_->mayFlash = mayFlash_;
     retryDelay_ = firstRetry;
     connect();
 }

@@ -32,6 +32,9 @@ class VolumeWatcher final : public LiveActivityCenter::Provider {
     /// Runs a function on the main thread (libpulse calls back on its own thread).
     using MainThread = std::function<void(std::function<void()>)>;
     using Log = std::function<void(const std::string&)>;
+    /// Asked at each change made elsewhere whether to flash it (the switches, and the moments right
+    /// after the island's own change, whose echo this watcher hears too).
+    using MayFlash = std::function<bool()>;
 
     /// What the default sink reports.
     struct Level {
@@ -43,7 +46,7 @@ class VolumeWatcher final : public LiveActivityCenter::Provider {
         friend bool operator==(const Level&, const Level&) = default;
     };
 
-    VolumeWatcher(Scheduler& scheduler, MainThread mainThread, Log log);
+    VolumeWatcher(Scheduler& scheduler, MainThread mainThread, Log log, MayFlash mayFlash);
     ~VolumeWatcher() override;
     VolumeWatcher(const VolumeWatcher&) = delete;
     VolumeWatcher& operator=(const VolumeWatcher&) = delete;
@@ -64,6 +67,7 @@ class VolumeWatcher final : public LiveActivityCenter::Provider {
     Scheduler& scheduler_;
     MainThread mainThread_;
     Log log_;
+    MayFlash mayFlash_;
     pa_threaded_mainloop* loop_ = nullptr;
     pa_context* context_ = nullptr;
     std::unique_ptr<VolumeWatcherCallbacks> callbacks_;

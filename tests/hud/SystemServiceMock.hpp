@@ -1,0 +1,59 @@
+#pragma once
+
+#include "tests/e2e/E2EProcess.hpp"
+#include "tests/package/PrivateSessionBus.hpp"
+#include "tests/providers/BackgroundProgram.hpp"
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <thread>
+
+namespace vq::hudtest {
+
+/// A private bus standing in for the system bus, with one of python3-dbusmock's templates (logind,
+/// UPower) serving on it. `setUp` runs a Python script against the mock (to add what the template
+/// lacks), with `bus` bound to the connection.
+class SystemServiceMock {
+public:
+    static constexpr const char* python = "/usr/bin/python3";
+
+    SystemServiceMock(const std::filesystem::path& folder, const std::string& busName, const std::string& templateName)
+        : bus(prepared(folder)),
+          mock(python, {"-m", "dbusmock", "--template", templateName},
+               {"DBUS_SYSTEM_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"}) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (bus.askBus("NameHasOwner", busName).out.find("boolean true") != std::string::npos) {
+                ready = true;
+                return;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+
+    static bool installed() {
+        return e2e::run(python, {"-c", "import dbusmock"}, {{"PATH", "/usr/bin:/bin"}}).exitCode == 0;
+    }
+
+    bool running() const { return ready; }
+    std::string address() const { return bus.address(); }
+
+    /// Runs `script` with `import dbus` done and `bus` connected; its result.
+    e2e::CommandResult script(const std::string& script) const {
+        return e2e::run(python, {"-c", "import dbus\nbus = dbus.bus.BusConnection('" + address() + "')\n" + script},
+                        {{"PATH", "/usr/bin:/bin"}});
+    }
+
+private:
+    static std::filesystem::path prepared(const std::filesystem::path& folder) {
+        std::filesystem::create_directories(folder);
+        return folder;
+    }
+
+    packagetest::PrivateSessionBus bus;
+    BackgroundProgram mock;
+    bool ready = false;
+};
+
+} // namespace vq::hudtest
