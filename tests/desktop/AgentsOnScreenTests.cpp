@@ -57,7 +57,10 @@ protected:
 
     /// Runs Claude Code's hook with the fixture `payload` in the background; its result once it returns.
     std::future<e2e::CommandResult> hook(const std::string& payload) const {
-        auto input = e2e::readFixture("agents/payloads/" + payload);
+        return hookWith(e2e::readFixture("agents/payloads/" + payload));
+    }
+
+    std::future<e2e::CommandResult> hookWith(std::string input) const {
         auto environment = home.environment();
         environment["VANTAQUILL_PORT"] = std::to_string(island->port());
         return std::async(std::launch::async, [environment, input = std::move(input)] {
@@ -74,11 +77,11 @@ protected:
         if (!peeking)
             return {};
         click(peeking->center());
+        // Open, and settled: the opening animation has stopped moving the outline.
         std::optional<QRect> previous;
         const QImage open = waitForScreen(*display, [&](const QImage& shot) {
             const auto bounds = blackBounds(shot);
-            const auto button = bounds ? primaryButton(shot, *bounds) : std::nullopt;
-            return button && std::exchange(previous, button) == button;
+            return bounds && bounds->height() > 2 * peeking->height() && std::exchange(previous, bounds) == bounds;
         });
         return blackBounds(open).value_or(QRect());
     }
@@ -167,6 +170,41 @@ TEST_F(AgentsOnScreen, AlwaysAllowFromTheKeyboardAnswersTheNextMatchingCallWitho
         island->lines(), [](const std::string& line) { return line.find("approval waiting id=") != std::string::npos; });
     EXPECT_EQ(waitingAfter, waitingBefore) << "the second call was shown";
     EXPECT_TRUE(std::filesystem::exists(home.path() / ".local/share/vantaquill/agent-rules.json"));
+}
+
+TEST_F(AgentsOnScreen, APlanIsSentBackWithWrittenFeedback) {
+    auto result = hookWith(R"({"session_id":"plan-1","cwd":"/home/ada/src/lighthouse","hook_event_name":"PreToolUse",)"
+                           R"("tool_name":"ExitPlanMode","tool_input":{"plan":"# Plan\n\n1. Add the cache\n2. Ship"}})");
+    ASSERT_TRUE(island->waitForLine("approval waiting id=", 20s)) << "the plan never reached the island";
+    ASSERT_GT(openOnTheRequest().height(), 150) << "the panel did not open";
+    // Approve has the keyboard; back past Keep planning to the feedback field, where Enter sends it.
+    keys({"shift+Tab", "shift+Tab"});
+    ASSERT_EQ(display->run({"xdotool", "type", "--delay", "40", "Skip the cache"}), 0);
+    keys({"Return"});
+
+    ASSERT_EQ(result.wait_for(20s), std::future_status::ready) << "the hook is still waiting";
+    const std::string out = result.get().out;
+    EXPECT_NE(out.find(R"("permissionDecision":"deny")"), std::string::npos) << out;
+    EXPECT_NE(out.find("wants changes before you start: Skip the cache"), std::string::npos) << out;
+}
+
+TEST_F(AgentsOnScreen, AQuestionIsAnsweredWithTwoOptionsChosen) {
+    auto result = hookWith(R"({"session_id":"q-1","cwd":"/home/ada/src/lighthouse","hook_event_name":"PreToolUse",)"
+                           R"("tool_name":"AskUserQuestion","tool_input":{"questions":[{"question":"Which checks )"
+                           R"(should run?","header":"Checks","multiSelect":true,"options":[{"label":"Unit",)"
+                           R"("description":"fast"},{"label":"Lint","description":"style"},{"label":"E2E",)"
+                           R"("description":"slow"}]}]}})");
+    ASSERT_TRUE(island->waitForLine("approval waiting id=", 20s)) << "the question never reached the island";
+    ASSERT_GT(openOnTheRequest().height(), 150) << "the panel did not open";
+    // The first option has the keyboard: tick it and the next; then on past the last option, the
+    // field for an answer of one's own and "Answer in terminal" to Answer.
+    keys({"space", "Tab", "space", "Tab", "Tab", "Tab", "Tab", "Return"});
+
+    ASSERT_EQ(result.wait_for(20s), std::future_status::ready) << "the hook is still waiting";
+    const std::string out = result.get().out;
+    EXPECT_NE(out.find(R"("permissionDecision":"allow")"), std::string::npos) << out;
+    EXPECT_NE(out.find("Unit"), std::string::npos) << out;
+    EXPECT_NE(out.find("Lint"), std::string::npos) << out;
 }
 
 } // namespace

@@ -42,6 +42,7 @@ QPushButton:disabled { color: %2; }
 QPushButton[role="primary"] { background: %5; color: white; }
 QPushButton[role="destructive"] { background: %6; color: white; }
 QPushButton[role="cancel"] { background: transparent; color: %2; }
+QPushButton[role="primary"]:disabled, QPushButton[role="destructive"]:disabled { background: %4; color: %2; }
 QLineEdit, QPlainTextEdit, QTextEdit, QTextBrowser { background: %3; border: 1px solid #3A3A3C; border-radius: 7px; padding: 3px 6px; selection-background-color: %5; }
 QLineEdit:focus, QPlainTextEdit:focus, QTextEdit:focus { border: 1px solid %5; }
 QListView, QListWidget, QTreeView { background: transparent; border: none; outline: none; }

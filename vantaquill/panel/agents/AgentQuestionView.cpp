@@ -78,15 +78,17 @@ void AgentQuestionView::addQuestion(const brind::AgentQuestion& question, bool t
     }
     layout->addWidget(wrappedLabel(fromStd(question.question), this));
 
-    // A group of its own per question keeps radio buttons of different questions independent.
-    auto* group = new QButtonGroup(this);
-    group->setExclusive(!question.multiSelect);
+    // A group of its own per question keeps radio buttons of different questions independent. Check
+    // boxes get none: in a group, Tab would leave the question from its first box, and a keyboard
+    // user could tick no other.
+    auto* group = question.multiSelect ? nullptr : new QButtonGroup(this);
     for (const brind::AgentQuestion::Option& option : question.options) {
         QAbstractButton* choice = question.multiSelect ? static_cast<QAbstractButton*>(new QCheckBox(this))
                                                        : static_cast<QAbstractButton*>(new QRadioButton(this));
         choice->setText(fromStd(option.label));
         choice->setObjectName("agentOption");
-        group->addButton(choice);
+        if (group)
+            group->addButton(choice);
         if (!firstChoice)
             firstChoice = choice;
         layout->addWidget(choice);
