@@ -5,7 +5,6 @@
 #include "tests/faces/FaceScenes.hpp"
 #include "vantaquill/island/faces/SymbolIcons.hpp"
 
-#include <QGuiApplication>
 
 #include <benchmark/benchmark.h>
 
@@ -99,12 +98,3 @@ BENCHMARK(paintFrame)
     ->ArgsProduct({{0, 1, 2, 3, 4, 5}, {1, 2}})
     ->Unit(benchmark::kMicrosecond);
 
-int main(int argc, char** argv) {
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -8,7 +8,6 @@
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 
-#include <QApplication>
 #include <QImage>
 #include <QLineEdit>
 #include <QListView>
@@ -93,11 +92,3 @@ BENCHMARK(BM_SearchKeystroke)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
-int main(int argc, char** argv) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

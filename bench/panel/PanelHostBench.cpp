@@ -11,7 +11,6 @@
 #include "vantaquill/panel/clipboard/ClipboardSection.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
 
-#include <QApplication>
 #include <QEventLoop>
 #include <QImage>
 #include <QPainter>
@@ -94,11 +93,3 @@ BENCHMARK(BM_PanelFrameScale2)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
-int main(int argc, char** argv) {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

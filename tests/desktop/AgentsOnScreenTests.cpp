@@ -47,9 +47,7 @@ protected:
         std::filesystem::create_directories(home.path() / ".config/vantaquill");
         // Long enough that the request still waits however slow the screenshots are.
         std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf") << "[General]\nagents.approvalTimeout=300\n";
-        auto environment = home.environment();
-        environment.erase("QT_QPA_PLATFORM");
-        environment["DISPLAY"] = display->name();
+        auto environment = display->environmentFor(home.environment());
         island = std::make_unique<e2e::IslandProcess>(std::vector<std::string>{"--surface", "x11", "--port", "0"},
                                                       environment);
         ASSERT_NE(island->port(), 0) << "the island did not start";

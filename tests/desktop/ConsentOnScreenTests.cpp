@@ -61,9 +61,7 @@ TEST(ConsentOnScreen, AllowClickedInTheIslandGivesTheClientAWorkingToken) {
     VirtualDisplay display;
     ASSERT_FALSE(display.name().empty()) << "Xvfb did not start";
     e2e::TemporaryHome home;
-    auto environment = home.environment();
-    environment.erase("QT_QPA_PLATFORM");
-    environment["DISPLAY"] = display.name();
+    auto environment = display.environmentFor(home.environment());
     e2e::IslandProcess island({"--surface", "x11", "--port", "0"}, environment);
     const std::uint16_t port = island.port();
     ASSERT_NE(port, 0) << "the island did not start";

@@ -112,9 +112,7 @@ protected:
         for (const auto& line : preferences())
             settings << line << "\n";
         settings.close();
-        auto environment = home.environment();
-        environment.erase("QT_QPA_PLATFORM");
-        environment["DISPLAY"] = display->name();
+        auto environment = display->environmentFor(home.environment());
         island = std::make_unique<e2e::IslandProcess>(std::vector<std::string>{"--surface", "x11", "--port", "0"},
                                                       environment);
         ASSERT_NE(island->port(), 0) << "the island did not start";

@@ -49,9 +49,7 @@ TEST(IslandUnderACompositor, IsATranslucentWindowWithAnAlphaChannel) {
         std::this_thread::sleep_for(200ms);
     ASSERT_TRUE(compositorOwnsSelection(display)) << "xcompmgr did not take the compositing selection";
 
-    auto environment = home.environment();
-    environment.erase("QT_QPA_PLATFORM");
-    environment["DISPLAY"] = display.name();
+    auto environment = display.environmentFor(home.environment());
     e2e::IslandProcess island({"--surface", "x11", "--port", "0"}, environment);
     ASSERT_NE(island.port(), 0) << "the island did not start";
 

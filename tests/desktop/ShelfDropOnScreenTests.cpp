@@ -33,9 +33,7 @@ protected:
 
     /// Starts the island, with a `vantaquill://` URL to carry out at once when one is given.
     void startIsland(const std::string& url = {}) {
-        auto environment = home.environment();
-        environment.erase("QT_QPA_PLATFORM");
-        environment["DISPLAY"] = display->name();
+        auto environment = display->environmentFor(home.environment());
         std::vector<std::string> arguments{"--surface", "x11", "--port", "0"};
         if (!url.empty())
             arguments.push_back(url);

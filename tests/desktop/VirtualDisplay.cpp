@@ -98,6 +98,12 @@ void VirtualDisplay::stop(int program) {
     ::waitpid(program, nullptr, 0);
 }
 
+std::map<std::string, std::string> VirtualDisplay::environmentFor(std::map<std::string, std::string> environment) const {
+    environment.erase("QT_QPA_PLATFORM");
+    environment["DISPLAY"] = display;
+    return environment;
+}
+
 QImage VirtualDisplay::screenshot() const {
     brindtest::TemporaryFolder folder{"vantaquill-screen"};
     const std::string file = (folder.path() / "root.png").string();

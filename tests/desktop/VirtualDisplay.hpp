@@ -28,6 +28,10 @@ public:
     /// ":N", or empty when the server did not start.
     const std::string& name() const { return display; }
 
+    /// `environment` for a program with windows on this display: Qt's X11 platform, not the tests'
+    /// offscreen one.
+    std::map<std::string, std::string> environmentFor(std::map<std::string, std::string> environment) const;
+
     /// The root window as an image (via ImageMagick's `import`).
     QImage screenshot() const;
 

@@ -32,9 +32,7 @@ protected:
     }
 
     void startIsland() {
-        auto environment = home.environment();
-        environment.erase("QT_QPA_PLATFORM");
-        environment["DISPLAY"] = display->name();
+        auto environment = display->environmentFor(home.environment());
         island = std::make_unique<e2e::IslandProcess>(std::vector<std::string>{"--surface", "x11", "--port", "0"},
                                                       environment);
         ASSERT_NE(island->port(), 0) << "the island did not start";
@@ -83,9 +81,7 @@ TEST_F(HUDKeysOnX11, KeysAnotherClientHoldsAreLeftToIt) {
     // The first island holds the keys, as a desktop that binds them would; a second one is refused
     // the grabs and says so once.
     startIsland();
-    auto environment = home.environment();
-    environment.erase("QT_QPA_PLATFORM");
-    environment["DISPLAY"] = display->name();
+    auto environment = display->environmentFor(home.environment());
     e2e::IslandProcess second(std::vector<std::string>{"--surface", "x11", "--port", "0"}, environment);
     ASSERT_NE(second.port(), 0);
     second.stop();

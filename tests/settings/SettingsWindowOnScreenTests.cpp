@@ -42,9 +42,7 @@ protected:
         display = std::make_unique<VirtualDisplay>();
         ASSERT_FALSE(display->name().empty()) << "Xvfb did not start";
         std::filesystem::create_directories(home.path() / ".config/vantaquill");
-        auto environment = home.environment();
-        environment.erase("QT_QPA_PLATFORM");
-        environment["DISPLAY"] = display->name();
+        auto environment = display->environmentFor(home.environment());
         island = std::make_unique<e2e::IslandProcess>(arguments(), environment);
         ASSERT_NE(island->port(), 0) << "the island did not start";
     }
@@ -153,9 +151,7 @@ TEST_F(FirstStart, ShowsWhatWorksOnThisDesktopOnceAndNotAgain) {
     EXPECT_TRUE(std::filesystem::exists(home.firstStartMarker()));
 
     EXPECT_EQ(island->stop(), 0);
-    auto environment = home.environment();
-    environment.erase("QT_QPA_PLATFORM");
-    environment["DISPLAY"] = display->name();
+    auto environment = display->environmentFor(home.environment());
     island = std::make_unique<e2e::IslandProcess>(arguments(), environment);
     ASSERT_NE(island->port(), 0) << "the island did not start again";
     std::this_thread::sleep_for(2s);

@@ -105,9 +105,7 @@ bool crashSoak() {
     registerClients(data, clientCount);
     const auto files = home.path() / "files";
     std::filesystem::create_directories(files);
-    auto environment = home.environment();
-    environment.erase("QT_QPA_PLATFORM");
-    environment["DISPLAY"] = display.name();
+    auto environment = display.environmentFor(home.environment());
     std::filesystem::create_directories(data);
     std::ofstream(data / "first-start-shown");
 
