@@ -170,6 +170,21 @@ TEST_F(AgentsOnScreen, AlwaysAllowFromTheKeyboardAnswersTheNextMatchingCallWitho
     EXPECT_TRUE(std::filesystem::exists(home.path() / ".local/share/vantaquill/agent-rules.json"));
 }
 
+TEST_F(AgentsOnScreen, DenyWithATypedReasonSendsTheReasonToTheAgent) {
+    auto result = hook("claude-permission-request.json");
+    ASSERT_TRUE(island->waitForLine("approval waiting id=", 20s)) << "the request never reached the island";
+    ASSERT_GT(openOnTheRequest().height(), 150) << "the panel did not open";
+    // Allow has the keyboard; back past Always allow and Deny to the reason, where Enter denies.
+    keys({"shift+Tab", "shift+Tab", "shift+Tab"});
+    ASSERT_EQ(display->run({"xdotool", "type", "--delay", "40", "not on this machine"}), 0);
+    keys({"Return"});
+
+    ASSERT_EQ(result.wait_for(20s), std::future_status::ready) << "the hook is still waiting";
+    const std::string out = result.get().out;
+    EXPECT_NE(out.find(R"("behavior":"deny")"), std::string::npos) << out;
+    EXPECT_NE(out.find("not on this machine"), std::string::npos) << out;
+}
+
 TEST_F(AgentsOnScreen, APlanIsSentBackWithWrittenFeedback) {
     auto result = hookWith(R"({"session_id":"plan-1","cwd":"/home/ada/src/lighthouse","hook_event_name":"PreToolUse",)"
                            R"("tool_name":"ExitPlanMode","tool_input":{"plan":"# Plan\n\n1. Add the cache\n2. Ship"}})");
