@@ -25,6 +25,7 @@
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 #include "vantaquill/clipboard/WaylandClipboardWatcher.hpp"
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
+#include "vantaquill/clipboard/X11PasteKeystroke.hpp"
 #include "vantaquill/hud/HUDController.hpp"
 #include "vantaquill/hud/X11HUDKeys.hpp"
 #include "vantaquill/island/IslandManager.hpp"
@@ -51,7 +52,9 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QProcess>
+#include <QTimer>
 
 #include <xcb/xcb.h>
 
@@ -67,6 +70,9 @@
 namespace {
 
 constexpr int exitStartFailure = 1;
+// Between the island giving the keyboard back and Ctrl+V: the window the user came from first
+// takes the focus it was handed.
+constexpr int pasteDelayMs = 150;
 
 struct Options {
     std::uint16_t port = brind::SDKBridge::defaultPort;
@@ -555,6 +561,19 @@ int main(int argc, char** argv) {
         auto* clipboardSection = new vq::ClipboardSection(clipboard, center, writeClipboard);
         panel->panel().addSection(clipboardSection);
         clipboard.onChange = [clipboardSection] { clipboardSection->refresh(); };
+        // On X11 the chosen clip is pasted where the user was: the island hands the keyboard back as it
+        // closes, then Ctrl+V is typed there. Elsewhere it waits on the clipboard ("Copied").
+        if (x11Clipboard && surface->kind == vq::IslandSurface::Kind::x11) {
+            clipboardSection->onCopiedBack = [&preferences] {
+                if (!preferences.flag("clipboard.pasteDirectly"))
+                    return;
+                QTimer::singleShot(pasteDelayMs, [] {
+                    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+                    if (auto sent = vq::X11PasteKeystroke::send(x11 ? x11->connection() : nullptr); !sent)
+                        printError("vantaquill: couldn't paste: " + sent.error());
+                });
+            };
+        }
     }
     // The desktop's providers, each registered under its own source and started when switched on.
     // Read through the preferences store, which already holds the file and checks each value.

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vq {
@@ -139,11 +140,38 @@ void X11IslandSurface::setInputRegion(const QRegion& region) {
 }
 
 void X11IslandSurface::setKeyboardInteractive(bool interactive) {
+    if (interactive == keyboardInteractive_)
+        return;
     keyboardInteractive_ = interactive;
     if (QWindow* window = windowHandle())
         window->setFlag(Qt::WindowDoesNotAcceptFocus, !interactive);
-    if (interactive)
+    if (interactive) {
+        previousFocus_ = focusedWindow();
         activateWindow();
+    } else {
+        giveFocusBack();
+    }
+}
+
+std::uint32_t X11IslandSurface::focusedWindow() const {
+    if (!connection_)
+        return XCB_WINDOW_NONE;
+    std::unique_ptr<xcb_get_input_focus_reply_t, decltype(&std::free)> reply(
+        xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr), &std::free);
+    return reply ? reply->focus : xcb_window_t{XCB_WINDOW_NONE};
+}
+
+// The window the user typed in before opening the island gets the keyboard back when the island lets
+// it go, so they type on where they were, and a clip chosen from the history pastes there. Only while
+// the island still has the focus: a click elsewhere already chose another window.
+void X11IslandSurface::giveFocusBack() {
+    const xcb_window_t previous = std::exchange(previousFocus_, XCB_WINDOW_NONE);
+    const auto own = static_cast<xcb_window_t>(winId());
+    if (!connection_ || previous == XCB_WINDOW_NONE || previous == XCB_INPUT_FOCUS_POINTER_ROOT || previous == own ||
+        focusedWindow() != own)
+        return;
+    xcb_set_input_focus(connection_, XCB_INPUT_FOCUS_PARENT, previous, XCB_CURRENT_TIME);
+    xcb_flush(connection_);
 }
 
 void X11IslandSurface::requestFrame() {

@@ -9,6 +9,8 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdint>
+
 namespace vq {
 
 /// The island as a top-level X11 window: frameless, above other windows, never focused unless the
@@ -50,10 +52,14 @@ private:
     void applyShape(int kind, const QRegion& region);
     void sendPointer(PointerEvent::Type type, QPointF position, Qt::MouseButton button);
     bool sendDrop(DropEvent::Type type, QPointF position, const QMimeData* data);
+    std::uint32_t focusedWindow() const;
+    void giveFocusBack();
 
     xcb_connection_t* connection_ = nullptr;
     bool translucent_ = false;
     bool keyboardInteractive_ = false;
+    /// The window that had the keyboard when the island took it.
+    std::uint32_t previousFocus_ = 0;
     QRegion inputRegion_;
     QElapsedTimer clock_;
     qint64 lastFrame_ = 0; ///< nanoseconds on `clock_`

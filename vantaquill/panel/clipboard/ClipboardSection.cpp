@@ -135,6 +135,8 @@ bool ClipboardSection::copyBack(const brind::UUID& id) {
     center.flash(copiedFlash());
     search->clear();
     requestClose();
+    if (onCopiedBack)
+        onCopiedBack();
     return true;
 }
 

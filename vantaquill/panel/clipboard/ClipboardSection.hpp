@@ -8,6 +8,8 @@ class QLabel;
 class QLineEdit;
 class QListView;
 
+#include <functional>
+
 namespace vq {
 
 class ClipListModel;
@@ -33,6 +35,10 @@ public:
 
     /// Reads the history again; call after every change of the store (its `onChange`).
     void refresh();
+
+    /// A clip went back on the clipboard and the island is closing: where the desktop allows it, the
+    /// application pastes it into the window the user came from.
+    std::function<void()> onCopiedBack;
 
     /// Copies the item back, flashes "Copied" and closes the island; false when the item is gone
     /// (or its image or rich text has left the disk), which leaves the clipboard as it was.

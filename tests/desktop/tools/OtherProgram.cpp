@@ -1,11 +1,13 @@
-// The other program in the shelf's drag tests: a window that starts a drag of one file (or one
-// text) when pressed, or one that takes drops. Usage: islandDragSource X Y (--file PATH | --text TEXT
-// | --accept). It prints "ready" once shown, then "drag ended" when its drag is over, or "dropped "
-// and the dropped URLs (or text) for each drop it takes.
+// The other program in the desktop tests: a window that starts a drag of one file (or one text) when
+// pressed, one that takes drops, or one with a text field. Usage: islandOtherProgram X Y (--file PATH
+// | --text TEXT | --accept | --field). It prints "ready" once shown, then "drag ended" when its drag is
+// over, "dropped " and the dropped URLs (or text) for each drop it takes, or "text " and the field's
+// text after each change.
 
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QLineEdit>
 #include <QDrag>
 #include <QMimeData>
 #include <QMouseEvent>
@@ -54,6 +56,16 @@ protected:
     }
 };
 
+class TextField final : public QLineEdit {
+public:
+    TextField() {
+        connect(this, &QLineEdit::textChanged, this, [](const QString& text) {
+            std::printf("text %s\n", qPrintable(text));
+            std::fflush(stdout);
+        });
+    }
+};
+
 QMimeData* fileData(const QString& path) {
     auto* data = new QMimeData;
     data->setUrls({QUrl::fromLocalFile(path)});
@@ -73,17 +85,20 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
-    const bool accepts = arguments.size() == 4 && arguments[3] == "--accept";
-    if (!accepts && (arguments.size() != 5 || (arguments[3] != "--file" && arguments[3] != "--text"))) {
-        std::fputs("usage: islandDragSource X Y (--file PATH | --text TEXT | --accept)\n", stderr);
+    const QString mode = arguments.value(3);
+    const bool alone = arguments.size() == 4 && (mode == "--accept" || mode == "--field");
+    if (!alone && (arguments.size() != 5 || (mode != "--file" && mode != "--text"))) {
+        std::fputs("usage: islandOtherProgram X Y (--file PATH | --text TEXT | --accept | --field)\n", stderr);
         return 2;
     }
     std::unique_ptr<QWidget> window;
-    if (accepts)
+    if (mode == "--accept")
         window = std::make_unique<DropTarget>();
+    else if (mode == "--field")
+        window = std::make_unique<TextField>();
     else
-        window = std::make_unique<DragSource>(arguments[3] == "--file" ? fileData : textData, arguments[4]);
-    window->setWindowTitle(accepts ? "drop target" : "drag source");
+        window = std::make_unique<DragSource>(mode == "--file" ? fileData : textData, arguments[4]);
+    window->setWindowTitle(mode == "--accept" ? "drop target" : mode == "--field" ? "text field" : "drag source");
     window->setGeometry(arguments[1].toInt(), arguments[2].toInt(), 200, 200);
     window->show();
     std::puts("ready");

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <optional>
 #include <utility>
@@ -21,8 +22,9 @@ std::string readFile(const std::filesystem::path& path) {
     return text.str();
 }
 
-/// The real application on a private X server, and another program dragging onto it.
-class ShelfDrop : public ::testing::Test {
+/// The real application on a private X server, and another program: one that drags onto the island,
+/// takes a drag from it or has a text field to paste into.
+class WithOtherProgram : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!VirtualDisplay::available())
@@ -51,7 +53,7 @@ protected:
     std::filesystem::path startOther(int& pid, int x, int y, const std::vector<std::string>& mode,
                                      const std::string& title) {
         const auto output = home.path() / (title + ".out");
-        std::vector<std::string> command{std::string(BRIND_BIN_DIR) + "/islandDragSource", std::to_string(x),
+        std::vector<std::string> command{std::string(BRIND_BIN_DIR) + "/islandOtherProgram", std::to_string(x),
                                          std::to_string(y)};
         command.insert(command.end(), mode.begin(), mode.end());
         pid = display->start(command, output);
@@ -100,7 +102,7 @@ protected:
     int target = -1;
 };
 
-TEST_F(ShelfDrop, AFileDraggedOntoTheIslandLandsOnTheShelf) {
+TEST_F(WithOtherProgram, AFileDraggedOntoTheIslandLandsOnTheShelf) {
     startIsland();
     const auto file = home.path() / "report.pdf";
     std::ofstream(file) << "%PDF-1.4\n";
@@ -109,7 +111,7 @@ TEST_F(ShelfDrop, AFileDraggedOntoTheIslandLandsOnTheShelf) {
     EXPECT_NE(readFile(shelfFile()).find("report.pdf"), std::string::npos);
 }
 
-TEST_F(ShelfDrop, ALinkDraggedOntoTheIslandBecomesALinkEntry) {
+TEST_F(WithOtherProgram, ALinkDraggedOntoTheIslandBecomesALinkEntry) {
     startIsland();
     dragToIsland("--text", "https://www.example.org/notes");
     EXPECT_TRUE(island->waitForLine("shelf added", 10s)) << island->errors();
@@ -128,7 +130,7 @@ std::optional<QRect> firstCard(const QImage& image) {
     return bounds;
 }
 
-TEST_F(ShelfDrop, AnEntryDraggedOutOfTheShelfGivesTheFileToAnotherProgram) {
+TEST_F(WithOtherProgram, AnEntryDraggedOutOfTheShelfGivesTheFileToAnotherProgram) {
     startIsland("vantaquill://open?tab=shelf");
     const auto file = home.path() / "notes.txt";
     std::ofstream(file) << "notes\n";
@@ -155,6 +157,33 @@ TEST_F(ShelfDrop, AnEntryDraggedOutOfTheShelfGivesTheFileToAnotherProgram) {
     }
     display->run({"xdotool", "mouseup", "1"});
     EXPECT_TRUE(waitForText(dropped, "dropped file://" + file.string())) << readFile(dropped);
+}
+
+TEST_F(WithOtherProgram, AClipChosenFromTheHistoryIsPastedWhereTheUserWas) {
+    startIsland("vantaquill://open?tab=clipboard");
+    ASSERT_EQ(std::system(("printf 'pasted from the history' | DISPLAY=" + display->name() +
+                           " xclip -selection clipboard -i").c_str()),
+              0);
+    ASSERT_TRUE(island->waitForLine("clipboard: text pasted from the history", 10s)) << island->errors();
+    const auto typed = startOther(target, 500, 500, {"--field"}, "text field");
+    // The user works in the field, then clicks the island open on the clipboard section it showed
+    // last, and presses Enter on the newest clip.
+    display->run({"xdotool", "mousemove", "600", "600", "click", "1"});
+    const QImage closed = waitForScreen(*display, [](const QImage& shot) {
+        const auto bounds = blackBounds(shot);
+        return bounds && bounds->height() < 60;
+    });
+    const auto pill = blackBounds(closed);
+    ASSERT_TRUE(pill) << "no island";
+    display->run({"xdotool", "mousemove", std::to_string(pill->center().x()), std::to_string(pill->center().y()),
+                  "click", "1"});
+    std::optional<QRect> previous;
+    waitForScreen(*display, [&](const QImage& shot) {
+        const auto bounds = blackBounds(shot);
+        return bounds && bounds->height() > 150 && std::exchange(previous, bounds) == bounds;
+    });
+    display->run({"xdotool", "key", "Return"});
+    EXPECT_TRUE(waitForText(typed, "text pasted from the history")) << readFile(typed);
 }
 
 } // namespace
