@@ -28,6 +28,7 @@
 #include "vantaquill/clipboard/X11PasteKeystroke.hpp"
 #include "vantaquill/hud/HUDController.hpp"
 #include "vantaquill/hud/X11HUDKeys.hpp"
+#include "vantaquill/hud/X11KeyGrabs.hpp"
 #include "vantaquill/island/IslandManager.hpp"
 #include "vantaquill/island/IslandSurfaceChoice.hpp"
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
@@ -56,6 +57,7 @@
 #include <QProcess>
 #include <QTimer>
 
+#include <X11/keysym.h>
 #include <xcb/xcb.h>
 
 #include <clocale>
@@ -386,6 +388,35 @@ int main(int argc, char** argv) {
         else
             printError("vantaquill: the HUD keys are not taken: " + grabbed.error());
     }
+    // The clipboard history's hot key, on X11 (on Wayland the user binds `xdg-open vantaquill://clipboard`
+    // in the compositor). Super+Shift+V: Super+V and Ctrl+Shift+V are the desktops' and terminals' own.
+    std::unique_ptr<vq::X11KeyGrabs> paletteKey;
+    const auto followPaletteKey = [&] {
+        const bool wanted = surface && surface->kind == vq::IslandSurface::Kind::x11 &&
+                            preferences.flag("clipboard.hotkeyEnabled");
+        if (wanted == (paletteKey != nullptr))
+            return;
+        paletteKey.reset();
+        if (!wanted)
+            return;
+        auto grabbed = vq::X11KeyGrabs::connect(
+            {{XK_v, {XCB_MOD_MASK_4 | XCB_MOD_MASK_SHIFT}, "Super+Shift+V"}},
+            [&openURL](std::size_t, bool down, std::uint16_t) {
+                if (down)
+                    openURL(QStringLiteral("vantaquill://clipboard"));
+            },
+            printError,
+            [](const std::string& names) {
+                return "vantaquill: " + names +
+                       ", the clipboard history's hot key, is held by another program; bind a key of your own to "
+                       "`xdg-open vantaquill://clipboard`";
+            });
+        if (grabbed)
+            paletteKey = std::move(*grabbed);
+        else
+            printError("vantaquill: the clipboard history has no hot key: " + grabbed.error());
+    };
+    followPaletteKey();
 
     // Clients: the authoriser starts from the stored list and writes every change back.
     vq::ClientStore clients(dataFolder);
@@ -468,6 +499,7 @@ int main(int argc, char** argv) {
         service->setQuiet(preferences.flag("activities.paused"));
         pomodoro.applyConfig(preferences.pomodoro());
         hud->setSwitches(hudSwitches());
+        followPaletteKey();
         if (!islands)
             return;
         if (const bool on = preferences.flag("activities.stayAwake"); on != std::exchange(stayAwakeSwitch, on))

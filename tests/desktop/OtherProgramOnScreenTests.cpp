@@ -186,5 +186,25 @@ TEST_F(WithOtherProgram, AClipChosenFromTheHistoryIsPastedWhereTheUserWas) {
     EXPECT_TRUE(waitForText(typed, "text pasted from the history")) << readFile(typed);
 }
 
+TEST_F(WithOtherProgram, TheHotKeyOpensTheHistoryOverTheWindowInUseAndPastesThere) {
+    startIsland();
+    ASSERT_EQ(std::system(("printf 'chosen with the hot key' | DISPLAY=" + display->name() +
+                           " xclip -selection clipboard -i").c_str()),
+              0);
+    ASSERT_TRUE(island->waitForLine("clipboard: text chosen with the hot key", 10s)) << island->errors();
+    const auto typed = startOther(target, 500, 500, {"--field"}, "text field");
+    display->run({"xdotool", "mousemove", "600", "600", "click", "1"});
+
+    display->run({"xdotool", "key", "super+shift+v"});
+    std::optional<QRect> previous;
+    const QImage open = waitForScreen(*display, [&](const QImage& shot) {
+        const auto bounds = blackBounds(shot);
+        return bounds && bounds->height() > 150 && std::exchange(previous, bounds) == bounds;
+    });
+    ASSERT_GT(blackBounds(open).value_or(QRect()).height(), 150) << "the hot key did not open the island";
+    display->run({"xdotool", "key", "Return"});
+    EXPECT_TRUE(waitForText(typed, "text chosen with the hot key")) << readFile(typed);
+}
+
 } // namespace
 } // namespace vq::desktop

@@ -3,18 +3,15 @@
 #include "BrindKit/island/HUDKey.hpp"
 #include "BrindKit/island/HUDKeyRules.hpp"
 
-#include <QSocketNotifier>
+#include "vantaquill/hud/X11KeyGrabs.hpp"
 
 #include <xcb/xcb.h>
 
-#include <cstdint>
 #include <expected>
 #include <functional>
 #include <map>
 #include <memory>
 #include <string>
-
-struct _XCBKeySymbols;
 
 namespace vq {
 
@@ -35,22 +32,10 @@ class X11HUDKeys {
     X11HUDKeys(const X11HUDKeys&) = delete;
     X11HUDKeys& operator=(const X11HUDKeys&) = delete;
 
-    /// The keys grabbed, by key code.
-    const std::map<xcb_keycode_t, brind::HUDKey>& grabbed() const { return grabbed_; }
-
   private:
-    X11HUDKeys(xcb_connection_t* connection, Press press, Log log);
-    void grab();
-    void ungrab();
-    void readEvents();
+    explicit X11HUDKeys(std::unique_ptr<X11KeyGrabs> grabs);
 
-    xcb_connection_t* connection_;
-    xcb_window_t root_ = 0;
-    _XCBKeySymbols* symbols_ = nullptr;
-    Press press_;
-    Log log_;
-    std::map<xcb_keycode_t, brind::HUDKey> grabbed_;
-    std::unique_ptr<QSocketNotifier> notifier_;
+    std::unique_ptr<X11KeyGrabs> grabs_;
 };
 
 } // namespace vq
