@@ -84,6 +84,29 @@ protected:
         EXPECT_TRUE(waitForText(output, "drag ended")) << "the drag never ended";
     }
 
+    /// Copies `text` with xclip and waits until the island has it in its history; then starts the text
+    /// field the user works in and clicks into it. The field's output file.
+    std::filesystem::path copyThenWorkInAField(const std::string& text) {
+        EXPECT_EQ(std::system(("printf '" + text + "' | DISPLAY=" + display->name() + " xclip -selection clipboard -i")
+                                  .c_str()),
+                  0);
+        EXPECT_TRUE(island->waitForLine("clipboard: text " + text, 10s)) << island->errors();
+        const auto typed = startOther(target, 500, 500, {"--field"}, "text field");
+        display->run({"xdotool", "mousemove", "600", "600", "click", "1"});
+        return typed;
+    }
+
+    /// The open island's black once it has settled, or nothing.
+    std::optional<QRect> openIsland() const {
+        std::optional<QRect> previous;
+        const QImage open = waitForScreen(*display, [&](const QImage& shot) {
+            const auto bounds = blackBounds(shot);
+            return bounds && bounds->height() > 150 && std::exchange(previous, bounds) == bounds;
+        });
+        const auto bounds = blackBounds(open);
+        return bounds && bounds->height() > 150 ? bounds : std::nullopt;
+    }
+
     static bool waitForText(const std::filesystem::path& file, const std::string& text) {
         for (int attempt = 0; attempt < 100; ++attempt) {
             if (readFile(file).find(text) != std::string::npos)
@@ -161,14 +184,9 @@ TEST_F(WithOtherProgram, AnEntryDraggedOutOfTheShelfGivesTheFileToAnotherProgram
 
 TEST_F(WithOtherProgram, AClipChosenFromTheHistoryIsPastedWhereTheUserWas) {
     startIsland("vantaquill://open?tab=clipboard");
-    ASSERT_EQ(std::system(("printf 'pasted from the history' | DISPLAY=" + display->name() +
-                           " xclip -selection clipboard -i").c_str()),
-              0);
-    ASSERT_TRUE(island->waitForLine("clipboard: text pasted from the history", 10s)) << island->errors();
-    const auto typed = startOther(target, 500, 500, {"--field"}, "text field");
-    // The user works in the field, then clicks the island open on the clipboard section it showed
-    // last, and presses Enter on the newest clip.
-    display->run({"xdotool", "mousemove", "600", "600", "click", "1"});
+    const auto typed = copyThenWorkInAField("pasted from the history");
+    // The click into the field closed the island; a click opens it again on the clipboard section it
+    // showed last, and Enter chooses the newest clip.
     const QImage closed = waitForScreen(*display, [](const QImage& shot) {
         const auto bounds = blackBounds(shot);
         return bounds && bounds->height() < 60;
@@ -177,31 +195,16 @@ TEST_F(WithOtherProgram, AClipChosenFromTheHistoryIsPastedWhereTheUserWas) {
     ASSERT_TRUE(pill) << "no island";
     display->run({"xdotool", "mousemove", std::to_string(pill->center().x()), std::to_string(pill->center().y()),
                   "click", "1"});
-    std::optional<QRect> previous;
-    waitForScreen(*display, [&](const QImage& shot) {
-        const auto bounds = blackBounds(shot);
-        return bounds && bounds->height() > 150 && std::exchange(previous, bounds) == bounds;
-    });
+    ASSERT_TRUE(openIsland()) << "the click did not open the island";
     display->run({"xdotool", "key", "Return"});
     EXPECT_TRUE(waitForText(typed, "text pasted from the history")) << readFile(typed);
 }
 
 TEST_F(WithOtherProgram, TheHotKeyOpensTheHistoryOverTheWindowInUseAndPastesThere) {
     startIsland();
-    ASSERT_EQ(std::system(("printf 'chosen with the hot key' | DISPLAY=" + display->name() +
-                           " xclip -selection clipboard -i").c_str()),
-              0);
-    ASSERT_TRUE(island->waitForLine("clipboard: text chosen with the hot key", 10s)) << island->errors();
-    const auto typed = startOther(target, 500, 500, {"--field"}, "text field");
-    display->run({"xdotool", "mousemove", "600", "600", "click", "1"});
-
+    const auto typed = copyThenWorkInAField("chosen with the hot key");
     display->run({"xdotool", "key", "super+shift+v"});
-    std::optional<QRect> previous;
-    const QImage open = waitForScreen(*display, [&](const QImage& shot) {
-        const auto bounds = blackBounds(shot);
-        return bounds && bounds->height() > 150 && std::exchange(previous, bounds) == bounds;
-    });
-    ASSERT_GT(blackBounds(open).value_or(QRect()).height(), 150) << "the hot key did not open the island";
+    ASSERT_TRUE(openIsland()) << "the hot key did not open the island";
     display->run({"xdotool", "key", "Return"});
     EXPECT_TRUE(waitForText(typed, "text chosen with the hot key")) << readFile(typed);
 }
