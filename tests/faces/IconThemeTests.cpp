@@ -35,6 +35,8 @@ TEST(IconTheme, PrefersQtsThemeThenTheGTKSettingThenACommonInstalledTheme) {
 
     const IconTheme::Choice common = IconTheme::choose({}, {}, environment);
     EXPECT_EQ(common.name, QStringLiteral("breeze"));
+    // Without a desktop Qt says "hicolor", which has no symbols: the same search runs.
+    EXPECT_EQ(IconTheme::choose(QStringLiteral("hicolor"), {}, environment).name, QStringLiteral("breeze"));
     EXPECT_TRUE(common.searchPaths.contains(root + QStringLiteral("/home/.local/share/icons")));
     EXPECT_TRUE(common.searchPaths.contains(root + QStringLiteral("/home/.icons")));
     EXPECT_TRUE(common.searchPaths.contains(root + QStringLiteral("/share/icons")));

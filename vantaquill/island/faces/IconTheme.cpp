@@ -51,7 +51,9 @@ bool installed(const QString& theme, const QStringList& paths) {
 
 IconTheme::Choice IconTheme::choose(const QString& qtTheme, const QStringList& qtSearchPaths,
                                     const QProcessEnvironment& environment) {
-    if (!qtTheme.isEmpty())
+    // Without a desktop's platform theme (a bare X session, a window manager alone) Qt reports
+    // "hicolor", the fallback theme that holds application icons only: that is no choice at all.
+    if (!qtTheme.isEmpty() && qtTheme != QStringLiteral("hicolor"))
         return {qtTheme, qtSearchPaths};
     QStringList paths = qtSearchPaths;
     QString dataHome = environment.value(QStringLiteral("XDG_DATA_HOME"));

@@ -17,8 +17,8 @@ struct IconTheme {
         friend bool operator==(const Choice&, const Choice&) = default;
     };
 
-    /// The theme to use given what Qt reports and the environment: Qt's own choice when it has one;
-    /// otherwise the folders `$XDG_DATA_HOME/icons`, `~/.icons`, each `$XDG_DATA_DIRS/icons` and
+    /// The theme to use given what Qt reports and the environment: Qt's own choice when it has one
+    /// ("hicolor", Qt's fallback without a desktop, is none); otherwise the folders `$XDG_DATA_HOME/icons`, `~/.icons`, each `$XDG_DATA_DIRS/icons` and
     /// `/usr/share/pixmaps` are searched, for the theme named by `gtk-icon-theme-name` in
     /// `$XDG_CONFIG_HOME/gtk-3.0/settings.ini` (or gtk-4.0), else the first of Adwaita, breeze and
     /// hicolor that is installed.
