@@ -24,7 +24,7 @@ using namespace std::string_view_literals;
 /// Symbol names (or their leading components, for whole families) and the freedesktop icon names
 /// that show the same thing. A symbol is looked up whole first, then with its last component
 /// dropped, and so on, so "cloud.moon.rain.fill" finds "cloud.moon.rain" before "cloud".
-constexpr std::array<std::pair<std::string_view, std::string_view>, 70> themeTable{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 72> themeTable{{
     {"speaker.slash", "audio-volume-muted"},
     {"speaker.wave.1", "audio-volume-low"},
     {"speaker.wave.2", "audio-volume-medium"},
@@ -50,6 +50,8 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 70> themeTab
     {"checkmark.icloud", "network-transmit-receive emblem-ok"},
     {"checkmark.circle", "object-select emblem-ok"},
     {"checkmark", "object-select"},
+    {"pin", "view-pin"},
+    {"trash", "edit-delete user-trash"},
     {"xmark.circle", "window-close"},
     {"xmark", "window-close"},
     {"battery.0", "battery-empty"},
@@ -209,6 +211,17 @@ void drawMark(QPainter& painter, const QPen& pen, QChar mark) {
     painter.drawText(QRectF(0, 0, 24, 24), Qt::AlignCenter, QString(mark));
 }
 
+void drawPin(QPainter& painter, const QPen& pen) {
+    painter.setBrush(pen.color());
+    painter.drawEllipse(QRectF(7.5, 2, 9, 9));
+    painter.drawLine(QPointF(12, 11), QPointF(12, 22));
+}
+
+void drawCross(QPainter& painter) {
+    painter.drawLine(QPointF(5, 5), QPointF(19, 19));
+    painter.drawLine(QPointF(19, 5), QPointF(5, 19));
+}
+
 } // namespace
 
 QStringList SymbolIcons::themeNames(std::string_view symbol) {
@@ -268,6 +281,10 @@ void SymbolIcons::paintDrawn(QPainter& painter, std::string_view symbol, const Q
         drawMark(painter, pen, u'?');
     else if (symbol.starts_with("exclamationmark"))
         drawMark(painter, pen, u'!');
+    else if (symbol.starts_with("pin"))
+        drawPin(painter, pen);
+    else if (symbol.starts_with("xmark") || symbol.starts_with("trash"))
+        drawCross(painter);
     else {
         // Any other symbol: a ring around a dot, so the slot still says "something is here".
         painter.drawEllipse(QPointF(12, 12), 9, 9);

@@ -3,7 +3,6 @@
 #include "vantaquill/island/faces/SymbolIcons.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/clipboard/ClipListModel.hpp"
-#include "vantaquill/panel/clipboard/ThemeGlyph.hpp"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -34,21 +33,6 @@ QRect removeRect(const QRect& row) {
 
 QRect pinRect(const QRect& row) {
     return square(removeRect(row).left() - gap - controlSide, row, controlSide);
-}
-
-// Drawn where the icon theme has no pin or delete glyph, so a control is never invisible.
-void paintPinShape(QPainter& painter, const QRectF& rect, const QColor& colour) {
-    painter.setPen(QPen(colour, 1.6));
-    painter.setBrush(colour);
-    painter.drawEllipse(QRectF(rect.left() + rect.width() * 0.3, rect.top() + 1, rect.width() * 0.4, rect.height() * 0.4));
-    painter.drawLine(QPointF(rect.center().x(), rect.top() + rect.height() * 0.4), QPointF(rect.center().x(), rect.bottom()));
-}
-
-void paintRemoveShape(QPainter& painter, const QRectF& rect, const QColor& colour) {
-    painter.setPen(QPen(colour, 1.6));
-    const QRectF cross = rect.adjusted(3, 3, -3, -3);
-    painter.drawLine(cross.topLeft(), cross.bottomRight());
-    painter.drawLine(cross.topRight(), cross.bottomLeft());
 }
 
 } // namespace
@@ -93,13 +77,10 @@ void ClipItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
     const bool showControls = selected || hovered;
     if (row.pinned || showControls) {
         const QColor colour = row.pinned ? PanelStyle::accent() : PanelStyle::secondaryText();
-        if (!ThemeGlyph::paint(*painter, {QStringLiteral("view-pin")}, pinRect(rect), colour))
-            paintPinShape(*painter, pinRect(rect), colour);
+        SymbolIcons::paint(*painter, "pin", pinRect(rect), colour);
     }
-    if (showControls &&
-        !ThemeGlyph::paint(*painter, {QStringLiteral("edit-delete"), QStringLiteral("user-trash")}, removeRect(rect),
-                           PanelStyle::secondaryText()))
-        paintRemoveShape(*painter, removeRect(rect), PanelStyle::secondaryText());
+    if (showControls)
+        SymbolIcons::paint(*painter, "trash", removeRect(rect), PanelStyle::secondaryText());
 
     const int textLeft = icon.right() + gap;
     int textRight = pinRect(rect).left() - gap;
