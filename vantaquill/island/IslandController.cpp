@@ -36,8 +36,7 @@ IslandController::IslandController(LiveActivityCenter& center, Scheduler& schedu
       settings_(settings) {
     surface_.onFrame = [this](double time) { frame(time); };
     surface_.paint = [this](QPainter& painter) {
-        IslandView::paint(painter, scene_);
-        paintContent(painter);
+        IslandView::paint(painter, scene_, [this](QPainter& inside) { paintContent(inside); });
     };
     surface_.onPointer = [this](const IslandSurface::PointerEvent& event) { pointer(event); };
     surface_.onKey = [this](const IslandSurface::KeyEvent& event) { key(event); };
@@ -129,11 +128,7 @@ bool IslandController::contentTakesPointer() const {
 void IslandController::paintContent(QPainter& painter) {
     if (!content_ || state_ != brind::IslandState::expanded || scene_.faceProgress <= 0)
         return;
-    painter.save();
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setClipPath(IslandView::outlinePath(scene_));
     content_->paint(painter, contentArea(shape_.rect).topLeft(), std::clamp(scene_.faceProgress, 0.0, 1.0));
-    painter.restore();
 }
 
 void IslandController::refresh() {

@@ -117,6 +117,7 @@ private:
     QRectF contentArea(const QRectF& rect) const;
     /// The tallest content the window can hold below the header.
     double maximumContentHeight() const;
+    /// Paints the open panel into a painter the view has clipped to the outline.
     void paintContent(QPainter& painter);
     /// Whether pointer events go to the content: the panel is open and has settled enough to use.
     bool contentTakesPointer() const;

@@ -40,7 +40,7 @@ QRegion IslandView::outlineRegion(const IslandScene& scene) {
     return QRegion(outlinePath(scene).toFillPolygon().toPolygon());
 }
 
-void IslandView::paint(QPainter& painter, const IslandScene& scene) {
+void IslandView::paint(QPainter& painter, const IslandScene& scene, const std::function<void(QPainter&)>& inside) {
     const QPainterPath outline = outlinePath(scene);
     if (outline.isEmpty())
         return;
@@ -49,6 +49,8 @@ void IslandView::paint(QPainter& painter, const IslandScene& scene) {
     painter.fillPath(outline, Qt::black);
     painter.setClipPath(outline);
     IslandFaces::paint(painter, scene);
+    if (inside)
+        inside(painter);
     painter.restore();
 }
 
