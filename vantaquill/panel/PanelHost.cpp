@@ -53,10 +53,8 @@ void PanelHost::opening() {
 void PanelHost::closed() {
     setKeyboardFocus(false);
     // A button held when the island closed must not stay pressed for the next opening.
-    if (buttons_ != Qt::NoButton) {
-        for (const auto& [button, at] : std::map(pressedAt_))
-            sendMouse(QEvent::GraphicsSceneMouseRelease, lastPosition_, button);
-    }
+    for (const auto& [button, at] : std::map(pressedAt_))
+        sendMouse(QEvent::GraphicsSceneMouseRelease, lastPosition_, button);
     // Hidden, the sections stop what only an open panel needs (countdowns, samplers, animations).
     proxy_->hide();
 }
