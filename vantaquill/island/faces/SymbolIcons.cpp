@@ -24,7 +24,7 @@ using namespace std::string_view_literals;
 /// Symbol names (or their leading components, for whole families) and the freedesktop icon names
 /// that show the same thing. A symbol is looked up whole first, then with its last component
 /// dropped, and so on, so "cloud.moon.rain.fill" finds "cloud.moon.rain" before "cloud".
-constexpr std::array<std::pair<std::string_view, std::string_view>, 72> themeTable{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 74> themeTable{{
     {"speaker.slash", "audio-volume-muted"},
     {"speaker.wave.1", "audio-volume-low"},
     {"speaker.wave.2", "audio-volume-medium"},
@@ -81,6 +81,8 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 72> themeTab
     {"memorychip", "media-flash"},
     {"internaldrive", "drive-harddisk"},
     {"arrow.up.arrow.down", "network-transmit-receive"},
+    {"arrow.down", "folder-download go-down"},
+    {"arrow.up", "send-to go-up"},
     {"link", "insert-link"},
     {"photo", "image-x-generic"},
     {"text.alignleft", "format-justify-left"},
