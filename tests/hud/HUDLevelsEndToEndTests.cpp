@@ -1,5 +1,5 @@
 #include "tests/e2e/E2EProcess.hpp"
-#include "tests/hud/SystemServiceMock.hpp"
+#include "tests/support/SystemServiceMock.hpp"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,6 @@ namespace {
 using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
-using hudtest::SystemServiceMock;
 
 constexpr auto patience = 20s;
 

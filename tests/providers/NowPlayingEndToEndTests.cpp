@@ -1,6 +1,6 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
-#include "tests/providers/BackgroundProgram.hpp"
+#include "tests/support/BackgroundProgram.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tests/e2e/E2EProcess.hpp"
-#include "tests/providers/BackgroundProgram.hpp"
+#include "tests/support/BackgroundProgram.hpp"
 
 #include <chrono>
 #include <filesystem>

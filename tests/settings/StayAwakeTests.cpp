@@ -1,7 +1,7 @@
 #include "vantaquill/settings/StayAwake.hpp"
 
 #include "tests/package/PrivateSessionBus.hpp"
-#include "tests/providers/BackgroundProgram.hpp"
+#include "tests/support/BackgroundProgram.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <QCoreApplication>

@@ -2,34 +2,41 @@
 
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
-#include "tests/providers/BackgroundProgram.hpp"
+#include "tests/support/BackgroundProgram.hpp"
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
-namespace vq::hudtest {
+namespace vq {
 
-/// A private bus standing in for the system bus, with one of python3-dbusmock's templates (logind,
-/// UPower) serving on it. `setUp` runs a Python script against the mock (to add what the template
-/// lacks), with `bus` bound to the connection.
+/// A private bus standing in for the system bus, with python3-dbusmock's templates (logind, UPower,
+/// NetworkManager, BlueZ…) serving on it, one process per template. `script` runs Python against
+/// the mocks (to add what a template lacks), with `bus` bound to the connection.
 class SystemServiceMock {
 public:
     static constexpr const char* python = "/usr/bin/python3";
 
     SystemServiceMock(const std::filesystem::path& folder, const std::string& busName, const std::string& templateName)
-        : bus(prepared(folder)),
-          mock(python, {"-m", "dbusmock", "--template", templateName},
-               {"DBUS_SYSTEM_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"}) {
+        : bus(prepared(folder)) {
+        ready = serve(busName, templateName);
+    }
+
+    /// Starts one more template on the same bus; false when its name never appeared.
+    bool serve(const std::string& busName, const std::string& templateName) {
+        mocks.push_back(std::make_unique<BackgroundProgram>(
+            python, std::vector<std::string>{"-m", "dbusmock", "--template", templateName},
+            std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"}));
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < deadline) {
-            if (bus.askBus("NameHasOwner", busName).out.find("boolean true") != std::string::npos) {
-                ready = true;
-                return;
-            }
+            if (bus.askBus("NameHasOwner", busName).out.find("boolean true") != std::string::npos)
+                return true;
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
+        return false;
     }
 
     static bool installed() {
@@ -52,8 +59,8 @@ private:
     }
 
     packagetest::PrivateSessionBus bus;
-    BackgroundProgram mock;
+    std::vector<std::unique_ptr<BackgroundProgram>> mocks;
     bool ready = false;
 };
 
-} // namespace vq::hudtest
+} // namespace vq
