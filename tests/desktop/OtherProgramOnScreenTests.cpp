@@ -209,5 +209,18 @@ TEST_F(WithOtherProgram, TheHotKeyOpensTheHistoryOverTheWindowInUseAndPastesTher
     EXPECT_TRUE(waitForText(typed, "text chosen with the hot key")) << readFile(typed);
 }
 
+TEST_F(WithOtherProgram, CtrlAndADigitPasteThatClipWhereTheUserWas) {
+    startIsland();
+    EXPECT_EQ(std::system(("printf 'the older clip' | DISPLAY=" + display->name() + " xclip -selection clipboard -i")
+                              .c_str()),
+              0);
+    EXPECT_TRUE(island->waitForLine("clipboard: text the older clip", 10s)) << island->errors();
+    const auto typed = copyThenWorkInAField("the newer clip");
+    display->run({"xdotool", "key", "super+shift+v"});
+    ASSERT_TRUE(openIsland()) << "the hot key did not open the island";
+    display->run({"xdotool", "key", "ctrl+2"});
+    EXPECT_TRUE(waitForText(typed, "text the older clip")) << readFile(typed);
+}
+
 } // namespace
 } // namespace vq::desktop
