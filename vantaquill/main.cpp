@@ -573,16 +573,26 @@ int main(int argc, char** argv) {
         display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
                                                                 : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
     };
-    const auto x11Clipboard =
-        vq::X11ClipboardWatcher::available() ? std::make_unique<vq::X11ClipboardWatcher>(clipboard) : nullptr;
+    // The primary selection (text selected with the pointer) is recorded only when the user asks.
+    const bool watchPrimary = preferences.flag("clipboard.watchPrimary");
+    const auto x11Clipboard = vq::X11ClipboardWatcher::available()
+                                  ? std::make_unique<vq::X11ClipboardWatcher>(clipboard, watchPrimary)
+                                  : nullptr;
     std::unique_ptr<vq::WaylandClipboardWatcher> waylandClipboard;
     if (surface && !x11Clipboard && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard);
+        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard, watchPrimary);
         if (watcher)
             waylandClipboard = std::move(*watcher);
         else
             printError("vantaquill: the clipboard is not watched: " + watcher.error());
     }
+    preferences.onChange([&] {
+        const bool watch = preferences.flag("clipboard.watchPrimary");
+        if (x11Clipboard)
+            x11Clipboard->setWatchPrimary(watch);
+        if (waylandClipboard)
+            waylandClipboard->setWatchPrimary(watch);
+    });
     if (panel) {
         vq::ClipboardWriter writeClipboard = vq::QtClipboard::write;
         if (waylandClipboard)
