@@ -437,13 +437,18 @@ int main(int argc, char** argv) {
     vq::ShelfStore shelf(dataFolder);
     vq::ShelfSection* shelfSection = nullptr;
     // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does;
-    // the island opens on the shelf while they hover.
+    // the island opens on the shelf when they come near the notch or are shaken over the island.
     if (islands) {
+        islands->setShelfGestureHandler([&](vq::ShelfDragGestures::Gesture gesture) {
+            if (!shelfSection)
+                return;
+            panel->panel().showSection(shelfSection);
+            display.line(gesture == vq::ShelfDragGestures::Gesture::shake ? "shelf shown for a shake"
+                                                                          : "shelf shown for a drag near the notch");
+        });
         islands->setDropHandler([&](const vq::IslandSurface::DropEvent& event) {
             if (event.files.empty() && event.text.empty())
                 return false;
-            if (event.type == vq::IslandSurface::DropEvent::Type::enter && shelfSection)
-                panel->panel().showSection(shelfSection);
             if (event.type != vq::IslandSurface::DropEvent::Type::drop)
                 return true;
             std::vector<brind::ShelfEntry> added;
