@@ -437,13 +437,18 @@ int main(int argc, char** argv) {
     vq::ShelfStore shelf(dataFolder);
     vq::ShelfSection* shelfSection = nullptr;
     // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does;
-    // the island opens on the shelf while they hover.
+    // the island opens on the shelf when they come near the notch or are shaken over the island.
     if (islands) {
+        islands->setShelfGestureHandler([&](vq::ShelfDragGestures::Gesture gesture) {
+            if (!shelfSection)
+                return;
+            panel->panel().showSection(shelfSection);
+            display.line(gesture == vq::ShelfDragGestures::Gesture::shake ? "shelf shown for a shake"
+                                                                          : "shelf shown for a drag near the notch");
+        });
         islands->setDropHandler([&](const vq::IslandSurface::DropEvent& event) {
             if (event.files.empty() && event.text.empty())
                 return false;
-            if (event.type == vq::IslandSurface::DropEvent::Type::enter && shelfSection)
-                panel->panel().showSection(shelfSection);
             if (event.type != vq::IslandSurface::DropEvent::Type::drop)
                 return true;
             std::vector<brind::ShelfEntry> added;
@@ -573,16 +578,26 @@ int main(int argc, char** argv) {
         display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
                                                                 : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
     };
-    const auto x11Clipboard =
-        vq::X11ClipboardWatcher::available() ? std::make_unique<vq::X11ClipboardWatcher>(clipboard) : nullptr;
+    // The primary selection (text selected with the pointer) is recorded only when the user asks.
+    const bool watchPrimary = preferences.flag("clipboard.watchPrimary");
+    const auto x11Clipboard = vq::X11ClipboardWatcher::available()
+                                  ? std::make_unique<vq::X11ClipboardWatcher>(clipboard, watchPrimary)
+                                  : nullptr;
     std::unique_ptr<vq::WaylandClipboardWatcher> waylandClipboard;
     if (surface && !x11Clipboard && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard);
+        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard, watchPrimary);
         if (watcher)
             waylandClipboard = std::move(*watcher);
         else
             printError("vantaquill: the clipboard is not watched: " + watcher.error());
     }
+    preferences.onChange([&] {
+        const bool watch = preferences.flag("clipboard.watchPrimary");
+        if (x11Clipboard)
+            x11Clipboard->setWatchPrimary(watch);
+        if (waylandClipboard)
+            waylandClipboard->setWatchPrimary(watch);
+    });
     if (panel) {
         vq::ClipboardWriter writeClipboard = vq::QtClipboard::write;
         if (waylandClipboard)

@@ -43,6 +43,8 @@ public:
     void setContent(IslandContent* content);
     /// Takes what is dragged onto any island (the shelf); true when it can take it.
     void setDropHandler(std::function<bool(const IslandSurface::DropEvent&)> handler);
+    /// Called when a drag over an island comes near its notch or is shaken there.
+    void setShelfGestureHandler(std::function<void(ShelfDragGestures::Gesture)> handler);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
 
@@ -72,6 +74,7 @@ private:
     std::optional<QPoint> fullScreenCentre_;
     IslandContent* content_ = nullptr;
     std::function<bool(const IslandSurface::DropEvent&)> dropHandler_;
+    std::function<void(ShelfDragGestures::Gesture)> shelfGestureHandler_;
     std::vector<Entry> entries_;
 };
 

@@ -74,6 +74,7 @@ const std::vector<PreferenceKey>& catalog() {
          "application identifiers, separated by spaces"},
         {"clipboard.hotkeyEnabled", S::clipboard, K::flag, "Open the history with its hot key", "true"},
         {"clipboard.pasteDirectly", S::clipboard, K::flag, "Paste the chosen clip", "true"},
+        {"clipboard.watchPrimary", S::clipboard, K::flag, "Also record selected text (primary selection)", "false"},
 
         {"shelf.autoClearHours", S::shelf, K::integer, "Clear unpinned files after (0: never)", "0", 0, 720, {},
          "h"},
