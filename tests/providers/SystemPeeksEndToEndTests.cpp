@@ -1,0 +1,198 @@
+#include "tests/e2e/E2EProcess.hpp"
+#include "tests/support/SystemServiceMock.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vq {
+namespace {
+
+using namespace std::chrono_literals;
+using e2e::IslandProcess;
+using e2e::TemporaryHome;
+
+constexpr auto patience = 20s;
+
+/// One change made to a mocked service and the line the island shows for it.
+struct Step {
+    const char* change;
+    const char* python;
+    std::string shown;
+};
+
+class SystemPeeks : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!SystemServiceMock::installed())
+            GTEST_SKIP() << "python3-dbusmock is missing; scripts/setup installs it";
+        std::filesystem::create_directories(sysClass);
+    }
+
+    std::unique_ptr<IslandProcess> startIsland(const SystemServiceMock& system) const {
+        auto environment = home.environment();
+        environment["DBUS_SYSTEM_BUS_ADDRESS"] = system.address();
+        return std::make_unique<IslandProcess>(
+            std::vector<std::string>{"--headless", "--port", "0", "--sys-class", sysClass.string()}, environment);
+    }
+
+    static void play(const SystemServiceMock& system, IslandProcess& island, const std::string& prelude,
+                     const std::vector<Step>& steps) {
+        for (const Step& step : steps) {
+            SCOPED_TRACE(step.change);
+            const auto done = system.script(prelude + step.python);
+            ASSERT_EQ(done.exitCode, 0) << done.err;
+            const auto line = island.waitForLine(step.shown, patience);
+            ASSERT_TRUE(line) << "never shown: " << step.shown << "\n" << island.errors();
+        }
+    }
+
+    static bool anyLine(const IslandProcess& island, const std::string& text) {
+        for (const auto& line : island.lines()) {
+            if (line.find(text) != std::string::npos)
+                return true;
+        }
+        return false;
+    }
+
+    TemporaryHome home;
+    std::filesystem::path sysClass = home.path() / "sys";
+};
+
+constexpr const char* upowerPrelude = R"(
+upower = dbus.Interface(bus.get_object('org.freedesktop.UPower', '/org/freedesktop/UPower'), 'org.freedesktop.DBus.Mock')
+display = '/org/freedesktop/UPower/devices/DisplayDevice'
+def change(**properties):
+    upower.SetDeviceProperties(display, properties)
+)";
+
+TEST_F(SystemPeeks, UPowersBatteryDrainsChargesAndFills) {
+    SystemServiceMock upower(home.path() / "system", "org.freedesktop.UPower", "upower");
+    ASSERT_TRUE(upower.running()) << "the UPower mock did not start";
+    // Plugged in at 85 %: the island's baseline, which shows nothing.
+    const auto prepared = upower.script(std::string(upowerPrelude) +
+                                        "upower.SetupDisplayDevice(2, 1, 85.0, 42.5, 50.0, 20.0, 0, 1800, True, '', 1)");
+    ASSERT_EQ(prepared.exitCode, 0) << prepared.err;
+    const auto island = startIsland(upower);
+    ASSERT_NE(island->port(), 0);
+    // The baseline is read without waiting at start; give it a moment before the first change.
+    std::this_thread::sleep_for(1s);
+    EXPECT_FALSE(anyLine(*island, "source=battery"));
+
+    play(upower, *island, upowerPrelude,
+         {{"unplugged", "change(State=dbus.UInt32(2), Percentage=80.0, TimeToFull=dbus.Int64(0), "
+                        "TimeToEmpty=dbus.Int64(11400), EnergyRate=9.5)",
+           R"(id=battery source=battery priority=normal title="Battery 80%" subtitle="About 3 h 10 min left" progress=0.80)"},
+          {"drained to the low mark", "change(Percentage=20.0, TimeToEmpty=dbus.Int64(2400))",
+           R"(id=battery source=battery priority=important title="Battery 20%" subtitle="About 40 min left")"},
+          {"plugged in", "change(State=dbus.UInt32(1), TimeToEmpty=dbus.Int64(0), TimeToFull=dbus.Int64(3900), EnergyRate=45.2)",
+           R"(title="Battery 20%" subtitle="45 W adapter · 1 h 5 min to full")"},
+          {"full", "change(State=dbus.UInt32(4), Percentage=100.0, TimeToFull=dbus.Int64(0), EnergyRate=0.0)",
+           R"(title="Battery 100%" subtitle="Fully charged" progress=1.00)"}});
+}
+
+TEST_F(SystemPeeks, KernelBatteryIsReadWithoutUPowerAndADesktopWithoutOneStaysQuiet) {
+    // A bus without UPower: the battery comes from the power-supply class.
+    SystemServiceMock bus(home.path() / "system", "org.freedesktop.login1", "logind");
+    ASSERT_TRUE(bus.running());
+    const auto battery = sysClass / "power_supply/BAT0";
+    std::filesystem::create_directories(battery);
+    const auto write = [&battery](const char* file, const std::string& text) {
+        std::ofstream(battery / file) << text << "\n";
+    };
+    write("type", "Battery");
+    write("capacity", "64");
+    write("status", "Charging");
+    const auto island = startIsland(bus);
+    ASSERT_NE(island->port(), 0);
+    std::this_thread::sleep_for(1s);
+    write("status", "Discharging");
+    ASSERT_TRUE(island->waitForLine(R"(title="Battery 64%" subtitle="On battery · estimating time left")", patience))
+        << island->errors();
+    EXPECT_EQ(island->stop(), 0);
+    EXPECT_NE(island->errors().find("UPower is not running; the battery is read from"), std::string::npos)
+        << island->errors();
+
+    // No battery at all: one quiet line and no peek.
+    std::filesystem::remove_all(sysClass / "power_supply");
+    const auto bare = startIsland(bus);
+    ASSERT_NE(bare->port(), 0);
+    // Its standard error is read once it has stopped: give the bus's answer time to arrive first.
+    std::this_thread::sleep_for(2s);
+    EXPECT_EQ(bare->stop(), 0);
+    const std::string said = "so there are no battery peeks";
+    const std::string errors = bare->errors();
+    EXPECT_NE(errors.find(said), std::string::npos) << errors;
+    EXPECT_EQ(errors.find(said), errors.rfind(said)) << errors;
+    EXPECT_FALSE(anyLine(*bare, "source=battery"));
+}
+
+constexpr const char* networkPrelude = R"(
+nm = dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager'),
+                    'org.freedesktop.DBus.Mock')
+manager = '/org/freedesktop/NetworkManager'
+wlan = manager + '/Devices/wlan0'
+def online(connected):
+    nm.SetConnectivity(dbus.UInt32(4 if connected else 1))
+    nm.SetGlobalConnectionState(dbus.UInt32(70 if connected else 20))
+def join(name):
+    nm.AddActiveConnection([wlan], manager + '/Settings/' + name, manager + '/AccessPoint/' + name, name, dbus.UInt32(2))
+    online(True)
+def leave(name):
+    nm.RemoveActiveConnection(wlan, manager + '/ActiveConnection/' + name)
+)";
+
+TEST_F(SystemPeeks, NetworkManagersWifiVPNAndHotspot) {
+    SystemServiceMock nm(home.path() / "system", "org.freedesktop.NetworkManager", "networkmanager");
+    ASSERT_TRUE(nm.running()) << "the NetworkManager mock did not start";
+    // A laptop with Wi-Fi in reach of a home network and a phone, a WireGuard tunnel and a VPN
+    // configured, nothing connected yet. The template has no metered flag: added as NetworkManager has it.
+    const auto prepared = nm.script(std::string(networkPrelude) + R"(
+nm.AddWiFiDevice('wlan0', 'wlan0', dbus.UInt32(30))
+nm.AddAccessPoint(wlan, 'home', 'Home', '00:11:22:33:44:55', dbus.UInt32(2), dbus.UInt32(2437), dbus.UInt32(54000), dbus.Byte(80), dbus.UInt32(0))
+nm.AddAccessPoint(wlan, 'pixel', 'Pixel', '00:11:22:33:44:66', dbus.UInt32(2), dbus.UInt32(5180), dbus.UInt32(54000), dbus.Byte(60), dbus.UInt32(0))
+nm.AddWiFiConnection(wlan, 'home', 'Home', '')
+nm.AddWiFiConnection(wlan, 'pixel', 'Pixel', '')
+settings = dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', manager + '/Settings'),
+                          'org.freedesktop.NetworkManager.Settings')
+settings.AddConnection({'connection': {'type': 'wireguard', 'id': 'wg0'}})
+settings.AddConnection({'connection': {'type': 'vpn', 'id': 'Office'}})
+nm.AddProperty('org.freedesktop.NetworkManager', 'Metered', dbus.UInt32(4))
+online(False)
+)");
+    ASSERT_EQ(prepared.exitCode, 0) << prepared.err;
+    std::filesystem::create_directories(home.path() / ".config/vantaquill");
+    std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf") << "[General]\nactivities.network.ssid=true\n";
+    const auto island = startIsland(nm);
+    ASSERT_NE(island->port(), 0);
+    // Nothing is shown while the network settles after start.
+    std::this_thread::sleep_for(4s);
+
+    play(nm, *island, networkPrelude,
+         {{"joined the home network", "join('home')",
+           R"(id=network.wifi source=network priority=normal title="Joined Home")"},
+          {"lost it, and the internet with it", "leave('home'); online(False)", R"(title="Wi-Fi disconnected")"},
+          {"back home", "join('home')", R"(title="Joined Home")"},
+          {"WireGuard up", "nm.AddActiveConnection(dbus.Array([], signature='s'), manager + '/Settings/0', '/', 'wg', dbus.UInt32(2))",
+           R"(id=network.vpn source=network priority=normal title="VPN connected")"},
+          {"WireGuard down", "nm.RemoveActiveConnection(wlan, manager + '/ActiveConnection/wg')",
+           R"(title="VPN disconnected")"},
+          {"a VPN up", "nm.AddActiveConnection(dbus.Array([], signature='s'), manager + '/Settings/1', '/', 'office', dbus.UInt32(2))",
+           R"(title="VPN connected")"},
+          {"moved to the phone's hotspot",
+           "leave('home'); "
+           "nm.SetProperty(manager, 'org.freedesktop.NetworkManager', 'Metered', dbus.UInt32(3, variant_level=1)); "
+           "join('pixel')",
+           R"(id=network.hotspot source=network priority=normal title="Hotspot · Pixel")"}});
+    // The Wi-Fi that went away explains the lost internet; no second peek says so.
+    EXPECT_FALSE(anyLine(*island, "No internet"));
+}
+
+} // namespace
+} // namespace vq
