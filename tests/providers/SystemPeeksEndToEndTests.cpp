@@ -3,7 +3,16 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <linux/if.h>
+#include <linux/if_tun.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
 #include <chrono>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -192,6 +201,57 @@ online(False)
            R"(id=network.hotspot source=network priority=normal title="Hotspot · Pixel")"}});
     // The Wi-Fi that went away explains the lost internet; no second peek says so.
     EXPECT_FALSE(anyLine(*island, "No internet"));
+}
+
+// Without NetworkManager the island reads the kernel's links and routes. The test runs in a network
+// namespace of its own (a thread that leaves the machine's, and the island it starts) so that it
+// can add links and routes: a veth pair stands for a cable, a TUN device held open here for a VPN
+// client's tunnel with a name that is no tunnel's.
+TEST_F(SystemPeeks, KernelRoutesWithoutNetworkManager) {
+    std::string skipped;
+    std::thread([&] {
+        if (::unshare(CLONE_NEWNET) != 0) {
+            skipped = std::string("no network namespace: ") + std::strerror(errno);
+            return;
+        }
+        const auto ip = [](const std::string& arguments) {
+            return std::system(("PATH=/usr/sbin:/sbin:/usr/bin:/bin ip " + arguments + " >/dev/null").c_str()) == 0;
+        };
+        if (!ip("link set lo up") || !ip("link add veth0 type veth peer name veth1")) {
+            skipped = "veth links cannot be made here";
+            return;
+        }
+        ASSERT_TRUE(ip("link set veth1 up") && ip("link set veth0 up") && ip("addr add 10.9.0.2/24 dev veth0"));
+        auto environment = home.environment();
+        environment["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + (home.path() / "no-bus").string();
+        IslandProcess island(std::vector<std::string>{"--headless", "--port", "0", "--sys-class", sysClass.string()},
+                             environment);
+        ASSERT_NE(island.port(), 0);
+        // Nothing is shown while the network settles after start.
+        std::this_thread::sleep_for(4s);
+
+        ASSERT_TRUE(ip("route add default via 10.9.0.1"));
+        ASSERT_TRUE(island.waitForLine(R"(id=network.internet source=network priority=normal title="Back online")", patience));
+        ASSERT_TRUE(ip("route del default"));
+        // Confirmed 4 s later, still offline.
+        ASSERT_TRUE(island.waitForLine(R"(id=network.internet source=network priority=normal title="No internet")", patience));
+
+        const int tun = ::open("/dev/net/tun", O_RDWR | O_CLOEXEC);
+        ASSERT_GE(tun, 0) << std::strerror(errno);
+        ifreq request{};
+        request.ifr_flags = IFF_TUN | IFF_NO_PI;
+        std::strncpy(request.ifr_name, "proton0", IFNAMSIZ - 1);
+        ASSERT_EQ(::ioctl(tun, TUNSETIFF, &request), 0) << std::strerror(errno);
+        ASSERT_TRUE(ip("link set proton0 up"));
+        EXPECT_TRUE(island.waitForLine(R"(id=network.vpn source=network priority=normal title="VPN connected")", patience));
+        ::close(tun);
+        EXPECT_TRUE(island.waitForLine(R"(title="VPN disconnected")", patience));
+        EXPECT_EQ(island.stop(), 0);
+        EXPECT_NE(island.errors().find("network peeks follow the kernel's links and routes"), std::string::npos)
+            << island.errors();
+    }).join();
+    if (!skipped.empty())
+        GTEST_SKIP() << skipped;
 }
 
 } // namespace
