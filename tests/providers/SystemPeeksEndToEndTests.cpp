@@ -151,7 +151,9 @@ def online(connected):
     nm.SetConnectivity(dbus.UInt32(4 if connected else 1))
     nm.SetGlobalConnectionState(dbus.UInt32(70 if connected else 20))
 def join(name):
-    nm.AddActiveConnection([wlan], manager + '/Settings/' + name, manager + '/AccessPoint/' + name, name, dbus.UInt32(2))
+    nm.SetProperty(wlan, 'org.freedesktop.NetworkManager.Device.Wireless', 'ActiveAccessPoint',
+                   dbus.ObjectPath(manager + '/AccessPoint/' + name, variant_level=1))
+    nm.AddActiveConnection([wlan], manager + '/Settings/' + name, '/', name, dbus.UInt32(2))
     online(True)
 def leave(name):
     nm.RemoveActiveConnection(wlan, manager + '/ActiveConnection/' + name)
@@ -161,7 +163,8 @@ TEST_F(SystemPeeks, NetworkManagersWifiVPNAndHotspot) {
     SystemServiceMock nm(home.path() / "system", "org.freedesktop.NetworkManager", "networkmanager");
     ASSERT_TRUE(nm.running()) << "the NetworkManager mock did not start";
     // A laptop with Wi-Fi in reach of a home network and a phone, a WireGuard tunnel and a VPN
-    // configured, nothing connected yet. The template has no metered flag: added as NetworkManager has it.
+    // configured, nothing connected yet. The template has neither the metered flag nor the device's
+    // access point: added as NetworkManager has them.
     const auto prepared = nm.script(std::string(networkPrelude) + R"(
 nm.AddWiFiDevice('wlan0', 'wlan0', dbus.UInt32(30))
 nm.AddAccessPoint(wlan, 'home', 'Home', '00:11:22:33:44:55', dbus.UInt32(2), dbus.UInt32(2437), dbus.UInt32(54000), dbus.Byte(80), dbus.UInt32(0))
@@ -173,6 +176,8 @@ settings = dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', manag
 settings.AddConnection({'connection': {'type': 'wireguard', 'id': 'wg0'}})
 settings.AddConnection({'connection': {'type': 'vpn', 'id': 'Office'}})
 nm.AddProperty('org.freedesktop.NetworkManager', 'Metered', dbus.UInt32(4))
+dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', wlan), 'org.freedesktop.DBus.Mock').AddProperty(
+    'org.freedesktop.NetworkManager.Device.Wireless', 'ActiveAccessPoint', dbus.ObjectPath('/'))
 online(False)
 )");
     ASSERT_EQ(prepared.exitCode, 0) << prepared.err;

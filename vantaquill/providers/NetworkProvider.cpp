@@ -65,6 +65,15 @@ bool isWifiType(const QString& type) {
     return type == QLatin1String("802-11-wireless");
 }
 
+// The properties a snapshot is made of. Access points report their signal strength and devices
+// their traffic every few seconds; those changes are not worth a read.
+bool readsProperty(const QString& name) {
+    static const QStringList read{"Connectivity", "State", "PrimaryConnection", "ActiveConnections", "Metered",
+                                  "ActiveAccessPoint", "Ssid", "Type", "Vpn", "Devices", "SpecificObject",
+                                  "Default", "Default6"};
+    return read.contains(name);
+}
+
 } // namespace
 
 /// What one read of NetworkManager has gathered so far.
@@ -160,7 +169,7 @@ void NetworkProvider::stop() {
     if (relay_) {
         QDBusConnection bus = QDBusConnection::systemBus();
         bus.disconnect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
-                       SLOT(relayChanged()));
+                       SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
         bus.disconnect(service, managerPath, managerInterface, QStringLiteral("StateChanged"), relay_.get(),
                        SLOT(relayChanged()));
         relay_.reset();
@@ -175,10 +184,15 @@ void NetworkProvider::useNetworkManager() {
     QDBusConnection bus = QDBusConnection::systemBus();
     // Any of its objects: the manager, the active connections, the devices and their access points.
     bus.connect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
-                SLOT(relayChanged()));
+                SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
     bus.connect(service, managerPath, managerInterface, QStringLiteral("StateChanged"), relay_.get(),
                 SLOT(relayChanged()));
     QObject::connect(relay_.get(), &SystemBusRelay::changed, relay_.get(), [this] { changed(); });
+    QObject::connect(relay_.get(), &SystemBusRelay::propertiesChanged, relay_.get(),
+                     [this](const QString&, const QVariantMap& properties, const QStringList& invalidated) {
+                         if (!invalidated.isEmpty() || std::ranges::any_of(properties.keys(), readsProperty))
+                             changed();
+                     });
     readNetworkManager();
 }
 
