@@ -88,6 +88,9 @@ TEST_F(SystemPeeks, UPowersBatteryDrainsChargesAndFills) {
     const auto prepared = upower.script(std::string(upowerPrelude) +
                                         "upower.SetupDisplayDevice(2, 1, 85.0, 42.5, 50.0, 20.0, 0, 1800, True, '', 1)");
     ASSERT_EQ(prepared.exitCode, 0) << prepared.err;
+    const auto settings = home.path() / ".config/vantaquill/vantaquill.conf";
+    std::filesystem::create_directories(settings.parent_path());
+    std::ofstream(settings) << "[General]\nactivities.battery=true\n";
     const auto island = startIsland(upower);
     ASSERT_NE(island->port(), 0);
     // The baseline is read without waiting at start; give it a moment before the first change.
@@ -104,6 +107,18 @@ TEST_F(SystemPeeks, UPowersBatteryDrainsChargesAndFills) {
            R"(title="Battery 20%" subtitle="45 W adapter · 1 h 5 min to full")"},
           {"full", "change(State=dbus.UInt32(4), Percentage=100.0, TimeToFull=dbus.Int64(0), EnergyRate=0.0)",
            R"(title="Battery 100%" subtitle="Fully charged" progress=1.00)"}});
+
+    // Switched off, unplugging shows nothing; switched on again, the battery is followed afresh.
+    std::ofstream(settings) << "[General]\nactivities.battery=false\n";
+    std::this_thread::sleep_for(1s);
+    ASSERT_EQ(upower.script(std::string(upowerPrelude) + "change(State=dbus.UInt32(2), Percentage=99.0)").exitCode, 0);
+    std::this_thread::sleep_for(1500ms);
+    EXPECT_FALSE(anyLine(*island, R"(title="Battery 99%")"));
+    std::ofstream(settings) << "[General]\nactivities.battery=true\n";
+    std::this_thread::sleep_for(1s);
+    play(upower, *island, upowerPrelude,
+         {{"plugged in after the switch", "change(State=dbus.UInt32(1), TimeToFull=dbus.Int64(600))",
+           R"(title="Battery 99%" subtitle="10 min to full")"}});
 }
 
 TEST_F(SystemPeeks, KernelBatteryIsReadWithoutUPowerAndADesktopWithoutOneStaysQuiet) {
