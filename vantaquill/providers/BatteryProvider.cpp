@@ -70,24 +70,11 @@ BatteryProvider::~BatteryProvider() {
 void BatteryProvider::start(LiveActivityCenter& center) {
     center_ = &center;
     relay_ = std::make_unique<SystemBusRelay>();
-    QDBusConnection bus = QDBusConnection::systemBus();
-    if (!bus.isConnected()) {
+    if (!QDBusConnection::systemBus().isConnected()) {
         useKernel();
         return;
     }
-    // Asked without waiting: the answer decides between UPower and the kernel's files.
-    auto message = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                  "org.freedesktop.DBus", "NameHasOwner");
-    message << upowerService;
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), relay_.get());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, relay_.get(), [this](QDBusPendingCallWatcher* done) {
-        done->deleteLater();
-        const QDBusPendingReply<bool> reply = *done;
-        if (!reply.isError() && reply.value())
-            useUPower();
-        else
-            useKernel();
-    });
+    useUPower();
 }
 
 void BatteryProvider::stop() {
@@ -105,10 +92,12 @@ void BatteryProvider::stop() {
         relay_.reset();
     }
     peeks_ = BatteryPeeks{};
+    upowerAnswered_ = false;
     center_ = nullptr;
 }
 
 void BatteryProvider::useUPower() {
+    // Followed before the first read, so that no change falls between the two.
     QDBusConnection::systemBus().connect(upowerService, displayDevice, propertiesInterface,
                                          QStringLiteral("PropertiesChanged"), relay_.get(), SLOT(relayChanged()));
     QObject::connect(relay_.get(), &SystemBusRelay::changed, relay_.get(),
@@ -117,6 +106,8 @@ void BatteryProvider::useUPower() {
 }
 
 void BatteryProvider::readUPower() {
+    // Asked without waiting. The first call also starts UPower where the bus starts it on demand;
+    // when it fails, the kernel's files are read instead.
     auto message = QDBusMessage::createMethodCall(upowerService, displayDevice, propertiesInterface,
                                                   QStringLiteral("GetAll"));
     message << deviceInterface;
@@ -124,10 +115,18 @@ void BatteryProvider::readUPower() {
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, relay_.get(), [this](QDBusPendingCallWatcher* done) {
         done->deleteLater();
         const QDBusPendingReply<QVariantMap> reply = *done;
+        if (reply.isError() && !upowerAnswered_) {
+            QDBusConnection::systemBus().disconnect(upowerService, displayDevice, propertiesInterface,
+                                                    QStringLiteral("PropertiesChanged"), relay_.get(),
+                                                    SLOT(relayChanged()));
+            useKernel();
+            return;
+        }
         if (reply.isError()) {
             log_("vantaquill: couldn't read UPower's battery: " + reply.error().message().toStdString());
             return;
         }
+        upowerAnswered_ = true;
         const QVariantMap properties = reply.value();
         BatteryPeeks::Reading reading;
         reading.present = properties.value("IsPresent").toBool();

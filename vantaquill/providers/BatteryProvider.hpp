@@ -69,6 +69,8 @@ class BatteryProvider final : public LiveActivityCenter::Provider {
     std::unique_ptr<Scheduler::Timer> settle_;
     std::unique_ptr<Scheduler::Timer> reread_;
     bool toldNoBattery_ = false;
+    /// UPower answered once: a later failure is a hiccup, not a reason to leave it.
+    bool upowerAnswered_ = false;
 };
 
 } // namespace vq

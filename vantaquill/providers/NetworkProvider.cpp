@@ -142,23 +142,11 @@ void NetworkProvider::start(LiveActivityCenter& center) {
     center_ = &center;
     delivery_.emplace(scheduler_.now());
     relay_ = std::make_unique<SystemBusRelay>();
-    QDBusConnection bus = QDBusConnection::systemBus();
-    if (!bus.isConnected()) {
+    if (!QDBusConnection::systemBus().isConnected()) {
         useKernel("there is no system bus");
         return;
     }
-    auto message = QDBusMessage::createMethodCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                  "org.freedesktop.DBus", "NameHasOwner");
-    message << service;
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(message), relay_.get());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, relay_.get(), [this](QDBusPendingCallWatcher* done) {
-        done->deleteLater();
-        const QDBusPendingReply<bool> reply = *done;
-        if (!reply.isError() && reply.value())
-            useNetworkManager();
-        else
-            useKernel("NetworkManager is not running");
-    });
+    useNetworkManager();
 }
 
 void NetworkProvider::stop() {
@@ -177,11 +165,13 @@ void NetworkProvider::stop() {
     machine_ = brind::NetworkPeekMachine({brind::NetworkPeek::allKinds.begin(), brind::NetworkPeek::allKinds.end()});
     delivery_.reset();
     latest_.reset();
+    managerAnswered_ = false;
     center_ = nullptr;
 }
 
 void NetworkProvider::useNetworkManager() {
     QDBusConnection bus = QDBusConnection::systemBus();
+    // Followed before the first read, so that no change falls between the two.
     // Any of its objects: the manager, the active connections, the devices and their access points.
     bus.connect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
                 SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
@@ -197,6 +187,13 @@ void NetworkProvider::useNetworkManager() {
 }
 
 void NetworkProvider::useKernel(const std::string& why) {
+    if (relay_) {
+        QDBusConnection bus = QDBusConnection::systemBus();
+        bus.disconnect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
+                       SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
+        bus.disconnect(service, managerPath, managerInterface, QStringLiteral("StateChanged"), relay_.get(),
+                       SLOT(relayChanged()));
+    }
     auto opened = NetlinkNetwork::open([this] { changed(); });
     if (!opened) {
         log_("vantaquill: no network peeks: " + why + " and the kernel's routes cannot be read (" + opened.error() + ")");
@@ -322,9 +319,17 @@ void NetworkProvider::readNetworkManager() {
             });
     };
 
-    getAll(owner, managerPath, managerInterface, [read, current, owner, findWifi](QVariantMap manager) {
+    // Asked without waiting. The first call also starts NetworkManager where the bus starts it on
+    // demand; when it fails, the kernel's links and routes are followed instead.
+    getAll(owner, managerPath, managerInterface, [this, read, current, owner, findWifi](QVariantMap manager) {
         if (!current())
             return;
+        if (manager.isEmpty()) {
+            if (!managerAnswered_)
+                useKernel("NetworkManager is not running");
+            return;
+        }
+        managerAnswered_ = true;
         read->manager = std::move(manager);
         const QStringList paths = objectPaths(read->manager.value("ActiveConnections"));
         if (paths.isEmpty()) {

@@ -62,6 +62,8 @@ class NetworkProvider final : public LiveActivityCenter::Provider {
     std::unique_ptr<Scheduler::Timer> check_;
     /// Bumped by every read and by stopping, so an older read's late answers are dropped.
     std::uint64_t generation_ = 0;
+    /// NetworkManager answered once: a later failure is a hiccup, not a reason to leave it.
+    bool managerAnswered_ = false;
 };
 
 } // namespace vq
