@@ -154,14 +154,8 @@ void NetworkProvider::stop() {
     settle_.reset();
     check_.reset();
     kernel_.reset();
-    if (relay_) {
-        QDBusConnection bus = QDBusConnection::systemBus();
-        bus.disconnect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
-                       SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
-        bus.disconnect(service, managerPath, managerInterface, QStringLiteral("StateChanged"), relay_.get(),
-                       SLOT(relayChanged()));
-        relay_.reset();
-    }
+    unfollowNetworkManager();
+    relay_.reset();
     machine_ = brind::NetworkPeekMachine({brind::NetworkPeek::allKinds.begin(), brind::NetworkPeek::allKinds.end()});
     delivery_.reset();
     latest_.reset();
@@ -171,8 +165,8 @@ void NetworkProvider::stop() {
 
 void NetworkProvider::useNetworkManager() {
     QDBusConnection bus = QDBusConnection::systemBus();
-    // Followed before the first read, so that no change falls between the two.
-    // Any of its objects: the manager, the active connections, the devices and their access points.
+    // Any of its objects (the manager, the active connections, the devices and their access points),
+    // followed before the first read so that no change falls between the two.
     bus.connect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
                 SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
     bus.connect(service, managerPath, managerInterface, QStringLiteral("StateChanged"), relay_.get(),
@@ -186,14 +180,18 @@ void NetworkProvider::useNetworkManager() {
     readNetworkManager();
 }
 
+void NetworkProvider::unfollowNetworkManager() {
+    if (!relay_)
+        return;
+    QDBusConnection bus = QDBusConnection::systemBus();
+    bus.disconnect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
+                   SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
+    bus.disconnect(service, managerPath, managerInterface, QStringLiteral("StateChanged"), relay_.get(),
+                   SLOT(relayChanged()));
+}
+
 void NetworkProvider::useKernel(const std::string& why) {
-    if (relay_) {
-        QDBusConnection bus = QDBusConnection::systemBus();
-        bus.disconnect(service, QString(), propertiesInterface, QStringLiteral("PropertiesChanged"), relay_.get(),
-                       SLOT(relayPropertiesChanged(QString, QVariantMap, QStringList)));
-        bus.disconnect(service, managerPath, managerInterface, QStringLiteral("StateChanged"), relay_.get(),
-                       SLOT(relayChanged()));
-    }
+    unfollowNetworkManager();
     auto opened = NetlinkNetwork::open([this] { changed(); });
     if (!opened) {
         log_("vantaquill: no network peeks: " + why + " and the kernel's routes cannot be read (" + opened.error() + ")");

@@ -43,6 +43,7 @@ class NetworkProvider final : public LiveActivityCenter::Provider {
   private:
     struct Read;
     void useNetworkManager();
+    void unfollowNetworkManager();
     void useKernel(const std::string& why);
     void readNetworkManager();
     void changed();
