@@ -225,7 +225,7 @@ online(False)
 
 // Without NetworkManager the island reads the kernel's links and routes. The test runs in a network
 // namespace of its own (a thread that leaves the machine's, and the island it starts) so that it
-// can add links and routes: a veth pair stands for a cable, a TUN device held open here for a VPN
+// can add links and routes: veth pairs stand for cables, a TUN device held open here for a VPN
 // client's tunnel with a name that is no tunnel's.
 TEST_F(SystemPeeks, KernelRoutesWithoutNetworkManager) {
     std::string skipped;
@@ -242,6 +242,8 @@ TEST_F(SystemPeeks, KernelRoutesWithoutNetworkManager) {
             return;
         }
         ASSERT_TRUE(ip("link set veth1 up") && ip("link set veth0 up") && ip("addr add 10.9.0.2/24 dev veth0"));
+        ASSERT_TRUE(ip("link add veth2 type veth peer name veth3") && ip("link set veth3 up") &&
+                    ip("link set veth2 up") && ip("addr add 10.9.1.2/24 dev veth2"));
         auto environment = home.environment();
         environment["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + (home.path() / "no-bus").string();
         IslandProcess island(std::vector<std::string>{"--headless", "--port", "0", "--sys-class", sysClass.string()},
@@ -255,6 +257,9 @@ TEST_F(SystemPeeks, KernelRoutesWithoutNetworkManager) {
         ASSERT_TRUE(ip("route del default"));
         // Confirmed 4 s later, still offline.
         ASSERT_TRUE(island.waitForLine(R"(id=network.internet source=network priority=normal title="No internet")", patience));
+        // A default route over both links at once names them in its next hops.
+        ASSERT_TRUE(ip("route add default nexthop via 10.9.0.1 dev veth0 nexthop via 10.9.1.1 dev veth2"));
+        ASSERT_TRUE(island.waitForLine(R"(title="Back online")", patience));
 
         const int tun = ::open("/dev/net/tun", O_RDWR | O_CLOEXEC);
         ASSERT_GE(tun, 0) << std::strerror(errno);

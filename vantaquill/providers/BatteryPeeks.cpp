@@ -141,7 +141,7 @@ brind::LiveActivity BatteryPeeks::peek(const Reading& reading, brind::Date now) 
     case Power::battery: {
         activity.subtitle = brind::BatteryEstimate::onBatterySubtitle(
             minutes(reading.secondsToEmpty), brind::BatteryEstimate::minutesLeft(samples_));
-        const bool low = percent <= lowThresholds[0];
+        const bool low = percent <= lowThresholds.front();
         activity.priority = low ? brind::ActivityPriority::important : brind::ActivityPriority::normal;
         activity.expiresAt = now + (low ? lowLifetime : peekLifetime);
         return activity;

@@ -3,7 +3,10 @@
 #include "BrindKit/foundation/Date.hpp"
 #include "BrindKit/island/LiveActivity.hpp"
 #include "BrindKit/system/BatteryEstimate.hpp"
+#include "BrindKit/system/LockBattery.hpp"
 
+#include <array>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 #include <vector>
@@ -20,8 +23,9 @@ class BatteryPeeks {
     static constexpr double peekLifetime = 3.5;
     /// A low battery is a warning and stays as long as "No internet" does.
     static constexpr double lowLifetime = 6;
-    /// Falling to each of these (percent, highest first) on battery is announced once.
-    static constexpr int lowThresholds[] = {20, 10, 5};
+    /// Falling to each of these (percent, highest first) on battery is announced once; the first is
+    /// where the lock screen's battery turns low too.
+    static constexpr std::array<int, 3> lowThresholds{brind::LockBattery::lowPercent, 10, 5};
     /// Discharge samples older than this no longer describe the present load.
     static constexpr double sampleWindow = 30 * 60;
     static constexpr std::size_t maxSamples = 120;

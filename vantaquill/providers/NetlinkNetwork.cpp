@@ -156,16 +156,26 @@ std::expected<brind::NetworkSnapshot, std::string> NetlinkNetwork::read() const 
         if (route->rtm_dst_len != 0 || route->rtm_type != RTN_UNICAST)
             return;
         unsigned table = route->rtm_table;
-        int device = 0;
+        std::vector<int> devices;
         unsigned length = RTM_PAYLOAD(message);
         for (const auto* attribute = RTM_RTA(route); RTA_OK(attribute, length); attribute = RTA_NEXT(attribute, length)) {
             if (attribute->rta_type == RTA_TABLE)
                 std::memcpy(&table, RTA_DATA(attribute), sizeof table);
-            if (attribute->rta_type == RTA_OIF)
+            if (attribute->rta_type == RTA_OIF) {
+                int device = 0;
                 std::memcpy(&device, RTA_DATA(attribute), sizeof device);
+                devices.push_back(device);
+            }
+            // A route over several links at once names each next hop's link instead.
+            if (attribute->rta_type == RTA_MULTIPATH) {
+                auto remaining = static_cast<int>(RTA_PAYLOAD(attribute));
+                for (const auto* hop = static_cast<const rtnexthop*>(RTA_DATA(attribute)); RTNH_OK(hop, remaining);
+                     remaining -= static_cast<int>(RTNH_ALIGN(hop->rtnh_len)), hop = RTNH_NEXT(hop))
+                    devices.push_back(hop->rtnh_ifindex);
+            }
         }
-        if (table == RT_TABLE_MAIN && device != 0)
-            defaultRoutes.push_back(device);
+        if (table == RT_TABLE_MAIN)
+            defaultRoutes.insert(defaultRoutes.end(), devices.begin(), devices.end());
     });
     if (!routed)
         return std::unexpected(routed.error());
