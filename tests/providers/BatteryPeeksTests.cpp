@@ -1,12 +1,7 @@
 #include "vantaquill/providers/BatteryPeeks.hpp"
-#include "vantaquill/providers/BatteryProvider.hpp"
-#include "vantaquill/providers/NetlinkNetwork.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -93,82 +88,6 @@ TEST(BatteryPeeks, PostsPowerChangesFullAndLowOnly) {
             EXPECT_TRUE(peek->expiresAt);
         }
     }
-}
-
-void write(const std::filesystem::path& file, const std::string& text) {
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file) << text << "\n";
-}
-
-TEST(BatteryPeeks, PowerSupplyFolderAddsTheSystemsBatteriesAndSkipsDevices) {
-    brindtest::TemporaryFolder folder;
-    const auto root = folder.path();
-    EXPECT_FALSE(BatteryProvider::readPowerSupply(root / "missing").present);
-    write(root / "AC/type", "Mains");
-    write(root / "AC/online", "1");
-    EXPECT_FALSE(BatteryProvider::readPowerSupply(root).present) << "a charger alone is no battery";
-
-    // A wireless mouse's battery belongs to the mouse.
-    write(root / "hidpp_battery_0/type", "Battery");
-    write(root / "hidpp_battery_0/scope", "Device");
-    write(root / "hidpp_battery_0/capacity", "5");
-    write(root / "hidpp_battery_0/status", "Discharging");
-    write(root / "BAT0/type", "Battery");
-    write(root / "BAT0/status", "Charging");
-    write(root / "BAT0/energy_now", "30000000");
-    write(root / "BAT0/energy_full", "40000000");
-    write(root / "BAT0/power_now", "25500000");
-    write(root / "BAT0/time_to_full_now", "1800");
-    auto one = BatteryProvider::readPowerSupply(root);
-    EXPECT_EQ(one, reading(75, Power::charging, {}, 1800, 25.5));
-
-    // Two batteries: the energies add up, one discharging means the computer runs on battery, and
-    // their own times no longer say anything about the whole.
-    write(root / "BAT1/type", "Battery");
-    write(root / "BAT1/status", "Discharging");
-    write(root / "BAT1/energy_now", "1000000");
-    write(root / "BAT1/energy_full", "2000000");
-    write(root / "BAT1/capacity", "50");
-    const auto two = BatteryProvider::readPowerSupply(root);
-    EXPECT_TRUE(two.present);
-    EXPECT_EQ(two.power, Power::battery);
-    EXPECT_NEAR(two.percent, 100.0 * 31000000 / 42000000, 1e-9);
-    EXPECT_FALSE(two.secondsToFull);
-}
-
-TEST(BatteryPeeks, KernelRoutesMakeASnapshot) {
-    using Kind = brind::NetworkInterface::Kind;
-    using Link = NetlinkNetwork::Link;
-    const Link loopback{1, {"lo", Kind::loopback}, true};
-    const Link wired{2, {"enp3s0", std::nullopt}, true};
-    const Link wireless{3, {"wlp2s0", std::nullopt}, true};
-    const Link wireguard{4, {"wg0", Kind::wireguard}, true};
-    const Link wiredDown{2, {"enp3s0", std::nullopt}, false};
-    const auto isWireless = [](const std::string& name) { return name.starts_with("wl"); };
-    struct Case {
-        const char* name;
-        std::vector<Link> links;
-        std::vector<int> defaults;
-        brind::NetworkSnapshot expected;
-    };
-    const auto path = [](bool online, bool wifi, bool vpn, bool linkUp) {
-        brind::NetworkSnapshot snapshot;
-        snapshot.online = online;
-        snapshot.wifi = wifi;
-        snapshot.vpn = vpn;
-        snapshot.linkUp = linkUp;
-        return snapshot;
-    };
-    const std::vector<Case> cases{
-        {"only the loopback", {loopback}, {}, path(false, false, false, false)},
-        {"a cable without a default route", {loopback, wired}, {}, path(false, false, false, true)},
-        {"a cable that is down", {loopback, wiredDown}, {2}, path(false, false, false, false)},
-        {"Wi-Fi carries the default route", {loopback, wired, wireless}, {3}, path(true, true, false, true)},
-        {"the cable carries it while Wi-Fi is also up", {loopback, wired, wireless}, {2}, path(true, false, false, true)},
-        {"a tunnel over Wi-Fi carries it", {loopback, wireless, wireguard}, {4}, path(true, true, true, true)},
-    };
-    for (const Case& c : cases)
-        EXPECT_EQ(NetlinkNetwork::snapshot(c.links, c.defaults, isWireless), c.expected) << c.name;
 }
 
 } // namespace
