@@ -34,7 +34,9 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
+#include "vantaquill/providers/BatteryProvider.hpp"
 #include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/NetworkProvider.hpp"
 #include "vantaquill/providers/PomodoroController.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
 #include "vantaquill/providers/ThemeSound.hpp"
@@ -652,6 +654,22 @@ int main(int argc, char** argv) {
     };
     followVolume();
     preferences.onChange(followVolume);
+
+    // Network and battery peeks: each its own source, started while its preferences want it. The
+    // network's kinds and names are read at every change, so only all kinds off stops it.
+    center.registerProvider(std::make_unique<vq::NetworkProvider>(
+        scheduler, [&preferences](std::string_view key) { return std::optional(preferences.flag(key)); }, printError));
+    center.registerProvider(std::make_unique<vq::BatteryProvider>(scheduler, options->sysClass, printError));
+    const auto followPeeks = [&center, &preferences] {
+        const bool network = std::ranges::any_of(brind::NetworkPeek::allKinds, [&preferences](brind::NetworkPeek::Kind kind) {
+            return preferences.flag("activities.network." + std::string(brind::name(kind)));
+        });
+        const auto follow = [&center](std::string_view id, bool on) { on ? center.start(id) : center.stop(id); };
+        follow(vq::NetworkProvider::providerID, network);
+        follow(vq::BatteryProvider::providerID, preferences.flag("activities.battery"));
+    };
+    followPeeks();
+    preferences.onChange(followPeeks);
 
     // The URL the island was started with, once every view it may name exists.
     if (!options->url.isEmpty())

@@ -59,6 +59,8 @@ const std::vector<PreferenceKey>& catalog() {
         {"activities.network.hotspot", S::activities, K::flag, "Hotspot changes", "true"},
         {"activities.network.internet", S::activities, K::flag, "Internet connection changes", "true"},
         {"activities.network.ssid", S::activities, K::flag, "Show the network's name", "false"},
+        {"activities.battery", S::activities, K::flag, "Battery changes", "true", 0, 0, {},
+         "Unplugging, plugging in, a full battery and a low one"},
 
         {"clipboard.enabled", S::clipboard, K::flag, "Keep a clipboard history", "true"},
         {"clipboard.maxItems", S::clipboard, K::integer, "Items kept", "300", 50, 5000,
