@@ -64,7 +64,8 @@ class Downloads : public ::testing::Test {
 protected:
     void SetUp() override {
         // The folder comes from user-dirs.dirs, as the desktop names it.
-        std::filesystem::create_directories(home.path() / ".config");
+        // The preferences' folder exists from the start, as the island watches it for changes.
+        std::filesystem::create_directories(home.path() / ".config/vantaquill");
         std::ofstream(home.path() / ".config/user-dirs.dirs") << "XDG_DOWNLOAD_DIR=\"$HOME/Incoming\"\n";
         std::filesystem::create_directories(folder);
     }
@@ -133,6 +134,12 @@ TEST_F(Downloads, APreallocatedFileShowsItsShareAndACancelledOneEnds) {
 
     std::filesystem::remove(named);
     ASSERT_TRUE(island.waitForLine("activity ended id=downloads.1", patience));
+
+    // Switched off while the island runs: its activities go with it.
+    append(folder / "notes.txt.part", 10);
+    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.2", patience));
+    std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf") << "[General]\nactivities.downloads=false\n";
+    ASSERT_TRUE(island.waitForLine("activity ended id=downloads.2", patience));
 }
 
 } // namespace
