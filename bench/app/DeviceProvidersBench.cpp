@@ -2,7 +2,6 @@
 #include "vantaquill/providers/MicCameraProvider.hpp"
 
 #include <benchmark/benchmark.h>
-
 #include <filesystem>
 #include <string>
 

@@ -2,10 +2,9 @@
 #include "tests/support/SystemServiceMock.hpp"
 #include "vantaquill/providers/BluetoothProvider.hpp"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -71,7 +70,8 @@ TEST(BluetoothPeek, ConnectingAndDisconnectingPeekWithNameAndBattery) {
     ASSERT_TRUE(island.waitForLine("console refused", patience));
     run("mock.ConnectDevice('hci0', '11:22:33:44:55:66', dbus_interface='org.bluez.Mock')");
     // Popped open first, then listed.
-    ASSERT_TRUE(island.waitForLine("alert shown id=bluetooth.11:22:33:44:55:66 title=\"Trail Buds\"", patience))
+    ASSERT_TRUE(
+        island.waitForLine("alert shown id=bluetooth.11:22:33:44:55:66 title=\"Trail Buds\"", patience))
         << island.errors();
     const auto connected = island.waitForLine("activity shown id=bluetooth.11:22:33:44:55:66", patience);
     ASSERT_TRUE(connected);

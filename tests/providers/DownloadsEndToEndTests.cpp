@@ -1,11 +1,10 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "vantaquill/providers/DownloadsProvider.hpp"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <optional>
 #include <string>
@@ -61,7 +60,7 @@ TEST(DownloadFolder, PartialFilesAreKnownByTheBrowsersSuffixes) {
 }
 
 class Downloads : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         // The folder comes from user-dirs.dirs, as the desktop names it.
         // The preferences' folder exists from the start, as the island watches it for changes.
@@ -84,9 +83,10 @@ TEST_F(Downloads, AGrowingPartialFileShowsProgressThenDoneAndGoesOnTheShelf) {
 
     const auto partial = folder / "report.pdf.part";
     append(partial, 100'000);
-    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.1 source=downloads priority=normal title=\"report.pdf\" "
-                                   "subtitle=\"100 KB\"",
-                                   patience))
+    ASSERT_TRUE(island.waitForLine(
+        "activity shown id=downloads.1 source=downloads priority=normal title=\"report.pdf\" "
+        "subtitle=\"100 KB\"",
+        patience))
         << island.errors();
     append(partial, 2'000'000);
     ASSERT_TRUE(island.waitForLine("activity updated id=downloads.1 source=downloads priority=normal "
@@ -104,7 +104,8 @@ TEST_F(Downloads, AGrowingPartialFileShowsProgressThenDoneAndGoesOnTheShelf) {
     EXPECT_NE(done->find("action=\"open\" action=\"show\" action=\"shelf\""), std::string::npos) << *done;
 
     ASSERT_TRUE(island.sendInput("press downloads.done.1 shelf\n"));
-    ASSERT_TRUE(island.waitForLine("shelf added path=\"" + (folder / "report.pdf").string() + "\"", patience));
+    ASSERT_TRUE(
+        island.waitForLine("shelf added path=\"" + (folder / "report.pdf").string() + "\"", patience));
     ASSERT_TRUE(island.waitForLine("activity ended id=downloads.done.1", patience));
     // Saved in the shelf's library, as a drop on the island is.
     std::ifstream library(home.path() / ".local/share/vantaquill/shelf.json");
@@ -138,7 +139,8 @@ TEST_F(Downloads, APreallocatedFileShowsItsShareAndACancelledOneEnds) {
     // Switched off while the island runs: its activities go with it.
     append(folder / "notes.txt.part", 10);
     ASSERT_TRUE(island.waitForLine("activity shown id=downloads.2", patience));
-    std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf") << "[General]\nactivities.downloads=false\n";
+    std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf")
+        << "[General]\nactivities.downloads=false\n";
     ASSERT_TRUE(island.waitForLine("activity ended id=downloads.2", patience));
 }
 

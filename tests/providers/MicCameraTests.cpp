@@ -5,14 +5,12 @@
 
 #include <QCoreApplication>
 #include <QMetaObject>
-
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 #include <optional>
 #include <string>
@@ -51,8 +49,8 @@ TEST(MicCamera, TheCameraActivityNamesWhoHoldsTheNodeUntilItIsClosed) {
     const auto onMainThread = [](std::function<void()> function) {
         QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(function), Qt::QueuedConnection);
     };
-    center.registerProvider(std::make_unique<MicCameraProvider>(scheduler, onMainThread,
-                                                                [](const std::string&) {}, devices));
+    center.registerProvider(std::make_unique<MicCameraProvider>(
+        scheduler, onMainThread, [](const std::string&) {}, devices));
     center.start(MicCameraProvider::providerID);
     // Events are read as the event loop runs; the holders a settling moment later.
     const auto cameraUsers = [&](bool wanted) -> std::optional<std::string> {
@@ -70,7 +68,8 @@ TEST(MicCamera, TheCameraActivityNamesWhoHoldsTheNodeUntilItIsClosed) {
     ASSERT_EQ(cameraUsers(false), "");
 
     {
-        BackgroundProgram holder("/bin/sh", {"-c", "exec 3<'" + (devices / "video0").string() + "'; exec sleep 60"},
+        BackgroundProgram holder("/bin/sh",
+                                 {"-c", "exec 3<'" + (devices / "video0").string() + "'; exec sleep 60"},
                                  {"PATH=/usr/bin:/bin"});
         ASSERT_EQ(cameraUsers(true), "sleep");
         const auto* shown = center.queue().activity(std::string(MicCameraProvider::cameraID));
@@ -94,8 +93,8 @@ TEST(MicCamera, RecordingFromAnInputShowsTheMicrophoneNamingTheRecorder) {
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0) << island.errors();
 
-    std::vector<std::string> environment{"HOME=" + home.path().string(), "XDG_RUNTIME_DIR=" + home.path().string(),
-                                         "PATH=/usr/bin:/bin"};
+    std::vector<std::string> environment{"HOME=" + home.path().string(),
+                                         "XDG_RUNTIME_DIR=" + home.path().string(), "PATH=/usr/bin:/bin"};
     const auto recorder = [&](const std::string& name, const std::string& device) {
         return std::make_unique<BackgroundProgram>(
             "/usr/bin/parecord",

@@ -8,7 +8,6 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
 #include <QMap>
-
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -53,7 +52,8 @@ Interfaces interfacesOf(const QVariant& value) {
 
 } // namespace
 
-BluetoothProvider::BluetoothProvider(Scheduler& scheduler, Log log) : scheduler_(scheduler), log_(std::move(log)) {}
+BluetoothProvider::BluetoothProvider(Scheduler& scheduler, Log log)
+    : scheduler_(scheduler), log_(std::move(log)) {}
 
 BluetoothProvider::~BluetoothProvider() {
     stop();
@@ -68,9 +68,12 @@ std::string BluetoothProvider::kindSymbol(std::string_view icon, std::uint32_t d
     const std::uint32_t major = (deviceClass >> 8) & 0x1f;
     const std::uint32_t minor = (deviceClass >> 2) & 0x3f;
     switch (major) {
-    case 1: return "desktopcomputer";
-    case 2: return "iphone";
-    case 3: return "wifi";
+    case 1:
+        return "desktopcomputer";
+    case 2:
+        return "iphone";
+    case 3:
+        return "wifi";
     case 4:
         // Audio and video: headsets (1) and headphones (6) are worn; the rest are speakers and the like.
         return minor == 1 || minor == 6 ? "headphones" : "hifispeaker";
@@ -78,7 +81,8 @@ std::string BluetoothProvider::kindSymbol(std::string_view icon, std::uint32_t d
         // Peripherals: bits 6 and 7 say keyboard (1), pointer (2) or both (3); below them a joystick
         // (1) or a gamepad (2).
         const std::uint32_t kind = (deviceClass >> 6) & 0x3;
-        if ((deviceClass >> 2 & 0xf) == 1 || (deviceClass >> 2 & 0xf) == 2)
+        const std::uint32_t device = (deviceClass >> 2) & 0xf;
+        if (device == 1 || device == 2)
             return "gamecontroller";
         if (kind == 2)
             return "computermouse";
@@ -86,8 +90,12 @@ std::string BluetoothProvider::kindSymbol(std::string_view icon, std::uint32_t d
             return "keyboard";
         return std::string(genericSymbol);
     }
-    case 6: return (deviceClass & 0x80) != 0 ? "printer" : (deviceClass & 0x20) != 0 ? "camera" : std::string(genericSymbol);
-    default: return std::string(genericSymbol);
+    case 6:
+        return (deviceClass & 0x80) != 0   ? "printer"
+               : (deviceClass & 0x20) != 0 ? "camera"
+                                           : std::string(genericSymbol);
+    default:
+        return std::string(genericSymbol);
     }
 }
 
@@ -126,14 +134,15 @@ void BluetoothProvider::start(LiveActivityCenter& center) {
     relay_ = std::make_unique<BusMessageRelay>();
     bus_->connect(bluez, QStringLiteral("/"), objectManager, QStringLiteral("InterfacesAdded"), relay_.get(),
                   SLOT(relay(QDBusMessage)));
-    bus_->connect(bluez, QStringLiteral("/"), objectManager, QStringLiteral("InterfacesRemoved"), relay_.get(),
-                  SLOT(relay(QDBusMessage)));
+    bus_->connect(bluez, QStringLiteral("/"), objectManager, QStringLiteral("InterfacesRemoved"),
+                  relay_.get(), SLOT(relay(QDBusMessage)));
     // Every device's property changes, whatever its path.
     bus_->connect(bluez, QString(), properties, QStringLiteral("PropertiesChanged"), relay_.get(),
                   SLOT(relay(QDBusMessage)));
-    QObject::connect(relay_.get(), &BusMessageRelay::received, relay_.get(), [this](const QDBusMessage& message) {
-        received(message.path(), message.member(), message.arguments());
-    });
+    QObject::connect(relay_.get(), &BusMessageRelay::received, relay_.get(),
+                     [this](const QDBusMessage& message) {
+                         received(message.path(), message.member(), message.arguments());
+                     });
     // BlueZ started after the island (or restarted) is listed afresh when its name appears.
     service_ = std::make_unique<QDBusServiceWatcher>(bluez, *bus_, QDBusServiceWatcher::WatchForOwnerChange);
     QObject::connect(service_.get(), &QDBusServiceWatcher::serviceOwnerChanged, service_.get(),
@@ -158,29 +167,30 @@ void BluetoothProvider::list() {
     auto call = QDBusMessage::createMethodCall(bluez, QStringLiteral("/"), objectManager,
                                                QStringLiteral("GetManagedObjects"));
     auto* watcher = new QDBusPendingCallWatcher(bus_->asyncCall(call), relay_.get());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, relay_.get(), [this](QDBusPendingCallWatcher* done) {
-        done->deleteLater();
-        const QDBusMessage reply = done->reply();
-        if (reply.type() == QDBusMessage::ErrorMessage || reply.arguments().isEmpty()) {
-            if (!toldMissing_)
-                log_("vantaquill: no BlueZ on the system bus (" + reply.errorMessage().toStdString() +
-                     "), so no Bluetooth peeks until it starts");
-            toldMissing_ = true;
-            return;
-        }
-        toldMissing_ = false;
-        const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
-        argument.beginMap();
-        while (!argument.atEnd()) {
-            QDBusObjectPath path;
-            Interfaces interfaces;
-            argument.beginMapEntry();
-            argument >> path >> interfaces;
-            argument.endMapEntry();
-            applyAll(path.path(), interfaces, false);
-        }
-        argument.endMap();
-    });
+    QObject::connect(
+        watcher, &QDBusPendingCallWatcher::finished, relay_.get(), [this](QDBusPendingCallWatcher* done) {
+            done->deleteLater();
+            const QDBusMessage reply = done->reply();
+            if (reply.type() == QDBusMessage::ErrorMessage || reply.arguments().isEmpty()) {
+                if (!toldMissing_)
+                    log_("vantaquill: no BlueZ on the system bus (" + reply.errorMessage().toStdString() +
+                         "), so no Bluetooth peeks until it starts");
+                toldMissing_ = true;
+                return;
+            }
+            toldMissing_ = false;
+            const auto argument = reply.arguments().constFirst().value<QDBusArgument>();
+            argument.beginMap();
+            while (!argument.atEnd()) {
+                QDBusObjectPath path;
+                Interfaces interfaces;
+                argument.beginMapEntry();
+                argument >> path >> interfaces;
+                argument.endMapEntry();
+                applyAll(path.path(), interfaces, false);
+            }
+            argument.endMap();
+        });
 }
 
 void BluetoothProvider::received(const QString& path, const QString& member, const QVariantList& arguments) {
@@ -204,7 +214,8 @@ void BluetoothProvider::received(const QString& path, const QString& member, con
     }
 }
 
-void BluetoothProvider::applyAll(const QString& path, const QMap<QString, QVariantMap>& interfaces, bool announce) {
+void BluetoothProvider::applyAll(const QString& path, const QMap<QString, QVariantMap>& interfaces,
+                                 bool announce) {
     // A device's own properties first, so that its battery joins a device the island knows.
     if (interfaces.contains(deviceInterface))
         apply(path, deviceInterface, interfaces.value(deviceInterface), announce);

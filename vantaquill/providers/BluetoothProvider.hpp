@@ -9,7 +9,6 @@
 #include <QMap>
 #include <QString>
 #include <QVariantMap>
-
 #include <cstdint>
 #include <functional>
 #include <map>

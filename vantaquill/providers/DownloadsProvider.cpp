@@ -9,11 +9,6 @@
 #include <QSocketNotifier>
 #include <QStringList>
 #include <QUrl>
-
-#include <sys/inotify.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -21,6 +16,9 @@
 #include <fstream>
 #include <set>
 #include <sstream>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -33,8 +31,8 @@ constexpr std::array<std::string_view, 3> partialSuffixes{".part", ".crdownload"
 constexpr std::string_view unconfirmed = "Unconfirmed ";
 constexpr std::string_view idPrefix = "downloads.";
 
-constexpr std::uint32_t watchedEvents =
-    IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF;
+constexpr std::uint32_t watchedEvents = IN_CREATE | IN_MODIFY | IN_CLOSE_WRITE | IN_MOVED_FROM | IN_MOVED_TO |
+                                        IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF;
 
 std::string activityID(std::uint64_t number) {
     return std::string(idPrefix) + std::to_string(number);
@@ -46,14 +44,17 @@ void startProgram(const QString& program, const QStringList& arguments) {
 
 } // namespace
 
-DownloadsProvider::DownloadsProvider(Scheduler& scheduler, std::filesystem::path folder, Log log, AddToShelf addToShelf)
-    : scheduler_(scheduler), folder_(std::move(folder)), log_(std::move(log)), addToShelf_(std::move(addToShelf)) {}
+DownloadsProvider::DownloadsProvider(Scheduler& scheduler, std::filesystem::path folder, Log log,
+                                     AddToShelf addToShelf)
+    : scheduler_(scheduler), folder_(std::move(folder)), log_(std::move(log)),
+      addToShelf_(std::move(addToShelf)) {}
 
 DownloadsProvider::~DownloadsProvider() {
     stop();
 }
 
-std::optional<std::filesystem::path> DownloadsProvider::userDirsEntry(std::string_view text, std::string_view key,
+std::optional<std::filesystem::path> DownloadsProvider::userDirsEntry(std::string_view text,
+                                                                      std::string_view key,
                                                                       const std::filesystem::path& home) {
     std::istringstream lines{std::string(text)};
     std::string line;
@@ -103,7 +104,8 @@ std::filesystem::path DownloadsProvider::downloadFolder() {
     const char* homeVariable = std::getenv("HOME");
     const std::filesystem::path home = homeVariable && *homeVariable ? homeVariable : "/";
     const char* configVariable = std::getenv("XDG_CONFIG_HOME");
-    const std::filesystem::path config = configVariable && *configVariable ? configVariable : home / ".config";
+    const std::filesystem::path config =
+        configVariable && *configVariable ? configVariable : home / ".config";
     return downloadFolder(home, config);
 }
 
@@ -112,8 +114,8 @@ std::optional<std::string> DownloadsProvider::finalName(std::string_view fileNam
         if (fileName.size() <= suffix.size() || !fileName.ends_with(suffix))
             continue;
         const std::string_view stem = fileName.substr(0, fileName.size() - suffix.size());
-        if (stem.starts_with(unconfirmed) && stem.substr(unconfirmed.size()).find_first_not_of("0123456789") ==
-                                                 std::string_view::npos)
+        if (stem.starts_with(unconfirmed) &&
+            stem.substr(unconfirmed.size()).find_first_not_of("0123456789") == std::string_view::npos)
             return std::string();
         return std::string(stem);
     }
@@ -127,7 +129,8 @@ std::optional<double> DownloadsProvider::knownProgress(std::uint64_t length, std
 }
 
 brind::LiveActivity DownloadsProvider::progressActivity(std::uint64_t number, const std::string& name,
-                                                        std::uint64_t length, std::optional<double> progress) {
+                                                        std::uint64_t length,
+                                                        std::optional<double> progress) {
     brind::LiveActivity activity;
     activity.id = activityID(number);
     activity.source = std::string(providerID);
@@ -136,9 +139,10 @@ brind::LiveActivity DownloadsProvider::progressActivity(std::uint64_t number, co
     activity.title = name.empty() ? "Downloading" : name;
     const std::string size = brind::WidgetStatsMath::formatBytes(static_cast<double>(length));
     // A preallocated file's length is the final size, and what is written is the progress's share of it.
-    activity.subtitle = progress ? brind::WidgetStatsMath::formatBytes(*progress * static_cast<double>(length)) +
-                                       " of " + size
-                                 : size;
+    activity.subtitle =
+        progress
+            ? brind::WidgetStatsMath::formatBytes(*progress * static_cast<double>(length)) + " of " + size
+            : size;
     activity.progress = progress;
     return activity.clamped();
 }
@@ -166,13 +170,13 @@ brind::LiveActivity DownloadsProvider::doneActivity(std::uint64_t number, const 
 
 void DownloadsProvider::start(LiveActivityCenter& center) {
     center_ = &center;
-    center.handleActions(std::string(idPrefix), [this](const std::string& activityID, const std::string& action) {
-        perform(activityID, action);
-    });
+    center.handleActions(
+        std::string(idPrefix),
+        [this](const std::string& activityID, const std::string& action) { perform(activityID, action); });
     inotify_ = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (inotify_ < 0) {
-        log_(std::string("vantaquill: downloads are not followed: inotify is not available (") + std::strerror(errno) +
-             ")");
+        log_(std::string("vantaquill: downloads are not followed: inotify is not available (") +
+             std::strerror(errno) + ")");
         return;
     }
     if (::inotify_add_watch(inotify_, folder_.c_str(), watchedEvents) < 0) {
@@ -303,7 +307,8 @@ void DownloadsProvider::refresh() {
         }
         const auto length = static_cast<std::uint64_t>(status.st_size);
         const auto allocated = static_cast<std::uint64_t>(status.st_blocks) * 512;
-        auto activity = progressActivity(download.number, download.name, length, knownProgress(length, allocated));
+        auto activity =
+            progressActivity(download.number, download.name, length, knownProgress(length, allocated));
         if (download.posted && download.posted->sameContent(activity))
             continue;
         center_->post(activity);
@@ -361,8 +366,9 @@ void DownloadsProvider::perform(const std::string& activityID, const std::string
 
 void DownloadsProvider::showInFolder(const std::string& path) {
     // The file manager selects the file in its folder; without one on the bus, the folder opens.
-    auto call = QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
-                                               "org.freedesktop.FileManager1", "ShowItems");
+    auto call =
+        QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
+                                       "org.freedesktop.FileManager1", "ShowItems");
     call << QStringList{QUrl::fromLocalFile(QString::fromStdString(path)).toString()} << QString();
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call));
     const QString folder = QString::fromStdString(std::filesystem::path(path).parent_path().string());

@@ -48,7 +48,8 @@ class DownloadsProvider final : public LiveActivityCenter::Provider {
 
     /// The user's download folder as `xdg-user-dir DOWNLOAD` names it: XDG_DOWNLOAD_DIR in
     /// `configHome`/user-dirs.dirs, else ~/Downloads.
-    static std::filesystem::path downloadFolder(const std::filesystem::path& home, const std::filesystem::path& configHome);
+    static std::filesystem::path downloadFolder(const std::filesystem::path& home,
+                                                const std::filesystem::path& configHome);
     /// The same from HOME and XDG_CONFIG_HOME.
     static std::filesystem::path downloadFolder();
     /// The folder one line of user-dirs.dirs names for `key` (XDG_DOWNLOAD_DIR="$HOME/Downloads"), or
@@ -66,11 +67,11 @@ class DownloadsProvider final : public LiveActivityCenter::Provider {
     static std::optional<double> knownProgress(std::uint64_t length, std::uint64_t allocated);
 
     /// The activity of a download in progress; `number` makes its id.
-    static brind::LiveActivity progressActivity(std::uint64_t number, const std::string& name, std::uint64_t length,
-                                                std::optional<double> progress);
+    static brind::LiveActivity progressActivity(std::uint64_t number, const std::string& name,
+                                                std::uint64_t length, std::optional<double> progress);
     /// The short activity of a finished download, ending at `now` + `doneDuration`.
-    static brind::LiveActivity doneActivity(std::uint64_t number, const std::string& name, std::uint64_t length,
-                                            brind::Date now);
+    static brind::LiveActivity doneActivity(std::uint64_t number, const std::string& name,
+                                            std::uint64_t length, brind::Date now);
 
   private:
     struct Download {

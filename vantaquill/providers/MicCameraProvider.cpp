@@ -3,17 +3,15 @@
 #include "BrindKit/foundation/RGBA.hpp"
 
 #include <QSocketNotifier>
-
-#include <pulse/pulseaudio.h>
-#include <sys/inotify.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <pulse/pulseaudio.h>
 #include <set>
+#include <sys/inotify.h>
+#include <unistd.h>
 #include <utility>
 
 namespace vq {
@@ -114,10 +112,11 @@ void soundStateChanged(pa_context* context, void* userdata) {
     auto* listener = static_cast<Listener*>(userdata);
     switch (pa_context_get_state(context)) {
     case PA_CONTEXT_READY:
-        pa_operation_unref(pa_context_subscribe(
-            context,
-            static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT | PA_SUBSCRIPTION_MASK_SOURCE),
-            nullptr, nullptr));
+        pa_operation_unref(
+            pa_context_subscribe(context,
+                                 static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT |
+                                                                     PA_SUBSCRIPTION_MASK_SOURCE),
+                                 nullptr, nullptr));
         readRecorders(context, listener);
         return listener->tell(true);
     case PA_CONTEXT_FAILED:
@@ -172,7 +171,8 @@ std::vector<std::string> MicCameraProvider::cameraHolders(const std::filesystem:
         if (pid.empty() || pid.find_first_not_of("0123456789") != std::string::npos)
             continue;
         std::error_code unreadable;
-        for (const auto& descriptor : std::filesystem::directory_iterator(process.path() / "fd", unreadable)) {
+        for (const auto& descriptor :
+             std::filesystem::directory_iterator(process.path() / "fd", unreadable)) {
             const ssize_t length = ::readlink(descriptor.path().c_str(), target.data(), target.size());
             if (length <= 0)
                 continue;
@@ -187,7 +187,8 @@ std::vector<std::string> MicCameraProvider::cameraHolders(const std::filesystem:
     return {names.begin(), names.end()};
 }
 
-std::optional<brind::LiveActivity> MicCameraProvider::activity(Device device, const std::vector<std::string>& users) {
+std::optional<brind::LiveActivity> MicCameraProvider::activity(Device device,
+                                                               const std::vector<std::string>& users) {
     if (users.empty())
         return std::nullopt;
     // The colours people know from their phones: green for the camera, orange for the microphone.
@@ -234,8 +235,8 @@ void MicCameraProvider::stop() {
 void MicCameraProvider::watchCameras() {
     inotify_ = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (inotify_ < 0 || ::inotify_add_watch(inotify_, deviceFolder_.c_str(), IN_CREATE | IN_DELETE) < 0) {
-        log_("vantaquill: the camera is not watched: " + deviceFolder_.string() + " cannot be watched with inotify (" +
-             std::strerror(errno) + ")");
+        log_("vantaquill: the camera is not watched: " + deviceFolder_.string() +
+             " cannot be watched with inotify (" + std::strerror(errno) + ")");
         if (inotify_ >= 0)
             ::close(inotify_);
         inotify_ = -1;
@@ -271,7 +272,8 @@ void MicCameraProvider::readCameraEvents() {
             }
             if (event->len > 0 && (event->mask & IN_CREATE) && isCameraNode(event->name)) {
                 // A camera plugged in: its node is watched from now on.
-                const int watch = ::inotify_add_watch(inotify_, (deviceFolder_ / event->name).c_str(), IN_OPEN | IN_CLOSE);
+                const int watch =
+                    ::inotify_add_watch(inotify_, (deviceFolder_ / event->name).c_str(), IN_OPEN | IN_CLOSE);
                 if (watch >= 0)
                     nodes_[watch] = event->name;
             }

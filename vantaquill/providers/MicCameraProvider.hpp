@@ -51,7 +51,8 @@ class MicCameraProvider final : public LiveActivityCenter::Provider {
     enum class Device { camera, microphone };
 
     MicCameraProvider(Scheduler& scheduler, MainThread mainThread, Log log,
-                      std::filesystem::path deviceFolder = "/dev", std::filesystem::path processFolder = "/proc");
+                      std::filesystem::path deviceFolder = "/dev",
+                      std::filesystem::path processFolder = "/proc");
     ~MicCameraProvider() override;
     MicCameraProvider(const MicCameraProvider&) = delete;
     MicCameraProvider& operator=(const MicCameraProvider&) = delete;
