@@ -99,17 +99,28 @@ TEST(BluetoothPeek, ConnectingAndDisconnectingPeekWithNameAndBattery) {
         EXPECT_EQ(line.find("Desk Keyboard"), std::string::npos) << line;
 }
 
-TEST(BluetoothPeek, ASystemWithoutBlueZIsToldOnce) {
+// A system bus without BlueZ is said once; BlueZ starting later is listed when its name appears.
+TEST(BluetoothPeek, BlueZStartedAfterTheIslandIsFollowedFromThen) {
     if (!SystemServiceMock::installed())
         GTEST_SKIP() << "python3-dbusmock is missing; scripts/setup installs it";
     TemporaryHome home;
-    SystemServiceMock upower(home.path() / "system", "org.freedesktop.UPower", "upower");
-    ASSERT_TRUE(upower.running());
+    SystemServiceMock system(home.path() / "system", "org.freedesktop.UPower", "upower");
+    ASSERT_TRUE(system.running());
     auto environment = home.environment();
-    environment["DBUS_SYSTEM_BUS_ADDRESS"] = upower.address();
+    environment["DBUS_SYSTEM_BUS_ADDRESS"] = system.address();
     IslandProcess island({"--headless", "--port", "0"}, environment);
     ASSERT_NE(island.port(), 0) << island.errors();
-    std::this_thread::sleep_for(2s);
+    ASSERT_TRUE(island.sendInput("dismiss nothing\n"));
+    ASSERT_TRUE(island.waitForLine("console refused", patience));
+
+    ASSERT_TRUE(system.serve("org.bluez", "bluez5"));
+    const auto connected =
+        system.script(std::string(devices) +
+                      "mock.ConnectDevice('hci0', '11:22:33:44:55:66', dbus_interface='org.bluez.Mock')");
+    ASSERT_EQ(connected.exitCode, 0) << connected.err;
+    ASSERT_TRUE(
+        island.waitForLine("alert shown id=bluetooth.11:22:33:44:55:66 title=\"Trail Buds\"", patience));
+
     EXPECT_EQ(island.stop(), 0);
     const std::string errors = island.errors();
     const auto told = errors.find("no BlueZ on the system bus");

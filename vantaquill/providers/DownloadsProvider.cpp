@@ -200,6 +200,7 @@ void DownloadsProvider::stop() {
         ::close(inotify_);
     inotify_ = -1;
     downloads_.clear();
+    movedAway_.clear();
     // The press handler stays registered with the center that owns this provider; with nothing
     // finished it does nothing.
     done_.clear();
@@ -218,9 +219,10 @@ void DownloadsProvider::scan() {
 
 void DownloadsProvider::readEvents() {
     alignas(inotify_event) std::array<char, 64 * 1024> buffer;
-    // A rename is two events with one cookie; both are in the same read as the kernel queues them
-    // together, so the half left alone at the end of a read is a move out of (or into) the folder.
-    std::map<std::uint32_t, std::string> movedAway;
+    // A rename is two events with one cookie, queued together by the kernel; a read may still end
+    // between them, so the first half waits for the next read. One still alone at the next refresh
+    // was a move out of the folder, and its file is gone from it.
+    auto& movedAway = movedAway_;
     bool rescan = false;
     for (;;) {
         const ssize_t length = ::read(inotify_, buffer.data(), buffer.size());
@@ -272,8 +274,6 @@ void DownloadsProvider::readEvents() {
             }
         }
     }
-    for (const auto& [cookie, name] : movedAway)
-        forget(name);
     if (rescan)
         scan();
     else
@@ -298,6 +298,7 @@ void DownloadsProvider::markChanged() {
 void DownloadsProvider::refresh() {
     if (!center_)
         return;
+    movedAway_.clear();
     std::vector<std::string> gone;
     for (auto& [partial, download] : downloads_) {
         struct stat status {};
@@ -328,10 +329,9 @@ void DownloadsProvider::finished(const std::string& partial, const std::string& 
     std::error_code error;
     const auto length = std::filesystem::file_size(path, error);
     const auto activity = doneActivity(number, done, error ? 0 : length, scheduler_.now());
+    // A finished file keeps its buttons as long as its activity shows.
+    std::erase_if(done_, [this](const auto& entry) { return center_->queue().activity(entry.first) == nullptr; });
     done_[activity.id] = path;
-    // Only the latest few finished files keep their buttons; older activities are long gone.
-    while (done_.size() > 16)
-        done_.erase(done_.begin());
     center_->end(activityID(number));
     center_->post(activity);
 }

@@ -100,6 +100,8 @@ class DownloadsProvider final : public LiveActivityCenter::Provider {
     std::unique_ptr<Scheduler::Timer> refreshTimer_;
     /// Partial file name to its download.
     std::map<std::string, Download> downloads_;
+    /// Partial files renamed away, by the rename's cookie, until the other half of the rename is read.
+    std::map<std::uint32_t, std::string> movedAway_;
     /// Activity id of a finished download to its file, for the buttons.
     std::map<std::string, std::filesystem::path, std::less<>> done_;
     std::uint64_t nextNumber_ = 1;
