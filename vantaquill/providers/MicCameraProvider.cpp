@@ -243,6 +243,7 @@ void MicCameraProvider::watchCameras() {
         return;
     }
     std::error_code error;
+    std::string unwatched;
     for (const auto& entry : std::filesystem::directory_iterator(deviceFolder_, error)) {
         const std::string name = entry.path().filename().string();
         if (!isCameraNode(name))
@@ -250,7 +251,13 @@ void MicCameraProvider::watchCameras() {
         const int watch = ::inotify_add_watch(inotify_, entry.path().c_str(), IN_OPEN | IN_CLOSE);
         if (watch >= 0)
             nodes_[watch] = name;
+        else
+            unwatched += (unwatched.empty() ? "" : ", ") + name + " (" + std::strerror(errno) + ")";
     }
+    // A node the user may not read (not in the seat's ACL nor the video group) is one they cannot
+    // use either; it is said, as its use would go unseen.
+    if (!unwatched.empty())
+        log_("vantaquill: the camera's use is not seen for " + unwatched);
     notifier_ = std::make_unique<QSocketNotifier>(inotify_, QSocketNotifier::Read);
     QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { readCameraEvents(); });
     cameraChanged();
