@@ -208,10 +208,13 @@ void DownloadsProvider::stop() {
 }
 
 void DownloadsProvider::scan() {
+    // Stepped with an error code: the standard iterator's own step throws when a read fails.
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
-        const std::string name = entry.path().filename().string();
-        if (entry.is_regular_file(error) && finalName(name))
+    for (std::filesystem::directory_iterator entry(folder_, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        std::error_code unreadable;
+        if (entry->is_regular_file(unreadable) && finalName(name))
             track(name);
     }
     markChanged();
@@ -258,7 +261,10 @@ void DownloadsProvider::readEvents() {
                 const std::string old = from->second;
                 movedAway.erase(from);
                 if (partial) {
-                    // Chromium names the file once the user confirmed it: the same download goes on.
+                    // Chromium names the file once the user confirmed it: the same download goes on,
+                    // over whatever partial file had that name before.
+                    if (name != old)
+                        forget(name);
                     auto download = downloads_.extract(old);
                     download.key() = name;
                     download.mapped().name = *finalName(name);
@@ -330,7 +336,8 @@ void DownloadsProvider::finished(const std::string& partial, const std::string& 
     const auto length = std::filesystem::file_size(path, error);
     const auto activity = doneActivity(number, done, error ? 0 : length, scheduler_.now());
     // A finished file keeps its buttons as long as its activity shows.
-    std::erase_if(done_, [this](const auto& entry) { return center_->queue().activity(entry.first) == nullptr; });
+    std::erase_if(done_,
+                  [this](const auto& entry) { return center_->queue().activity(entry.first) == nullptr; });
     done_[activity.id] = path;
     center_->end(activityID(number));
     center_->post(activity);

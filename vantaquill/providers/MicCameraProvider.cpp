@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <dirent.h>
 #include <fstream>
 #include <pulse/pulseaudio.h>
 #include <set>
@@ -163,24 +164,31 @@ bool MicCameraProvider::isCameraNode(std::string_view name) {
 
 std::vector<std::string> MicCameraProvider::cameraHolders(const std::filesystem::path& processFolder,
                                                           const std::filesystem::path& deviceFolder) {
+    // Read with the C library's directory calls: a process may end while its descriptors are read,
+    // which they report as a shorter listing where the standard library's iterators would throw.
     std::set<std::string> names;
-    std::error_code error;
+    const std::unique_ptr<DIR, int (*)(DIR*)> processes(::opendir(processFolder.c_str()), ::closedir);
+    if (!processes)
+        return {};
     std::array<char, 4096> target{};
-    for (const auto& process : std::filesystem::directory_iterator(processFolder, error)) {
-        const std::string pid = process.path().filename().string();
-        if (pid.empty() || pid.find_first_not_of("0123456789") != std::string::npos)
+    while (const dirent* process = ::readdir(processes.get())) {
+        const std::string_view pid = process->d_name;
+        if (pid.empty() || pid.find_first_not_of("0123456789") != std::string_view::npos)
             continue;
-        std::error_code unreadable;
-        for (const auto& descriptor :
-             std::filesystem::directory_iterator(process.path() / "fd", unreadable)) {
-            const ssize_t length = ::readlink(descriptor.path().c_str(), target.data(), target.size());
+        const auto descriptors = processFolder / pid / "fd";
+        const std::unique_ptr<DIR, int (*)(DIR*)> held(::opendir(descriptors.c_str()), ::closedir);
+        if (!held)
+            continue; // another user's, or gone
+        while (const dirent* descriptor = ::readdir(held.get())) {
+            const ssize_t length =
+                ::readlinkat(::dirfd(held.get()), descriptor->d_name, target.data(), target.size());
             if (length <= 0)
                 continue;
-            const std::filesystem::path held(std::string(target.data(), static_cast<std::size_t>(length)));
-            if (held.parent_path() != deviceFolder || !isCameraNode(held.filename().string()))
+            const std::filesystem::path file(std::string(target.data(), static_cast<std::size_t>(length)));
+            if (file.parent_path() != deviceFolder || !isCameraNode(file.filename().string()))
                 continue;
-            const std::string name = firstLine(process.path() / "comm");
-            names.insert(name.empty() ? "process " + pid : name);
+            const std::string name = firstLine(processFolder / pid / "comm");
+            names.insert(name.empty() ? "process " + std::string(pid) : name);
             break;
         }
     }
@@ -242,13 +250,13 @@ void MicCameraProvider::watchCameras() {
         inotify_ = -1;
         return;
     }
-    std::error_code error;
     std::string unwatched;
-    for (const auto& entry : std::filesystem::directory_iterator(deviceFolder_, error)) {
-        const std::string name = entry.path().filename().string();
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(deviceFolder_.c_str()), ::closedir);
+    while (const dirent* entry = folder ? ::readdir(folder.get()) : nullptr) {
+        const std::string name = entry->d_name;
         if (!isCameraNode(name))
             continue;
-        const int watch = ::inotify_add_watch(inotify_, entry.path().c_str(), IN_OPEN | IN_CLOSE);
+        const int watch = ::inotify_add_watch(inotify_, (deviceFolder_ / name).c_str(), IN_OPEN | IN_CLOSE);
         if (watch >= 0)
             nodes_[watch] = name;
         else
