@@ -1,4 +1,7 @@
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/package/PrivateSessionBus.hpp"
+#include "tests/support/BackgroundProgram.hpp"
+#include "tests/support/SystemServiceMock.hpp"
 #include "vantaquill/providers/DownloadsProvider.hpp"
 
 #include <chrono>
@@ -8,6 +11,8 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <thread>
+#include <vector>
 
 namespace vq {
 namespace {
@@ -142,6 +147,54 @@ TEST_F(Downloads, APreallocatedFileShowsItsShareAndACancelledOneEnds) {
     std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf")
         << "[General]\nactivities.downloads=false\n";
     ASSERT_TRUE(island.waitForLine("activity ended id=downloads.2", patience));
+}
+
+// "Show in Folder" asks the desktop's file manager to select the file, over the session bus.
+TEST_F(Downloads, ShowInFolderAsksTheFileManagerToSelectTheFile) {
+    if (!SystemServiceMock::installed())
+        GTEST_SKIP() << "python3-dbusmock is missing; scripts/setup installs it";
+    packagetest::PrivateSessionBus bus(home.path());
+    ASSERT_TRUE(bus.running());
+    const std::string name = "org.freedesktop.FileManager1";
+    BackgroundProgram fileManager(SystemServiceMock::python,
+                                  {"-m", "dbusmock", name, "/org/freedesktop/FileManager1", name},
+                                  {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"});
+    const auto ask = [&bus](const std::string& script) {
+        return e2e::run(SystemServiceMock::python,
+                        {"-c", "import dbus\nbus = dbus.bus.BusConnection('" + bus.address() +
+                                   "')\nmanager = bus.get_object('org.freedesktop.FileManager1', "
+                                   "'/org/freedesktop/FileManager1')\n" +
+                                   script},
+                        {{"PATH", "/usr/bin:/bin"}});
+    };
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (bus.askBus("NameHasOwner", name).out.find("boolean true") == std::string::npos &&
+           std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(100ms);
+    const auto added =
+        ask("manager.AddMethod('', 'ShowItems', 'ass', '', '', dbus_interface='org.freedesktop.DBus.Mock')");
+    ASSERT_EQ(added.exitCode, 0) << added.err;
+    auto environment = home.environment();
+    environment["DBUS_SESSION_BUS_ADDRESS"] = bus.address();
+    IslandProcess island({"--headless", "--port", "0"}, environment);
+    ASSERT_NE(island.port(), 0) << island.errors();
+
+    append(folder / "photo.jpg.crdownload", 1000);
+    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.1", patience));
+    std::filesystem::rename(folder / "photo.jpg.crdownload", folder / "photo.jpg");
+    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.done.1", patience));
+    ASSERT_TRUE(island.sendInput("press downloads.done.1 show\n"));
+    ASSERT_TRUE(island.waitForLine("activity ended id=downloads.done.1", patience));
+
+    const std::string expected = "file://" + (folder / "photo.jpg").string();
+    std::string calls;
+    while (calls.find(expected) == std::string::npos && std::chrono::steady_clock::now() < deadline) {
+        std::this_thread::sleep_for(100ms);
+        calls = ask("print([(str(c[1]), [str(a) for a in c[2][0]]) for c in "
+                    "manager.GetCalls(dbus_interface='org.freedesktop.DBus.Mock')])")
+                    .out;
+    }
+    EXPECT_EQ(calls, "[('ShowItems', ['" + expected + "'])]\n");
 }
 
 } // namespace
