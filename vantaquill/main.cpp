@@ -35,13 +35,16 @@
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
 #include "vantaquill/providers/BatteryProvider.hpp"
+#include "vantaquill/providers/BluetoothProvider.hpp"
+#include "vantaquill/providers/DownloadsProvider.hpp"
 #include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/MicCameraProvider.hpp"
 #include "vantaquill/providers/NetworkProvider.hpp"
 #include "vantaquill/providers/PomodoroController.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
 #include "vantaquill/providers/ThemeSound.hpp"
-#include "vantaquill/providers/WeatherForecastFile.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
+#include "vantaquill/providers/WeatherForecastFile.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
@@ -670,6 +673,31 @@ int main(int argc, char** argv) {
     };
     followPeeks();
     preferences.onChange(followPeeks);
+    // Downloads, the camera and microphone in use, and Bluetooth devices: one source each, each
+    // following its own switch while the island runs. A finished download goes on the shelf from its
+    // activity, as a drop on the island does.
+    center.registerProvider(std::make_unique<vq::DownloadsProvider>(
+        scheduler, vq::DownloadsProvider::downloadFolder(), printError, [&shelf, &scheduler, &display](const std::string& path) {
+            for (const auto& entry : shelf.addFiles({path}, scheduler.now()))
+                display.line("shelf added " + vq::HeadlessDisplay::field("path", entry.path.value_or("")) + " " +
+                             vq::HeadlessDisplay::field("title", entry.title));
+            if (!shelf.lastError().empty())
+                printError("vantaquill: couldn't write " + shelf.lastError());
+        }));
+    center.registerProvider(std::make_unique<vq::MicCameraProvider>(scheduler, onMainThread, printError));
+    center.registerProvider(std::make_unique<vq::BluetoothProvider>(scheduler, printError));
+    const auto followDeviceProviders = [&center, &preferences] {
+        for (const auto& [key, id] : {std::pair{"activities.downloads", vq::DownloadsProvider::providerID},
+                                      std::pair{"activities.micCamera", vq::MicCameraProvider::providerID},
+                                      std::pair{"activities.bluetooth", vq::BluetoothProvider::providerID}}) {
+            if (preferences.flag(key))
+                center.start(id);
+            else
+                center.stop(id);
+        }
+    };
+    followDeviceProviders();
+    preferences.onChange(followDeviceProviders);
 
     // The URL the island was started with, once every view it may name exists.
     if (!options->url.isEmpty())

@@ -24,7 +24,7 @@ using namespace std::string_view_literals;
 /// Symbol names (or their leading components, for whole families) and the freedesktop icon names
 /// that show the same thing. A symbol is looked up whole first, then with its last component
 /// dropped, and so on, so "cloud.moon.rain.fill" finds "cloud.moon.rain" before "cloud".
-constexpr std::array<std::pair<std::string_view, std::string_view>, 74> themeTable{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 85> themeTable{{
     {"speaker.slash", "audio-volume-muted"},
     {"speaker.wave.1", "audio-volume-low"},
     {"speaker.wave.2", "audio-volume-medium"},
@@ -99,6 +99,17 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 74> themeTab
     {"bell", "preferences-system-notifications"},
     {"terminal", "utilities-terminal"},
     {"headphones", "audio-headphones"},
+    {"hifispeaker", "audio-speakers"},
+    {"keyboard", "input-keyboard"},
+    {"computermouse", "input-mouse"},
+    {"gamecontroller", "input-gaming"},
+    {"iphone", "phone"},
+    {"desktopcomputer", "computer"},
+    {"printer", "printer"},
+    {"camera", "camera-photo"},
+    {"dot.radiowaves", "bluetooth-active bluetooth"},
+    {"folder", "folder"},
+    {"tray", "user-bookmarks"},
 }};
 
 std::string_view withoutLastComponent(std::string_view name) {
