@@ -66,6 +66,7 @@ public:
         bool clickToOpen = true;
         double cornerRadius = 22;
         bool hideInFullScreen = true;
+        bool hideWhenSharing = true;
         /// "island.reduceMotion": "on", "off", or "system" (follow the desktop).
         std::string reduceMotion = "system";
 

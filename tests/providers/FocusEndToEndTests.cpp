@@ -1,0 +1,212 @@
+#include "tests/e2e/E2EFixture.hpp"
+#include "tests/support/BackgroundProgram.hpp"
+#include "tests/support/SystemServiceMock.hpp"
+
+#include <pipewire/pipewire.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+
+namespace vq {
+namespace {
+
+using namespace std::chrono_literals;
+using e2e::statusOf;
+
+constexpr auto patience = 20s;
+const std::string notificationsObject =
+    "bus.get_object('org.freedesktop.Notifications', '/org/freedesktop/Notifications')";
+
+/// The real island in a home whose session bus is private, with python3-dbusmock's notification
+/// daemon serving the desktop's notifications and the real notify-send sending them.
+class DesktopNotifications : public e2e::IslandTest {
+protected:
+    std::vector<std::string> preferences() const override { return {"activities.notifications.mirror=true"}; }
+
+    void SetUp() override {
+        if (!SystemServiceMock::installed() || !std::filesystem::exists("/usr/bin/notify-send"))
+            GTEST_SKIP() << "python3-dbusmock and libnotify-bin are needed";
+        ASSERT_TRUE(desktop.running()) << "the notification daemon did not start";
+        // KDE's server has the do-not-disturb switch; the template has not.
+        setServer("AddProperty('org.freedesktop.Notifications', 'Inhibited', dbus.Boolean(False), "
+                  "dbus_interface='org.freedesktop.DBus.Mock')");
+        e2e::IslandTest::SetUp();
+    }
+
+    void setServer(const std::string& call) const {
+        const auto done = desktop.script(notificationsObject + "." + call);
+        ASSERT_EQ(done.exitCode, 0) << done.err;
+    }
+
+    void setInhibited(bool on) const {
+        setServer(std::string("Set('org.freedesktop.Notifications', 'Inhibited', dbus.Boolean(") +
+                  (on ? "True" : "False") + "), dbus_interface='org.freedesktop.DBus.Properties')");
+    }
+
+    /// Sends with notify-send until the island shows it: the island becomes the bus's monitor a
+    /// moment after it starts, and what was sent before is not seen.
+    std::optional<std::string> notifyUntilShown(const std::vector<std::string>& arguments, const std::string& shown) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (std::chrono::steady_clock::now() < deadline) {
+            const auto sent = e2e::run("/usr/bin/notify-send", arguments,
+                                       {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}, {"PATH", "/usr/bin:/bin"}});
+            EXPECT_EQ(sent.exitCode, 0) << sent.err;
+            if (auto line = island->waitForLine(shown, 1s))
+                return line;
+        }
+        return std::nullopt;
+    }
+
+    /// Posts through the SDK with "alert" set.
+    void postAlerting(const std::string& id, const std::string& priority) const {
+        const auto reply = authorized("POST", "/v1/activities",
+                                      R"({"id":")" + id + R"(","title":")" + id + R"(","priority":")" + priority +
+                                          R"(","alert":true})");
+        ASSERT_EQ(statusOf(reply), 200) << reply;
+    }
+
+    bool sawLineWith(const std::string& text) const {
+        for (const auto& line : island->lines())
+            if (line.find(text) != std::string::npos)
+                return true;
+        return false;
+    }
+
+    SystemServiceMock desktop{home.path(), "org.freedesktop.Notifications", "notification_daemon"};
+};
+
+TEST_F(DesktopNotifications, AreMirroredWithTheirBodyKeptOffTheDisk) {
+    const std::string body = "All 12 tests passed in 4.2 seconds";
+    // The island pops open first, then lists it.
+    ASSERT_TRUE(notifyUntilShown({"--app-name=Builder", "--icon=emblem-ok", "Build done", body},
+                                 "alert shown id=notifications.builder"))
+        << island->errors();
+    const auto shown = island->waitForLine("activity shown id=notifications.builder");
+    ASSERT_TRUE(shown);
+    EXPECT_NE(shown->find("source=notifications priority=normal title=\"Build done\" subtitle=\"" + body + "\""),
+              std::string::npos)
+        << *shown;
+
+    // The same application's next notification takes its place; a critical one is marked so.
+    ASSERT_EQ(e2e::run("/usr/bin/notify-send", {"--app-name=Builder", "--urgency=critical", "Build failed", "3 errors"},
+                       {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}})
+                  .exitCode,
+              0);
+    const auto updated = island->waitForLine("activity updated id=notifications.builder");
+    ASSERT_TRUE(updated);
+    EXPECT_NE(updated->find("priority=critical title=\"Build failed\" subtitle=\"3 errors\""), std::string::npos)
+        << *updated;
+
+    ASSERT_EQ(island->stop(), 0);
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(home.path())) {
+        if (!entry.is_regular_file())
+            continue;
+        std::ifstream file(entry.path(), std::ios::binary);
+        const std::string contents((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        EXPECT_EQ(contents.find("tests passed"), std::string::npos) << "a body was written to " << entry.path();
+    }
+}
+
+TEST_F(DesktopNotifications, DoNotDisturbLetsOnlyImportantAndCriticalActivitiesPeek) {
+    setInhibited(true);
+    ASSERT_TRUE(island->waitForLine("focus on desktopDoNotDisturb=true paused=false", patience)) << island->errors();
+
+    postAlerting("chat", "normal");
+    postAlerting("digest", "ambient");
+    ASSERT_TRUE(notifyUntilShown({"--app-name=Chat", "Ada", "lunch?"}, "activity shown id=notifications.chat"));
+    postAlerting("deploy", "critical");
+    // The island handles posts in order, so by the critical one's alert the others have had theirs.
+    ASSERT_TRUE(island->waitForLine("alert shown id=sdk.cli.deploy"));
+    EXPECT_TRUE(sawLineWith("activity shown id=sdk.cli.chat"));
+    for (const std::string quiet : {"alert shown id=sdk.cli.chat", "alert shown id=sdk.cli.digest",
+                                    "alert shown id=notifications.chat"})
+        EXPECT_FALSE(sawLineWith(quiet)) << quiet;
+
+    setInhibited(false);
+    ASSERT_TRUE(island->waitForLine("focus off desktopDoNotDisturb=false paused=false", patience));
+    postAlerting("chat-again", "normal");
+    EXPECT_TRUE(island->waitForLine("alert shown id=sdk.cli.chat-again"));
+}
+
+/// A video stream made by a program, as the desktop's screen-cast portal makes one for each
+/// shared screen.
+class CaptureStream {
+public:
+    explicit CaptureStream(const std::filesystem::path& runtime) {
+        pw_init(nullptr, nullptr);
+        ::setenv("PIPEWIRE_RUNTIME_DIR", runtime.c_str(), 1);
+        loop = pw_thread_loop_new("test-capture", nullptr);
+        pw_thread_loop_lock(loop);
+        pw_thread_loop_start(loop);
+        static const pw_stream_events events = [] {
+            pw_stream_events made{};
+            made.version = PW_VERSION_STREAM_EVENTS;
+            return made;
+        }();
+        stream = pw_stream_new_simple(pw_thread_loop_get_loop(loop), "test-screen-cast",
+                                      pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", nullptr), &events, nullptr);
+        connected = stream && pw_stream_connect(stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, PW_STREAM_FLAG_DRIVER,
+                                                nullptr, 0) == 0;
+        pw_thread_loop_unlock(loop);
+    }
+    ~CaptureStream() {
+        end();
+        pw_thread_loop_stop(loop);
+        pw_thread_loop_destroy(loop);
+        ::unsetenv("PIPEWIRE_RUNTIME_DIR");
+    }
+    void end() {
+        pw_thread_loop_lock(loop);
+        if (stream)
+            pw_stream_destroy(stream);
+        stream = nullptr;
+        pw_thread_loop_unlock(loop);
+    }
+    bool connected = false;
+
+private:
+    pw_thread_loop* loop = nullptr;
+    pw_stream* stream = nullptr;
+};
+
+/// The real island with a real PipeWire in its home.
+class ScreenSharing : public e2e::IslandTest {
+protected:
+    void SetUp() override {
+        if (!std::filesystem::exists("/usr/bin/pipewire"))
+            GTEST_SKIP() << "pipewire is needed";
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (!std::filesystem::exists(home.path() / "pipewire-0") && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(50ms);
+        ASSERT_TRUE(std::filesystem::exists(home.path() / "pipewire-0")) << "PipeWire did not start";
+        e2e::IslandTest::SetUp();
+    }
+
+    BackgroundProgram pipewire{"/usr/bin/pipewire", {},
+                               {"XDG_RUNTIME_DIR=" + home.path().string(), "HOME=" + home.path().string(),
+                                "PATH=/usr/bin:/bin"}};
+};
+
+TEST_F(ScreenSharing, HidesTheIslandWhileAScreenCastStreamRuns) {
+    ASSERT_EQ(command({"notify", "--id", "build", "--title", "Building"}).exitCode, 0);
+    ASSERT_TRUE(island->waitForLine("island state=compact"));
+
+    CaptureStream capture(home.path());
+    ASSERT_TRUE(capture.connected);
+    ASSERT_TRUE(island->waitForLine("screen shared=true", patience)) << island->errors();
+    EXPECT_TRUE(island->waitForLine("island state=closed"));
+
+    capture.end();
+    ASSERT_TRUE(island->waitForLine("screen shared=false", patience));
+    EXPECT_TRUE(island->waitForLine("island state=compact"));
+}
+
+} // namespace
+} // namespace vq
