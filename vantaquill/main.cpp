@@ -668,7 +668,7 @@ int main(int argc, char** argv) {
         printError));
     center.registerProvider(std::make_unique<vq::NotificationMirror>(onMainThread, printError));
     center.registerProvider(std::make_unique<vq::ScreenShareWatcher>(
-        onMainThread, printError, [&](bool shared) {
+        scheduler, onMainThread, printError, [&](bool shared) {
             screenShared = shared;
             display.line(std::string("screen shared=") + (shared ? "true" : "false"));
             if (islands)

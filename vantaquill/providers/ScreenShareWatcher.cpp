@@ -2,6 +2,7 @@
 
 #include <pipewire/pipewire.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -41,11 +42,9 @@ struct ScreenShareCallbacks {
     }
 
     void lost(std::string why) {
-        captures.clear();
-        tell(false);
         mainThread([owner = shared, why = std::move(why)] {
             if (owner->owner)
-                owner->owner->log_("vantaquill: the island no longer hides while the screen is shared: " + why);
+                owner->owner->lost(why);
         });
     }
 };
@@ -108,8 +107,8 @@ bool ScreenShareWatcher::isScreenCapture(const std::map<std::string, std::string
     return !properties.contains("device.id") && value("media.role") != "Camera";
 }
 
-ScreenShareWatcher::ScreenShareWatcher(MainThread mainThread, Log log, Change onChange)
-    : mainThread_(std::move(mainThread)), log_(std::move(log)), onChange_(std::move(onChange)) {}
+ScreenShareWatcher::ScreenShareWatcher(Scheduler& scheduler, MainThread mainThread, Log log, Change onChange)
+    : scheduler_(scheduler), mainThread_(std::move(mainThread)), log_(std::move(log)), onChange_(std::move(onChange)) {}
 
 ScreenShareWatcher::~ScreenShareWatcher() {
     onChange_ = nullptr;
@@ -117,6 +116,11 @@ ScreenShareWatcher::~ScreenShareWatcher() {
 }
 
 void ScreenShareWatcher::start(LiveActivityCenter&) {
+    retryDelay_ = firstRetry;
+    connect();
+}
+
+void ScreenShareWatcher::connect() {
     pw_init(nullptr, nullptr);
     shared_state_ = std::make_shared<Shared>();
     shared_state_->owner = this;
@@ -128,12 +132,14 @@ void ScreenShareWatcher::start(LiveActivityCenter&) {
     // Connecting is a local socket's connect: it does not wait on the server.
     core_ = context_ ? pw_context_connect(context_, nullptr, 0) : nullptr;
     if (!core_) {
-        log_(std::string("vantaquill: the island does not hide while the screen is shared: PipeWire, which carries "
-                         "every screen capture on Wayland, does not answer (") +
-             std::strerror(errno) + ")");
+        const std::string why = std::strerror(errno);
         release();
+        lost("PipeWire, which carries every screen capture on Wayland, does not answer (" + why + ")");
         return;
     }
+    if (std::exchange(toldMissing_, false))
+        log_("vantaquill: PipeWire answers: the island hides again while the screen is shared");
+    retryDelay_ = firstRetry;
     pw_core_add_listener(core_, &callbacks_->coreListener, &coreEvents, callbacks_.get());
     registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
     pw_registry_add_listener(registry_, &callbacks_->registryListener, &registryEvents, callbacks_.get());
@@ -141,8 +147,21 @@ void ScreenShareWatcher::start(LiveActivityCenter&) {
 }
 
 void ScreenShareWatcher::stop() {
+    retry_.reset();
     release();
     changed(false);
+}
+
+void ScreenShareWatcher::lost(const std::string& why) {
+    release();
+    changed(false);
+    if (!std::exchange(toldMissing_, true))
+        log_("vantaquill: the island does not hide while the screen is shared: " + why);
+    retry_ = scheduler_.schedule(retryDelay_, [this] {
+        retry_.reset();
+        connect();
+    });
+    retryDelay_ = std::min(retryDelay_ * 2, longestRetry);
 }
 
 void ScreenShareWatcher::release() {

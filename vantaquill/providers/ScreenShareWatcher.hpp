@@ -1,6 +1,7 @@
 #pragma once
 
 #include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/Scheduler.hpp"
 
 #include <functional>
 #include <map>
@@ -23,16 +24,20 @@ struct ScreenShareCallbacks;
 /// screen-cast portal, whose backend (GNOME's, KDE's, wlroots') hands the picture over as a PipeWire
 /// video stream: the watcher follows PipeWire's registry and counts the video sources that are
 /// streams made by a program rather than devices. It cannot see captures that bypass PipeWire: X11
-/// programs reading the screen directly, and wlroots' screencopy used without the portal.
+/// programs reading the screen directly, and wlroots' screencopy used without the portal. A PipeWire
+/// that is missing or goes away is asked for again, less and less often, and said once.
 class ScreenShareWatcher final : public LiveActivityCenter::Provider {
   public:
     static constexpr std::string_view providerID = "screenCapture";
+    /// The first wait before asking for PipeWire again; each failure doubles it up to `longestRetry`.
+    static constexpr double firstRetry = 2;
+    static constexpr double longestRetry = 60;
     using MainThread = std::function<void(std::function<void()>)>;
     using Log = std::function<void(const std::string&)>;
     /// Told on the main thread whenever sharing starts or ends.
     using Change = std::function<void(bool shared)>;
 
-    ScreenShareWatcher(MainThread mainThread, Log log, Change onChange);
+    ScreenShareWatcher(Scheduler& scheduler, MainThread mainThread, Log log, Change onChange);
     ~ScreenShareWatcher() override;
     ScreenShareWatcher(const ScreenShareWatcher&) = delete;
     ScreenShareWatcher& operator=(const ScreenShareWatcher&) = delete;
@@ -51,9 +56,13 @@ class ScreenShareWatcher final : public LiveActivityCenter::Provider {
   private:
     friend struct ScreenShareCallbacks;
     struct Shared;
+    void connect();
     void changed(bool shared);
+    /// On the main thread: the connection failed or ended.
+    void lost(const std::string& why);
     void release();
 
+    Scheduler& scheduler_;
     MainThread mainThread_;
     Log log_;
     Change onChange_;
@@ -64,6 +73,9 @@ class ScreenShareWatcher final : public LiveActivityCenter::Provider {
     std::unique_ptr<ScreenShareCallbacks> callbacks_;
     std::shared_ptr<Shared> shared_state_;
     bool shared_ = false;
+    std::unique_ptr<Scheduler::Timer> retry_;
+    double retryDelay_ = firstRetry;
+    bool toldMissing_ = false;
 };
 
 } // namespace vq
