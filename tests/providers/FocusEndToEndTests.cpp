@@ -1,8 +1,6 @@
 #include "tests/e2e/E2EFixture.hpp"
-#include "tests/support/BackgroundProgram.hpp"
+#include "tests/support/PipeWireSession.hpp"
 #include "tests/support/SystemServiceMock.hpp"
-
-#include <pipewire/pipewire.h>
 
 #include <gtest/gtest.h>
 
@@ -160,75 +158,24 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
     }
 }
 
-/// A video stream made by a program, as the desktop's screen-cast portal makes one for each
-/// shared screen.
-class CaptureStream {
-public:
-    explicit CaptureStream(const std::filesystem::path& runtime) {
-        pw_init(nullptr, nullptr);
-        ::setenv("PIPEWIRE_RUNTIME_DIR", runtime.c_str(), 1);
-        loop = pw_thread_loop_new("test-capture", nullptr);
-        pw_thread_loop_lock(loop);
-        pw_thread_loop_start(loop);
-        static const pw_stream_events events = [] {
-            pw_stream_events made{};
-            made.version = PW_VERSION_STREAM_EVENTS;
-            return made;
-        }();
-        stream = pw_stream_new_simple(pw_thread_loop_get_loop(loop), "test-screen-cast",
-                                      pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", nullptr), &events, nullptr);
-        connected = stream && pw_stream_connect(stream, PW_DIRECTION_OUTPUT, PW_ID_ANY, PW_STREAM_FLAG_DRIVER,
-                                                nullptr, 0) == 0;
-        pw_thread_loop_unlock(loop);
-    }
-    ~CaptureStream() {
-        end();
-        pw_thread_loop_stop(loop);
-        pw_thread_loop_destroy(loop);
-        ::unsetenv("PIPEWIRE_RUNTIME_DIR");
-    }
-    void end() {
-        pw_thread_loop_lock(loop);
-        if (stream)
-            pw_stream_destroy(stream);
-        stream = nullptr;
-        pw_thread_loop_unlock(loop);
-    }
-    bool connected = false;
-
-private:
-    pw_thread_loop* loop = nullptr;
-    pw_stream* stream = nullptr;
-};
-
 /// The real island, and a real PipeWire in its home.
 class ScreenSharing : public e2e::IslandTest {
 protected:
     void SetUp() override {
-        if (!std::filesystem::exists("/usr/bin/pipewire"))
+        if (!PipeWireDaemon::installed())
             GTEST_SKIP() << "pipewire is needed";
         e2e::IslandTest::SetUp();
     }
 
-    void startPipeWire() {
-        pipewire = std::make_unique<BackgroundProgram>(
-            "/usr/bin/pipewire", std::vector<std::string>{},
-            std::vector<std::string>{"XDG_RUNTIME_DIR=" + home.path().string(), "HOME=" + home.path().string(),
-                                     "PATH=/usr/bin:/bin"});
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (!std::filesystem::exists(home.path() / "pipewire-0") && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(50ms);
-        ASSERT_TRUE(std::filesystem::exists(home.path() / "pipewire-0")) << "PipeWire did not start";
-    }
-
-    std::unique_ptr<BackgroundProgram> pipewire;
+    std::unique_ptr<PipeWireDaemon> pipewire;
 };
 
 TEST_F(ScreenSharing, HidesTheIslandWhileAScreenCastStreamRuns) {
     ASSERT_EQ(command({"notify", "--id", "build", "--title", "Building"}).exitCode, 0);
     ASSERT_TRUE(island->waitForLine("island state=compact"));
     // PipeWire starting after the island (a session whose sound server comes up later) is found again.
-    startPipeWire();
+    pipewire = std::make_unique<PipeWireDaemon>(home.path());
+    ASSERT_TRUE(pipewire->running()) << "PipeWire did not start";
 
     CaptureStream capture(home.path());
     ASSERT_TRUE(capture.connected);
