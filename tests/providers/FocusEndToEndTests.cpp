@@ -158,6 +158,39 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
     }
 }
 
+// GNOME's switch, read and followed by the real island through the real `gsettings`, on GLib's
+// keyfile backend in the test's home (the dconf service is GNOME's own daemon).
+TEST(GNOMEDoNotDisturb, BannersSwitchedOffFocusTheIsland) {
+    e2e::TemporaryHome home;
+    auto environment = home.environment();
+    environment["XDG_CURRENT_DESKTOP"] = "ubuntu:GNOME";
+    environment["GSETTINGS_BACKEND"] = "keyfile";
+    const auto setBanners = [&environment](bool on) {
+        return e2e::run("/usr/bin/gsettings",
+                        {"set", "org.gnome.desktop.notifications", "show-banners", on ? "true" : "false"}, environment);
+    };
+    const auto off = setBanners(false);
+    if (off.exitCode != 0)
+        GTEST_SKIP() << "gsettings with GNOME's notification schema is needed: " << off.err;
+
+    e2e::IslandProcess island({"--headless", "--port", "0"}, environment);
+    ASSERT_NE(island.port(), 0);
+    ASSERT_TRUE(island.waitForLine("focus on desktopDoNotDisturb=true paused=false", patience)) << island.errors();
+
+    // The monitor may still be starting when the test first switches: switch until it is heard.
+    std::optional<std::string> heard;
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!heard && std::chrono::steady_clock::now() < deadline) {
+        ASSERT_EQ(setBanners(true).exitCode, 0);
+        heard = island.waitForLine("focus off desktopDoNotDisturb=false paused=false", 1s);
+        if (!heard) {
+            ASSERT_EQ(setBanners(false).exitCode, 0);
+        }
+    }
+    EXPECT_TRUE(heard) << island.errors();
+    EXPECT_EQ(island.errors().find("do not disturb is not followed"), std::string::npos) << island.errors();
+}
+
 /// The real island, and a real PipeWire in its home.
 class ScreenSharing : public e2e::IslandTest {
 protected:

@@ -99,6 +99,12 @@ void FocusWatcher::start(LiveActivityCenter&) {
 }
 
 void FocusWatcher::stop() {
+    if (reader_) {
+        reader_->disconnect();
+        reader_->kill();
+        reader_->waitForFinished(1000);
+        reader_.reset();
+    }
     if (monitor_) {
         monitor_->disconnect();
         monitor_->kill();
@@ -140,28 +146,27 @@ void FocusWatcher::followGNOME() {
         reportMissing();
         return;
     }
+    // The monitor starts first, so that a change made while the value is being read is not missed.
     monitor_ = std::make_unique<QProcess>();
-    QProcess* process = monitor_.get();
-    // `get` first, then `monitor` in the same process object: one child at a time.
-    QObject::connect(process, &QProcess::finished, process, [this, process, program](int code) {
-        bannersOff_ = code == 0 ? bannersOffIn(process->readAllStandardOutput()) : std::nullopt;
+    QObject::connect(monitor_.get(), &QProcess::readyReadStandardOutput, monitor_.get(), [this] {
+        while (monitor_->canReadLine()) {
+            if (const auto off = bannersOffIn(monitor_->readLine())) {
+                bannersOff_ = off;
+                update();
+            }
+        }
+    });
+    monitor_->start(program, {"monitor", gnomeSchema, gnomeKey});
+    reader_ = std::make_unique<QProcess>();
+    QObject::connect(reader_.get(), &QProcess::finished, reader_.get(), [this](int code) {
+        // A change the monitor already reported is newer than this reading.
+        if (!bannersOff_ && code == 0)
+            bannersOff_ = bannersOffIn(reader_->readAllStandardOutput());
         gnomeAnswered_ = true;
         update();
         reportMissing();
-        if (code != 0)
-            return;
-        QObject::disconnect(process, &QProcess::finished, nullptr, nullptr);
-        QObject::connect(process, &QProcess::readyReadStandardOutput, process, [this, process] {
-            while (process->canReadLine()) {
-                if (const auto off = bannersOffIn(process->readLine())) {
-                    bannersOff_ = off;
-                    update();
-                }
-            }
-        });
-        process->start(program, {"monitor", gnomeSchema, gnomeKey});
     });
-    process->start(program, {"get", gnomeSchema, gnomeKey});
+    reader_->start(program, {"get", gnomeSchema, gnomeKey});
 }
 
 void FocusWatcher::update() {

@@ -53,7 +53,9 @@ class FocusWatcher final : public LiveActivityCenter::Provider {
     Log log_;
     std::optional<QDBusConnection> bus_;
     std::unique_ptr<BusSignalRelay> relay_;
+    /// `gsettings monitor`, running while started, and the one `gsettings get` at start.
     std::unique_ptr<QProcess> monitor_;
+    std::unique_ptr<QProcess> reader_;
     /// Nothing until the source answered; a source that cannot be read stays empty.
     std::optional<bool> serverInhibited_;
     std::optional<bool> bannersOff_;
