@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -142,9 +143,14 @@ void NotificationMirror::start(LiveActivityCenter& center) {
         log_("vantaquill: notifications are not mirrored: there is no session bus to watch");
         return;
     }
+    // Without a way to wake the bus thread it could never be stopped; better not to start it.
+    wake_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake_ < 0) {
+        log_(std::string("vantaquill: notifications are not mirrored: ") + std::strerror(errno));
+        return;
+    }
     shared_ = std::make_shared<Shared>();
     shared_->center = &center;
-    wake_ = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     thread_ = std::thread(&NotificationMirror::watch, this, shared_, *address, wake_);
 }
 
