@@ -22,14 +22,14 @@ ActivityQueue::PostResult LiveActivityCenter::post(LiveActivity activity) {
 
     switch (result) {
     case ActivityQueue::PostResult::inserted:
-        if (alert)
+        if (alert && mayInterrupt(priority))
             showAlert(*queue_.activity(id));
         break;
     case ActivityQueue::PostResult::updated: {
         const LiveActivity& stored = *queue_.activity(id);
         const bool alertingThis = alerting_ && alerting_->id == id;
         // An update pops the island open again only at raised importance.
-        if (alert && !alertingThis && priority >= ActivityPriority::important) {
+        if (alert && !alertingThis && priority >= ActivityPriority::important && mayInterrupt(priority)) {
             showAlert(stored);
         } else if (alertingThis) {
             alerting_ = stored; // keeps the running alert timer
@@ -78,6 +78,12 @@ void LiveActivityCenter::flash(brind::HUDEvent event) {
         hudTimer_.reset();
     });
     notify(Change::hud);
+}
+
+void LiveActivityCenter::setFocus(brind::ActivityInterruption::Focus focus) {
+    focus_ = focus;
+    if (alerting_ && !mayInterrupt(alerting_->priority))
+        clearAlert();
 }
 
 void LiveActivityCenter::perform(std::string_view activityID, std::string_view actionID) {

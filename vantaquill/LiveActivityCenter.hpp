@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BrindKit/island/ActivityInterruption.hpp"
 #include "BrindKit/island/ActivityQueue.hpp"
 #include "BrindKit/island/HUDEvent.hpp"
 #include "BrindKit/island/LiveActivity.hpp"
@@ -74,6 +75,15 @@ class LiveActivityCenter {
 
     void flash(brind::HUDEvent event);
 
+    /// The user's focus: while focused only `important` and `critical` activities pop the island
+    /// open. Turning focus on closes an alert that could not break through it.
+    void setFocus(brind::ActivityInterruption::Focus focus);
+    const brind::ActivityInterruption::Focus& focus() const { return focus_; }
+    /// Whether an activity of this priority may interrupt now (pop open, play its sound).
+    bool mayInterrupt(brind::ActivityPriority priority) const {
+        return brind::ActivityInterruption::allows(priority, focus_);
+    }
+
     /// A button, or the island body with the activity's `tapAction`, was pressed.
     void perform(std::string_view activityID, std::string_view actionID);
     /// Routes presses on activities whose id starts with `prefix`; registering the same prefix
@@ -111,6 +121,7 @@ class LiveActivityCenter {
     std::unique_ptr<Scheduler::Timer> hudTimer_;
     std::unique_ptr<Scheduler::Timer> alertTimer_;
     std::set<std::string, std::less<>> startedProviders_;
+    brind::ActivityInterruption::Focus focus_;
 };
 
 } // namespace vq

@@ -15,8 +15,6 @@ SDKService::SDKService(MainThread mainThread, LiveActivityCenter& center, ShelfS
 }
 
 void SDKService::showActivity(brind::LiveActivity activity) {
-    if (quiet_)
-        activity.alert = false;
     onMain([this, activity = std::move(activity)]() mutable { center.post(std::move(activity)); });
 }
 

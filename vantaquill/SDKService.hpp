@@ -7,7 +7,6 @@
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/ShelfStore.hpp"
 
-#include <atomic>
 #include <expected>
 #include <functional>
 
@@ -40,10 +39,6 @@ public:
                     std::function<void(bool allowed)> answer) override;
     void agentEvent(brind::AgentHookEvent event) override;
 
-    /// While quiet ("Pause notifications"), activities from apps and links are still shown in the
-    /// queue but none pops the island open.
-    void setQuiet(bool quiet) { quiet_ = quiet; }
-
     /// Performs one HUD key press on the main thread (the island's HUD controller).
     using HUDKeys = std::function<std::expected<brind::HUDEvent, brind::HUDStepFailure>(brind::HUDKey,
                                                                                          brind::HUDSteps::Grid)>;
@@ -62,7 +57,6 @@ private:
     AgentEventHandler agentEvents;
     ConsentQueue* consents;
     HUDKeys hudKeys;
-    std::atomic<bool> quiet_ = false;
 };
 
 } // namespace vq

@@ -37,10 +37,13 @@
 #include "vantaquill/providers/BatteryProvider.hpp"
 #include "vantaquill/providers/BluetoothProvider.hpp"
 #include "vantaquill/providers/DownloadsProvider.hpp"
+#include "vantaquill/providers/FocusWatcher.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/MicCameraProvider.hpp"
 #include "vantaquill/providers/NetworkProvider.hpp"
+#include "vantaquill/providers/NotificationMirror.hpp"
 #include "vantaquill/providers/PomodoroController.hpp"
+#include "vantaquill/providers/ScreenShareWatcher.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
 #include "vantaquill/providers/ThemeSound.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
@@ -288,8 +291,9 @@ int main(int argc, char** argv) {
                                     preferences.pomodoro(), printError);
     vq::StatsSampler stats(scheduler);
     vq::ThemeSound sounds(printError);
-    pomodoro.onPhaseFinished = [&preferences, &sounds](vq::PomodoroController::Phase finished) {
-        if (preferences.flag("widgets.pomodoro.sound"))
+    pomodoro.onPhaseFinished = [&preferences, &sounds, &center](vq::PomodoroController::Phase finished) {
+        // The end of a phase is a normal activity: while focused it makes no sound either.
+        if (preferences.flag("widgets.pomodoro.sound") && center.mayInterrupt(brind::ActivityPriority::normal))
             sounds.play("alarm-clock-elapsed", brind::WidgetPomodoroActivity::alertText(finished));
     };
     // The expanded panel, shared by every island; it outlives them.
@@ -339,6 +343,15 @@ int main(int argc, char** argv) {
             }
         }
     }
+    // Whether the screen is shared or recorded now (ScreenShareWatcher, below).
+    bool screenShared = false;
+    const auto showState = [&] {
+        display.stateChanged(brind::IslandStateResolver::resolve(
+            {.userOpened = false,
+             .peeking = center.hud().has_value() || center.alerting().has_value(),
+             .hasActivity = !center.activities().empty(),
+             .hidden = screenShared && preferences.flag("island.hideWhenSharing")}));
+    };
     center.onChange = [&](vq::LiveActivityCenter::Change change) {
         if (islands)
             islands->refresh();
@@ -355,11 +368,7 @@ int main(int argc, char** argv) {
             display.alertChanged(center.alerting());
             break;
         }
-        display.stateChanged(brind::IslandStateResolver::resolve(
-            {.userOpened = false,
-             .peeking = center.hud().has_value() || center.alerting().has_value(),
-             .hasActivity = !center.activities().empty(),
-             .hidden = false}));
+        showState();
     };
 
     // The volume, brightness and keyboard-light keys: pressed through `vantaquill hud` (any desktop)
@@ -506,7 +515,6 @@ int main(int argc, char** argv) {
     std::string reduceMotion = preferences.text("island.reduceMotion");
     const auto applyPreferences = [&] {
         bridge.setConfig(bridgeConfig());
-        service->setQuiet(preferences.flag("activities.paused"));
         pomodoro.applyConfig(preferences.pomodoro());
         hud->setSwitches(hudSwitches());
         followPaletteKey();
@@ -698,6 +706,44 @@ int main(int argc, char** argv) {
     };
     followDeviceProviders();
     preferences.onChange(followDeviceProviders);
+    // Focus: the desktop's do-not-disturb and the status menu's pause let only important and critical
+    // activities pop the island open. The desktop's notifications are mirrored when the user asks,
+    // and the island hides while the screen is shared when "island.hideWhenSharing" is on.
+    bool desktopDoNotDisturb = false;
+    const auto applyFocus = [&] {
+        const brind::ActivityInterruption::Focus focus{.desktopDoNotDisturb = desktopDoNotDisturb,
+                                                       .paused = preferences.flag("activities.paused")};
+        if (focus == center.focus())
+            return;
+        center.setFocus(focus);
+        display.line(std::string("focus ") + (focus.focused() ? "on" : "off") +
+                     " desktopDoNotDisturb=" + (focus.desktopDoNotDisturb ? "true" : "false") +
+                     " paused=" + (focus.paused ? "true" : "false"));
+    };
+    center.registerProvider(std::make_unique<vq::FocusWatcher>(
+        [&](bool doNotDisturb) {
+            desktopDoNotDisturb = doNotDisturb;
+            applyFocus();
+        },
+        printError));
+    center.registerProvider(std::make_unique<vq::NotificationMirror>(onMainThread, printError));
+    center.registerProvider(std::make_unique<vq::ScreenShareWatcher>(
+        scheduler, onMainThread, printError, [&](bool shared) {
+            screenShared = shared;
+            display.line(std::string("screen shared=") + (shared ? "true" : "false"));
+            if (islands)
+                islands->setScreenShared(shared);
+            showState();
+        }));
+    const auto followFocusAndSharing = [&center, &preferences, &applyFocus] {
+        const auto follow = [&center](std::string_view id, bool on) { on ? center.start(id) : center.stop(id); };
+        follow(vq::FocusWatcher::providerID, preferences.flag("activities.focus.followDesktop"));
+        follow(vq::NotificationMirror::providerID, preferences.flag("activities.notifications.mirror"));
+        follow(vq::ScreenShareWatcher::providerID, preferences.flag("island.hideWhenSharing"));
+        applyFocus();
+    };
+    followFocusAndSharing();
+    preferences.onChange(followFocusAndSharing);
 
     // The URL the island was started with, once every view it may name exists.
     if (!options->url.isEmpty())

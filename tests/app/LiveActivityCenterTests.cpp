@@ -97,6 +97,32 @@ TEST_F(CenterTest, AlertsClearAfterTheirTimeUnlessCritical) {
     EXPECT_FALSE(center.alerting());
 }
 
+TEST_F(CenterTest, FocusQueuesQuietActivitiesWithoutPoppingTheIslandOpen) {
+    center.post(activity("chat", ActivityPriority::normal, true));
+    ASSERT_TRUE(center.alerting());
+    center.setFocus({.paused = true});
+    EXPECT_FALSE(center.alerting()) << "turning focus on closes an alert that could not break through";
+
+    center.post(activity("news", ActivityPriority::ambient, true));
+    LiveActivity again = activity("chat", ActivityPriority::normal, true);
+    again.title = "again";
+    center.post(again);
+    EXPECT_FALSE(center.alerting());
+    EXPECT_EQ(center.activities().size(), 2u) << "focused activities still join the queue";
+    EXPECT_FALSE(center.mayInterrupt(ActivityPriority::normal));
+
+    center.post(activity("deploy", ActivityPriority::important, true));
+    ASSERT_TRUE(center.alerting());
+    EXPECT_EQ(center.alerting()->id, "deploy");
+    center.setFocus({.desktopDoNotDisturb = true});
+    EXPECT_TRUE(center.alerting()) << "an important alert stays through a change of focus";
+
+    center.setFocus({});
+    center.post(activity("later", ActivityPriority::normal, true));
+    ASSERT_TRUE(center.alerting());
+    EXPECT_EQ(center.alerting()->id, "later");
+}
+
 TEST_F(CenterTest, UpdatesReAlertOnlyAtRaisedImportance) {
     center.post(activity("n", ActivityPriority::normal, true));
     scheduler.advance(5);

@@ -4,6 +4,7 @@
 #include "BrindKit/island/NotchMetrics.hpp"
 #include "tests/desktop/VirtualDisplay.hpp"
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/support/PipeWireSession.hpp"
 
 #include <gtest/gtest.h>
 
@@ -351,6 +352,23 @@ TEST_P(IslandOnScreen, HidesWhileTheActiveWindowIsFullScreen) {
     ASSERT_EQ(display->run({"xprop", "-id", window, "-f", "_NET_WM_STATE", "32a", "-set", "_NET_WM_STATE", ""}), 0);
     EXPECT_TRUE(showsOutline(closed));
     VirtualDisplay::stop(xev);
+}
+
+TEST_P(IslandOnScreen, HidesWhileTheScreenIsShared) {
+    if (!PipeWireDaemon::installed())
+        GTEST_SKIP() << "pipewire is missing; scripts/setup installs it";
+    const Outline closed = onScreen(brind::IslandState::closed, IslandLayout::closed(input()));
+    ASSERT_TRUE(showsOutline(closed));
+    // The screen-cast portal's stream, on the session's PipeWire (found after the island started).
+    PipeWireDaemon pipewire(home.path());
+    ASSERT_TRUE(pipewire.running());
+    CaptureStream capture(home.path());
+    ASSERT_TRUE(capture.connected);
+    const QImage hidden = waitForScreen(*display, [](const QImage& shot) { return !blackBounds(shot).has_value(); });
+    EXPECT_FALSE(blackBounds(hidden).has_value()) << "still showing " << describe(blackBounds(hidden));
+
+    capture.end();
+    EXPECT_TRUE(showsOutline(closed));
 }
 
 INSTANTIATE_TEST_SUITE_P(Housings, IslandOnScreen, ::testing::Values(noHousing, declaredHousing),

@@ -1,3 +1,4 @@
+#include "BrindKit/island/ActivityInterruption.hpp"
 #include "BrindKit/island/IslandStateResolver.hpp"
 
 #include <gtest/gtest.h>
@@ -19,4 +20,23 @@ TEST(IslandStateResolver, FirstHoldingRuleWins) {
     for (const auto& [input, state] : cases)
         EXPECT_EQ(IslandStateResolver::resolve(input), state)
             << input.userOpened << input.peeking << input.hasActivity << input.hidden;
+}
+
+TEST(ActivityInterruption, OnlyImportantAndCriticalBreakThroughFocus) {
+    using Focus = ActivityInterruption::Focus;
+    const Focus unfocused{};
+    const Focus focusedSources[] = {{.desktopDoNotDisturb = true}, {.paused = true},
+                                    {.desktopDoNotDisturb = true, .paused = true}};
+    const std::pair<ActivityPriority, bool> breaksThrough[] = {
+        {ActivityPriority::ambient, false},
+        {ActivityPriority::normal, false},
+        {ActivityPriority::important, true},
+        {ActivityPriority::critical, true},
+    };
+    for (const auto& [priority, allowedWhileFocused] : breaksThrough) {
+        EXPECT_TRUE(ActivityInterruption::allows(priority, unfocused)) << name(priority);
+        for (const Focus& focus : focusedSources)
+            EXPECT_EQ(ActivityInterruption::allows(priority, focus), allowedWhileFocused)
+                << name(priority) << " dnd=" << focus.desktopDoNotDisturb << " paused=" << focus.paused;
+    }
 }

@@ -68,15 +68,18 @@ TEST(MicCamera, TheCameraActivityNamesWhoHoldsTheNodeUntilItIsClosed) {
     ASSERT_EQ(cameraUsers(false), "");
 
     {
-        BackgroundProgram holder("/bin/sh",
-                                 {"-c", "exec 3<'" + (devices / "video0").string() + "'; exec sleep 60"},
+        // One program that opens the node itself, so the name the provider reads at the open is the
+        // name it keeps (a shell that opens it and then execs another program would change names).
+        BackgroundProgram holder("/usr/bin/python3",
+                                 {"-c", "import time\nf = open('" + (devices / "video0").string() +
+                                            "')\ntime.sleep(60)"},
                                  {"PATH=/usr/bin:/bin"});
-        ASSERT_EQ(cameraUsers(true), "sleep");
+        ASSERT_EQ(cameraUsers(true), "python3");
         const auto* shown = center.queue().activity(std::string(MicCameraProvider::cameraID));
         EXPECT_EQ(shown->priority, brind::ActivityPriority::ambient);
         EXPECT_EQ(shown->title, "Camera in use");
         EXPECT_FALSE(shown->dismissible);
-        EXPECT_EQ(MicCameraProvider::cameraHolders("/proc", devices), std::vector<std::string>{"sleep"});
+        EXPECT_EQ(MicCameraProvider::cameraHolders("/proc", devices), std::vector<std::string>{"python3"});
     }
     EXPECT_EQ(cameraUsers(false), "");
     EXPECT_TRUE(MicCameraProvider::cameraHolders("/proc", devices).empty());

@@ -14,7 +14,9 @@
 namespace vq {
 
 /// A private bus standing in for the system bus, with python3-dbusmock's templates (logind, UPower,
-/// NetworkManager, BlueZ…) serving on it, one process per template. `script` runs Python against
+/// NetworkManager, BlueZ…) serving on it, one process per template. Session templates (the
+/// notification daemon) serve on it too: it stands in for the session bus of a home whose
+/// XDG_RUNTIME_DIR is `folder`. `script` runs Python against
 /// the mocks (to add what a template lacks), with `bus` bound to the connection.
 class SystemServiceMock {
 public:
@@ -29,7 +31,8 @@ public:
     bool serve(const std::string& busName, const std::string& templateName) {
         mocks.push_back(std::make_unique<BackgroundProgram>(
             python, std::vector<std::string>{"-m", "dbusmock", "--template", templateName},
-            std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"}));
+            std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + bus.address(),
+                                     "DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"}));
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < deadline) {
             if (bus.askBus("NameHasOwner", busName).out.find("boolean true") != std::string::npos)

@@ -119,8 +119,9 @@ void IslandManager::place(Entry& entry) {
 }
 
 void IslandManager::applyHidden(Entry& entry) {
-    const bool hidden = preferences_.hideInFullScreen && fullScreenCentre_ &&
-                        entry.screen->geometry().contains(*fullScreenCentre_);
+    const bool underFullScreen = preferences_.hideInFullScreen && fullScreenCentre_ &&
+                                 entry.screen->geometry().contains(*fullScreenCentre_);
+    const bool hidden = underFullScreen || (preferences_.hideWhenSharing && screenShared_);
     entry.controller->setHidden(hidden);
     entry.surface->setVisible(!hidden);
 }
@@ -174,6 +175,12 @@ void IslandManager::setShelfGestureHandler(std::function<void(ShelfDragGestures:
     shelfGestureHandler_ = std::move(handler);
     for (auto& entry : entries_)
         entry.controller->onShelfGesture = shelfGestureHandler_;
+}
+
+void IslandManager::setScreenShared(bool shared) {
+    screenShared_ = shared;
+    for (auto& entry : entries_)
+        applyHidden(entry);
 }
 
 void IslandManager::setFullScreenWindow(std::optional<QPoint> centre) {

@@ -47,6 +47,8 @@ public:
     void setShelfGestureHandler(std::function<void(ShelfDragGestures::Gesture)> handler);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
+    /// The screen is being shared or recorded (whichever screen: a capture may take them all).
+    void setScreenShared(bool shared);
 
     /// Whether `screen` gets an island under the display mode, given every screen there is.
     static bool selects(const std::string& displayModes, QScreen* screen, bool hasHousing);
@@ -72,6 +74,7 @@ private:
     brind::IslandLayout::TextMeasure measure_;
     bool reduceMotion_ = false;
     std::optional<QPoint> fullScreenCentre_;
+    bool screenShared_ = false;
     IslandContent* content_ = nullptr;
     std::function<bool(const IslandSurface::DropEvent&)> dropHandler_;
     std::function<void(ShelfDragGestures::Gesture)> shelfGestureHandler_;

@@ -204,6 +204,7 @@ Preferences::Island Preferences::island() const {
     island.clickToOpen = flag("island.clickToOpen");
     island.cornerRadius = number("island.cornerRadius");
     island.hideInFullScreen = flag("island.hideInFullScreen");
+    island.hideWhenSharing = flag("island.hideWhenSharing");
     island.reduceMotion = text("island.reduceMotion");
     island.shakeSensitivity = value("shelf.shakeSensitivity").toInt();
     return island;

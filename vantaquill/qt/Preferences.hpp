@@ -66,6 +66,7 @@ public:
         bool clickToOpen = true;
         double cornerRadius = 22;
         bool hideInFullScreen = true;
+        bool hideWhenSharing = true;
         /// "island.reduceMotion": "on", "off", or "system" (follow the desktop).
         std::string reduceMotion = "system";
         /// "shelf.shakeSensitivity": 0 to 2, how wide a shake of a drag over the island must be.

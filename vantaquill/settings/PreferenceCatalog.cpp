@@ -47,7 +47,11 @@ const std::vector<PreferenceKey>& catalog() {
         {"hud.keyboard", S::hud, K::flag, "Keyboard backlight keys", "true"},
 
         {"activities.paused", S::activities, K::flag, "Pause notifications", "false", 0, 0, {},
-         "Apps and links still post activities, but none pops the island open"},
+         "Activities are still shown, but only important and critical ones pop the island open"},
+        {"activities.focus.followDesktop", S::activities, K::flag, "Quiet while the desktop is in do not disturb", "true",
+         0, 0, {}, "As while paused: only important and critical activities pop the island open"},
+        {"activities.notifications.mirror", S::activities, K::flag, "Show the desktop's notifications", "false", 0, 0,
+         {}, "Each application's latest notification in the island for a few seconds; never written to disk"},
         {"activities.stayAwake", S::activities, K::flag, "Keep the computer awake", "false", 0, 0, {},
          "Holds off idle and sleep through logind while on"},
         {"media.enabled", S::activities, K::flag, "Show what is playing", "true"},
