@@ -34,6 +34,7 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
+#include "vantaquill/providers/LockWatcher.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/PomodoroController.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
@@ -637,6 +638,23 @@ int main(int argc, char** argv) {
     };
     followVolume();
     preferences.onChange(followVolume);
+    // The session's lock: the lock opens in the island on unlock (what each desktop's locker lets
+    // be drawn is in docs/SYSTEM.md).
+    auto lockWatcher = std::make_unique<vq::LockWatcher>(scheduler, printError, [&preferences] {
+        return brind::LockTiming::forReduceMotion(preferences.text("island.reduceMotion") == "on");
+    });
+    lockWatcher->onPhase = [&display](brind::LockPhase phase) {
+        display.line("lock phase=" + std::string(brind::name(phase)));
+    };
+    center.registerProvider(std::move(lockWatcher));
+    const auto followLock = [&center, &preferences] {
+        if (preferences.flag("activities.lockScreen"))
+            center.start(vq::LockWatcher::providerID);
+        else
+            center.stop(vq::LockWatcher::providerID);
+    };
+    followLock();
+    preferences.onChange(followLock);
 
     // The URL the island was started with, once every view it may name exists.
     if (!options->url.isEmpty())
