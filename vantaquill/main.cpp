@@ -27,6 +27,7 @@
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
 #include "vantaquill/clipboard/X11PasteKeystroke.hpp"
 #include "vantaquill/hud/HUDController.hpp"
+#include "vantaquill/hud/VolumeClick.hpp"
 #include "vantaquill/hud/X11HUDKeys.hpp"
 #include "vantaquill/hud/X11KeyGrabs.hpp"
 #include "vantaquill/island/IslandManager.hpp"
@@ -377,6 +378,18 @@ int main(int argc, char** argv) {
                                            .keyboard = preferences.flag("hud.keyboard")};
     };
     hud->setSwitches(hudSwitches());
+    // The click after a volume step, when "hud.volumeClick" or the desktop asks for one.
+    const auto configHome = qEnvironmentVariableIsEmpty("XDG_CONFIG_HOME")
+                                ? brind::Paths::home() / ".config"
+                                : std::filesystem::path(qEnvironmentVariable("XDG_CONFIG_HOME").toStdString());
+    vq::VolumeClick volumeClick(app.get(), configHome, [&sounds] { sounds.play("audio-volume-change", "Volume changed"); });
+    const auto followVolumeClick = [&preferences, &volumeClick] {
+        volumeClick.setMode(vq::VolumeClick::modeNamed(preferences.text("hud.volumeClick"))
+                                .value_or(vq::VolumeClick::Mode::system));
+    };
+    followVolumeClick();
+    preferences.onChange(followVolumeClick);
+    hud->onVolumeStep = [&volumeClick] { volumeClick.stepped(); };
     std::unique_ptr<vq::X11HUDKeys> hudKeys;
     if (surface && surface->kind == vq::IslandSurface::Kind::x11) {
         auto grabbed = vq::X11HUDKeys::connect(

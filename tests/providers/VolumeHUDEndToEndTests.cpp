@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <future>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -153,6 +154,55 @@ TEST_F(VolumeHUD, TheSwitchesAreFollowedWhileTheIslandRuns) {
 
     std::ofstream(preferences) << "[General]\nhud.volume=true\n";
     EXPECT_TRUE(changeUntilFlashed(sound, island).has_value()) << "switched on, changes made elsewhere flash";
+}
+
+TEST_F(VolumeHUD, EachStepClicksWhenTheUserOrTheDesktopAsksForIt) {
+    struct Case {
+        const char* name;
+        const char* preference;
+        /// Plasma's volume applet settings; nothing: no such file.
+        std::optional<std::string> plasmaparc;
+        int clicks;
+    };
+    const Case cases[] = {
+        {"switched on", "on", "[General]\nAudioFeedback=false\n", 2},
+        {"switched off", "off", std::nullopt, 0},
+        {"Plasma's default", "system", std::nullopt, 2},
+        {"Plasma's audio feedback off", "system", "[General]\nAudioFeedback=false\n", 0},
+    };
+    const auto configFolder = home.path() / ".config";
+    std::filesystem::create_directories(configFolder / "vantaquill");
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        std::ofstream(configFolder / "vantaquill/vantaquill.conf") << "[General]\nhud.volumeClick=" << row.preference << "\n";
+        std::filesystem::remove(configFolder / "plasmaparc");
+        if (row.plasmaparc)
+            std::ofstream(configFolder / "plasmaparc") << *row.plasmaparc;
+        auto environment = home.environment();
+        environment["XDG_CURRENT_DESKTOP"] = "KDE";
+        IslandProcess island({"--headless", "--port", "0"}, environment);
+        ASSERT_NE(island.port(), 0) << island.errors();
+        ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", "40%"}));
+
+        // Every stream the sound server opens while the island steps the volume: each click is one.
+        auto events = std::async(std::launch::async, [&] {
+            return e2e::run("/usr/bin/timeout", {"6", "/usr/bin/pactl", "subscribe"}, home.environment()).out;
+        });
+        std::this_thread::sleep_for(1s);
+        for (const char* step : {"up", "up", "mute"}) {
+            const auto pressed = e2e::run(e2e::builtProgram("vantaquill"),
+                                          {"--port", std::to_string(island.port()), "hud", "volume", step},
+                                          home.environment());
+            EXPECT_EQ(pressed.exitCode, 0) << pressed.err;
+        }
+        const std::string heard = events.get();
+        int streams = 0;
+        for (auto at = heard.find("'new' on sink-input"); at != std::string::npos;
+             at = heard.find("'new' on sink-input", at + 1))
+            ++streams;
+        EXPECT_EQ(streams, row.clicks) << heard;
+        ASSERT_TRUE(sound.control({"set-sink-mute", "speakers", "0"}));
+    }
 }
 
 TEST_F(VolumeHUD, WithoutASoundServerTheCommandSaysSo) {
