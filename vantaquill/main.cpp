@@ -18,6 +18,7 @@
 #include "vantaquill/panel/agents/AgentsSection.hpp"
 #include "vantaquill/panel/clipboard/ClipboardSection.hpp"
 #include "vantaquill/panel/shelf/ShelfSection.hpp"
+#include "vantaquill/panel/sound/SoundSection.hpp"
 #include "vantaquill/panel/widgets/WidgetsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
@@ -639,6 +640,8 @@ int main(int argc, char** argv) {
                                                           .stats = stats,
                                                           .media = media.enabled ? nowPlaying : nullptr,
                                                           .forecastFile = vq::WeatherForecastFile::path(dataFolder)}));
+        // The output's and each application's level, followed on the sound server while shown.
+        panel->panel().addSection(new vq::SoundSection(onMainThread));
     }
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(
         scheduler, onMainThread, printError, [&hud] { return hud->flashesChangeElsewhere(brind::HUDEvent::Kind::volume); }));
