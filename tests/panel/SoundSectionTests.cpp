@@ -58,6 +58,10 @@ TEST_F(SoundView, ApplicationsPlayingAreListedAndTheirLevelsSetOnTheServer) {
     ASSERT_TRUE(QTest::qWaitFor([&] { return section.outputRow()->isVisible(); }, patience));
     EXPECT_EQ(section.outputRow()->name(), "Speakers");
     EXPECT_TRUE(section.findChild<QLabel*>("empty")->isVisible());
+    // The island takes the section's height when told of a change: a new row must be in it then.
+    const int heightBefore = section.contentHeight(480);
+    int heightTold = heightBefore;
+    section.onChanged = [&] { heightTold = section.contentHeight(480); };
 
     std::optional<BackgroundProgram> player;
     player.emplace("/usr/bin/pacat",
@@ -67,6 +71,8 @@ TEST_F(SoundView, ApplicationsPlayingAreListedAndTheirLevelsSetOnTheServer) {
     SoundRow* row = nullptr;
     ASSERT_TRUE(QTest::qWaitFor([&] { return (row = rowOf(section, "Tuner")) != nullptr; }, patience));
     EXPECT_FALSE(section.findChild<QLabel*>("empty")->isVisible());
+    EXPECT_GT(heightTold, heightBefore);
+    EXPECT_EQ(heightTold, section.contentHeight(480));
     EXPECT_EQ(row->findChild<QLabel*>("detail")->text(), "Test tone");
     EXPECT_EQ(row->slider()->value(), 100);
 

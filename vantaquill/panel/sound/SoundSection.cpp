@@ -104,6 +104,8 @@ void SoundSection::refresh() {
             row->onLevel = [this, index](double level) { mixer_.setStreamLevel(index, level); };
             row->onMuted = [this, index](bool muted) { mixer_.setStreamMuted(index, muted); };
             listLayout_->insertWidget(position, row);
+            // Shown now rather than at the layout's next pass, so that the height below counts it.
+            row->show();
         }
         row->showLevel(QString::fromStdString(stream.application), QString::fromStdString(stream.media),
                   QString::fromStdString(stream.icon), stream.level, stream.muted);
