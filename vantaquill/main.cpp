@@ -383,7 +383,7 @@ int main(int argc, char** argv) {
     const auto configHome = qEnvironmentVariableIsEmpty("XDG_CONFIG_HOME")
                                 ? brind::Paths::home() / ".config"
                                 : std::filesystem::path(qEnvironmentVariable("XDG_CONFIG_HOME").toStdString());
-    vq::VolumeClick volumeClick(app.get(), configHome, [&sounds] { sounds.play("audio-volume-change", "Volume changed"); });
+    vq::VolumeClick volumeClick(configHome, [&sounds] { sounds.play("audio-volume-change", "Volume changed"); });
     const auto followVolumeClick = [&preferences, &volumeClick] {
         volumeClick.setMode(vq::VolumeClick::modeNamed(preferences.text("hud.volumeClick"))
                                 .value_or(vq::VolumeClick::Mode::system));

@@ -22,8 +22,10 @@ std::string_view trimmed(std::string_view text) {
 
 } // namespace
 
-VolumeClick::VolumeClick(QObject* owner, std::filesystem::path configFolder, Play play)
-    : owner_(owner), configFolder_(std::move(configFolder)), play_(std::move(play)) {}
+VolumeClick::VolumeClick(std::filesystem::path configFolder, Play play)
+    : configFolder_(std::move(configFolder)), play_(std::move(play)), processes_(std::make_unique<QObject>()) {}
+
+VolumeClick::~VolumeClick() = default;
 
 std::optional<VolumeClick::Mode> VolumeClick::modeNamed(std::string_view name) {
     if (name == "system")
@@ -99,12 +101,12 @@ void VolumeClick::askGSettings() {
     const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
     if (desktop && isPlasma(desktop))
         return;
-    auto* process = new QProcess(owner_);
-    QObject::connect(process, &QProcess::finished, owner_, [this, process](int code) {
+    auto* process = new QProcess(processes_.get());
+    QObject::connect(process, &QProcess::finished, processes_.get(), [this, process](int code) {
         eventSounds_ = code == 0 && process->readAllStandardOutput().trimmed() == "true";
         process->deleteLater();
     });
-    QObject::connect(process, &QProcess::errorOccurred, owner_, [this, process] {
+    QObject::connect(process, &QProcess::errorOccurred, processes_.get(), [this, process] {
         eventSounds_ = false;
         process->deleteLater();
     });

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,8 +24,11 @@ class VolumeClick {
     enum class Mode { system, on, off };
     using Play = std::function<void()>;
 
-    /// `owner` parents the gsettings processes; `configFolder` is where plasmaparc is looked for.
-    VolumeClick(QObject* owner, std::filesystem::path configFolder, Play play);
+    /// `configFolder` is where plasmaparc is looked for.
+    VolumeClick(std::filesystem::path configFolder, Play play);
+    ~VolumeClick();
+    VolumeClick(const VolumeClick&) = delete;
+    VolumeClick& operator=(const VolumeClick&) = delete;
 
     /// Applies "hud.volumeClick"; "system" asks the desktop again.
     void setMode(Mode mode);
@@ -46,11 +50,12 @@ class VolumeClick {
   private:
     void askGSettings();
 
-    QObject* owner_;
     std::filesystem::path configFolder_;
     Play play_;
     Mode mode_ = Mode::system;
     bool eventSounds_ = false;
+    /// Parents the gsettings processes: destroyed first, so that none answers a destroyed click.
+    std::unique_ptr<QObject> processes_;
 };
 
 } // namespace vq
