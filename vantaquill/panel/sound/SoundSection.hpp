@@ -19,7 +19,8 @@ class SoundRow;
 /// its own rather than a widget card: the list grows and shrinks with the streams, which a fixed-size
 /// card cannot hold, and it is the one place to turn one application down.
 ///
-/// The sound server is followed only while the section is shown; hidden, it costs nothing.
+/// The sound server is followed only while the section is shown (the island open on it); hidden, it
+/// costs nothing.
 class SoundSection : public PanelSection {
 public:
     explicit SoundSection(SoundMixer::MainThread mainThread, QWidget* parent = nullptr);
