@@ -1,5 +1,6 @@
 #include "vantaquill/panel/sound/SoundRow.hpp"
 
+#include "vantaquill/island/faces/IconTheme.hpp"
 #include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 
@@ -18,6 +19,16 @@ namespace {
 
 constexpr int iconSize = 24;
 constexpr int sliderWidth = 150;
+
+/// The application's own icon, else the program's (many name their icon after it), else a generic one.
+QIcon iconFor(const QString& name) {
+    IconTheme::ensure();
+    for (const QString& candidate : {name, name.toLower(), QStringLiteral("audio-x-generic")}) {
+        if (!candidate.isEmpty() && QIcon::hasThemeIcon(candidate))
+            return QIcon::fromTheme(candidate);
+    }
+    return {};
+}
 
 } // namespace
 
@@ -67,8 +78,10 @@ void SoundRow::showLevel(const QString& name, const QString& detail, const QStri
     name_->setText(name);
     detail_->setText(detail);
     detail_->setVisible(!detail.isEmpty());
-    const QIcon icon = QIcon::fromTheme(iconName, QIcon::fromTheme(QStringLiteral("audio-x-generic")));
-    icon_->setPixmap(icon.pixmap(iconSize, iconSize));
+    if (iconName != shownIcon_) {
+        shownIcon_ = iconName;
+        icon_->setPixmap(iconFor(iconName).pixmap(iconSize, iconSize));
+    }
     {
         const QSignalBlocker quiet(mute_);
         mute_->setChecked(muted);

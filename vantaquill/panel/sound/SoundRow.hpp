@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QWidget>
 
 #include <functional>
@@ -39,6 +40,8 @@ private:
     QPushButton* mute_;
     QSlider* slider_;
     QLabel* percent_;
+    /// The icon name last drawn, so that a level change does not look the icon up again.
+    QString shownIcon_ = QStringLiteral("-");
 };
 
 } // namespace vq

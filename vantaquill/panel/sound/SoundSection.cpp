@@ -81,7 +81,7 @@ void SoundSection::refresh() {
     output_->setVisible(state.output.has_value());
     if (state.output)
         output_->showLevel(QString::fromStdString(state.output->label), QStringLiteral("Output"),
-                      QStringLiteral("audio-speakers"), state.output->level, state.output->muted);
+                      QStringLiteral("audio-card"), state.output->level, state.output->muted);
     heading_->setVisible(state.connected);
     empty_->setVisible(state.connected && state.streams.empty());
 
