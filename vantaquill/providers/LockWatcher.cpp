@@ -48,7 +48,9 @@ LockWatcher::LockWatcher(Scheduler& scheduler, Log log, Timing timing)
     : scheduler_(scheduler), log_(std::move(log)), timing_(std::move(timing)) {}
 
 LockWatcher::~LockWatcher() {
+    // The centre destroys its providers as it goes: it is told nothing now.
     onPhase = nullptr;
+    center_ = nullptr;
     stop();
 }
 
