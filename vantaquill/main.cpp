@@ -18,6 +18,7 @@
 #include "vantaquill/panel/agents/AgentsSection.hpp"
 #include "vantaquill/panel/clipboard/ClipboardSection.hpp"
 #include "vantaquill/panel/shelf/ShelfSection.hpp"
+#include "vantaquill/panel/sound/SoundSection.hpp"
 #include "vantaquill/panel/widgets/WidgetsSection.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
@@ -27,6 +28,7 @@
 #include "vantaquill/clipboard/X11ClipboardWatcher.hpp"
 #include "vantaquill/clipboard/X11PasteKeystroke.hpp"
 #include "vantaquill/hud/HUDController.hpp"
+#include "vantaquill/hud/VolumeClick.hpp"
 #include "vantaquill/hud/X11HUDKeys.hpp"
 #include "vantaquill/hud/X11KeyGrabs.hpp"
 #include "vantaquill/island/IslandManager.hpp"
@@ -38,6 +40,7 @@
 #include "vantaquill/providers/BluetoothProvider.hpp"
 #include "vantaquill/providers/DownloadsProvider.hpp"
 #include "vantaquill/providers/FocusWatcher.hpp"
+#include "vantaquill/providers/LockWatcher.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/MicCameraProvider.hpp"
 #include "vantaquill/providers/NetworkProvider.hpp"
@@ -390,6 +393,15 @@ int main(int argc, char** argv) {
                                            .keyboard = preferences.flag("hud.keyboard")};
     };
     hud->setSwitches(hudSwitches());
+    // The click after a volume step, when "hud.volumeClick" or the desktop asks for one.
+    vq::VolumeClick volumeClick(brind::Paths::userConfig(), [&sounds] { sounds.play("audio-volume-change", "Volume changed"); });
+    const auto followVolumeClick = [&preferences, &volumeClick] {
+        volumeClick.setMode(vq::VolumeClick::modeNamed(preferences.text("hud.volumeClick"))
+                                .value_or(vq::VolumeClick::Mode::system));
+    };
+    followVolumeClick();
+    preferences.onChange(followVolumeClick);
+    hud->onVolumeStep = [&volumeClick] { volumeClick.stepped(); };
     std::unique_ptr<vq::X11HUDKeys> hudKeys;
     if (surface && surface->kind == vq::IslandSurface::Kind::x11) {
         auto grabbed = vq::X11HUDKeys::connect(
@@ -653,6 +665,8 @@ int main(int argc, char** argv) {
                                                           .stats = stats,
                                                           .media = media.enabled ? nowPlaying : nullptr,
                                                           .forecastFile = vq::WeatherForecastFile::path(dataFolder)}));
+        // The output's and each application's level, followed on the sound server while shown.
+        panel->panel().addSection(new vq::SoundSection(onMainThread));
     }
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(
         scheduler, onMainThread, printError, [&hud] { return hud->flashesChangeElsewhere(brind::HUDEvent::Kind::volume); }));
@@ -665,6 +679,23 @@ int main(int argc, char** argv) {
     };
     followVolume();
     preferences.onChange(followVolume);
+    // The session's lock: the lock opens in the island on unlock (what each desktop's locker lets
+    // be drawn is in docs/SYSTEM.md).
+    auto lockWatcher = std::make_unique<vq::LockWatcher>(scheduler, printError, [&preferences] {
+        return brind::LockTiming::forReduceMotion(preferences.text("island.reduceMotion") == "on");
+    });
+    lockWatcher->onPhase = [&display](brind::LockPhase phase) {
+        display.line("lock phase=" + std::string(brind::name(phase)));
+    };
+    center.registerProvider(std::move(lockWatcher));
+    const auto followLock = [&center, &preferences] {
+        if (preferences.flag("activities.lockScreen"))
+            center.start(vq::LockWatcher::providerID);
+        else
+            center.stop(vq::LockWatcher::providerID);
+    };
+    followLock();
+    preferences.onChange(followLock);
 
     // Network and battery peeks: each its own source, started while its preferences want it. The
     // network's kinds and names are read at every change, so only all kinds off stops it.

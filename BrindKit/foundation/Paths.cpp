@@ -30,8 +30,12 @@ std::filesystem::path dataFolder() {
     return xdg("XDG_DATA_HOME", ".local/share") / "vantaquill";
 }
 
+std::filesystem::path userConfig() {
+    return xdg("XDG_CONFIG_HOME", ".config");
+}
+
 std::filesystem::path configFolder() {
-    return xdg("XDG_CONFIG_HOME", ".config") / "vantaquill";
+    return userConfig() / "vantaquill";
 }
 
 std::filesystem::path cliTokenFile() {

@@ -10,6 +10,10 @@ std::filesystem::path home();
 /// $XDG_DATA_HOME/vantaquill, default ~/.local/share/vantaquill: the application support folder.
 std::filesystem::path dataFolder();
 
+/// $XDG_CONFIG_HOME, default ~/.config: where every program keeps its settings (other programs'
+/// settings the island reads, the autostart folder).
+std::filesystem::path userConfig();
+
 /// $XDG_CONFIG_HOME/vantaquill, default ~/.config/vantaquill: preferences.
 std::filesystem::path configFolder();
 

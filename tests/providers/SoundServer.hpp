@@ -4,7 +4,9 @@
 #include "tests/support/BackgroundProgram.hpp"
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <thread>
@@ -51,6 +53,29 @@ private:
     }
 
     const e2e::TemporaryHome& home;
+};
+
+/// Points this process at `home`'s sound server (its socket and cookie) while it lives.
+class SessionOf {
+public:
+    explicit SessionOf(const std::map<std::string, std::string>& variables) {
+        for (const auto& [name, value] : variables) {
+            const char* before = std::getenv(name.c_str());
+            saved.emplace(name, before ? std::optional<std::string>(before) : std::nullopt);
+            ::setenv(name.c_str(), value.c_str(), 1);
+        }
+    }
+    ~SessionOf() {
+        for (const auto& [name, value] : saved) {
+            if (value)
+                ::setenv(name.c_str(), value->c_str(), 1);
+            else
+                ::unsetenv(name.c_str());
+        }
+    }
+
+private:
+    std::map<std::string, std::optional<std::string>> saved;
 };
 
 } // namespace vq

@@ -4,36 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <map>
-
 namespace vq {
 namespace {
 
 using namespace std::chrono_literals;
-
-/// Points this process at `home`'s sound server (its socket and cookie) while it lives.
-class SessionOf {
-public:
-    explicit SessionOf(const std::map<std::string, std::string>& variables) {
-        for (const auto& [name, value] : variables) {
-            const char* before = std::getenv(name.c_str());
-            saved.emplace(name, before ? std::optional<std::string>(before) : std::nullopt);
-            ::setenv(name.c_str(), value.c_str(), 1);
-        }
-    }
-    ~SessionOf() {
-        for (const auto& [name, value] : saved) {
-            if (value)
-                ::setenv(name.c_str(), value->c_str(), 1);
-            else
-                ::unsetenv(name.c_str());
-        }
-    }
-
-private:
-    std::map<std::string, std::optional<std::string>> saved;
-};
 
 TEST(ThemeSound, PlaysTheThemesSoundOnTheSessionsServer) {
     ASSERT_TRUE(std::filesystem::exists("/usr/share/sounds/freedesktop/stereo/alarm-clock-elapsed.oga"))

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <future>
 #include <fstream>
 #include <optional>
 #include <string>
@@ -153,6 +154,69 @@ TEST_F(VolumeHUD, TheSwitchesAreFollowedWhileTheIslandRuns) {
 
     std::ofstream(preferences) << "[General]\nhud.volume=true\n";
     EXPECT_TRUE(changeUntilFlashed(sound, island).has_value()) << "switched on, changes made elsewhere flash";
+}
+
+TEST_F(VolumeHUD, EachStepClicksWhenTheUserOrTheDesktopAsksForIt) {
+    struct Case {
+        const char* name;
+        const char* desktop;
+        const char* preference;
+        /// Plasma's volume applet settings; nothing: no such file.
+        std::optional<std::string> plasmaparc;
+        /// GNOME's event sounds, set through gsettings; nothing: the schema's default (on).
+        std::optional<bool> eventSounds;
+        int clicks;
+    };
+    const Case cases[] = {
+        {"switched on", "KDE", "on", "[General]\nAudioFeedback=false\n", std::nullopt, 2},
+        {"switched off", "KDE", "off", std::nullopt, std::nullopt, 0},
+        {"Plasma's default", "KDE", "system", std::nullopt, std::nullopt, 2},
+        {"Plasma's audio feedback off", "KDE", "system", "[General]\nAudioFeedback=false\n", std::nullopt, 0},
+        {"GNOME's default", "GNOME", "system", std::nullopt, std::nullopt, 2},
+        {"GNOME's event sounds off", "GNOME", "system", std::nullopt, false, 0},
+    };
+    const auto configFolder = home.path() / ".config";
+    std::filesystem::create_directories(configFolder / "vantaquill");
+    for (const auto& row : cases) {
+        SCOPED_TRACE(row.name);
+        std::ofstream(configFolder / "vantaquill/vantaquill.conf") << "[General]\nhud.volumeClick=" << row.preference << "\n";
+        std::filesystem::remove(configFolder / "plasmaparc");
+        if (row.plasmaparc)
+            std::ofstream(configFolder / "plasmaparc") << *row.plasmaparc;
+        auto environment = home.environment();
+        environment["XDG_CURRENT_DESKTOP"] = row.desktop;
+        // The real gsettings, keeping its values in a file of this home rather than in dconf.
+        environment["GSETTINGS_BACKEND"] = "keyfile";
+        std::filesystem::remove_all(configFolder / "glib-2.0");
+        if (row.eventSounds) {
+            const auto set = e2e::run("/usr/bin/gsettings",
+                                      {"set", "org.gnome.desktop.sound", "event-sounds", *row.eventSounds ? "true" : "false"},
+                                      environment);
+            ASSERT_EQ(set.exitCode, 0) << set.err;
+        }
+        IslandProcess island({"--headless", "--port", "0"}, environment);
+        ASSERT_NE(island.port(), 0) << island.errors();
+        ASSERT_TRUE(sound.control({"set-sink-volume", "speakers", "40%"}));
+
+        // Every stream the sound server opens while the island steps the volume: each click is one.
+        auto events = std::async(std::launch::async, [&] {
+            return e2e::run("/usr/bin/timeout", {"5", "/usr/bin/pactl", "subscribe"}, home.environment()).out;
+        });
+        std::this_thread::sleep_for(1s);
+        for (const char* step : {"up", "up", "mute"}) {
+            const auto pressed = e2e::run(e2e::builtProgram("vantaquill"),
+                                          {"--port", std::to_string(island.port()), "hud", "volume", step},
+                                          home.environment());
+            EXPECT_EQ(pressed.exitCode, 0) << pressed.err;
+        }
+        const std::string heard = events.get();
+        int streams = 0;
+        for (auto at = heard.find("'new' on sink-input"); at != std::string::npos;
+             at = heard.find("'new' on sink-input", at + 1))
+            ++streams;
+        EXPECT_EQ(streams, row.clicks) << heard;
+        ASSERT_TRUE(sound.control({"set-sink-mute", "speakers", "0"}));
+    }
 }
 
 TEST_F(VolumeHUD, WithoutASoundServerTheCommandSaysSo) {

@@ -79,6 +79,8 @@ Outcome HUDController::volumeKey(HUDKey key, brind::HUDSteps::Grid grid) {
     const auto level = Rules::volumeAfter(output->level, key, grid);
     if (auto written = devices_.volume.write(*output, level); !written)
         return std::unexpected(HUDStepFailure{written.error()});
+    if (key != HUDKey::mute && onVolumeStep)
+        onVolumeStep();
     return Rules::volumeEvent(level, output->label);
 }
 

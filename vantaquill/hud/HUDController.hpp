@@ -11,6 +11,7 @@
 #include "vantaquill/hud/PulseVolume.hpp"
 
 #include <expected>
+#include <functional>
 #include <map>
 #include <optional>
 
@@ -55,6 +56,9 @@ class HUDController {
     bool flashesChangeElsewhere(brind::HUDEvent::Kind kind) const;
     /// A brightness or keyboard-light level changed elsewhere: flashed unless it is our own echo.
     void changedElsewhere(brind::HUDEvent::Kind kind, double level);
+
+    /// Told after each volume step up or down the island made (not after a mute), for the click.
+    std::function<void()> onVolumeStep;
 
   private:
     std::expected<brind::HUDEvent, brind::HUDStepFailure> volumeKey(brind::HUDKey key, brind::HUDSteps::Grid grid);

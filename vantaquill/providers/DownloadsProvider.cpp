@@ -1,5 +1,6 @@
 #include "vantaquill/providers/DownloadsProvider.hpp"
 
+#include "BrindKit/foundation/Paths.hpp"
 #include "BrindKit/widgets/WidgetStatsMath.hpp"
 
 #include <QDBusConnection>
@@ -101,12 +102,7 @@ std::filesystem::path DownloadsProvider::downloadFolder(const std::filesystem::p
 }
 
 std::filesystem::path DownloadsProvider::downloadFolder() {
-    const char* homeVariable = std::getenv("HOME");
-    const std::filesystem::path home = homeVariable && *homeVariable ? homeVariable : "/";
-    const char* configVariable = std::getenv("XDG_CONFIG_HOME");
-    const std::filesystem::path config =
-        configVariable && *configVariable ? configVariable : home / ".config";
-    return downloadFolder(home, config);
+    return downloadFolder(brind::Paths::home(), brind::Paths::userConfig());
 }
 
 std::optional<std::string> DownloadsProvider::finalName(std::string_view fileName) {

@@ -8,8 +8,7 @@
 namespace vq {
 
 std::filesystem::path AutostartEntry::userFile() {
-    // The vantaquill folder sits in $XDG_CONFIG_HOME, which is where the autostart folder lives too.
-    return brind::Paths::configFolder().parent_path() / "autostart" / "vantaquill.desktop";
+    return brind::Paths::userConfig() / "autostart" / "vantaquill.desktop";
 }
 
 bool AutostartEntry::enabled() const {

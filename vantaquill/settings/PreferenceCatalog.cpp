@@ -45,6 +45,9 @@ const std::vector<PreferenceKey>& catalog() {
         {"hud.volume", S::hud, K::flag, "Volume keys", "true"},
         {"hud.brightness", S::hud, K::flag, "Brightness keys", "true"},
         {"hud.keyboard", S::hud, K::flag, "Keyboard backlight keys", "true"},
+        {"hud.volumeClick", S::hud, K::choice, "Click on volume steps", "system", 0, 0, {"system", "on", "off"},
+         "system: when the desktop asks for sounds on volume changes"},
+        {"activities.lockScreen", S::activities, K::flag, "Show the lock opening on unlock", "true"},
 
         {"activities.paused", S::activities, K::flag, "Pause notifications", "false", 0, 0, {},
          "Activities are still shown, but only important and critical ones pop the island open"},

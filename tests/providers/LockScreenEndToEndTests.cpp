@@ -1,0 +1,172 @@
+#include "tests/e2e/E2EProcess.hpp"
+#include "tests/package/PrivateSessionBus.hpp"
+#include "tests/support/SystemServiceMock.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vq {
+namespace {
+
+using namespace std::chrono_literals;
+using e2e::IslandProcess;
+using e2e::TemporaryHome;
+
+constexpr auto patience = 20s;
+
+/// The lines the lock drew, in order: its phases and its activity.
+std::vector<std::string> lockLines(const IslandProcess& island) {
+    std::vector<std::string> seen;
+    for (const auto& line : island.lines()) {
+        if (line.starts_with("lock phase=") || line.find("id=lock.screen") != std::string::npos)
+            seen.push_back(line.substr(0, line.find(" priority=")));
+    }
+    return seen;
+}
+
+/// Waits until the lock has drawn `count` lines; all of them, however many there are then.
+std::vector<std::string> waitForLockLines(const IslandProcess& island, std::size_t count) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (lockLines(island).size() < count && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(50ms);
+    return lockLines(island);
+}
+
+const std::vector<std::string> lockedLines{"lock phase=locked", "activity shown id=lock.screen source=lock"};
+/// Unlocked: the lock opens, is held open, collapses and goes.
+const std::vector<std::string> unlockLines{"lock phase=unlocking", "activity updated id=lock.screen source=lock",
+                                           "lock phase=collapsing", "lock phase=hidden",
+                                           "activity ended id=lock.screen"};
+
+std::vector<std::string> joined(std::initializer_list<std::vector<std::string>> parts) {
+    std::vector<std::string> all;
+    for (const auto& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+class LockScreen : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!SystemServiceMock::installed())
+            GTEST_SKIP() << "python3-dbusmock is missing; scripts/setup installs it";
+        ASSERT_TRUE(logind.running()) << "the logind mock did not start";
+        // The island's session, named as the login manager names it in the environment.
+        const auto added = logind.script(
+            "manager = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1')\n"
+            "manager.AddSession('c7', 'seat0', dbus.UInt32(1000), 'tester', True, "
+            "dbus_interface='org.freedesktop.DBus.Mock')");
+        ASSERT_EQ(added.exitCode, 0) << added.err;
+    }
+
+    std::unique_ptr<IslandProcess> startIsland() const {
+        auto environment = home.environment();
+        environment["DBUS_SYSTEM_BUS_ADDRESS"] = logind.address();
+        environment["DBUS_SESSION_BUS_ADDRESS"] = sessionBus.address();
+        environment["XDG_SESSION_ID"] = "c7";
+        return std::make_unique<IslandProcess>(std::vector<std::string>{"--headless", "--port", "0"}, environment);
+    }
+
+    /// Sets the session's LockedHint as a locker does through logind, once per value, in one go.
+    void lockedHint(std::initializer_list<bool> values) const {
+        std::string script = "session = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1/session/c7')\n";
+        for (const bool value : values)
+            script += std::string("session.SetLockedHint(") + (value ? "True" : "False") +
+                      ", dbus_interface='org.freedesktop.login1.Session')\n";
+        const auto set = logind.script(script);
+        ASSERT_EQ(set.exitCode, 0) << set.err;
+    }
+
+    /// The island subscribes without waiting at start: locks until it has seen the lock (a second
+    /// lock while locked changes nothing), then expects just the lock's first lines.
+    static void lockUntilSeen(const IslandProcess& island, const std::function<void()>& lock) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (lockLines(island).empty() && std::chrono::steady_clock::now() < deadline) {
+            lock();
+            std::this_thread::sleep_for(300ms);
+        }
+        EXPECT_EQ(waitForLockLines(island, 2), lockedLines) << island.errors();
+    }
+
+    TemporaryHome home;
+    SystemServiceMock logind{home.path() / "system", "org.freedesktop.login1", "logind"};
+    /// The session bus where a desktop's screen saver speaks, found through XDG_RUNTIME_DIR too.
+    packagetest::PrivateSessionBus sessionBus{home.path()};
+};
+
+TEST_F(LockScreen, LogindsLockedHintLocksAndTheLockOpensOnUnlock) {
+    const auto island = startIsland();
+    ASSERT_NE(island->port(), 0) << island->errors();
+    lockUntilSeen(*island, [this] { lockedHint({true}); });
+    EXPECT_NE(island->waitForLine("id=lock.screen source=lock priority=critical title=\"Locked\"", patience), std::nullopt);
+
+    lockedHint({false});
+    const auto expected = joined({lockedLines, unlockLines});
+    EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
+    EXPECT_NE(island->waitForLine("id=lock.screen source=lock priority=critical title=\"Unlocked\"", patience), std::nullopt);
+}
+
+TEST_F(LockScreen, LockingAgainDuringTheAnimationClosesTheLockAndTheOldTimerDoesNothing) {
+    const auto island = startIsland();
+    ASSERT_NE(island->port(), 0) << island->errors();
+    lockUntilSeen(*island, [this] { lockedHint({true}); });
+
+    // Unlocked and locked again at once: well within the time the opened lock is held.
+    lockedHint({false, true});
+    const auto relocked = joined({lockedLines, {"lock phase=unlocking", "activity updated id=lock.screen source=lock",
+                                                "lock phase=locked", "activity updated id=lock.screen source=lock"}});
+    EXPECT_EQ(waitForLockLines(*island, relocked.size()), relocked) << island->errors();
+    // The collapse armed by the first unlock finds a newer generation: the island stays locked.
+    std::this_thread::sleep_for(2s);
+    EXPECT_EQ(lockLines(*island), relocked);
+
+    lockedHint({false});
+    const auto expected = joined({relocked, unlockLines});
+    EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
+}
+
+TEST_F(LockScreen, AScreenSaversActiveChangedLocksToo) {
+    const auto island = startIsland();
+    ASSERT_NE(island->port(), 0) << island->errors();
+    const auto announce = [this](bool active) {
+        // GNOME Shell's screen shield says it on the session bus, from whatever name it owns.
+        const auto sent = e2e::run(
+            SystemServiceMock::python,
+            {"-c", "import dbus, dbus.lowlevel\n"
+                   "bus = dbus.bus.BusConnection('" + sessionBus.address() + "')\n"
+                   "signal = dbus.lowlevel.SignalMessage('/org/gnome/ScreenSaver', 'org.gnome.ScreenSaver', 'ActiveChanged')\n"
+                   "signal.append(" + std::string(active ? "True" : "False") + ", signature='b')\n"
+                   "bus.send_message(signal)\nbus.flush()\n"},
+            {{"PATH", "/usr/bin:/bin"}});
+        ASSERT_EQ(sent.exitCode, 0) << sent.err;
+    };
+
+    lockUntilSeen(*island, [&] { announce(true); });
+    announce(false);
+    const auto expected = joined({lockedLines, unlockLines});
+    EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
+}
+
+TEST_F(LockScreen, SwitchedOffNothingIsShown) {
+    const auto preferences = home.path() / ".config/vantaquill/vantaquill.conf";
+    std::filesystem::create_directories(preferences.parent_path());
+    std::ofstream(preferences) << "[General]\nactivities.lockScreen=false\n";
+    const auto island = startIsland();
+    ASSERT_NE(island->port(), 0) << island->errors();
+    // The same lock is seen once switched on: before that, nothing.
+    lockedHint({true});
+    EXPECT_EQ(island->waitForLine("lock phase=", 2s), std::nullopt);
+    std::ofstream(preferences) << "[General]\nactivities.lockScreen=true\n";
+    EXPECT_NE(island->waitForLine("lock phase=locked", patience), std::nullopt) << island->errors();
+}
+
+} // namespace
+} // namespace vq

@@ -1,0 +1,117 @@
+#include "vantaquill/hud/VolumeClick.hpp"
+
+#include <QProcess>
+
+#include <cctype>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+namespace vq {
+
+namespace {
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())))
+        text.remove_prefix(1);
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())))
+        text.remove_suffix(1);
+    return text;
+}
+
+} // namespace
+
+VolumeClick::VolumeClick(std::filesystem::path configFolder, Play play)
+    : configFolder_(std::move(configFolder)), play_(std::move(play)), processes_(std::make_unique<QObject>()) {}
+
+VolumeClick::~VolumeClick() = default;
+
+std::optional<VolumeClick::Mode> VolumeClick::modeNamed(std::string_view name) {
+    if (name == "system")
+        return Mode::system;
+    if (name == "on")
+        return Mode::on;
+    if (name == "off")
+        return Mode::off;
+    return std::nullopt;
+}
+
+bool VolumeClick::isPlasma(std::string_view currentDesktop) {
+    // XDG_CURRENT_DESKTOP is a colon-separated list ("KDE", "ubuntu:GNOME").
+    while (!currentDesktop.empty()) {
+        const auto end = currentDesktop.find(':');
+        if (currentDesktop.substr(0, end) == "KDE")
+            return true;
+        if (end == std::string_view::npos)
+            break;
+        currentDesktop.remove_prefix(end + 1);
+    }
+    return false;
+}
+
+bool VolumeClick::plasmaFeedback(std::string_view plasmaparc) {
+    bool inGeneral = false;
+    bool feedback = true;
+    while (!plasmaparc.empty()) {
+        const auto end = plasmaparc.find('\n');
+        const auto line = trimmed(plasmaparc.substr(0, end));
+        plasmaparc.remove_prefix(end == std::string_view::npos ? plasmaparc.size() : end + 1);
+        if (line.starts_with('[')) {
+            inGeneral = line == "[General]";
+            continue;
+        }
+        const auto equals = line.find('=');
+        if (!inGeneral || equals == std::string_view::npos || trimmed(line.substr(0, equals)) != "AudioFeedback")
+            continue;
+        feedback = trimmed(line.substr(equals + 1)) != "false";
+    }
+    return feedback;
+}
+
+void VolumeClick::setMode(Mode mode) {
+    mode_ = mode;
+    if (mode_ == Mode::system)
+        askGSettings();
+}
+
+bool VolumeClick::desktopWants() const {
+    const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
+    if (desktop && isPlasma(desktop)) {
+        std::ifstream file(configFolder_ / "plasmaparc");
+        if (!file)
+            return true;
+        std::stringstream text;
+        text << file.rdbuf();
+        return plasmaFeedback(text.str());
+    }
+    return eventSounds_;
+}
+
+void VolumeClick::stepped() {
+    const bool wanted = mode_ == Mode::on || (mode_ == Mode::system && desktopWants());
+    if (wanted && play_)
+        play_();
+    // The answer for the next step, should the user have changed it since.
+    if (mode_ == Mode::system)
+        askGSettings();
+}
+
+void VolumeClick::askGSettings() {
+    const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
+    if (desktop && isPlasma(desktop))
+        return;
+    auto* process = new QProcess(processes_.get());
+    QObject::connect(process, &QProcess::finished, processes_.get(), [this, process](int code) {
+        eventSounds_ = code == 0 && process->readAllStandardOutput().trimmed() == "true";
+        process->deleteLater();
+    });
+    QObject::connect(process, &QProcess::errorOccurred, processes_.get(), [this, process] {
+        eventSounds_ = false;
+        process->deleteLater();
+    });
+    process->start(QStringLiteral("gsettings"), {QStringLiteral("get"), QStringLiteral("org.gnome.desktop.sound"),
+                                                 QStringLiteral("event-sounds")});
+}
+
+} // namespace vq
