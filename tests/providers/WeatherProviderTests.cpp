@@ -1,0 +1,357 @@
+#include "vantaquill/providers/WeatherProvider.hpp"
+
+#include "BrindKit/foundation/JSON.hpp"
+#include "tests/e2e/E2EProcess.hpp"
+#include "tests/support/LoopbackHTTPServer.hpp"
+#include "tests/support/SystemServiceMock.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vq {
+namespace {
+
+using namespace std::chrono_literals;
+using brind::WidgetTemperatureUnit;
+
+constexpr auto patience = 20s;
+
+// Answers in the services' own shape: units beside the values, a null where a model ran out.
+const std::string lisbonForecast =
+    R"({"latitude":38.72,"longitude":-9.14,"generationtime_ms":0.05,"utc_offset_seconds":0,"timezone":"Europe/Lisbon",)"
+    R"("current_units":{"time":"iso8601","interval":"seconds","temperature_2m":"°C","weather_code":"wmo code"},)"
+    R"("current":{"time":"2026-11-25T12:00","interval":900,"temperature_2m":17.6,"apparent_temperature":16.9,)"
+    R"("weather_code":2,"is_day":1,"wind_speed_10m":11.3},)"
+    R"("daily":{"time":["2026-11-25","2026-11-26","2026-11-27"],"weather_code":[2,61,null],)"
+    R"("temperature_2m_max":[18.9,16.2,null],"temperature_2m_min":[12.1,11.4,10.0],)"
+    R"("precipitation_probability_max":[5,70,null]}})";
+const std::string lisbonPlaces =
+    R"({"results":[{"id":2267057,"name":"Lisbon","latitude":38.71667,"longitude":-9.13333,"feature_code":"PPLC",)"
+    R"("country_code":"PT","country":"Portugal","admin1":"Lisbon"},)"
+    R"({"id":4969398,"name":"Lisbon","latitude":44.0312,"longitude":-70.1045,"country":"United States",)"
+    R"("admin1":"Maine","admin2":"Androscoggin"}],"generationtime_ms":0.4})";
+const brind::WidgetPlace lisbon{.name = "Lisbon", .region = "Lisbon", .country = "Portugal", .latitude = 38.71667,
+                                .longitude = -9.13333};
+
+class WeatherTest : public ::testing::Test {
+protected:
+    WeatherTest() {
+        if (!QCoreApplication::instance())
+            application = std::make_unique<QCoreApplication>(argc, nullptr);
+        server.answer("/v1/forecast", 200, lisbonForecast);
+        server.answer("/v1/search", 200, lisbonPlaces);
+    }
+
+    WeatherSettings settings(std::string city, WidgetTemperatureUnit unit = WidgetTemperatureUnit::celsius) const {
+        return {.unit = unit, .city = std::move(city), .forecastHost = server.url(), .geocodingHost = server.url()};
+    }
+    static std::string stored(const brind::WidgetPlace& place) { return brind::JSONText::compact(place.json()); }
+
+    /// A provider on a bus that is not there, unless a test gives one.
+    std::unique_ptr<WeatherProvider> make(WeatherSettings with, std::string bus = "unix:path=/nonexistent/bus") {
+        auto made = std::make_unique<WeatherProvider>(scheduler, file, std::move(with),
+                                                      [this](const std::string& line) { logs.push_back(line); }, bus);
+        made->onChange = [this] { ++changes; };
+        return made;
+    }
+
+    static bool pumpUntil(const std::function<bool()>& done) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (std::chrono::steady_clock::now() < deadline) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            if (done())
+                return true;
+            std::this_thread::sleep_for(5ms);
+        }
+        return false;
+    }
+    /// Starts and waits for the first answer to be handled.
+    void startAndSettle(WeatherProvider& provider) {
+        provider.start(center);
+        ASSERT_TRUE(pumpUntil([&] { return !provider.isFetching(); }));
+    }
+    std::size_t logsContaining(const std::string& text) const {
+        return static_cast<std::size_t>(
+            std::ranges::count_if(logs, [&](const std::string& line) { return line.find(text) != std::string::npos; }));
+    }
+
+    int argc = 0;
+    std::unique_ptr<QCoreApplication> application;
+    brindtest::TemporaryFolder folder{"vq-weather"};
+    std::filesystem::path file = WeatherForecastFile::path(folder.path());
+    LoopbackHTTPServer server;
+    ManualScheduler scheduler;
+    LiveActivityCenter center{scheduler};
+    std::vector<std::string> logs;
+    int changes = 0;
+};
+
+TEST_F(WeatherTest, FetchesTheChosenPlaceInItsUnitKeepsItAndRefreshesWhenItGoesStale) {
+    ASSERT_TRUE(server.running());
+    auto provider = make(settings(stored(lisbon)));
+    startAndSettle(*provider);
+    ASSERT_TRUE(provider->current().has_value()) << provider->error();
+    EXPECT_FALSE(provider->fromDisk());
+    EXPECT_EQ(provider->error(), "");
+    EXPECT_EQ(provider->current()->place, "Lisbon, Portugal");
+    EXPECT_EQ(provider->current()->unit, WidgetTemperatureUnit::celsius);
+    EXPECT_DOUBLE_EQ(provider->current()->forecast.temperature, 17.6);
+    EXPECT_EQ(provider->current()->forecast.days.size(), 2u) << "a day the model has no high for is left out";
+    EXPECT_EQ(WeatherForecastFile::load(file), provider->current()) << "the last good forecast is on disk";
+    const auto asked = server.requestsFor("/v1/forecast");
+    ASSERT_EQ(asked.size(), 1u);
+    EXPECT_NE(asked[0].find("latitude=38.7167&longitude=-9.1333"), std::string::npos) << asked[0];
+    EXPECT_NE(asked[0].find("temperature_unit=celsius"), std::string::npos) << asked[0];
+    EXPECT_NE(asked[0].find("User-Agent: vantaquill/1.0"), std::string::npos) << asked[0];
+
+    // One timer, set to the moment the forecast goes stale: nothing is asked before it.
+    EXPECT_EQ(scheduler.pendingCount(), 1u);
+    scheduler.advance(WeatherProvider::maxAge - 1);
+    EXPECT_FALSE(provider->isFetching());
+    scheduler.advance(1);
+    EXPECT_TRUE(provider->isFetching());
+    ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching(); }));
+    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 2u);
+
+    // Another unit is asked for at once, and the forecast records it.
+    auto fahrenheit = settings(stored(lisbon), WidgetTemperatureUnit::fahrenheit);
+    provider->applySettings(fahrenheit);
+    ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching(); }));
+    const auto again = server.requestsFor("/v1/forecast");
+    ASSERT_EQ(again.size(), 3u);
+    EXPECT_NE(again.back().find("temperature_unit=fahrenheit"), std::string::npos) << again.back();
+    EXPECT_EQ(provider->current()->unit, WidgetTemperatureUnit::fahrenheit);
+    EXPECT_EQ(WeatherForecastFile::load(file)->unit, WidgetTemperatureUnit::fahrenheit);
+}
+
+TEST_F(WeatherTest, AFailedFetchKeepsThePreviousForecastAndTriesAgainLater) {
+    struct Failure {
+        int status;
+        std::string body;
+        std::string said;
+    };
+    const std::vector<Failure> failures = {
+        {500, "<html>Internal error</html>", "the weather service answered HTTP 500"},
+        {400, R"({"reason":"Latitude must be in range of -90 to 90°. Given: 999.0.","error":true})",
+         "refused the request: Latitude must be in range"},
+        {200, "Service temporarily unavailable", "not JSON"},
+        {200, R"({"current":{"weather_code":3,"is_day":1}})", "current.temperature_2m"},
+    };
+    auto provider = make(settings(stored(lisbon)));
+    startAndSettle(*provider);
+    ASSERT_TRUE(provider->current().has_value());
+    const WeatherForecastFile before = *provider->current();
+    for (const auto& failure : failures) {
+        SCOPED_TRACE(failure.said);
+        server.answer("/v1/forecast", failure.status, failure.body);
+        provider->refreshIfNeeded(true);
+        ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching(); }));
+        EXPECT_EQ(provider->current(), before);
+        EXPECT_EQ(WeatherForecastFile::load(file), before);
+        EXPECT_NE(provider->error().find("Couldn't fetch the weather: "), std::string::npos) << provider->error();
+        EXPECT_NE(provider->error().find(failure.said), std::string::npos) << provider->error();
+    }
+    // Stale and still failing at the retry: the log says it once.
+    scheduler.advance(WeatherProvider::maxAge);
+    ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching(); }));
+    EXPECT_EQ(provider->current(), before);
+    EXPECT_EQ(logsContaining("current.temperature_2m"), 1u);
+    EXPECT_EQ(scheduler.nextDue(), scheduler.now() + WeatherProvider::retryDelay);
+    // The service answers again: the error goes.
+    server.answer("/v1/forecast", 200, lisbonForecast);
+    scheduler.advance(WeatherProvider::retryDelay);
+    ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching(); }));
+    EXPECT_EQ(provider->error(), "");
+    EXPECT_GT(provider->current()->forecast.fetchedAt, before.forecast.fetchedAt);
+}
+
+TEST_F(WeatherTest, StartsFromTheForecastOnDisk) {
+    WeatherForecastFile kept{.place = "Lisbon, Portugal", .unit = WidgetTemperatureUnit::celsius};
+    kept.forecast.temperature = 9.5;
+    kept.forecast.code = 61;
+    kept.forecast.fetchedAt = scheduler.now() - 600;
+    ASSERT_TRUE(kept.save(file));
+
+    // Fresh and for the same place and unit: shown, nothing asked until it goes stale.
+    auto fresh = make(settings(stored(lisbon)));
+    fresh->start(center);
+    EXPECT_EQ(fresh->current(), kept);
+    EXPECT_TRUE(fresh->fromDisk());
+    EXPECT_FALSE(fresh->isFetching());
+    EXPECT_EQ(scheduler.nextDue(), scheduler.now() + (WeatherProvider::maxAge - 600));
+    fresh->stop();
+
+    // Stale, and offline (nothing listens on the port): the forecast on disk stays shown.
+    kept.forecast.fetchedAt = scheduler.now() - 7200;
+    ASSERT_TRUE(kept.save(file));
+    WeatherSettings offline = settings(stored(lisbon));
+    offline.forecastHost = "http://127.0.0.1:9";
+    auto provider = make(offline);
+    startAndSettle(*provider);
+    EXPECT_EQ(provider->current(), kept);
+    EXPECT_TRUE(provider->fromDisk());
+    EXPECT_NE(provider->error().find("Couldn't fetch the weather: "), std::string::npos) << provider->error();
+    EXPECT_EQ(WeatherForecastFile::load(file), kept);
+}
+
+TEST_F(WeatherTest, SearchesPlacesByNameAndFetchesTheOneChosen) {
+    struct Search {
+        std::string query;
+        int status;
+        std::string body;
+        std::size_t found;
+        std::string error;
+    };
+    const std::vector<Search> searches = {
+        {"Lisbon", 200, lisbonPlaces, 2, ""},
+        {"Nowhere", 200, R"({"generationtime_ms":0.13})", 0, "No place called “Nowhere”."},
+        {"Lisbon", 400, R"({"error":true,"reason":"Parameter count must be between 1 and 100."})", 0,
+         "Couldn't search: The weather service refused the request: Parameter count must be between 1 and 100."},
+        {"Lisbon", 502, "Bad gateway", 0, "Couldn't search: the weather service answered HTTP 502"},
+    };
+    auto provider = make(settings(""));
+    provider->start(center);
+    EXPECT_TRUE(server.requests().empty()) << "without a place nothing is asked";
+    for (const auto& search : searches) {
+        SCOPED_TRACE(search.query + " " + std::to_string(search.status));
+        server.answer("/v1/search", search.status, search.body);
+        const int before = changes;
+        provider->search(search.query);
+        ASSERT_TRUE(pumpUntil([&] { return changes > before; }));
+        EXPECT_EQ(provider->searchResults().size(), search.found);
+        EXPECT_EQ(provider->error(), search.error);
+    }
+    EXPECT_NE(server.requestsFor("/v1/search").front().find("name=Lisbon&count=5"), std::string::npos);
+
+    server.answer("/v1/search", 200, lisbonPlaces);
+    provider->search("Lisbon");
+    ASSERT_TRUE(pumpUntil([&] { return provider->searchResults().size() == 2; }));
+    std::optional<brind::WidgetPlace> told;
+    provider->onChoose = [&told](const brind::WidgetPlace& place) { told = place; };
+    const brind::WidgetPlace maine = provider->searchResults()[1];
+    provider->choose(maine);
+    EXPECT_EQ(told, maine);
+    EXPECT_EQ(provider->settings().chosenPlace(), maine);
+    EXPECT_TRUE(provider->searchResults().empty());
+    ASSERT_TRUE(pumpUntil([&] { return provider->current().has_value(); }));
+    EXPECT_EQ(provider->current()->place, "Lisbon, Maine, United States");
+    EXPECT_NE(server.requestsFor("/v1/forecast").back().find("latitude=44.0312"), std::string::npos);
+
+    // A name typed by hand in the preferences: the service's first match.
+    provider->applySettings(settings("  Lisbon "));
+    ASSERT_TRUE(pumpUntil([&] { return provider->current()->place == "Lisbon, Portugal"; }));
+}
+
+TEST_F(WeatherTest, WakingAndTheNetworkComingBackFetchAStaleForecast) {
+    if (!SystemServiceMock::installed())
+        GTEST_SKIP() << "python3-dbusmock is not installed";
+    SystemServiceMock system(folder.path() / "bus", "org.freedesktop.login1", "logind");
+    ASSERT_TRUE(system.running());
+    ASSERT_TRUE(system.serve("org.freedesktop.NetworkManager", "networkmanager"));
+    const auto busCall = [&](const std::string& call) {
+        const auto result = system.script(call);
+        ASSERT_EQ(result.exitCode, 0) << result.err;
+    };
+
+    server.answer("/v1/forecast", 503, "busy");
+    WeatherSettings located = settings(stored(lisbon));
+    located.useLocation = true;
+    auto provider = make(located, system.address());
+    startAndSettle(*provider);
+    // No GeoClue on this bus: said once, and the chosen place is used instead.
+    ASSERT_TRUE(pumpUntil([&] { return server.requestsFor("/v1/forecast").size() == 1 && !provider->isFetching(); }));
+    EXPECT_EQ(logsContaining("no location for the weather"), 1u);
+    EXPECT_FALSE(provider->current().has_value());
+
+    server.answer("/v1/forecast", 200, lisbonForecast);
+    busCall("bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1').EmitSignal("
+         "'org.freedesktop.login1.Manager', 'PrepareForSleep', 'b', [True], dbus_interface='org.freedesktop.DBus.Mock')");
+    busCall("bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1').EmitSignal("
+         "'org.freedesktop.login1.Manager', 'PrepareForSleep', 'b', [False], dbus_interface='org.freedesktop.DBus.Mock')");
+    ASSERT_TRUE(pumpUntil([&] { return provider->current().has_value(); })) << "waking fetches a stale forecast";
+    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 2u);
+
+    // Fresh now: the network coming back asks nothing (a request here would show in the count below).
+    const auto networkState = [&](int state) {
+        busCall("bus.get_object('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')."
+             "SetGlobalConnectionState(dbus.UInt32(" + std::to_string(state) + "), dbus_interface='org.freedesktop.DBus.Mock')");
+    };
+    networkState(20);
+    networkState(70);
+
+    // Stale while the service cannot be reached: the network coming back fetches without waiting
+    // for the retry.
+    server.answer("/v1/forecast", 503, "busy");
+    scheduler.advance(WeatherProvider::maxAge);
+    ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching() && !provider->error().empty(); }));
+    server.answer("/v1/forecast", 200, lisbonForecast);
+    networkState(20);
+    networkState(70);
+    ASSERT_TRUE(pumpUntil([&] { return provider->error().empty(); })) << provider->error();
+    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 4u);
+}
+
+} // namespace
+} // namespace vq
+
+namespace vq {
+namespace {
+
+std::string everyLine(const e2e::IslandProcess& island) {
+    std::string all;
+    for (const auto& line : island.lines())
+        all += line + "\n";
+    return all;
+}
+
+// The real island, headless: its console says what the weather and the wings show.
+TEST(WeatherEndToEnd, TheIslandFetchesShowsTheWeatherInAWingAndStartsOfflineFromDisk) {
+    e2e::TemporaryHome home;
+    const auto configure = [&home](const std::string& service) {
+        const auto folder = home.path() / ".config" / "vantaquill";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder / "vantaquill.conf")
+            << "[General]\nwidgets.weather.city=Lisbon\nwidgets.weather.forecastHost=\"" << service
+            << "\"\nwidgets.weather.geocodingHost=\"" << service
+            << "\"\nwidgets.wings.enabled=true\nwidgets.wings.leading=date\nwidgets.wings.trailing=weather\n";
+    };
+    {
+        LoopbackHTTPServer server;
+        server.answer("/v1/search", 200, lisbonPlaces);
+        server.answer("/v1/forecast", 200, lisbonForecast);
+        configure(server.url());
+        e2e::IslandProcess island(home);
+        ASSERT_NE(island.port(), 0) << island.errors();
+        EXPECT_TRUE(island.waitForLine(R"(weather place="Lisbon, Portugal" temperature=17.60 unit="celsius" )"
+                                       R"(condition="Partly cloudy" from="network")",
+                                       patience));
+        EXPECT_TRUE(island.waitForLine(R"(trailing="18°")", patience)) << everyLine(island);
+        island.stop();
+    }
+    // The service is gone (nothing listens): the forecast on disk shows, and the failure is said.
+    configure("http://127.0.0.1:9");
+    e2e::IslandProcess island(home);
+    ASSERT_NE(island.port(), 0) << island.errors();
+    EXPECT_TRUE(island.waitForLine(R"(weather place="Lisbon, Portugal" temperature=17.60 unit="celsius" )"
+                                   R"(condition="Partly cloudy" from="disk")",
+                                   patience));
+    EXPECT_TRUE(island.waitForLine(R"(weather failed message="Couldn't fetch the weather: )", patience));
+    EXPECT_NE(everyLine(island).find(R"(wings shown leading=")"), std::string::npos) << everyLine(island);
+    EXPECT_NE(everyLine(island).find(R"(trailing="18°")"), std::string::npos) << everyLine(island);
+    island.stop();
+}
+
+} // namespace
+} // namespace vq
