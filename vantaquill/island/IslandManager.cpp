@@ -67,6 +67,7 @@ void IslandManager::rebuild() {
             center_, scheduler_, *entry.surface, measure_, controllerSettings());
         entry.controller->setContent(content_);
         entry.controller->onDrop = dropHandler_;
+        entry.controller->setIdleWings(idleWings_);
         connect(screen, &QScreen::geometryChanged, this, [this, screen] {
             for (auto& each : entries_)
                 if (each.screen == screen)
@@ -121,6 +122,12 @@ void IslandManager::applyHidden(Entry& entry) {
                         entry.screen->geometry().contains(*fullScreenCentre_);
     entry.controller->setHidden(hidden);
     entry.surface->setVisible(!hidden);
+}
+
+void IslandManager::setIdleWings(std::optional<brind::LiveActivity> wings) {
+    idleWings_ = std::move(wings);
+    for (auto& entry : entries_)
+        entry.controller->setIdleWings(idleWings_);
 }
 
 void IslandManager::refresh() {

@@ -43,6 +43,8 @@ public:
     void setContent(IslandContent* content);
     /// Takes what is dragged onto any island (the shelf); true when it can take it.
     void setDropHandler(std::function<bool(const IslandSurface::DropEvent&)> handler);
+    /// What every island's wings show while no activity does (see `IslandController::setIdleWings`).
+    void setIdleWings(std::optional<brind::LiveActivity> wings);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
 
@@ -72,6 +74,7 @@ private:
     std::optional<QPoint> fullScreenCentre_;
     IslandContent* content_ = nullptr;
     std::function<bool(const IslandSurface::DropEvent&)> dropHandler_;
+    std::optional<brind::LiveActivity> idleWings_;
     std::vector<Entry> entries_;
 };
 
