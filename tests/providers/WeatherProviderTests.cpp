@@ -303,6 +303,56 @@ TEST_F(WeatherTest, WakingAndTheNetworkComingBackFetchAStaleForecast) {
     EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 4u);
 }
 
+// GeoClue as the desktop runs it: a client per application that reports a location once started.
+const std::string geoClueTemplate = R"(import dbus
+BUS_NAME = 'org.freedesktop.GeoClue2'
+MAIN_OBJ = '/org/freedesktop/GeoClue2/Manager'
+MAIN_IFACE = 'org.freedesktop.GeoClue2.Manager'
+SYSTEM_BUS = True
+CLIENT = '/org/freedesktop/GeoClue2/Client/1'
+
+def load(mock, parameters):
+    mock.AddMethod(MAIN_IFACE, 'GetClient', '', 'o', 'ret = dbus.ObjectPath("%s")' % CLIENT)
+    mock.AddObject(CLIENT, 'org.freedesktop.GeoClue2.Client',
+                   {'DesktopId': '', 'RequestedAccuracyLevel': dbus.UInt32(0), 'Active': False}, [
+        ('Start', '', '', 'self.Set("org.freedesktop.GeoClue2.Client", "Active", True); '
+                          'self.EmitSignal("org.freedesktop.GeoClue2.Client", "LocationUpdated", "oo", '
+                          '[dbus.ObjectPath("/"), dbus.ObjectPath("/org/freedesktop/GeoClue2/Location/1")])'),
+        ('Stop', '', '', 'self.Set("org.freedesktop.GeoClue2.Client", "Active", False)'),
+    ])
+    mock.AddObject('/org/freedesktop/GeoClue2/Location/1', 'org.freedesktop.GeoClue2.Location',
+                   {'Latitude': 40.4165, 'Longitude': -3.70256, 'Accuracy': 5000.0, 'Description': 'Madrid'}, [])
+)";
+
+TEST_F(WeatherTest, UsesTheMachinesLocationFromGeoClue) {
+    if (!SystemServiceMock::installed())
+        GTEST_SKIP() << "python3-dbusmock is not installed";
+    const auto geoClue = folder.path() / "geoclue_template.py";
+    std::ofstream(geoClue) << geoClueTemplate;
+    SystemServiceMock system(folder.path() / "bus", "org.freedesktop.GeoClue2", geoClue.string());
+    ASSERT_TRUE(system.running());
+    WeatherSettings located = settings(stored(lisbon));
+    located.useLocation = true;
+    auto provider = make(located, system.address());
+    provider->start(center);
+    ASSERT_TRUE(pumpUntil([&] { return provider->current().has_value(); })) << provider->error();
+    EXPECT_EQ(provider->current()->place, "Madrid");
+    EXPECT_NE(server.requestsFor("/v1/forecast").front().find("latitude=40.4165&longitude=-3.7026"),
+              std::string::npos);
+    const auto client = [&](const std::string& property) {
+        return system.script("print(bus.get_object('org.freedesktop.GeoClue2', '/org/freedesktop/GeoClue2/Client/1')"
+                             ".Get('org.freedesktop.GeoClue2.Client', '" + property +
+                             "', dbus_interface='org.freedesktop.DBus.Properties'))").out;
+    };
+    EXPECT_EQ(client("DesktopId"), "vantaquill\n") << "the desktop's location permission knows it by this";
+    EXPECT_EQ(client("RequestedAccuracyLevel"), "4\n") << "a city is all the weather needs";
+
+    // Switched off: the client is stopped and the chosen place is fetched.
+    provider->applySettings(settings(stored(lisbon)));
+    ASSERT_TRUE(pumpUntil([&] { return provider->current()->place == "Lisbon, Portugal"; }));
+    EXPECT_TRUE(pumpUntil([&] { return client("Active") == "0\n"; }));
+}
+
 } // namespace
 } // namespace vq
 
