@@ -5,6 +5,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <mutex>
@@ -15,17 +17,15 @@
 
 namespace vq {
 
-/// A stand-in for a public web service on a loopback port: each request path is answered with the
-/// status and body set for it (404 for others), one request per connection. What the test sets can
-/// change while it runs; every request's head (request line and headers) is kept.
+/// A stand-in for a public web service (lyrics, weather) on a loopback port, one request per
+/// connection. Every request gets the answer set for its path, or the default one; the answers can
+/// change while the test runs, and every request's head (request line and headers) is kept.
 class LoopbackHTTPServer {
 public:
-    struct Answer {
-        int status = 200;
-        std::string body;
-    };
-
-    LoopbackHTTPServer() {
+    /// `delay` holds every answer back that long (or until the server is gone).
+    explicit LoopbackHTTPServer(int status = 404, std::string body = {},
+                                std::chrono::milliseconds delay = std::chrono::milliseconds(0))
+        : fallback{status, std::move(body)}, delay(delay) {
         listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in address{};
         address.sin_family = AF_INET;
@@ -38,15 +38,17 @@ public:
         server = std::thread([this] { serve(); });
     }
     ~LoopbackHTTPServer() {
+        {
+            std::lock_guard lock(mutex);
+            stopping = true;
+        }
+        woken.notify_all();
         ::shutdown(listener, SHUT_RDWR);
         ::close(listener);
         if (server.joinable())
             server.join();
     }
-    LoopbackHTTPServer(const LoopbackHTTPServer&) = delete;
-    LoopbackHTTPServer& operator=(const LoopbackHTTPServer&) = delete;
 
-    bool running() const { return port != 0; }
     std::string url() const { return "http://127.0.0.1:" + std::to_string(port); }
 
     /// Answers requests whose path (before the query) is `path`.
@@ -58,17 +60,22 @@ public:
         std::lock_guard lock(mutex);
         return received;
     }
-    /// The request heads whose request line holds `text`.
+    /// The requests whose request line holds `text`.
     std::vector<std::string> requestsFor(const std::string& text) const {
         std::vector<std::string> found;
-        for (const auto& head : requests()) {
+        for (auto& head : requests()) {
             if (head.substr(0, head.find("\r\n")).find(text) != std::string::npos)
-                found.push_back(head);
+                found.push_back(std::move(head));
         }
         return found;
     }
 
 private:
+    struct Answer {
+        int status;
+        std::string body;
+    };
+
     void serve() {
         while (true) {
             const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
@@ -83,23 +90,27 @@ private:
                 head.append(buffer, static_cast<std::size_t>(count));
             }
             const auto pathStart = head.find(' ') + 1;
-            const auto pathEnd = head.find_first_of("? ", pathStart);
-            const std::string path = head.substr(pathStart, pathEnd - pathStart);
-            Answer reply{404, R"({"error":true,"reason":"Not found"})"};
+            const std::string path = head.substr(pathStart, head.find_first_of("? ", pathStart) - pathStart);
+            Answer reply = fallback;
             {
-                std::lock_guard lock(mutex);
+                std::unique_lock lock(mutex);
                 received.push_back(head);
                 if (const auto found = answers.find(path); found != answers.end())
                     reply = found->second;
+                woken.wait_for(lock, delay, [this] { return stopping; });
             }
             const std::string bytes = "HTTP/1.1 " + std::to_string(reply.status) +
-                                      " Answer\r\nContent-Type: application/json; charset=utf-8\r\nContent-Length: " +
+                                      " Answer\r\nContent-Type: application/json\r\nContent-Length: " +
                                       std::to_string(reply.body.size()) + "\r\nConnection: close\r\n\r\n" + reply.body;
             [[maybe_unused]] const auto written = ::write(connection, bytes.data(), bytes.size());
             ::close(connection);
         }
     }
 
+    Answer fallback;
+    std::chrono::milliseconds delay;
+    bool stopping = false;
+    std::condition_variable woken;
     int listener = -1;
     std::uint16_t port = 0;
     std::thread server;
