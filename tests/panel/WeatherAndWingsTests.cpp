@@ -18,6 +18,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <thread>
@@ -123,30 +124,21 @@ TEST_F(WeatherAndWingsTest, WingsShowTheirWidgetsOnlyWhileNoActivityHasThem) {
     center.end("timer");
     wings.refresh();
     EXPECT_TRUE(wings.wings().has_value());
-    EXPECT_TRUE(stats.isRunning());
-}
 
-TEST_F(WeatherAndWingsTest, OneSamplerServesThePanelAndTheWings) {
+    // One sampler for the panel and the wings: it runs while either shows the statistics.
     WidgetsSection section{{.scheduler = scheduler, .preferences = preferences, .pomodoro = pomodoro,
                             .stayAwake = stayAwake, .stats = stats,
                             .forecastFile = WeatherForecastFile::path(folder.path())}};
     section.show();
-    wings.apply(true, WingWidgets::layoutNamed("cpu", ""));
     EXPECT_EQ(stats.viewerCount(), 2u);
     section.hide();
     EXPECT_TRUE(stats.isRunning()) << "the wings still show the processor";
-    writeProc(proc.path(), "250 0 250 1500 0 0 0 0");
-    scheduler.advance(StatsSampler::interval);
-    EXPECT_EQ(wings.leadingText(), "CPU 30%");
-    wings.apply(false, WingWidgets::layoutNamed("cpu", ""));
+    wings.apply(false, {});
     EXPECT_FALSE(stats.isRunning());
     EXPECT_EQ(scheduler.pendingCount(), 0u) << "nothing reads the kernel's files, nothing waits";
 }
 
 TEST_F(WeatherAndWingsTest, TheWeatherCardSearchesACityAndShowsItsForecast) {
-    server.answer("/v1/search", 200,
-                  R"({"results":[{"id":3117735,"name":"Madrid","latitude":40.4165,"longitude":-3.70256,)"
-                  R"("country":"Spain","admin1":"Madrid"}],"generationtime_ms":0.3})");
     server.answer("/v1/forecast", 200,
                   R"({"timezone":"Europe/Madrid","current":{"temperature_2m":9.2,"weather_code":0,"is_day":1},)"
                   R"("daily":{"time":["2026-11-25"],"weather_code":[0],"temperature_2m_max":[14.0],)"
@@ -154,45 +146,64 @@ TEST_F(WeatherAndWingsTest, TheWeatherCardSearchesACityAndShowsItsForecast) {
     WidgetsSection section{{.scheduler = scheduler, .preferences = preferences, .pomodoro = pomodoro,
                             .stayAwake = stayAwake, .stats = stats,
                             .forecastFile = WeatherForecastFile::path(folder.path()), .weather = &weather}};
-    section.setPalette(PanelStyle::palette());
     section.resize(640, 480);
     weather.onChange = [&section] { section.refreshWeather(); };
     std::optional<brind::WidgetPlace> stored;
     weather.onChoose = [&stored](const brind::WidgetPlace& place) { stored = place; };
     section.show();
-
     QLineEdit* search = nullptr;
     for (auto* field : section.findChildren<QLineEdit*>())
         if (field->accessibleName() == "City search")
             search = field;
     ASSERT_NE(search, nullptr);
-    QTest::keyClicks(search, "Madrid");
-    QTest::keyClick(search, Qt::Key_Return);
+    const auto shows = [&section](const QString& text) {
+        const auto widgets = section.findChildren<QWidget*>();
+        return std::ranges::any_of(widgets, [&text](QWidget* widget) {
+            auto* label = qobject_cast<QLabel*>(widget);
+            auto* button = qobject_cast<QPushButton*>(widget);
+            return widget->isVisibleTo(widget->window()) &&
+                   ((label && label->text().contains(text)) || (button && button->text() == text));
+        });
+    };
+
+    struct Search {
+        const char* name;
+        int status;
+        std::string answer;
+        QString shown;
+    };
+    const std::vector<Search> searches = {
+        {"Nowhere", 200, R"({"generationtime_ms":0.13})", "No place called “Nowhere”."},
+        {"Madrid", 400, R"({"error":true,"reason":"Parameter count must be between 1 and 100."})",
+         "Couldn't search: The weather service refused the request: Parameter count must be between 1 and 100."},
+        {"Madrid", 200,
+         R"({"results":[{"id":3117735,"name":"Madrid","latitude":40.4165,"longitude":-3.70256,"country":"Spain",)"
+         R"("admin1":"Madrid"},{"name":"Madrid","latitude":41.88,"longitude":-93.82,"country":"United States",)"
+         R"("admin1":"Iowa"}],"generationtime_ms":0.3})",
+         "Madrid, Spain"},
+    };
+    for (const auto& each : searches) {
+        SCOPED_TRACE(each.shown.toStdString());
+        server.answer("/v1/search", each.status, each.answer);
+        search->clear();
+        QTest::keyClicks(search, each.name);
+        QTest::keyClick(search, Qt::Key_Return);
+        EXPECT_TRUE(pumpUntil([&] { return shows(each.shown); }));
+    }
     QPushButton* result = nullptr;
-    ASSERT_TRUE(pumpUntil([&] {
-        for (auto* button : section.findChildren<QPushButton*>())
-            if (button->text() == "Madrid, Spain")
-                result = button;
-        return result != nullptr;
-    }));
+    for (auto* button : section.findChildren<QPushButton*>())
+        if (button->text() == "Madrid, Spain")
+            result = button;
+    ASSERT_NE(result, nullptr);
     QTest::mouseClick(result, Qt::LeftButton);
     ASSERT_TRUE(stored.has_value());
-    EXPECT_EQ(stored->name, "Madrid");
-    const auto shows = [&section](const QString& text) {
-        for (auto* label : section.findChildren<QLabel*>())
-            if (label->text().contains(text))
-                return true;
-        return false;
-    };
+    EXPECT_EQ(stored->country, "Spain");
+    EXPECT_EQ(weather.settings().chosenPlace(), stored);
     EXPECT_TRUE(pumpUntil([&] { return shows("9°C  Clear"); }));
-
-    // A name the service does not know: said in the card, the forecast stays.
-    search->clear();
-    server.answer("/v1/search", 200, R"({"generationtime_ms":0.1})");
-    QTest::keyClicks(search, "Atlantis");
-    QTest::keyClick(search, Qt::Key_Return);
-    EXPECT_TRUE(pumpUntil([&] { return shows("No place called “Atlantis”."); }));
-    EXPECT_TRUE(shows("9°C  Clear"));
+    EXPECT_NE(server.requestsFor("/v1/forecast").back().find("latitude=40.4165"), std::string::npos);
+    EXPECT_FALSE(std::ranges::any_of(section.findChildren<QPushButton*>(), [](QPushButton* button) {
+        return button->isVisibleTo(button->window()) && button->text() == "Madrid, Spain";
+    })) << "the matches go once one is chosen";
 }
 
 } // namespace

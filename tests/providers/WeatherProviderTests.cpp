@@ -63,7 +63,6 @@ protected:
     std::unique_ptr<WeatherProvider> make(WeatherSettings with, std::string bus = "unix:path=/nonexistent/bus") {
         auto made = std::make_unique<WeatherProvider>(scheduler, file, std::move(with),
                                                       [this](const std::string& line) { logs.push_back(line); }, bus);
-        made->onChange = [this] { ++changes; };
         return made;
     }
 
@@ -95,27 +94,25 @@ protected:
     ManualScheduler scheduler;
     LiveActivityCenter center{scheduler};
     std::vector<std::string> logs;
-    int changes = 0;
 };
 
 TEST_F(WeatherTest, FetchesTheChosenPlaceInItsUnitKeepsItAndRefreshesWhenItGoesStale) {
-    ASSERT_TRUE(server.running());
     auto provider = make(settings(stored(lisbon)));
     startAndSettle(*provider);
     ASSERT_TRUE(provider->current().has_value()) << provider->error();
-    EXPECT_FALSE(provider->fromDisk());
-    EXPECT_EQ(provider->error(), "");
     EXPECT_EQ(provider->current()->place, "Lisbon, Portugal");
-    EXPECT_EQ(provider->current()->unit, WidgetTemperatureUnit::celsius);
     EXPECT_DOUBLE_EQ(provider->current()->forecast.temperature, 17.6);
     EXPECT_EQ(provider->current()->forecast.days.size(), 2u) << "a day the model has no high for is left out";
     EXPECT_EQ(WeatherForecastFile::load(file), provider->current()) << "the last good forecast is on disk";
-    const auto asked = server.requestsFor("/v1/forecast");
-    ASSERT_EQ(asked.size(), 1u);
-    EXPECT_NE(asked[0].find("latitude=38.7167&longitude=-9.1333"), std::string::npos) << asked[0];
-    EXPECT_NE(asked[0].find("temperature_unit=celsius"), std::string::npos) << asked[0];
-    EXPECT_NE(asked[0].find("User-Agent: vantaquill/1.0"), std::string::npos) << asked[0];
+    const std::string asked = server.requestsFor("/v1/forecast").at(0);
+    for (const char* part : {"latitude=38.7167&longitude=-9.1333", "temperature_unit=celsius", "User-Agent: vantaquill/1.0"})
+        EXPECT_NE(asked.find(part), std::string::npos) << part << " in " << asked;
 
+    // Started again while it is fresh: shown from disk, nothing asked.
+    provider = make(settings(stored(lisbon)));
+    provider->start(center);
+    EXPECT_TRUE(provider->fromDisk());
+    EXPECT_FALSE(provider->isFetching());
     // One timer, set to the moment the forecast goes stale: nothing is asked before it.
     EXPECT_EQ(scheduler.pendingCount(), 1u);
     scheduler.advance(WeatherProvider::maxAge - 1);
@@ -123,16 +120,12 @@ TEST_F(WeatherTest, FetchesTheChosenPlaceInItsUnitKeepsItAndRefreshesWhenItGoesS
     scheduler.advance(1);
     EXPECT_TRUE(provider->isFetching());
     ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching(); }));
-    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 2u);
 
     // Another unit is asked for at once, and the forecast records it.
-    auto fahrenheit = settings(stored(lisbon), WidgetTemperatureUnit::fahrenheit);
-    provider->applySettings(fahrenheit);
+    provider->applySettings(settings(stored(lisbon), WidgetTemperatureUnit::fahrenheit));
     ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching(); }));
-    const auto again = server.requestsFor("/v1/forecast");
-    ASSERT_EQ(again.size(), 3u);
-    EXPECT_NE(again.back().find("temperature_unit=fahrenheit"), std::string::npos) << again.back();
-    EXPECT_EQ(provider->current()->unit, WidgetTemperatureUnit::fahrenheit);
+    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 3u);
+    EXPECT_NE(server.requestsFor("/v1/forecast").back().find("temperature_unit=fahrenheit"), std::string::npos);
     EXPECT_EQ(WeatherForecastFile::load(file)->unit, WidgetTemperatureUnit::fahrenheit);
 }
 
@@ -149,8 +142,12 @@ TEST_F(WeatherTest, AFailedFetchKeepsThePreviousForecastAndTriesAgainLater) {
         {200, "Service temporarily unavailable", "not JSON"},
         {200, R"({"current":{"weather_code":3,"is_day":1}})", "current.temperature_2m"},
     };
-    auto provider = make(settings(stored(lisbon)));
+    // Asked for the location where no system bus answers: said once, the chosen place is used.
+    WeatherSettings located = settings(stored(lisbon));
+    located.useLocation = true;
+    auto provider = make(located);
     startAndSettle(*provider);
+    EXPECT_EQ(logsContaining("no location for the weather"), 1u);
     ASSERT_TRUE(provider->current().has_value());
     const WeatherForecastFile before = *provider->current();
     for (const auto& failure : failures) {
@@ -177,132 +174,6 @@ TEST_F(WeatherTest, AFailedFetchKeepsThePreviousForecastAndTriesAgainLater) {
     EXPECT_GT(provider->current()->forecast.fetchedAt, before.forecast.fetchedAt);
 }
 
-TEST_F(WeatherTest, StartsFromTheForecastOnDisk) {
-    WeatherForecastFile kept{.place = "Lisbon, Portugal", .unit = WidgetTemperatureUnit::celsius};
-    kept.forecast.temperature = 9.5;
-    kept.forecast.code = 61;
-    kept.forecast.fetchedAt = scheduler.now() - 600;
-    ASSERT_TRUE(kept.save(file));
-
-    // Fresh and for the same place and unit: shown, nothing asked until it goes stale.
-    auto fresh = make(settings(stored(lisbon)));
-    fresh->start(center);
-    EXPECT_EQ(fresh->current(), kept);
-    EXPECT_TRUE(fresh->fromDisk());
-    EXPECT_FALSE(fresh->isFetching());
-    EXPECT_EQ(scheduler.nextDue(), scheduler.now() + (WeatherProvider::maxAge - 600));
-    fresh->stop();
-
-    // Stale, and offline (nothing listens on the port): the forecast on disk stays shown.
-    kept.forecast.fetchedAt = scheduler.now() - 7200;
-    ASSERT_TRUE(kept.save(file));
-    WeatherSettings offline = settings(stored(lisbon));
-    offline.forecastHost = "http://127.0.0.1:9";
-    auto provider = make(offline);
-    startAndSettle(*provider);
-    EXPECT_EQ(provider->current(), kept);
-    EXPECT_TRUE(provider->fromDisk());
-    EXPECT_NE(provider->error().find("Couldn't fetch the weather: "), std::string::npos) << provider->error();
-    EXPECT_EQ(WeatherForecastFile::load(file), kept);
-}
-
-TEST_F(WeatherTest, SearchesPlacesByNameAndFetchesTheOneChosen) {
-    struct Search {
-        std::string query;
-        int status;
-        std::string body;
-        std::size_t found;
-        std::string error;
-    };
-    const std::vector<Search> searches = {
-        {"Lisbon", 200, lisbonPlaces, 2, ""},
-        {"Nowhere", 200, R"({"generationtime_ms":0.13})", 0, "No place called “Nowhere”."},
-        {"Lisbon", 400, R"({"error":true,"reason":"Parameter count must be between 1 and 100."})", 0,
-         "Couldn't search: The weather service refused the request: Parameter count must be between 1 and 100."},
-        {"Lisbon", 502, "Bad gateway", 0, "Couldn't search: the weather service answered HTTP 502"},
-    };
-    auto provider = make(settings(""));
-    provider->start(center);
-    EXPECT_TRUE(server.requests().empty()) << "without a place nothing is asked";
-    for (const auto& search : searches) {
-        SCOPED_TRACE(search.query + " " + std::to_string(search.status));
-        server.answer("/v1/search", search.status, search.body);
-        const int before = changes;
-        provider->search(search.query);
-        ASSERT_TRUE(pumpUntil([&] { return changes > before; }));
-        EXPECT_EQ(provider->searchResults().size(), search.found);
-        EXPECT_EQ(provider->error(), search.error);
-    }
-    EXPECT_NE(server.requestsFor("/v1/search").front().find("name=Lisbon&count=5"), std::string::npos);
-
-    server.answer("/v1/search", 200, lisbonPlaces);
-    provider->search("Lisbon");
-    ASSERT_TRUE(pumpUntil([&] { return provider->searchResults().size() == 2; }));
-    std::optional<brind::WidgetPlace> told;
-    provider->onChoose = [&told](const brind::WidgetPlace& place) { told = place; };
-    const brind::WidgetPlace maine = provider->searchResults()[1];
-    provider->choose(maine);
-    EXPECT_EQ(told, maine);
-    EXPECT_EQ(provider->settings().chosenPlace(), maine);
-    EXPECT_TRUE(provider->searchResults().empty());
-    ASSERT_TRUE(pumpUntil([&] { return provider->current().has_value(); }));
-    EXPECT_EQ(provider->current()->place, "Lisbon, Maine, United States");
-    EXPECT_NE(server.requestsFor("/v1/forecast").back().find("latitude=44.0312"), std::string::npos);
-
-    // A name typed by hand in the preferences: the service's first match.
-    provider->applySettings(settings("  Lisbon "));
-    ASSERT_TRUE(pumpUntil([&] { return provider->current()->place == "Lisbon, Portugal"; }));
-}
-
-TEST_F(WeatherTest, WakingAndTheNetworkComingBackFetchAStaleForecast) {
-    if (!SystemServiceMock::installed())
-        GTEST_SKIP() << "python3-dbusmock is not installed";
-    SystemServiceMock system(folder.path() / "bus", "org.freedesktop.login1", "logind");
-    ASSERT_TRUE(system.running());
-    ASSERT_TRUE(system.serve("org.freedesktop.NetworkManager", "networkmanager"));
-    const auto busCall = [&](const std::string& call) {
-        const auto result = system.script(call);
-        ASSERT_EQ(result.exitCode, 0) << result.err;
-    };
-
-    server.answer("/v1/forecast", 503, "busy");
-    WeatherSettings located = settings(stored(lisbon));
-    located.useLocation = true;
-    auto provider = make(located, system.address());
-    startAndSettle(*provider);
-    // No GeoClue on this bus: said once, and the chosen place is used instead.
-    ASSERT_TRUE(pumpUntil([&] { return server.requestsFor("/v1/forecast").size() == 1 && !provider->isFetching(); }));
-    EXPECT_EQ(logsContaining("no location for the weather"), 1u);
-    EXPECT_FALSE(provider->current().has_value());
-
-    server.answer("/v1/forecast", 200, lisbonForecast);
-    busCall("bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1').EmitSignal("
-         "'org.freedesktop.login1.Manager', 'PrepareForSleep', 'b', [True], dbus_interface='org.freedesktop.DBus.Mock')");
-    busCall("bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1').EmitSignal("
-         "'org.freedesktop.login1.Manager', 'PrepareForSleep', 'b', [False], dbus_interface='org.freedesktop.DBus.Mock')");
-    ASSERT_TRUE(pumpUntil([&] { return provider->current().has_value(); })) << "waking fetches a stale forecast";
-    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 2u);
-
-    // Fresh now: the network coming back asks nothing (a request here would show in the count below).
-    const auto networkState = [&](int state) {
-        busCall("bus.get_object('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')."
-             "SetGlobalConnectionState(dbus.UInt32(" + std::to_string(state) + "), dbus_interface='org.freedesktop.DBus.Mock')");
-    };
-    networkState(20);
-    networkState(70);
-
-    // Stale while the service cannot be reached: the network coming back fetches without waiting
-    // for the retry.
-    server.answer("/v1/forecast", 503, "busy");
-    scheduler.advance(WeatherProvider::maxAge);
-    ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching() && !provider->error().empty(); }));
-    server.answer("/v1/forecast", 200, lisbonForecast);
-    networkState(20);
-    networkState(70);
-    ASSERT_TRUE(pumpUntil([&] { return provider->error().empty(); })) << provider->error();
-    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 4u);
-}
-
 // GeoClue as the desktop runs it: a client per application that reports a location once started.
 const std::string geoClueTemplate = R"(import dbus
 BUS_NAME = 'org.freedesktop.GeoClue2'
@@ -324,30 +195,50 @@ def load(mock, parameters):
                    {'Latitude': 40.4165, 'Longitude': -3.70256, 'Accuracy': 5000.0, 'Description': 'Madrid'}, [])
 )";
 
-TEST_F(WeatherTest, UsesTheMachinesLocationFromGeoClue) {
+// The system bus as a desktop has it: logind, NetworkManager and GeoClue.
+TEST_F(WeatherTest, FollowsTheLocationWakingAndTheNetworkComingBack) {
     if (!SystemServiceMock::installed())
         GTEST_SKIP() << "python3-dbusmock is not installed";
     const auto geoClue = folder.path() / "geoclue_template.py";
     std::ofstream(geoClue) << geoClueTemplate;
     SystemServiceMock system(folder.path() / "bus", "org.freedesktop.GeoClue2", geoClue.string());
     ASSERT_TRUE(system.running());
+    ASSERT_TRUE(system.serve("org.freedesktop.login1", "logind"));
+    ASSERT_TRUE(system.serve("org.freedesktop.NetworkManager", "networkmanager"));
+    const auto run = [&](const std::string& script) { return system.script(script).out; };
+    const auto client = [&](const std::string& property) {
+        return run("print(bus.get_object('org.freedesktop.GeoClue2', '/org/freedesktop/GeoClue2/Client/1').Get("
+                   "'org.freedesktop.GeoClue2.Client', '" + property + "', dbus_interface='org.freedesktop.DBus.Properties'))");
+    };
     WeatherSettings located = settings(stored(lisbon));
     located.useLocation = true;
     auto provider = make(located, system.address());
     provider->start(center);
     ASSERT_TRUE(pumpUntil([&] { return provider->current().has_value(); })) << provider->error();
     EXPECT_EQ(provider->current()->place, "Madrid");
-    EXPECT_NE(server.requestsFor("/v1/forecast").front().find("latitude=40.4165&longitude=-3.7026"),
-              std::string::npos);
-    const auto client = [&](const std::string& property) {
-        return system.script("print(bus.get_object('org.freedesktop.GeoClue2', '/org/freedesktop/GeoClue2/Client/1')"
-                             ".Get('org.freedesktop.GeoClue2.Client', '" + property +
-                             "', dbus_interface='org.freedesktop.DBus.Properties'))").out;
-    };
+    EXPECT_NE(server.requestsFor("/v1/forecast").at(0).find("latitude=40.4165&longitude=-3.7026"), std::string::npos);
     EXPECT_EQ(client("DesktopId"), "vantaquill\n") << "the desktop's location permission knows it by this";
     EXPECT_EQ(client("RequestedAccuracyLevel"), "4\n") << "a city is all the weather needs";
 
-    // Switched off: the client is stopped and the chosen place is fetched.
+    // Gone stale while the service failed: waking, then the network coming back, fetch at once
+    // instead of waiting for the retry.
+    const std::vector<std::string> events = {
+        "bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1').EmitSignal('org.freedesktop.login1.Manager', "
+        "'PrepareForSleep', 'b', [False], dbus_interface='org.freedesktop.DBus.Mock')",
+        "network = bus.get_object('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager')\n"
+        "network.SetGlobalConnectionState(dbus.UInt32(20), dbus_interface='org.freedesktop.DBus.Mock')\n"
+        "network.SetGlobalConnectionState(dbus.UInt32(70), dbus_interface='org.freedesktop.DBus.Mock')"};
+    for (const auto& event : events) {
+        server.answer("/v1/forecast", 503, "busy");
+        scheduler.advance(WeatherProvider::maxAge);
+        ASSERT_TRUE(pumpUntil([&] { return !provider->isFetching() && !provider->error().empty(); }));
+        server.answer("/v1/forecast", 200, lisbonForecast);
+        run(event);
+        EXPECT_TRUE(pumpUntil([&] { return provider->error().empty(); })) << event;
+    }
+    EXPECT_EQ(server.requestsFor("/v1/forecast").size(), 5u);
+
+    // Switched off: GeoClue's client is stopped and the chosen place is fetched.
     provider->applySettings(settings(stored(lisbon)));
     ASSERT_TRUE(pumpUntil([&] { return provider->current()->place == "Lisbon, Portugal"; }));
     EXPECT_TRUE(pumpUntil([&] { return client("Active") == "0\n"; }));
