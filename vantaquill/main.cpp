@@ -679,12 +679,18 @@ int main(int argc, char** argv) {
             widgetsSection->refreshWeather();
         wings.refresh();
     };
-    weather.onChoose = [&preferences](const brind::WidgetPlace& place) {
+    // A chosen place is two keys; the provider has both already, so the half-written state between
+    // them is not applied.
+    bool storingChoice = false;
+    weather.onChoose = [&preferences, &storingChoice](const brind::WidgetPlace& place) {
+        storingChoice = true;
         preferences.set("widgets.weather.city", QString::fromStdString(brind::JSONText::compact(place.json())));
         preferences.set("widgets.weather.useLocation", false);
+        storingChoice = false;
     };
     const auto followWidgets = [&] {
-        weather.applySettings(weatherSettings());
+        if (!storingChoice)
+            weather.applySettings(weatherSettings());
         wings.apply(preferences.flag("widgets.wings.enabled"),
                     vq::WingWidgets::layoutNamed(preferences.text("widgets.wings.leading"),
                                                  preferences.text("widgets.wings.trailing")));

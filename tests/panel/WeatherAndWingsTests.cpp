@@ -91,10 +91,10 @@ TEST_F(WeatherAndWingsTest, WingsShowTheirWidgetsOnlyWhileNoActivityHasThem) {
         bool sampling;
     };
     const std::vector<Case> cases = {
-        {"cpu memory", "weather", true, "CPU 30%  MEM 25%", "18°", true},
+        {"cpu memory", "weather", true, "CPU \u200730%  MEM \u200725%", "18°", true},
         {"weather", "", true, "18°", "", false},
         // Unknown names are left out; a kind placed already is not placed twice.
-        {"sunshine, weather", "weather memory", true, "18°", "MEM 25%", true},
+        {"sunshine, weather", "weather memory", true, "18°", "MEM \u200725%", true},
         // Kinds with nothing to show here leave the island closed.
         {"gpu", "battery", true, "", "", false},
         {"cpu", "weather", false, "", "", false},

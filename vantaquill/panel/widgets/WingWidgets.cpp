@@ -36,6 +36,16 @@ std::vector<WidgetSideKind> kindsNamed(std::string_view names) {
     return kinds;
 }
 
+/// "7%" as "  7%" with figure spaces (as wide as a digit): a percentage that changes every second
+/// keeps its width, so the island does not resize with it.
+std::string steadyPercent(double value) {
+    const std::string text = brind::WidgetStatsMath::percent(value);
+    std::string padding;
+    for (std::size_t width = text.size(); width < 4; ++width)
+        padding += "\u2007";
+    return padding + text;
+}
+
 } // namespace
 
 WingWidgets::WingWidgets(Sources sources) : sources_(sources) {}
@@ -93,11 +103,11 @@ std::string WingWidgets::text(WidgetSideKind kind) const {
     }
     case WidgetSideKind::cpu: {
         const auto last = sources_.stats.cpu().last();
-        return last ? "CPU " + brind::WidgetStatsMath::percent(*last) : std::string();
+        return last ? "CPU " + steadyPercent(*last) : std::string();
     }
     case WidgetSideKind::memory: {
         const auto last = sources_.stats.memory().last();
-        return last ? "MEM " + brind::WidgetStatsMath::percent(*last) : std::string();
+        return last ? "MEM " + steadyPercent(*last) : std::string();
     }
     case WidgetSideKind::network: {
         const auto last = sources_.stats.received().last();
