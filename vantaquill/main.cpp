@@ -648,8 +648,12 @@ int main(int argc, char** argv) {
     }
     // The wings show widgets while no activity has them; the statistics sampler is shared with the
     // panel's card and runs while either shows it.
-    vq::WingWidgets wings({.scheduler = scheduler, .center = center, .stats = stats, .stayAwake = stayAwake,
-                           .weather = &weather});
+    // The centre and the weather outlive the wings (an activity ended while the program stops still
+    // publishes), so they hold them weakly.
+    const auto wingWidgets = std::make_shared<vq::WingWidgets>(vq::WingWidgets::Sources{
+        .scheduler = scheduler, .center = center, .stats = stats, .stayAwake = stayAwake, .weather = &weather});
+    auto& wings = *wingWidgets;
+    const std::weak_ptr<vq::WingWidgets> wingsWhileAlive = wingWidgets;
     wings.onChange = [&islands, &wings, &display] {
         if (islands)
             islands->setIdleWings(wings.wings());
@@ -657,9 +661,9 @@ int main(int argc, char** argv) {
                                          vq::HeadlessDisplay::field("trailing", wings.trailingText())
                                    : "wings hidden");
     };
-    center.onChange = [previous = std::move(center.onChange), &wings](vq::LiveActivityCenter::Change change) {
-        if (change == vq::LiveActivityCenter::Change::activities)
-            wings.refresh();
+    center.onChange = [previous = std::move(center.onChange), wingsWhileAlive](vq::LiveActivityCenter::Change change) {
+        if (const auto alive = wingsWhileAlive.lock(); alive && change == vq::LiveActivityCenter::Change::activities)
+            alive->refresh();
         previous(change);
     };
     std::optional<double> weatherShownAt;
@@ -677,7 +681,8 @@ int main(int argc, char** argv) {
             display.line("weather failed " + vq::HeadlessDisplay::field("message", weather.error()));
         if (widgetsSection)
             widgetsSection->refreshWeather();
-        wings.refresh();
+        if (const auto alive = wingsWhileAlive.lock())
+            alive->refresh();
     };
     // A chosen place is two keys; the provider has both already, so the half-written state between
     // them is not applied.

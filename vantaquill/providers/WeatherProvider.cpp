@@ -93,7 +93,13 @@ void WeatherProvider::start(LiveActivityCenter&) {
         current_ = WeatherForecastFile::load(forecastFile_);
         fromDisk_ = current_.has_value();
     }
+    changed();
+    refreshIfNeeded();
+}
 
+void WeatherProvider::followSystem() {
+    if (bus_)
+        return;
     static std::atomic<int> connections{0};
     busName_ = QStringLiteral("vantaquill-weather-%1").arg(++connections);
     bus_ = std::make_unique<QDBusConnection>(systemBusAddress_
@@ -123,8 +129,6 @@ void WeatherProvider::start(LiveActivityCenter&) {
         log_("vantaquill: the weather is not refreshed on waking or on reconnecting: no system bus (" +
              bus_->lastError().message().toStdString() + ")");
     }
-    changed();
-    refreshIfNeeded();
 }
 
 void WeatherProvider::stop() {
@@ -141,8 +145,9 @@ void WeatherProvider::stop() {
     relay_.reset();
     network_.reset();
     bus_.reset();
-    if (systemBusAddress_)
+    if (systemBusAddress_ && !busName_.isEmpty())
         QDBusConnection::disconnectFromBus(busName_);
+    busName_.clear();
 }
 
 void WeatherProvider::applySettings(WeatherSettings settings) {
@@ -168,6 +173,11 @@ void WeatherProvider::applySettings(WeatherSettings settings) {
 void WeatherProvider::refreshIfNeeded(bool force) {
     if (!running_)
         return;
+    const bool wanted = settings_.useLocation || settings_.chosenPlace() || !settings_.typedName().empty();
+    // The system bus is asked only once there is weather to show: a desktop without it is not told
+    // about a widget nobody uses.
+    if (wanted)
+        followSystem();
     std::optional<brind::WidgetPlace> place;
     if (settings_.useLocation && !located_ && !locationUnavailable_) {
         askLocation();

@@ -118,6 +118,8 @@ private:
     void get(const std::string& url, Completion completion);
     void fetchFor(const brind::WidgetPlace& place);
     void resolveTypedName(const std::string& name);
+    /// Connects to the system bus and follows sleep and the network, once.
+    void followSystem();
     void askLocation();
     void readLocation(const QString& path);
     void scheduleAt(double seconds);
