@@ -5,6 +5,7 @@
 #include "BrindKit/sdk/SDKBridge.hpp"
 #include "BrindKit/sdk/SDKHTTPServer.hpp"
 #include "BrindKit/widgets/WidgetPomodoroActivity.hpp"
+#include "BrindKit/widgets/WidgetWeatherCode.hpp"
 #include "vantaquill/AgentHub.hpp"
 #include "vantaquill/ClientStore.hpp"
 #include "vantaquill/HeadlessConsole.hpp"
@@ -20,6 +21,7 @@
 #include "vantaquill/panel/shelf/ShelfSection.hpp"
 #include "vantaquill/panel/sound/SoundSection.hpp"
 #include "vantaquill/panel/widgets/WidgetsSection.hpp"
+#include "vantaquill/panel/widgets/WingWidgets.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
@@ -51,6 +53,7 @@
 #include "vantaquill/providers/ThemeSound.hpp"
 #include "vantaquill/providers/VolumeWatcher.hpp"
 #include "vantaquill/providers/WeatherForecastFile.hpp"
+#include "vantaquill/providers/WeatherProvider.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/qt/QtScheduler.hpp"
 #include "vantaquill/qt/SignalWatcher.hpp"
@@ -656,18 +659,92 @@ int main(int argc, char** argv) {
     center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
     if (media.enabled)
         center.start(vq::MediaController::providerID);
+    // The weather: fetched for the chosen place (or the machine's location), kept on disk, shown by
+    // the panel's card and the wings. It asks the network only once a place is set.
+    const auto weatherSettings = [&preferences] {
+        return vq::WeatherSettings{
+            .unit = brind::widgetTemperatureUnitNamed(preferences.text("widgets.weather.unit"))
+                        .value_or(brind::WidgetTemperatureUnit::celsius),
+            .city = preferences.text("widgets.weather.city"),
+            .useLocation = preferences.flag("widgets.weather.useLocation"),
+            .forecastHost = preferences.text("widgets.weather.forecastHost"),
+            .geocodingHost = preferences.text("widgets.weather.geocodingHost")};
+    };
+    center.registerProvider(std::make_unique<vq::WeatherProvider>(
+        scheduler, vq::WeatherForecastFile::path(dataFolder), weatherSettings(), printError));
+    auto& weather = *static_cast<vq::WeatherProvider*>(center.provider(vq::WeatherProvider::providerID));
+    vq::WidgetsSection* widgetsSection = nullptr;
     if (panel) {
         auto* nowPlaying = static_cast<vq::MediaController*>(center.provider(vq::MediaController::providerID));
-        panel->panel().addSection(new vq::WidgetsSection({.scheduler = scheduler,
-                                                          .preferences = preferences,
-                                                          .pomodoro = pomodoro,
-                                                          .stayAwake = stayAwake,
-                                                          .stats = stats,
-                                                          .media = media.enabled ? nowPlaying : nullptr,
-                                                          .forecastFile = vq::WeatherForecastFile::path(dataFolder)}));
+        widgetsSection = new vq::WidgetsSection({.scheduler = scheduler,
+                                                 .preferences = preferences,
+                                                 .pomodoro = pomodoro,
+                                                 .stayAwake = stayAwake,
+                                                 .stats = stats,
+                                                 .media = media.enabled ? nowPlaying : nullptr,
+                                                 .forecastFile = vq::WeatherForecastFile::path(dataFolder),
+                                                 .weather = &weather});
+        panel->panel().addSection(widgetsSection);
         // The output's and each application's level, followed on the sound server while shown.
         panel->panel().addSection(new vq::SoundSection(onMainThread));
     }
+    // The wings show widgets while no activity has them; the statistics sampler is shared with the
+    // panel's card and runs while either shows it.
+    // The centre and the weather outlive the wings (an activity ended while the program stops still
+    // publishes), so they hold them weakly.
+    const auto wingWidgets = std::make_shared<vq::WingWidgets>(vq::WingWidgets::Sources{
+        .scheduler = scheduler, .center = center, .stats = stats, .stayAwake = stayAwake, .weather = &weather});
+    auto& wings = *wingWidgets;
+    const std::weak_ptr<vq::WingWidgets> wingsWhileAlive = wingWidgets;
+    wings.onChange = [&islands, &wings, &display] {
+        if (islands)
+            islands->setIdleWings(wings.wings());
+        display.line(wings.wings() ? "wings shown " + vq::HeadlessDisplay::field("leading", wings.leadingText()) + " " +
+                                         vq::HeadlessDisplay::field("trailing", wings.trailingText())
+                                   : "wings hidden");
+    };
+    center.onChange = [previous = std::move(center.onChange), wingsWhileAlive](vq::LiveActivityCenter::Change change) {
+        if (const auto alive = wingsWhileAlive.lock(); alive && change == vq::LiveActivityCenter::Change::activities)
+            alive->refresh();
+        previous(change);
+    };
+    std::optional<double> weatherShownAt;
+    std::string weatherError;
+    weather.onChange = [&] {
+        if (const auto& shown = weather.current();
+            shown && std::exchange(weatherShownAt, shown->forecast.fetchedAt.secondsSince1970) !=
+                         shown->forecast.fetchedAt.secondsSince1970)
+            display.line("weather " + vq::HeadlessDisplay::field("place", shown->place) + " " +
+                         vq::HeadlessDisplay::number("temperature", shown->forecast.temperature) + " " +
+                         vq::HeadlessDisplay::field("unit", brind::name(shown->unit)) + " " +
+                         vq::HeadlessDisplay::field("condition", brind::WidgetWeatherCode::label(shown->forecast.code)) +
+                         " " + vq::HeadlessDisplay::field("from", weather.fromDisk() ? "disk" : "network"));
+        if (std::exchange(weatherError, weather.error()) != weather.error() && !weather.error().empty())
+            display.line("weather failed " + vq::HeadlessDisplay::field("message", weather.error()));
+        if (widgetsSection)
+            widgetsSection->refreshWeather();
+        if (const auto alive = wingsWhileAlive.lock())
+            alive->refresh();
+    };
+    // A chosen place is two keys; the provider has both already, so the half-written state between
+    // them is not applied.
+    bool storingChoice = false;
+    weather.onChoose = [&preferences, &storingChoice](const brind::WidgetPlace& place) {
+        storingChoice = true;
+        preferences.set("widgets.weather.city", QString::fromStdString(brind::JSONText::compact(place.json())));
+        preferences.set("widgets.weather.useLocation", false);
+        storingChoice = false;
+    };
+    const auto followWidgets = [&] {
+        if (!storingChoice)
+            weather.applySettings(weatherSettings());
+        wings.apply(preferences.flag("widgets.wings.enabled"),
+                    vq::WingWidgets::layoutNamed(preferences.text("widgets.wings.leading"),
+                                                 preferences.text("widgets.wings.trailing")));
+    };
+    center.start(vq::WeatherProvider::providerID);
+    followWidgets();
+    preferences.onChange(followWidgets);
     center.registerProvider(std::make_unique<vq::VolumeWatcher>(
         scheduler, onMainThread, printError, [&hud] { return hud->flashesChangeElsewhere(brind::HUDEvent::Kind::volume); }));
     // The watcher keeps a connection to the sound server only while the volume HUD is on.

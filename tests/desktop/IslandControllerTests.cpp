@@ -175,6 +175,31 @@ TEST_F(IslandControllerTest, FramesRunOnlyUntilTheOutlineRestsAtTheLayoutsSize) 
     EXPECT_FALSE(surface.framePending);
 }
 
+TEST_F(IslandControllerTest, IdleWingsKeepTheIslandCompactUntilAnActivityTakesThem) {
+    brind::LiveActivity wings;
+    wings.id = "widgets.wings";
+    wings.leading = brind::ActivityGlyph::text("Wed 25");
+    wings.trailing = brind::ActivityGlyph::text("18°");
+    controller->setIdleWings(wings);
+    settle();
+    EXPECT_EQ(controller->state(), IslandState::compact);
+    EXPECT_EQ(controller->scene().top, wings);
+    const auto [leading, trailing] =
+        IslandLayout::compactWings(&wings, input, [](std::string_view text, double) { return 7.0 * text.size(); });
+    EXPECT_EQ(controller->scene().outline, expectedRect(IslandLayout::compact(input, leading, trailing)));
+
+    center.post(brind::LiveActivity::make("timer", "test", brind::ActivityPriority::normal,
+                                          brind::ActivityGlyph::symbol("timer"), brind::ActivityGlyph::text("4:05"),
+                                          "Tea", std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, false,
+                                          std::nullopt, true, {}));
+    EXPECT_EQ(controller->scene().top->id, "timer");
+    EXPECT_EQ(controller->scene().badge, std::nullopt) << "the wings' widgets are not a waiting activity";
+    center.end("timer");
+    EXPECT_EQ(controller->scene().top, wings);
+    controller->setIdleWings(std::nullopt);
+    EXPECT_EQ(controller->state(), IslandState::closed);
+}
+
 TEST_F(IslandControllerTest, ReducedMotionEasesInAndOutOverItsDuration) {
     makeController({.reduceMotion = true});
     settle();

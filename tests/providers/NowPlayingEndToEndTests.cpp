@@ -1,6 +1,7 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
 #include "tests/support/BackgroundProgram.hpp"
+#include "tests/support/LoopbackHTTPServer.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 
@@ -8,18 +9,11 @@
 
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include <condition_variable>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -59,80 +53,6 @@ void writeTaggedWAV(const std::filesystem::path& file, const std::string& title)
     const std::string body = "WAVE" + format + tags + chunk("data", std::string(rate * seconds, '\x80'));
     std::ofstream(file, std::ios::binary) << "RIFF" << little(static_cast<std::uint32_t>(body.size()), 4) << body;
 }
-
-/// A stand-in for the lyrics service on a loopback port: every request gets the same answer.
-class LyricsServer {
-public:
-    /// `delay` holds every answer back that long (or until the server is gone).
-    LyricsServer(int status, std::string body, std::chrono::milliseconds delay = 0ms)
-        : status(status), body(std::move(body)), delay(delay) {
-        listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (::bind(listener, reinterpret_cast<sockaddr*>(&address), length) != 0 || ::listen(listener, 8) != 0 ||
-            ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
-            return;
-        port = ntohs(address.sin_port);
-        server = std::thread([this] { serve(); });
-    }
-    ~LyricsServer() {
-        {
-            std::lock_guard lock(mutex);
-            stopping = true;
-        }
-        woken.notify_all();
-        ::shutdown(listener, SHUT_RDWR);
-        ::close(listener);
-        if (server.joinable())
-            server.join();
-    }
-
-    std::string url() const { return "http://127.0.0.1:" + std::to_string(port); }
-    /// The head of every request received, request line and headers.
-    std::vector<std::string> requests() const {
-        std::lock_guard lock(mutex);
-        return received;
-    }
-
-private:
-    void serve() {
-        while (true) {
-            const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-            if (connection < 0)
-                return;
-            std::string head;
-            char buffer[4096];
-            while (head.find("\r\n\r\n") == std::string::npos) {
-                const ssize_t count = ::read(connection, buffer, sizeof buffer);
-                if (count <= 0)
-                    break;
-                head.append(buffer, static_cast<std::size_t>(count));
-            }
-            {
-                std::unique_lock lock(mutex);
-                received.push_back(head);
-                woken.wait_for(lock, delay, [this] { return stopping; });
-            }
-            const std::string reply = "HTTP/1.1 " + std::to_string(status) + " Answer\r\nContent-Type: application/json\r\n"
-                                      "Content-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body;
-            [[maybe_unused]] const auto written = ::write(connection, reply.data(), reply.size());
-            ::close(connection);
-        }
-    }
-
-    int status;
-    std::string body;
-    std::chrono::milliseconds delay;
-    bool stopping = false;
-    std::condition_variable woken;
-    int listener = -1;
-    std::uint16_t port = 0;
-    std::thread server;
-    mutable std::mutex mutex;
-    std::vector<std::string> received;
-};
 
 /// mpv with its MPRIS plugin playing files on the private bus, without sound or window.
 class Player : public BackgroundProgram {
@@ -197,7 +117,7 @@ protected:
 };
 
 TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
-    LyricsServer lyrics(200, R"({"syncedLyrics":"[00:01.00]First line\n[00:03.00]Second line\n[00:20.00]Twentieth line\n"})");
+    LoopbackHTTPServer lyrics(200, R"({"syncedLyrics":"[00:01.00]First line\n[00:03.00]Second line\n[00:20.00]Twentieth line\n"})");
     useLyricsService(lyrics.url());
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0);
@@ -263,7 +183,7 @@ TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
     };
     for (const auto& test : cases) {
         SCOPED_TRACE(test.body);
-        LyricsServer lyrics(test.status, test.body);
+        LoopbackHTTPServer lyrics(test.status, test.body);
         useLyricsService(lyrics.url());
         IslandProcess island(home);
         ASSERT_NE(island.port(), 0);
@@ -285,7 +205,7 @@ TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
 }
 
 TEST_F(NowPlaying, ServiceThatDoesNotAnswerInTimeLeavesTheArtists) {
-    LyricsServer lyrics(200, R"({"syncedLyrics":"[00:00.50]Too late"})", std::chrono::seconds(30));
+    LoopbackHTTPServer lyrics(200, R"({"syncedLyrics":"[00:00.50]Too late"})", std::chrono::seconds(30));
     useLyricsService(lyrics.url());
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0);

@@ -133,6 +133,13 @@ void IslandController::paintContent(QPainter& painter) {
     content_->paint(painter, contentArea(shape_.rect).topLeft(), std::clamp(scene_.faceProgress, 0.0, 1.0));
 }
 
+void IslandController::setIdleWings(std::optional<brind::LiveActivity> wings) {
+    if (wings == idleWings_)
+        return;
+    idleWings_ = std::move(wings);
+    update();
+}
+
 void IslandController::refresh() {
     update();
 }
@@ -167,9 +174,10 @@ void IslandController::fillContent() {
     scene_.state = state_;
     scene_.floating = input_.floating;
     scene_.housing = input_.metrics.hasNotch ? QSizeF(input_.metrics.size.width, input_.metrics.size.height) : QSizeF();
-    scene_.top = activities.empty() ? std::nullopt : std::optional(activities.front());
-    const auto [leading, trailing] =
-        brind::IslandLayout::compactWings(activities.empty() ? nullptr : &activities.front(), input_, measure_);
+    const brind::LiveActivity* top =
+        !activities.empty() ? &activities.front() : (idleWings_ ? &*idleWings_ : nullptr);
+    scene_.top = top ? std::optional(*top) : std::nullopt;
+    const auto [leading, trailing] = brind::IslandLayout::compactWings(top, input_, measure_);
     scene_.leadingWing = leading;
     scene_.trailingWing = trailing;
     scene_.badge = activities.size() > 1 ? std::optional(static_cast<int>(activities.size() - 1)) : std::nullopt;
@@ -183,7 +191,7 @@ void IslandController::update() {
     const brind::IslandState resolved = brind::IslandStateResolver::resolve(
         {.userOpened = userOpened_,
          .peeking = center_.hud().has_value() || center_.alerting().has_value(),
-         .hasActivity = !center_.activities().empty(),
+         .hasActivity = !center_.activities().empty() || idleWings_.has_value(),
          .hidden = hidden_});
     const brind::IslandState previous = state_;
     const IslandScene before = scene_;

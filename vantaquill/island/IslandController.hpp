@@ -64,6 +64,10 @@ public:
     /// The content changed on screen: an open island draws it again.
     void contentChanged();
 
+    /// What the wings show while no activity does (the wing widgets), or nothing: the island then
+    /// stays compact instead of closing. An activity always takes the wings first.
+    void setIdleWings(std::optional<brind::LiveActivity> wings);
+
     /// Re-reads the activity centre after it published a change.
     void refresh();
 
@@ -144,6 +148,7 @@ private:
     bool shownOnce_ = false;
     std::optional<double> contentHeight_;
     IslandContent* content_ = nullptr;
+    std::optional<brind::LiveActivity> idleWings_;
     /// The pointer pressed inside the content: its moves and release go there, wherever they are.
     bool contentPressed_ = false;
     brind::IslandState state_ = brind::IslandState::closed;

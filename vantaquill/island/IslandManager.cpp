@@ -68,6 +68,7 @@ void IslandManager::rebuild() {
         entry.controller->setContent(content_);
         entry.controller->onDrop = dropHandler_;
         entry.controller->onShelfGesture = shelfGestureHandler_;
+        entry.controller->setIdleWings(idleWings_);
         connect(screen, &QScreen::geometryChanged, this, [this, screen] {
             for (auto& each : entries_)
                 if (each.screen == screen)
@@ -124,6 +125,12 @@ void IslandManager::applyHidden(Entry& entry) {
     const bool hidden = underFullScreen || (preferences_.hideWhenSharing && screenShared_);
     entry.controller->setHidden(hidden);
     entry.surface->setVisible(!hidden);
+}
+
+void IslandManager::setIdleWings(std::optional<brind::LiveActivity> wings) {
+    idleWings_ = std::move(wings);
+    for (auto& entry : entries_)
+        entry.controller->setIdleWings(idleWings_);
 }
 
 void IslandManager::refresh() {

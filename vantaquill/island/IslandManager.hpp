@@ -45,6 +45,8 @@ public:
     void setDropHandler(std::function<bool(const IslandSurface::DropEvent&)> handler);
     /// Called when a drag over an island comes near its notch or is shaken there.
     void setShelfGestureHandler(std::function<void(ShelfDragGestures::Gesture)> handler);
+    /// What every island's wings show while no activity does (see `IslandController::setIdleWings`).
+    void setIdleWings(std::optional<brind::LiveActivity> wings);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
     /// The screen is being shared or recorded (whichever screen: a capture may take them all).
@@ -78,6 +80,7 @@ private:
     IslandContent* content_ = nullptr;
     std::function<bool(const IslandSurface::DropEvent&)> dropHandler_;
     std::function<void(ShelfDragGestures::Gesture)> shelfGestureHandler_;
+    std::optional<brind::LiveActivity> idleWings_;
     std::vector<Entry> entries_;
 };
 

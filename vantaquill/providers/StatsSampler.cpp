@@ -24,6 +24,16 @@ void StatsSampler::start() {
     sample();
 }
 
+void StatsSampler::show(const void* viewer, std::function<void()> onSample) {
+    viewers_[viewer] = std::move(onSample);
+    start();
+}
+
+void StatsSampler::hide(const void* viewer) {
+    if (viewers_.erase(viewer) > 0 && viewers_.empty())
+        stop();
+}
+
 void StatsSampler::stop() {
     timer_.reset();
     for (auto* history : {&cpu_, &memory_, &received_, &sent_})
@@ -76,6 +86,12 @@ void StatsSampler::sample() {
     timer_ = scheduler_.schedule(interval, [this] { sample(); });
     if (onSample)
         onSample();
+    // A viewer told may hide itself (or another); the map is walked from a copy.
+    const auto viewers = viewers_;
+    for (const auto& [viewer, told] : viewers) {
+        if (told && viewers_.contains(viewer))
+            told();
+    }
 }
 
 } // namespace vq

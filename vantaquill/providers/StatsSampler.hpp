@@ -29,6 +29,12 @@ public:
     StatsSampler(const StatsSampler&) = delete;
     StatsSampler& operator=(const StatsSampler&) = delete;
 
+    /// Someone shows the statistics (the panel's card, a wing) and is told after each reading:
+    /// sampling runs while at least one viewer is shown, and stops when the last one hides.
+    void show(const void* viewer, std::function<void()> onSample);
+    void hide(const void* viewer);
+    std::size_t viewerCount() const { return viewers_.size(); }
+
     /// Takes a first reading now and one every `interval` after; a second start does nothing.
     void start();
     /// Stops reading and forgets the histories, which would show a gap as a straight line.
@@ -64,6 +70,7 @@ private:
     std::map<std::string, ProcStats::Traffic> lastTraffic_;
     brind::Date lastSampleAt_{};
     std::unique_ptr<Scheduler::Timer> timer_;
+    std::map<const void*, std::function<void()>> viewers_;
 };
 
 } // namespace vq

@@ -7,11 +7,14 @@
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/providers/WeatherForecastFile.hpp"
+#include "vantaquill/providers/WeatherProvider.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 
 #include <QDateTime>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QVBoxLayout>
 
 #include <cmath>
@@ -41,8 +44,10 @@ QString degrees(double value) {
 
 } // namespace
 
-WeatherCard::WeatherCard(Preferences& preferences, std::filesystem::path forecastFile, QWidget* parent)
-    : WidgetCard("Weather", parent), preferences_(preferences), forecastFile_(std::move(forecastFile)) {
+WeatherCard::WeatherCard(Preferences& preferences, std::filesystem::path forecastFile, WeatherProvider* weather,
+                         QWidget* parent)
+    : WidgetCard("Weather", parent), preferences_(preferences), forecastFile_(std::move(forecastFile)),
+      weather_(weather) {
     now_ = new QLabel(this);
     now_->setStyleSheet(QStringLiteral("font-size: %1px; font-weight: 600;").arg(PanelStyle::bodySize * 1.6));
     detail_ = new ElidedLabel({}, this);
@@ -55,13 +60,51 @@ WeatherCard::WeatherCard(Preferences& preferences, std::filesystem::path forecas
     body()->addWidget(hint_);
     days_ = addRow();
     days_->setSpacing(PanelStyle::spacing * 2);
+    if (weather_) {
+        error_ = new QLabel(this);
+        error_->setProperty("secondary", true);
+        error_->setWordWrap(true);
+        body()->addWidget(error_);
+        search_ = new QLineEdit(this);
+        search_->setPlaceholderText(QStringLiteral("Search a city"));
+        search_->setAccessibleName(QStringLiteral("City search"));
+        addRow()->addWidget(search_);
+        connect(search_, &QLineEdit::returnPressed, this, [this] {
+            if (!search_->text().trimmed().isEmpty())
+                weather_->search(search_->text().toStdString());
+        });
+        results_ = addRow();
+    }
     refresh();
 }
 
 void WeatherCard::refresh() {
-    while (auto* item = days_->takeAt(0)) {
-        delete item->widget();
-        delete item;
+    for (QHBoxLayout* row : {days_, results_}) {
+        while (row && row->count() > 0) {
+            QLayoutItem* item = row->takeAt(0);
+            // A result button is pressed when this runs: it goes once its click is over.
+            if (QWidget* widget = item->widget(); widget && row == results_) {
+                widget->hide();
+                widget->setParent(nullptr);
+                widget->deleteLater();
+            } else {
+                delete widget;
+            }
+            delete item;
+        }
+    }
+    if (weather_) {
+        error_->setText(QString::fromStdString(weather_->error()));
+        error_->setVisible(!weather_->error().empty());
+        for (const brind::WidgetPlace& place : weather_->searchResults()) {
+            auto* choice = new QPushButton(QString::fromStdString(place.displayName()), this);
+            connect(choice, &QPushButton::clicked, this, [this, place] {
+                search_->clear();
+                weather_->choose(place);
+            });
+            results_->addWidget(choice);
+        }
+        results_->addStretch();
     }
     const QString city = placeName(preferences_.text("widgets.weather.city"));
     const auto stored = WeatherForecastFile::load(forecastFile_);
@@ -71,8 +114,10 @@ void WeatherCard::refresh() {
     if (!stored) {
         setStatus({});
         hint_->setText(city.isEmpty()
-                           ? "The current weather and the next days' forecast show here once a place is chosen: "
-                             "set \"widgets.weather.city\" in the settings."
+                           ? QString(weather_ ? "The current weather and the next days' forecast show here once a place is chosen: "
+                                       "search a city below, or set \"widgets.weather.city\" in the settings."
+                                     : "The current weather and the next days' forecast show here once a place is "
+                                       "chosen: set \"widgets.weather.city\" in the settings.")
                            : "The weather for " + city + " shows here once its forecast has been fetched.");
         return;
     }

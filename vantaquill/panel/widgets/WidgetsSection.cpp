@@ -39,7 +39,7 @@ WidgetsSection::WidgetsSection(Sources sources, QWidget* parent) : PanelSection(
     stayAwakeCard_ = new StayAwakeCard(sources_.stayAwake, sources_.scheduler, content);
     statistics_ = new StatisticsCard(sources_.stats, content);
     teleprompter_ = new TeleprompterCard(sources_.scheduler, content);
-    weather_ = new WeatherCard(sources_.preferences, sources_.forecastFile, content);
+    weather_ = new WeatherCard(sources_.preferences, sources_.forecastFile, sources_.weather, content);
     cards_ = {nowPlaying_, pomodoroCard_, stayAwakeCard_, statistics_, teleprompter_, weather_};
     for (QWidget* card : cards_)
         column_->addWidget(card);
@@ -53,7 +53,6 @@ WidgetsSection::WidgetsSection(Sources sources, QWidget* parent) : PanelSection(
         sources_.media->onNowPlayingChanged = [this] { nowPlaying_->refresh(); };
     sources_.pomodoro.onChange = [this] { pomodoroCard_->refresh(); };
     sources_.stayAwake.onChange = [this] { stayAwakeCard_->refresh(); };
-    sources_.stats.onSample = [this] { statistics_->refresh(); };
 }
 
 WidgetsSection::~WidgetsSection() {
@@ -61,8 +60,7 @@ WidgetsSection::~WidgetsSection() {
         sources_.media->onNowPlayingChanged = nullptr;
     sources_.pomodoro.onChange = nullptr;
     sources_.stayAwake.onChange = nullptr;
-    sources_.stats.onSample = nullptr;
-    sources_.stats.stop();
+    sources_.stats.hide(this);
 }
 
 int WidgetsSection::contentHeight(int) const {
@@ -76,14 +74,14 @@ void WidgetsSection::refreshWeather() {
 
 void WidgetsSection::showEvent(QShowEvent* event) {
     PanelSection::showEvent(event);
-    sources_.stats.start();
+    sources_.stats.show(this, [this] { statistics_->refresh(); });
     statistics_->refresh();
     weather_->refresh();
 }
 
 void WidgetsSection::hideEvent(QHideEvent* event) {
     PanelSection::hideEvent(event);
-    sources_.stats.stop();
+    sources_.stats.hide(this);
     statistics_->refresh();
 }
 

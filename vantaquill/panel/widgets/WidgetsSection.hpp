@@ -22,6 +22,7 @@ class StayAwake;
 class StayAwakeCard;
 class TeleprompterCard;
 class WeatherCard;
+class WeatherProvider;
 
 /// The panel's Widgets: a scrolling column of small cards (now playing, pomodoro, stay awake,
 /// statistics, teleprompter, weather). The statistics are sampled only while the section shows.
@@ -38,6 +39,8 @@ public:
         MediaController* media = nullptr;
         /// The last good forecast (`WeatherForecastFile::path` of the data folder).
         std::filesystem::path forecastFile;
+        /// Searches and chooses the place; null without one (the card then only shows the file).
+        WeatherProvider* weather = nullptr;
     };
 
     explicit WidgetsSection(Sources sources, QWidget* parent = nullptr);
