@@ -48,6 +48,7 @@
 #include "vantaquill/settings/StatusMenu.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
+#include "vantaquill/wayland/WaylandPasteKeystroke.hpp"
 #include "vantaquill/wayland/WaylandFullScreenWatcher.hpp"
 
 #include <QApplication>
@@ -588,6 +589,10 @@ int main(int argc, char** argv) {
         if (waylandClipboard)
             writeClipboard = [&waylandClipboard](const vq::ClipFlavours& flavours) { waylandClipboard->write(flavours); };
         shelfSection = new vq::ShelfSection(shelf, scheduler, writeClipboard);
+        // A layer-shell island starts drags out of the shelf itself; an X11 one leaves them to Qt.
+        shelfSection->startNativeDrag = [&islands](const vq::ClipFlavours& flavours, std::function<void()> finished) {
+            return islands && islands->startDrag(flavours, std::move(finished));
+        };
         panel->panel().addSection(shelfSection);
         shelf.onChange = [section = shelfSection] { section->refresh(); };
         auto* clipboardSection = new vq::ClipboardSection(clipboard, center, writeClipboard);
@@ -603,6 +608,22 @@ int main(int argc, char** argv) {
                     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
                     if (auto sent = vq::X11PasteKeystroke::send(x11 ? x11->connection() : nullptr); !sent)
                         printError("vantaquill: couldn't paste: " + sent.error());
+                });
+            };
+        }
+        // On a Wayland island the compositor's virtual keyboard types Ctrl+V (wlroots compositors);
+        // where there is none (GNOME, KDE) the clip waits on the clipboard and a HUD says so.
+        if (surface->kind == vq::IslandSurface::Kind::layerShell) {
+            clipboardSection->onCopiedBack = [&preferences, &center] {
+                if (!preferences.flag("clipboard.pasteDirectly"))
+                    return;
+                QTimer::singleShot(pasteDelayMs, [&center] {
+                    if (auto sent = vq::WaylandPasteKeystroke::send(); !sent) {
+                        printError("vantaquill: couldn't paste: " + sent.error());
+                        center.flash(brind::HUDEvent::make(brind::HUDEvent::Kind::custom, std::nullopt, true,
+                                                           "doc.on.clipboard.fill", "Copied: paste with Ctrl+V",
+                                                           std::nullopt));
+                    }
                 });
             };
         }

@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTimer>
+#include <QUrl>
 
 #include <array>
 
@@ -535,6 +536,53 @@ TEST_P(AgentsOnSway, ARequestIsDeniedWithATypedReasonFromTheKeyboard)
     EXPECT_TRUE(answer.contains("not on this machine")) << answer.toStdString();
     keyboard.kill();
     keyboard.waitForFinished(processTimeoutMs);
+}
+
+TEST_P(IslandOnSway, AFileDraggedOntoTheIslandJoinsTheShelf)
+{
+    const QRect closed = shapeWhen([](QRect shape) { return !shape.isEmpty(); });
+    ASSERT_FALSE(closed.isEmpty()) << "no island on the screen";
+    const auto file = home.path() / "dropped report.txt";
+    std::ofstream {file} << "quarterly figures\n";
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown();
+    }));
+
+    // A file manager's drag: pressed in its window, carried onto the island, let go there.
+    window.dragOnNextPress({{"text/uri-list", "file://" + QUrl::toPercentEncoding(QString::fromStdString(file.string()), "/").toStdString() + "\r\n"}});
+    ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
+    ASSERT_TRUE(sway->command("seat - cursor press button1"));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.presses() == 1;
+    }));
+    const auto over = [&](int dx) {
+        return sway->command("seat - cursor set " + std::to_string(closed.center().x() + dx) + " "
+                             + std::to_string(closed.center().y()));
+    };
+    ASSERT_TRUE(over(0));
+    ASSERT_TRUE(over(2));
+    // Taking it, the island opens on the shelf under the pointer.
+    const QRect open = shapeWhen([&](QRect shape) {
+        window.dispatch();
+        return shape.height() > 3 * closed.height();
+    });
+    ASSERT_GT(open.height(), 3 * closed.height()) << "the island did not open for the drag: " << describe(open);
+    ASSERT_TRUE(sway->command("seat - cursor release button1"));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        output += island.readAllStandardOutput();
+        return output.contains("shelf added");
+    })) << "nothing joined the shelf: " << island.readAllStandardError().toStdString();
+    EXPECT_TRUE(output.contains("title=\"dropped report.txt\"")) << output.toStdString();
+    EXPECT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.dragEnded() == std::optional(true);
+    })) << "the drop was not finished";
 }
 
 INSTANTIATE_TEST_SUITE_P(Housing, AgentsOnSway, ::testing::Values(std::string()),

@@ -43,6 +43,9 @@ public:
     void setContent(IslandContent* content);
     /// Takes what is dragged onto any island (the shelf); true when it can take it.
     void setDropHandler(std::function<bool(const IslandSurface::DropEvent&)> handler);
+    /// Drags `flavours` out of the island the user presses on, where its surface starts drags itself
+    /// (`IslandSurface::startDrag`); false leaves the drag to Qt.
+    bool startDrag(const ClipFlavours& flavours, std::function<void()> finished);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
 
