@@ -116,7 +116,14 @@ protected:
         environment.remove("QT_QPA_PLATFORM");
 
         island.setProcessEnvironment(environment);
-        island.start(QString(BRIND_BIN_DIR) + "/vantaquill-island", {"--port", "0"});
+        startIsland({});
+    }
+
+    /// Starts the island (again), with `extra` arguments, and waits until its SDK listens.
+    void startIsland(const QStringList& extra)
+    {
+        output.clear();
+        island.start(QString(BRIND_BIN_DIR) + "/vantaquill-island", QStringList {"--port", "0"} + extra);
         ASSERT_TRUE(island.waitForStarted(processTimeoutMs));
         ASSERT_TRUE(waitUntil([&] {
             output += island.readAllStandardOutput();
@@ -584,6 +591,65 @@ TEST_P(IslandOnSway, AFileDraggedOntoTheIslandJoinsTheShelf)
         return window.dragEnded() == std::optional(true);
     })) << "the drop was not finished";
 }
+
+class PasteOnSway : public AgentsOnSway {};
+
+TEST_P(PasteOnSway, AClipChosenFromTheHistoryIsPastedIntoTheWindowInUse)
+{
+    if (QStandardPaths::findExecutable("wtype").isEmpty() || QStandardPaths::findExecutable("wl-copy").isEmpty())
+        GTEST_SKIP() << "wtype or wl-copy is missing; scripts/setup installs them";
+    QProcess keyboard;
+    keyboard.setProcessEnvironment(environment);
+    keyboard.start("wtype", {"-s", "120000"});
+    ASSERT_TRUE(keyboard.waitForStarted(processTimeoutMs));
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown() && window.focused();
+    }));
+
+    // Two copies made elsewhere; the later one is what the clipboard holds.
+    const auto copy = [&](QProcess& process, const QString& text, int captured) {
+        process.setProcessEnvironment(environment);
+        process.start("wl-copy", {"--foreground", text});
+        return process.waitForStarted(processTimeoutMs) && waitUntil([&] {
+            output += island.readAllStandardOutput();
+            return output.count("clipboard: text") == captured;
+        });
+    };
+    QProcess first;
+    QProcess second;
+    ASSERT_TRUE(copy(first, "the first clip", 1)) << output.toStdString();
+    ASSERT_TRUE(copy(second, "the second clip", 2)) << output.toStdString();
+    first.kill();
+    first.waitForFinished();
+
+    // The island started again on its clipboard history, with the keyboard: the first clip is
+    // searched for and chosen with Enter.
+    island.terminate();
+    ASSERT_TRUE(island.waitForFinished(processTimeoutMs));
+    startIsland({"vantaquill://clipboard"});
+    ASSERT_FALSE(HasFatalFailure());
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return !window.focused();
+    })) << "the island did not take the keyboard";
+    ASSERT_TRUE(type({"first"}));
+    ASSERT_TRUE(type({"-k", "Return"}));
+    EXPECT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.pasted() == "the first clip";
+    })) << "pasted: \"" << window.pasted() << "\" " << island.readAllStandardError().toStdString();
+    for (QProcess* helper : {&second, &keyboard}) {
+        helper->kill();
+        helper->waitForFinished(processTimeoutMs);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Housing, PasteOnSway, ::testing::Values(std::string()),
+                         [](const auto&) { return std::string("Floating"); });
 
 INSTANTIATE_TEST_SUITE_P(Housing, AgentsOnSway, ::testing::Values(std::string()),
                          [](const auto&) { return std::string("Floating"); });
