@@ -648,6 +648,72 @@ TEST_P(PasteOnSway, AClipChosenFromTheHistoryIsPastedIntoTheWindowInUse)
     }
 }
 
+TEST_P(PasteOnSway, AShelfCardDraggedOutOfTheIslandLandsInAWindow)
+{
+    const auto file = home.path() / "shelved notes.txt";
+    std::ofstream {file} << "notes\n";
+    QProcess add;
+    QProcessEnvironment commandEnvironment = environment;
+    commandEnvironment.insert("VANTAQUILL_PORT", QString::number(port));
+    add.setProcessEnvironment(commandEnvironment);
+    add.start(QString(BRIND_BIN_DIR) + "/vantaquill", {"shelf", "add", QString::fromStdString(file.string())});
+    ASSERT_TRUE(add.waitForFinished(processTimeoutMs) && add.exitCode() == 0) << add.readAllStandardError().toStdString();
+
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown();
+    }));
+    island.terminate();
+    ASSERT_TRUE(island.waitForFinished(processTimeoutMs));
+    startIsland({"vantaquill://open?tab=shelf"});
+    ASSERT_FALSE(HasFatalFailure());
+    const QRect open = shapeWhen([](QRect shape) { return shape.height() > 150; });
+    ASSERT_GT(open.height(), 150) << "the island did not open on the shelf: " << describe(open);
+
+    // The card is the first band lighter than the island's black below the section buttons, in a
+    // column between its name and its buttons.
+    const auto shot = sway->screenshot();
+    ASSERT_TRUE(shot) << shot.error();
+    const int x = open.center().x() - 40;
+    int top = -1;
+    int bottom = -1;
+    for (int y = open.top() + 100; y < open.bottom() && bottom < 0; ++y) {
+        const QColor colour = shot->pixelColor(x, y);
+        const bool card = colour.red() > 16 && colour.red() < 90 && std::abs(colour.red() - colour.blue()) < 8;
+        if (card && top < 0)
+            top = y;
+        else if (!card && top >= 0)
+            bottom = y;
+    }
+    ASSERT_GT(bottom - top, 20) << "no shelf card found at x " << x;
+    const int y = (top + bottom) / 2;
+
+    // Pressed on the card, carried a little on the island (the drag starts), then over the window.
+    const auto pointer = [&](const std::string& action) { return sway->command("seat - cursor " + action); };
+    ASSERT_TRUE(pointer("set " + std::to_string(x) + " " + std::to_string(y)));
+    ASSERT_TRUE(pointer("press button1"));
+    // Moves, not jumps: sway sends the surface under the pointer no motion for a jump.
+    for (int step = 0; step < 3; ++step)
+        ASSERT_TRUE(sway->movePointer(10, 5));
+    ASSERT_TRUE(pointer("set 600 500"));
+    ASSERT_TRUE(sway->movePointer(10, 10));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.dragOver();
+    })) << "nothing was dragged over the window";
+    window.sync();
+    ASSERT_TRUE(pointer("release button1"));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return !window.dropped().empty();
+    })) << "nothing was dropped on the window";
+    const QByteArray uri = QUrl::fromLocalFile(QString::fromStdString(file.string())).toEncoded();
+    EXPECT_EQ(window.dropped(), uri.toStdString() + "\r\n");
+}
+
 INSTANTIATE_TEST_SUITE_P(Housing, PasteOnSway, ::testing::Values(std::string()),
                          [](const auto&) { return std::string("Floating"); });
 
