@@ -55,6 +55,22 @@ QRect islandShape(const QImage& image)
     return box;
 }
 
+/// The island's shape where a window covers the desktop's background: the bounding box of its
+/// black in the band where it hangs.
+QRect blackShape(const QImage& image)
+{
+    constexpr int bandHeight = 300;
+    constexpr int blackTolerance = 8;
+    QRect box;
+    for (int y = 0; y < std::min(bandHeight, image.height()); ++y)
+        for (int x = image.width() / 4; x < image.width() * 3 / 4; ++x) {
+            const QColor colour = image.pixelColor(x, y);
+            if (colour.red() <= blackTolerance && colour.green() <= blackTolerance && colour.blue() <= blackTolerance)
+                box |= QRect(x, y, 1, 1);
+        }
+    return box;
+}
+
 std::string describe(QRect shape)
 {
     return std::to_string(shape.width()) + "x" + std::to_string(shape.height()) + " at " + std::to_string(shape.x())
@@ -158,7 +174,8 @@ protected:
 
     /// The island's shape once it has come to rest (the same in two screenshots in a row) and
     /// `accept` holds for it, or the last shape seen.
-    QRect shapeWhen(const std::function<bool(QRect)>& accept)
+    QRect shapeWhen(const std::function<bool(QRect)>& accept,
+                    const std::function<QRect(const QImage&)>& measure = islandShape)
     {
         QRect shape;
         std::optional<QRect> previous;
@@ -166,7 +183,7 @@ protected:
             auto shot = sway->screenshot();
             if (!shot)
                 return false;
-            shape = islandShape(*shot);
+            shape = measure(*shot);
             const bool atRest = previous == shape;
             previous = shape;
             return atRest && accept(shape);
@@ -574,10 +591,12 @@ TEST_P(IslandOnSway, AFileDraggedOntoTheIslandJoinsTheShelf)
     ASSERT_TRUE(over(0));
     ASSERT_TRUE(over(2));
     // Taking it, the island opens on the shelf under the pointer.
-    const QRect open = shapeWhen([&](QRect shape) {
-        window.dispatch();
-        return shape.height() > 3 * closed.height();
-    });
+    const QRect open = shapeWhen(
+        [&](QRect shape) {
+            window.dispatch();
+            return shape.height() > 3 * closed.height();
+        },
+        blackShape);
     ASSERT_GT(open.height(), 3 * closed.height()) << "the island did not open for the drag: " << describe(open);
     ASSERT_TRUE(sway->command("seat - cursor release button1"));
     ASSERT_TRUE(waitUntil([&] {
@@ -670,7 +689,7 @@ TEST_P(PasteOnSway, AShelfCardDraggedOutOfTheIslandLandsInAWindow)
     ASSERT_TRUE(island.waitForFinished(processTimeoutMs));
     startIsland({"vantaquill://open?tab=shelf"});
     ASSERT_FALSE(HasFatalFailure());
-    const QRect open = shapeWhen([](QRect shape) { return shape.height() > 150; });
+    const QRect open = shapeWhen([](QRect shape) { return shape.height() > 150; }, blackShape);
     ASSERT_GT(open.height(), 150) << "the island did not open on the shelf: " << describe(open);
 
     // The card is the first band lighter than the island's black below the section buttons, in a
@@ -712,6 +731,9 @@ TEST_P(PasteOnSway, AShelfCardDraggedOutOfTheIslandLandsInAWindow)
     })) << "nothing was dropped on the window";
     const QByteArray uri = QUrl::fromLocalFile(QString::fromStdString(file.string())).toEncoded();
     EXPECT_EQ(window.dropped(), uri.toStdString() + "\r\n");
+    // The card went where the user took it: the island, kept open through the drag, closes.
+    const QRect after = shapeWhen([&](QRect shape) { return shape.height() < open.height() / 2; }, blackShape);
+    EXPECT_LT(after.height(), open.height() / 2) << "the island stayed open: " << describe(after);
 }
 
 INSTANTIATE_TEST_SUITE_P(Housing, PasteOnSway, ::testing::Values(std::string()),
