@@ -1,6 +1,5 @@
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 #include "vantaquill/wayland/WaylandDataDevice.hpp"
-#include "vantaquill/wayland/WaylandPasteKeystroke.hpp"
 
 #include "tests/wayland/SwaySession.hpp"
 #include "tests/wayland/TestWindow.hpp"
@@ -8,7 +7,6 @@
 #include <QEventLoop>
 #include <QGuiApplication>
 #include <QPainter>
-#include <QProcess>
 #include <QScreen>
 #include <QTimer>
 
@@ -482,77 +480,6 @@ TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram)
             EXPECT_EQ(drops.back().text, row.text);
             EXPECT_EQ(drops.back().position, QPointF(110, 25));
         }
-    }
-}
-
-TEST_F(LayerShellSurfaceTest, DragsOutFromAPressOnTheIsland)
-{
-    start();
-    show({200, 40});
-    screenshotShowing({640, 20}, islandColour);
-    auto opened = test::TestWindow::open(sway->waylandDisplay());
-    ASSERT_TRUE(opened) << opened.error();
-    auto& window = **opened;
-    ASSERT_TRUE(waitForWindow(window, [&] { return window.shown(); }));
-
-    const ClipFlavours flavours = {{"text/uri-list", "file:///tmp/shelf%20file.pdf\r\n"},
-                                   {"text/plain", "/tmp/shelf file.pdf"}};
-    // Without a press held there is nothing to start a drag from.
-    EXPECT_FALSE(surface->startDrag(flavours, [] {}));
-
-    bool started = false;
-    bool finished = false;
-    surface->onPointer = [&](const IslandSurface::PointerEvent& event) {
-        if (event.type == Type::press)
-            started = surface->startDrag(flavours, [&] { finished = true; });
-    };
-    ASSERT_TRUE(sway->command("seat - cursor set 640 20"));
-    ASSERT_TRUE(sway->command("seat - cursor press button1"));
-    ASSERT_TRUE(waitUntil([&] { return started; }));
-    ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
-    ASSERT_TRUE(sway->command("seat - cursor set 110 310"));
-    // The window has taken the offer before the button goes up.
-    ASSERT_TRUE(waitForWindow(window, [&] { return window.dragOver(); }));
-    window.sync();
-    ASSERT_TRUE(sway->command("seat - cursor release button1"));
-    ASSERT_TRUE(waitForWindow(window, [&] { return finished && !window.dropped().empty(); }));
-    EXPECT_EQ(window.dropped(), "file:///tmp/shelf%20file.pdf\r\n");
-}
-
-TEST(WaylandPasteKeystroke, PastesTheClipboardIntoTheFocusedWindow)
-{
-    if (const auto reason = SwaySession::unavailableReason(); !reason.empty())
-        GTEST_SKIP() << "no headless sway here: " << reason;
-    EXPECT_FALSE(WaylandPasteKeystroke::send("/nonexistent/wayland-9"));
-    auto session = SwaySession::start({});
-    ASSERT_TRUE(session) << session.error();
-    auto& sway = **session;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("WAYLAND_DISPLAY", QString::fromStdString(sway.waylandDisplay()));
-    // The headless seat has no keyboard of its own: one is plugged in for the whole test (a virtual
-    // keyboard that only waits), so the window has one when the paste's own keyboard comes and goes.
-    QProcess keyboard;
-    keyboard.setProcessEnvironment(environment);
-    keyboard.start("wtype", {"-s", "120000"});
-    ASSERT_TRUE(keyboard.waitForStarted());
-    auto opened = test::TestWindow::open(sway.waylandDisplay());
-    ASSERT_TRUE(opened) << opened.error();
-    auto& window = **opened;
-    ASSERT_TRUE(waitForWindow(window, [&] { return window.shown() && window.focused(); }));
-
-    // Something else put the text on the clipboard, as the island does when a clip is chosen.
-    QProcess copy;
-    copy.setProcessEnvironment(environment);
-    copy.start("wl-copy", {"--foreground", "pasted by the island"});
-    ASSERT_TRUE(copy.waitForStarted());
-    ASSERT_TRUE(waitForWindow(window, [&] { return window.hasClipboard(); }));
-
-    const auto sent = WaylandPasteKeystroke::send(sway.waylandDisplay());
-    ASSERT_TRUE(sent) << sent.error();
-    EXPECT_TRUE(waitForWindow(window, [&] { return window.pasted() == "pasted by the island"; })) << window.pasted();
-    for (QProcess* helper : {&copy, &keyboard}) {
-        helper->kill();
-        helper->waitForFinished();
     }
 }
 

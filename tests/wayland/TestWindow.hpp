@@ -48,8 +48,6 @@ public:
     int presses() const { return m_presses; }
     /// The window has the keyboard.
     bool focused() const { return m_focused; }
-    /// The compositor told the window what the clipboard holds.
-    bool hasClipboard() const { return m_selection != nullptr; }
     /// The text pasted with the last Ctrl+V, once read in full.
     const std::string& pasted() const { return m_pasted; }
     /// What the last drop on the window brought (a URI list), once read in full.
