@@ -614,12 +614,14 @@ int main(int argc, char** argv) {
         // On a Wayland island the compositor's virtual keyboard types Ctrl+V (wlroots compositors);
         // where there is none (GNOME, KDE) the clip waits on the clipboard and a HUD says so.
         if (surface->kind == vq::IslandSurface::Kind::layerShell) {
-            clipboardSection->onCopiedBack = [&preferences, &center] {
+            clipboardSection->onCopiedBack = [&preferences, &center, told = std::make_shared<bool>(false)] {
                 if (!preferences.flag("clipboard.pasteDirectly"))
                     return;
-                QTimer::singleShot(pasteDelayMs, [&center] {
+                QTimer::singleShot(pasteDelayMs, [&center, told] {
                     if (auto sent = vq::WaylandPasteKeystroke::send(); !sent) {
-                        printError("vantaquill: couldn't paste: " + sent.error());
+                        // Said once: a compositor without a virtual keyboard stays without one.
+                        if (!std::exchange(*told, true))
+                            printError("vantaquill: couldn't paste: " + sent.error());
                         center.flash(brind::HUDEvent::make(brind::HUDEvent::Kind::custom, std::nullopt, true,
                                                            "doc.on.clipboard.fill", "Copied: paste with Ctrl+V",
                                                            std::nullopt));
