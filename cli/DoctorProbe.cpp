@@ -1,4 +1,5 @@
 #include "cli/DoctorProbe.hpp"
+#include "cli/ProgramSearch.hpp"
 
 #include "BrindKit/foundation/AtomicFile.hpp"
 
@@ -8,8 +9,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
-#include <spawn.h>
 #include <sstream>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,19 +28,8 @@ std::optional<std::string> environment(const char* name) {
 }
 
 std::optional<std::string> onPath(const std::string& program) {
-    const auto path = environment("PATH");
-    if (!path)
-        return std::nullopt;
-    std::stringstream folders(*path);
-    std::string folder;
-    while (std::getline(folders, folder, ':')) {
-        if (folder.empty())
-            continue;
-        const auto candidate = std::filesystem::path(folder) / program;
-        if (::access(candidate.c_str(), X_OK) == 0)
-            return candidate.string();
-    }
-    return std::nullopt;
+    const auto found = ProgramSearch::find(program);
+    return found ? std::optional(found->string()) : std::nullopt;
 }
 
 // The island's own rule: DBUS_SESSION_BUS_ADDRESS, else the user bus socket; never a bus started

@@ -246,14 +246,19 @@ Check mpris(const DoctorFacts& facts) {
     return check;
 }
 
-Check systemService(const DoctorFacts& facts, std::string feature, std::string_view name, std::string use) {
+/// `without` names what the island reads instead when the service is missing, if anything.
+Check systemService(const DoctorFacts& facts, std::string feature, std::string_view name, std::string use,
+                    std::string_view without = {}) {
     Check check = named(std::move(feature), Need::optional);
+    const std::string instead = without.empty() ? "no " + use : use + " from " + std::string(without) + " instead";
+    if (!without.empty())
+        check.status = Status::partly;
     if (!facts.systemNames) {
-        check.summary = "the system bus doesn't answer: no " + use;
+        check.summary = "the system bus doesn't answer: " + instead;
         return check;
     }
     if (!contains(facts.systemNames, name)) {
-        check.summary = std::string(name) + " is not on the system bus: no " + use;
+        check.summary = std::string(name) + " is not on the system bus: " + instead;
         return check;
     }
     check.status = Status::works;
@@ -307,8 +312,10 @@ DoctorReport DoctorReport::from(const DoctorFacts& facts) {
                      hudKeys(facts),
                      sessionBus(facts),
                      mpris(facts),
-                     systemService(facts, "UPower", "org.freedesktop.UPower", "battery peeks"),
-                     systemService(facts, "NetworkManager", "org.freedesktop.NetworkManager", "network peeks"),
+                     systemService(facts, "UPower", "org.freedesktop.UPower", "battery peeks",
+                                   "the kernel's power-supply class"),
+                     systemService(facts, "NetworkManager", "org.freedesktop.NetworkManager", "network peeks",
+                                   "the kernel's routes (no Wi-Fi names or hotspots)"),
                      systemService(facts, "logind", "org.freedesktop.login1", "lock-screen and stay-awake"),
                      systemService(facts, "GeoClue", "org.freedesktop.GeoClue2", "weather for where you are"),
                      housing()};

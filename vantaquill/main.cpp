@@ -34,7 +34,9 @@
 #include "vantaquill/island/X11FullScreenWatcher.hpp"
 #include "vantaquill/island/X11IslandSurface.hpp"
 #include "vantaquill/island/faces/FaceFonts.hpp"
+#include "vantaquill/providers/BatteryProvider.hpp"
 #include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/NetworkProvider.hpp"
 #include "vantaquill/providers/PomodoroController.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
 #include "vantaquill/providers/ThemeSound.hpp"
@@ -438,13 +440,18 @@ int main(int argc, char** argv) {
     vq::ShelfStore shelf(dataFolder);
     vq::ShelfSection* shelfSection = nullptr;
     // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does;
-    // the island opens on the shelf while they hover.
+    // the island opens on the shelf when they come near the notch or are shaken over the island.
     if (islands) {
+        islands->setShelfGestureHandler([&](vq::ShelfDragGestures::Gesture gesture) {
+            if (!shelfSection)
+                return;
+            panel->panel().showSection(shelfSection);
+            display.line(gesture == vq::ShelfDragGestures::Gesture::shake ? "shelf shown for a shake"
+                                                                          : "shelf shown for a drag near the notch");
+        });
         islands->setDropHandler([&](const vq::IslandSurface::DropEvent& event) {
             if (event.files.empty() && event.text.empty())
                 return false;
-            if (event.type == vq::IslandSurface::DropEvent::Type::enter && shelfSection)
-                panel->panel().showSection(shelfSection);
             if (event.type != vq::IslandSurface::DropEvent::Type::drop)
                 return true;
             std::vector<brind::ShelfEntry> added;
@@ -574,16 +581,26 @@ int main(int argc, char** argv) {
         display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
                                                                 : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
     };
-    const auto x11Clipboard =
-        vq::X11ClipboardWatcher::available() ? std::make_unique<vq::X11ClipboardWatcher>(clipboard) : nullptr;
+    // The primary selection (text selected with the pointer) is recorded only when the user asks.
+    const bool watchPrimary = preferences.flag("clipboard.watchPrimary");
+    const auto x11Clipboard = vq::X11ClipboardWatcher::available()
+                                  ? std::make_unique<vq::X11ClipboardWatcher>(clipboard, watchPrimary)
+                                  : nullptr;
     std::unique_ptr<vq::WaylandClipboardWatcher> waylandClipboard;
     if (surface && !x11Clipboard && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard);
+        auto watcher = vq::WaylandClipboardWatcher::connect(clipboard, watchPrimary);
         if (watcher)
             waylandClipboard = std::move(*watcher);
         else
             printError("vantaquill: the clipboard is not watched: " + watcher.error());
     }
+    preferences.onChange([&] {
+        const bool watch = preferences.flag("clipboard.watchPrimary");
+        if (x11Clipboard)
+            x11Clipboard->setWatchPrimary(watch);
+        if (waylandClipboard)
+            waylandClipboard->setWatchPrimary(watch);
+    });
     if (panel) {
         vq::ClipboardWriter writeClipboard = vq::QtClipboard::write;
         if (waylandClipboard)
@@ -660,6 +677,22 @@ int main(int argc, char** argv) {
     };
     followVolume();
     preferences.onChange(followVolume);
+
+    // Network and battery peeks: each its own source, started while its preferences want it. The
+    // network's kinds and names are read at every change, so only all kinds off stops it.
+    center.registerProvider(std::make_unique<vq::NetworkProvider>(
+        scheduler, [&preferences](std::string_view key) { return std::optional(preferences.flag(key)); }, printError));
+    center.registerProvider(std::make_unique<vq::BatteryProvider>(scheduler, options->sysClass, printError));
+    const auto followPeeks = [&center, &preferences] {
+        const bool network = std::ranges::any_of(brind::NetworkPeek::allKinds, [&preferences](brind::NetworkPeek::Kind kind) {
+            return preferences.flag("activities.network." + std::string(brind::name(kind)));
+        });
+        const auto follow = [&center](std::string_view id, bool on) { on ? center.start(id) : center.stop(id); };
+        follow(vq::NetworkProvider::providerID, network);
+        follow(vq::BatteryProvider::providerID, preferences.flag("activities.battery"));
+    };
+    followPeeks();
+    preferences.onChange(followPeeks);
 
     // The URL the island was started with, once every view it may name exists.
     if (!options->url.isEmpty())

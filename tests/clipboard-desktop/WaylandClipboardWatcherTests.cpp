@@ -47,6 +47,16 @@ protected:
         ASSERT_EQ(copier.exitCode(), 0) << copier.readAllStandardError().toStdString();
     }
 
+    // Another client (wl-copy) takes the primary selection.
+    void select(const QByteArray& text) {
+        QProcess copier;
+        copier.start("wl-copy", {"--primary"});
+        copier.write(text);
+        copier.closeWriteChannel();
+        ASSERT_TRUE(clipboardtest::waitUntil([&] { return copier.state() == QProcess::NotRunning; }));
+        ASSERT_EQ(copier.exitCode(), 0) << copier.readAllStandardError().toStdString();
+    }
+
     bool heardCopy(std::size_t recordedBefore, int skipsBefore) {
         return clipboardtest::waitUntil(
             [&] { return store->history().items().size() > recordedBefore || skips > skipsBefore; });
@@ -109,6 +119,20 @@ TEST_F(WaylandClipboardWatcherTests, CopiesBackEveryFlavourWithoutRecordingItAga
     EXPECT_EQ(paste("text/uri-list"), "file:///tmp/kept.txt\r\n");
     EXPECT_EQ(paste("x-special/gnome-copied-files"), "copy\nfile:///tmp/kept.txt");
     EXPECT_EQ(store->history().items().size(), 2u);
+}
+
+TEST_F(WaylandClipboardWatcherTests, ThePrimarySelectionIsRecordedOnlyWhenAsked) {
+    select("selected but not wanted");
+    // Longer than the selection's settling time: had it been read, it would be in by now.
+    clipboardtest::waitUntil([] { return false; }, std::chrono::milliseconds(3 * WaylandClipboardWatcher::primarySettleMs));
+    copy("text/plain;charset=utf-8", "copied on purpose");
+    ASSERT_TRUE(heardCopy(0, skips));
+    EXPECT_EQ(store->history().items().size(), 1u);
+
+    watcher->setWatchPrimary(true);
+    select("selected with the pointer");
+    ASSERT_TRUE(heardCopy(1, skips));
+    EXPECT_EQ(store->history().items().front().text, "selected with the pointer");
 }
 
 } // namespace

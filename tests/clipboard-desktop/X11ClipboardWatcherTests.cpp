@@ -38,6 +38,13 @@ protected:
         ASSERT_EQ(clipboardtest::display()->run({"xclip", "-selection", "clipboard", "-t", type, "-i", file.string()}), 0);
     }
 
+    // Another application (xclip) takes the PRIMARY selection: text selected with the pointer.
+    void select(const std::string& text) {
+        const fs::path file = temporary.path() / "selected";
+        std::ofstream(file, std::ios::binary) << text;
+        ASSERT_EQ(clipboardtest::display()->run({"xclip", "-selection", "primary", "-i", file.string()}), 0);
+    }
+
     // Waits for the store to record or skip one more copy.
     bool heardCopy(std::size_t recordedBefore, int skipsBefore) {
         return clipboardtest::waitUntil(
@@ -150,6 +157,25 @@ TEST_F(X11ClipboardWatcherTests, CopiesBackWhatOthersCanPasteWithoutRecordingItA
 
     EXPECT_EQ(paste("UTF8_STRING"), "older clip");
     EXPECT_EQ(paste("text/plain"), "older clip");
+}
+
+TEST_F(X11ClipboardWatcherTests, ThePrimarySelectionIsRecordedOnlyWhenAskedAndOnceTheButtonIsUp) {
+    select("selected but not wanted");
+    // Longer than the selection's settling time: had it been read, it would be in by now.
+    clipboardtest::waitUntil([] { return false; }, std::chrono::milliseconds(3 * X11ClipboardWatcher::primarySettleMs));
+    copy("UTF8_STRING", "copied on purpose");
+    ASSERT_TRUE(heardCopy(0, 0));
+    EXPECT_EQ(store->history().items().size(), 1u);
+
+    watcher->setWatchPrimary(true);
+    // A selection still being made with the button held is not read, however long it takes.
+    ASSERT_EQ(clipboardtest::display()->run({"xdotool", "mousemove", "5", "5", "mousedown", "1"}), 0);
+    select("selected with the pointer");
+    clipboardtest::waitUntil([] { return false; }, std::chrono::milliseconds(3 * X11ClipboardWatcher::primarySettleMs));
+    EXPECT_EQ(store->history().items().size(), 1u);
+    ASSERT_EQ(clipboardtest::display()->run({"xdotool", "mouseup", "1"}), 0);
+    ASSERT_TRUE(heardCopy(1, 0));
+    EXPECT_EQ(store->history().items().front().text, "selected with the pointer");
 }
 
 } // namespace

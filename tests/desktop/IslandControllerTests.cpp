@@ -191,5 +191,53 @@ TEST_F(IslandControllerTest, ReducedMotionEasesInAndOutOverItsDuration) {
     EXPECT_EQ(controller->scene().outline, open);
 }
 
+TEST_F(IslandControllerTest, ADragOpensOnTheShelfNearTheNotchOrWhenShakenOverTheIsland) {
+    using Drop = IslandSurface::DropEvent;
+    using Gesture = ShelfDragGestures::Gesture;
+    bool takes = false;
+    std::vector<Gesture> gestures;
+    const auto watch = [&] {
+        controller->onDrop = [&](const Drop&) { return takes; };
+        controller->onShelfGesture = [&](Gesture gesture) { gestures.push_back(gesture); };
+    };
+    watch();
+    const QRectF notch = controller->scene().outline;
+
+    // Something the island cannot take passes over it without a trace.
+    controller->drop({Drop::Type::enter, notch.center(), {}, {}});
+    controller->drop({Drop::Type::leave, {}, {}, {}});
+    EXPECT_EQ(controller->state(), IslandState::closed);
+
+    takes = true;
+    controller->drop({Drop::Type::enter, notch.center(), {"/tmp/report.pdf"}, {}});
+    EXPECT_EQ(controller->state(), IslandState::expanded);
+    controller->drop({Drop::Type::move, notch.center() + QPointF(3, 0), {"/tmp/report.pdf"}, {}});
+    EXPECT_EQ(gestures, std::vector{Gesture::nearNotch}) << "the shelf is brought up once, not on every move";
+    controller->drop({Drop::Type::drop, notch.center(), {"/tmp/report.pdf"}, {}});
+
+    // Over the open panel, away from the notch, only a shake brings the shelf up; a second shake
+    // inside the cooldown does not.
+    gestures.clear();
+    const QPointF below(notch.center().x(), notch.bottom() + 3 * brind::ShelfDragTracker::defaultReach);
+    controller->drop({Drop::Type::enter, below, {"/tmp/report.pdf"}, {}});
+    EXPECT_TRUE(gestures.empty());
+    for (int swing = 1; swing <= 12; ++swing) {
+        scheduler.advance(0.04);
+        controller->drop({Drop::Type::move, below + QPointF(swing % 2 ? -50 : 50, 0), {"/tmp/report.pdf"}, {}});
+    }
+    EXPECT_EQ(gestures, std::vector{Gesture::shake});
+
+    // The widest shake is needed at the least sensitive setting: 50 points each way is not enough.
+    makeController({.shakeSensitivity = 2});
+    watch();
+    gestures.clear();
+    controller->drop({Drop::Type::enter, below, {"/tmp/report.pdf"}, {}});
+    for (int swing = 1; swing <= 12; ++swing) {
+        scheduler.advance(0.04);
+        controller->drop({Drop::Type::move, below + QPointF(swing % 2 ? -25 : 25, 0), {"/tmp/report.pdf"}, {}});
+    }
+    EXPECT_TRUE(gestures.empty());
+}
+
 } // namespace
 } // namespace vq

@@ -143,6 +143,40 @@ TEST_F(WithOtherProgram, ALinkDraggedOntoTheIslandBecomesALinkEntry) {
     EXPECT_NE(shelf.find("example.org"), std::string::npos) << shelf;
 }
 
+TEST_F(WithOtherProgram, AShakeOfADragOverTheOpenPanelBringsUpTheShelf) {
+    startIsland("vantaquill://open?tab=clipboard");
+    const auto panel = openIsland();
+    ASSERT_TRUE(panel) << "the island did not open";
+    const auto file = home.path() / "shaken.txt";
+    std::ofstream(file) << "shaken\n";
+    // The drag source does not take the keyboard, so the island opened on the clipboard stays open.
+    const auto output = startOther(source, 100, 500, {"--file", file.string()}, "drag source");
+    display->run({"xdotool", "mousemove", "200", "600", "mousedown", "1"});
+    // Up from below into the panel's lower part, far from the notch at the top.
+    const QPoint over(panel->center().x(), panel->bottom() - 30);
+    for (int step = 1; step <= 10; ++step) {
+        display->run({"xdotool", "mousemove", std::to_string(200 + (over.x() - 200) * step / 10),
+                      std::to_string(600 + (over.y() - 600) * step / 10)});
+        std::this_thread::sleep_for(60ms);
+    }
+    // Quick swings of 140 pixels, in one xdotool so that they come as fast as a hand's.
+    std::vector<std::string> shake{"xdotool"};
+    for (int swing = 0; swing < 8; ++swing)
+        for (const std::string& word : {std::string("mousemove"), std::to_string(over.x() + (swing % 2 ? 70 : -70)),
+                                        std::to_string(over.y()), std::string("sleep"), std::string("0.05")})
+            shake.push_back(word);
+    bool shown = false;
+    for (int attempt = 0; attempt < 4 && !shown; ++attempt) {
+        display->run(shake);
+        shown = island->waitForLine("shelf shown for a shake", 2s).has_value();
+    }
+    display->run({"xdotool", "mouseup", "1"});
+    EXPECT_TRUE(waitForText(output, "drag ended"));
+    EXPECT_TRUE(shown) << island->errors();
+    for (const std::string& line : island->lines())
+        EXPECT_EQ(line.find("near the notch"), std::string::npos) << "the drag came nowhere near the notch: " << line;
+}
+
 /// The card of the first shelf entry: the panel's card colour inside the island.
 std::optional<QRect> firstCard(const QImage& image) {
     std::optional<QRect> bounds;
@@ -207,6 +241,19 @@ TEST_F(WithOtherProgram, TheHotKeyOpensTheHistoryOverTheWindowInUseAndPastesTher
     ASSERT_TRUE(openIsland()) << "the hot key did not open the island";
     display->run({"xdotool", "key", "Return"});
     EXPECT_TRUE(waitForText(typed, "text chosen with the hot key")) << readFile(typed);
+}
+
+TEST_F(WithOtherProgram, CtrlAndADigitPasteThatClipWhereTheUserWas) {
+    startIsland();
+    EXPECT_EQ(std::system(("printf 'the older clip' | DISPLAY=" + display->name() + " xclip -selection clipboard -i")
+                              .c_str()),
+              0);
+    EXPECT_TRUE(island->waitForLine("clipboard: text the older clip", 10s)) << island->errors();
+    const auto typed = copyThenWorkInAField("the newer clip");
+    display->run({"xdotool", "key", "super+shift+v"});
+    ASSERT_TRUE(openIsland()) << "the hot key did not open the island";
+    display->run({"xdotool", "key", "ctrl+2"});
+    EXPECT_TRUE(waitForText(typed, "text the older clip")) << readFile(typed);
 }
 
 } // namespace

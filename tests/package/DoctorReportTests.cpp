@@ -38,9 +38,14 @@ DoctorFacts swayWithEverything() {
 TEST(DoctorReport, BareMachineReportsEveryMissingPiece) {
     const auto report = DoctorReport::from(DoctorFacts{});
     EXPECT_FALSE(report.essentialsWork());
-    for (const char* feature : {"session", "placement", "clipboard", "HUD keys", "session bus", "MPRIS", "UPower",
-                                "NetworkManager", "logind", "GeoClue"})
+    for (const char* feature : {"session", "placement", "clipboard", "HUD keys", "session bus", "MPRIS", "logind",
+                                "GeoClue"})
         EXPECT_EQ(checkNamed(report, feature).status, Status::missing) << feature;
+    // The peeks read the kernel without their services.
+    EXPECT_EQ(checkNamed(report, "UPower").status, Status::partly);
+    EXPECT_EQ(checkNamed(report, "UPower").summary,
+              "the system bus doesn't answer: battery peeks from the kernel's power-supply class instead");
+    EXPECT_EQ(checkNamed(report, "NetworkManager").status, Status::partly);
     // With no compositor to name, the bindings of all four are offered.
     const auto& keys = checkNamed(report, "HUD keys").lines;
     for (const char* header : {"sway/config", "hyprland.conf", "GNOME", "KDE"})

@@ -9,6 +9,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QKeySequence>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
@@ -143,6 +144,68 @@ TEST_F(ClipboardSectionTests, DownMovesIntoTheListWhereEnterCopiesTheChosenRow) 
 
     QTest::keyClick(section->list(), Qt::Key_Up);
     EXPECT_TRUE(section->searchField()->hasFocus()) << "Up from the first row goes back to the field";
+}
+
+TEST_F(ClipboardSectionTests, CtrlAndADigitCopyThatRowBackFromTheFieldOrTheList) {
+    for (int n = 10; n >= 1; --n)
+        copy("clip " + std::to_string(n));
+    const auto pinned = copy("pinned clip");
+    store.setPinned(pinned.id, true);
+    show();
+
+    const auto& model = static_cast<const ClipListModel&>(*section->list()->model());
+    ASSERT_EQ(model.rows().size(), 11u);
+    EXPECT_EQ(model.rows()[0].shortcut, "Ctrl+1");
+    EXPECT_EQ(model.rows()[8].shortcut, "Ctrl+9");
+    EXPECT_TRUE(model.rows()[9].shortcut.isEmpty()) << "only nine rows have a quick key";
+
+    enum class Where { field, list };
+    const struct {
+        Where where;
+        std::string query;
+        Qt::Key key;
+        Qt::KeyboardModifiers modifiers;
+        std::optional<std::string> copied; // nothing: the key copies nothing and the island stays open
+    } cases[] = {
+        {Where::field, "", Qt::Key_1, Qt::ControlModifier, "pinned clip"},
+        {Where::field, "", Qt::Key_3, Qt::ControlModifier | Qt::KeypadModifier, "clip 2"},
+        {Where::list, "", Qt::Key_9, Qt::ControlModifier, "clip 8"},
+        // The digits name the rows as the search shows them, best match first.
+        {Where::field, "clip 1", Qt::Key_2, Qt::ControlModifier, "clip 10"},
+        {Where::field, "clip 1", Qt::Key_3, Qt::ControlModifier, std::nullopt},
+        {Where::list, "", Qt::Key_0, Qt::ControlModifier, std::nullopt},
+    };
+    for (const auto& test : cases) {
+        section->searchField()->setText(QString::fromStdString(test.query));
+        QGuiApplication::clipboard()->clear();
+        const int closesBefore = closeRequests;
+        QWidget* target = test.where == Where::field ? static_cast<QWidget*>(section->searchField()) : section->list();
+        QTest::keyClick(target, test.key, test.modifiers);
+        const std::string label = test.query + " / " + QKeySequence(test.key).toString().toStdString();
+        if (!test.copied) {
+            EXPECT_EQ(closeRequests, closesBefore) << label;
+            EXPECT_TRUE(QGuiApplication::clipboard()->text().isEmpty()) << label;
+            EXPECT_EQ(section->searchField()->text().toStdString(), test.query) << "the digit is not typed: " << label;
+            continue;
+        }
+        EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), *test.copied) << label;
+        EXPECT_EQ(closeRequests, closesBefore + 1) << label;
+    }
+}
+
+TEST_F(ClipboardSectionTests, ArrowsStopAtTheEndsAndCtrlPPinsFromTheField) {
+    const auto older = copy("older");
+    copy("newer");
+    show();
+    section->list()->setFocus();
+    for (int press = 0; press < 4; ++press)
+        QTest::keyClick(section->list(), Qt::Key_Down);
+    EXPECT_EQ(section->list()->currentIndex().row(), 1) << "Down on the last row does not wrap round";
+
+    QTest::keyClicks(section->searchField(), "old");
+    QTest::keyClick(section->searchField(), Qt::Key_P, Qt::ControlModifier);
+    EXPECT_TRUE(store.history().item(older.id)->pinned);
+    EXPECT_EQ(section->searchField()->text(), "old") << "Ctrl+P types nothing";
 }
 
 TEST_F(ClipboardSectionTests, ANewCopyTakesTheSelectionUnlessTheUserMovedIt) {

@@ -18,6 +18,7 @@
 #include <map>
 #include <pthread.h>
 #include <thread>
+#include <utility>
 #include <unistd.h>
 
 namespace vq {
@@ -71,9 +72,8 @@ struct WaylandClipboardWatcher::Connection {
 
     // Offers introduced and the types each lists so far.
     std::map<wl_proxy*, std::vector<std::string>> offers;
-    wl_proxy* selection = nullptr;
 
-    // The reading of the current selection: one pipe per type.
+    // The reading of a selection: one pipe per type.
     struct Read {
         std::string type;
         int fd = -1;
@@ -91,19 +91,35 @@ struct WaylandClipboardWatcher::Connection {
             notifier.release()->deleteLater();
         }
     };
-    std::vector<std::unique_ptr<Read>> reads;
-    QTimer readTimer;
+    // One selection (the clipboard, or the primary one) and its reading: a newer offer abandons the
+    // reading of an older one, and a source that has not finished in time is given up on.
+    struct Slot {
+        wl_proxy* offer = nullptr;
+        std::vector<std::unique_ptr<Read>> reads;
+        QTimer readTimer;
+        // The primary selection is read once it has stayed the same a while (see `watchPrimary`).
+        QTimer settle;
+    };
+    Slot clipboard;
+    Slot primary;
+    bool watchPrimary = false;
 
     // The island's own selections, and the flavours each writes.
     std::map<wl_proxy*, ClipFlavours> sources;
 
     explicit Connection(ClipboardStore& store) : store(store) {
-        readTimer.setSingleShot(true);
-        QObject::connect(&readTimer, &QTimer::timeout, [this] { abandonReads(); });
+        for (Slot* slot : {&clipboard, &primary}) {
+            slot->readTimer.setSingleShot(true);
+            QObject::connect(&slot->readTimer, &QTimer::timeout, [this, slot] { abandonReads(*slot); });
+        }
+        primary.settle.setSingleShot(true);
+        primary.settle.setInterval(WaylandClipboardWatcher::primarySettleMs);
+        QObject::connect(&primary.settle, &QTimer::timeout, [this] { read(primary); });
     }
 
     ~Connection() {
-        abandonReads();
+        abandonReads(clipboard);
+        abandonReads(primary);
         for (auto& [source, flavours] : sources)
             destroyProxy(source, ZWLR_DATA_CONTROL_SOURCE_V1_DESTROY);
         for (auto& [offer, types] : offers)
@@ -123,9 +139,26 @@ struct WaylandClipboardWatcher::Connection {
 
     void flush() { pump->flush(); }
 
-    void abandonReads() {
-        readTimer.stop();
-        reads.clear();
+    void abandonReads(Slot& slot) {
+        slot.readTimer.stop();
+        slot.reads.clear();
+    }
+
+    // Releases an offer no selection holds any more.
+    void release(wl_proxy* offer) {
+        if (!offer || offer == clipboard.offer || offer == primary.offer)
+            return;
+        offers.erase(offer);
+        destroyProxy(offer, ZWLR_DATA_CONTROL_OFFER_V1_DESTROY);
+    }
+
+    // A new offer for the slot's selection (none: the selection was cleared).
+    void replace(Slot& slot, wl_proxy* offer) {
+        abandonReads(slot);
+        slot.settle.stop();
+        wl_proxy* previous = std::exchange(slot.offer, offer);
+        if (previous != offer)
+            release(previous);
     }
 
     static void global(void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t version) {
@@ -156,7 +189,9 @@ struct WaylandClipboardWatcher::Connection {
         wl_proxy_add_listener(offer, reinterpret_cast<void (**)(void)>(const_cast<OfferListener*>(&offerListener)), self);
     }
     static void selectionChanged(void* data, wl_proxy*, wl_proxy* offer) {
-        static_cast<Connection*>(data)->select(offer);
+        auto* self = static_cast<Connection*>(data);
+        self->replace(self->clipboard, offer);
+        self->read(self->clipboard);
     }
     static void finished(void* data, wl_proxy*) {
         auto* self = static_cast<Connection*>(data);
@@ -164,12 +199,16 @@ struct WaylandClipboardWatcher::Connection {
         self->device = nullptr;
     }
     static void primarySelection(void* data, wl_proxy*, wl_proxy* offer) {
-        // The primary selection is not recorded; its offer is released at once.
         auto* self = static_cast<Connection*>(data);
-        if (offer && offer != self->selection) {
-            self->offers.erase(offer);
-            destroyProxy(offer, ZWLR_DATA_CONTROL_OFFER_V1_DESTROY);
+        self->replace(self->primary, offer);
+        // Unless it is recorded, the primary selection's offer is released at once.
+        if (!self->watchPrimary) {
+            self->replace(self->primary, nullptr);
+            return;
         }
+        // Each change restarts the wait: a selection being widened is read once it holds still.
+        if (offer)
+            self->primary.settle.start();
     }
     struct DeviceListener {
         void (*dataOffer)(void*, wl_proxy*, wl_proxy*);
@@ -225,13 +264,10 @@ struct WaylandClipboardWatcher::Connection {
     };
     static constexpr SourceListener sourceListener{&send, &cancelled};
 
-    void select(wl_proxy* offer) {
-        abandonReads();
-        if (selection && selection != offer) {
-            offers.erase(selection);
-            destroyProxy(selection, ZWLR_DATA_CONTROL_OFFER_V1_DESTROY);
-        }
-        selection = offer;
+    // Reads the slot's offer, through one pipe per type the history uses.
+    void read(Slot& slot) {
+        abandonReads(slot);
+        wl_proxy* offer = slot.offer;
         if (!offer)
             return;
         const std::vector<std::string>& types = offers[offer];
@@ -254,19 +290,19 @@ struct WaylandClipboardWatcher::Connection {
             read->fd = pipe[0];
             read->notifier = std::make_unique<QSocketNotifier>(pipe[0], QSocketNotifier::Read);
             QObject::connect(read->notifier.get(), &QSocketNotifier::activated,
-                             [this, raw = read.get()] { readMore(raw); });
-            reads.push_back(std::move(read));
+                             [this, &slot, raw = read.get()] { readMore(slot, raw); });
+            slot.reads.push_back(std::move(read));
         }
         flush();
-        if (reads.empty()) {
+        if (slot.reads.empty()) {
             // Nothing the history can use, but a change all the same: the store says why it skips.
             store.capture(ClipFlavourMapping::snapshot({}, types));
             return;
         }
-        readTimer.start(readTimeoutMs);
+        slot.readTimer.start(readTimeoutMs);
     }
 
-    void readMore(Read* read) {
+    void readMore(Slot& slot, Read* read) {
         char buffer[65536];
         for (;;) {
             const ssize_t count = ::read(read->fd, buffer, sizeof buffer);
@@ -284,17 +320,17 @@ struct WaylandClipboardWatcher::Connection {
         read->notifier->setEnabled(false);
         ::close(read->fd);
         read->fd = -1;
-        if (std::ranges::all_of(reads, [](const auto& each) { return each->fd < 0; }))
-            readsDone();
+        if (std::ranges::all_of(slot.reads, [](const auto& each) { return each->fd < 0; }))
+            readsDone(slot);
     }
 
-    void readsDone() {
-        readTimer.stop();
+    void readsDone(Slot& slot) {
+        slot.readTimer.stop();
         ClipFlavours flavours;
-        for (auto& read : reads)
+        for (auto& read : slot.reads)
             flavours.push_back({read->type, std::move(read->data)});
-        reads.clear();
-        const brind::ClipSnapshot snapshot = ClipFlavourMapping::snapshot(flavours, offers[selection]);
+        slot.reads.clear();
+        const brind::ClipSnapshot snapshot = ClipFlavourMapping::snapshot(flavours, offers[slot.offer]);
         store.capture(snapshot);
     }
 };
@@ -304,8 +340,10 @@ WaylandClipboardWatcher::WaylandClipboardWatcher(ClipboardStore&, std::unique_pt
 
 WaylandClipboardWatcher::~WaylandClipboardWatcher() = default;
 
-std::expected<std::unique_ptr<WaylandClipboardWatcher>, std::string> WaylandClipboardWatcher::connect(ClipboardStore& store) {
+std::expected<std::unique_ptr<WaylandClipboardWatcher>, std::string> WaylandClipboardWatcher::connect(ClipboardStore& store,
+                                                                                                     bool watchPrimary) {
     auto connection = std::make_unique<Connection>(store);
+    connection->watchPrimary = watchPrimary;
     connection->display = wl_display_connect(nullptr);
     if (!connection->display)
         return std::unexpected("no Wayland display to connect to");
@@ -329,6 +367,12 @@ std::expected<std::unique_ptr<WaylandClipboardWatcher>, std::string> WaylandClip
     // The current selection arrives with the device; it is read like any later one.
     wl_display_roundtrip(connection->display);
     return std::unique_ptr<WaylandClipboardWatcher>(new WaylandClipboardWatcher(store, std::move(connection)));
+}
+
+void WaylandClipboardWatcher::setWatchPrimary(bool watch) {
+    connection->watchPrimary = watch;
+    if (!watch)
+        connection->replace(connection->primary, nullptr);
 }
 
 void WaylandClipboardWatcher::write(const ClipFlavours& flavours) {

@@ -7,13 +7,51 @@
 #include <QGuiApplication>
 #include <QMimeData>
 
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+
 namespace vq {
 
-X11ClipboardWatcher::X11ClipboardWatcher(ClipboardStore& store) : store(store) {
+X11ClipboardWatcher::X11ClipboardWatcher(ClipboardStore& store, bool watchPrimary)
+    : store(store), watchPrimary(watchPrimary) {
+    primarySettle.setSingleShot(true);
+    primarySettle.setInterval(primarySettleMs);
+    connect(&primarySettle, &QTimer::timeout, this, [this] { primarySettled(); });
     connect(QGuiApplication::clipboard(), &QClipboard::changed, this, [this](QClipboard::Mode mode) {
         if (mode == QClipboard::Clipboard)
             readClipboard();
+        // Text selected in the island's own fields is not a copy; each change restarts the wait.
+        else if (mode == QClipboard::Selection && this->watchPrimary && !QGuiApplication::clipboard()->ownsSelection())
+            primarySettle.start();
     });
+}
+
+void X11ClipboardWatcher::setWatchPrimary(bool watch) {
+    watchPrimary = watch;
+    if (!watch)
+        primarySettle.stop();
+}
+
+void X11ClipboardWatcher::primarySettled() {
+    // A button still held is a selection still being made: look again after another wait.
+    auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    if (xcb_connection_t* connection = x11 ? x11->connection() : nullptr) {
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+        if (xcb_query_pointer_reply_t* pointer =
+                xcb_query_pointer_reply(connection, xcb_query_pointer(connection, screen->root), nullptr)) {
+            constexpr std::uint16_t buttons = XCB_KEY_BUT_MASK_BUTTON_1 | XCB_KEY_BUT_MASK_BUTTON_2 |
+                                              XCB_KEY_BUT_MASK_BUTTON_3;
+            const bool held = pointer->mask & buttons;
+            std::free(pointer);
+            if (held) {
+                primarySettle.start();
+                return;
+            }
+        }
+    }
+    if (watchPrimary && !QGuiApplication::clipboard()->ownsSelection())
+        readClipboard(QClipboard::Selection);
 }
 
 bool X11ClipboardWatcher::available() {
@@ -21,8 +59,8 @@ bool X11ClipboardWatcher::available() {
            QGuiApplication::platformName() == QLatin1String("xcb");
 }
 
-void X11ClipboardWatcher::readClipboard() {
-    const QMimeData* data = QGuiApplication::clipboard()->mimeData(QClipboard::Clipboard);
+void X11ClipboardWatcher::readClipboard(QClipboard::Mode mode) {
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData(mode);
     if (!data)
         return;
     std::vector<std::string> offered;

@@ -33,7 +33,7 @@ double easeInOut(double x) {
 IslandController::IslandController(LiveActivityCenter& center, Scheduler& scheduler, IslandSurface& surface,
                                    brind::IslandLayout::TextMeasure measure, Settings settings)
     : center_(center), scheduler_(scheduler), surface_(surface), measure_(std::move(measure)),
-      settings_(settings) {
+      settings_(settings), gestures_(settings.shakeSensitivity) {
     surface_.onFrame = [this](double time) { frame(time); };
     surface_.paint = [this](QPainter& painter) {
         IslandView::paint(painter, scene_, [this](QPainter& inside) { paintContent(inside); });
@@ -73,6 +73,8 @@ void IslandController::setSettings(Settings settings) {
     settings.reduceMotion = settings_.reduceMotion;
     if (settings == settings_)
         return;
+    if (settings.shakeSensitivity != settings_.shakeSensitivity)
+        gestures_.setSensitivity(settings.shakeSensitivity);
     settings_ = settings;
     update();
 }
@@ -381,11 +383,24 @@ bool IslandController::drop(const IslandSurface::DropEvent& event) {
     if (!onDrop || hidden_)
         return false;
     const bool taken = onDrop(event);
+    // The notch a drag comes near is the island as it rests at the top, or where it rested before
+    // it opened.
+    const auto closed = brind::IslandLayout::islandRect(brind::IslandLayout::closed(input_),
+                                                         {window_.width(), window_.height()}, input_);
+    const QRectF notch = state_ == brind::IslandState::expanded
+                             ? QRectF(closed.x, closed.y, closed.width, closed.height)
+                             : settled_.rect;
+    const auto gesture = taken ? gestures_.feed(event, notch, scheduler_.now().secondsSince1970)
+                               : ShelfDragGestures::Gesture::none;
     switch (event.type) {
     case Type::enter:
     case Type::move:
-        if (taken && !userOpened_)
-            setUserOpened(true, Keyboard::leave);
+        if (gesture != ShelfDragGestures::Gesture::none) {
+            if (!userOpened_)
+                setUserOpened(true, Keyboard::leave);
+            if (onShelfGesture)
+                onShelfGesture(gesture);
+        }
         closeTimer_.reset();
         break;
     case Type::leave:

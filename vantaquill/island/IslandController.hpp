@@ -9,6 +9,7 @@
 #include "vantaquill/island/IslandContent.hpp"
 #include "vantaquill/island/IslandScene.hpp"
 #include "vantaquill/island/IslandSurface.hpp"
+#include "vantaquill/island/ShelfDragGestures.hpp"
 
 #include <QSizeF>
 
@@ -29,6 +30,8 @@ public:
         bool clickToOpen = true;
         double cornerRadius = brind::IslandPath::defaultCornerRadius;
         bool reduceMotion = false;
+        /// "shelf.shakeSensitivity": how wide a shake over the island must be to bring up the shelf.
+        int shakeSensitivity = 1;
         friend bool operator==(const Settings&, const Settings&) = default;
     };
 
@@ -70,11 +73,14 @@ public:
     void close();
 
     void pointer(const IslandSurface::PointerEvent& event);
-    /// A drag from another program over the island: it opens while something it can take hovers
-    /// over it, and what is dropped goes to `onDrop`.
+    /// A drag from another program over the island: it opens when something it can take comes near
+    /// the notch or is shaken over it, and what is dropped goes to `onDrop`.
     bool drop(const IslandSurface::DropEvent& event);
     /// Takes what is dragged over the island (the shelf); true when it can take it.
     std::function<bool(const IslandSurface::DropEvent&)> onDrop;
+    /// A drag the island can take came near the notch or was shaken over the island: the island
+    /// opens and the shelf should be shown.
+    std::function<void(ShelfDragGestures::Gesture)> onShelfGesture;
     void key(const IslandSurface::KeyEvent& event);
     /// A click or switch to another window took the keyboard: an island opened by a click closes.
     void keyboardLost();
@@ -147,6 +153,7 @@ private:
     IslandScene scene_;
     std::unique_ptr<Scheduler::Timer> hoverTimer_;
     std::unique_ptr<Scheduler::Timer> closeTimer_;
+    ShelfDragGestures gestures_;
 };
 
 } // namespace vq

@@ -67,6 +67,7 @@ void IslandManager::rebuild() {
             center_, scheduler_, *entry.surface, measure_, controllerSettings());
         entry.controller->setContent(content_);
         entry.controller->onDrop = dropHandler_;
+        entry.controller->onShelfGesture = shelfGestureHandler_;
         connect(screen, &QScreen::geometryChanged, this, [this, screen] {
             for (auto& each : entries_)
                 if (each.screen == screen)
@@ -88,7 +89,8 @@ IslandController::Settings IslandManager::controllerSettings() const {
             .hoverDelay = preferences_.hoverDelay,
             .clickToOpen = preferences_.clickToOpen,
             .cornerRadius = preferences_.cornerRadius,
-            .reduceMotion = reduceMotion_};
+            .reduceMotion = reduceMotion_,
+            .shakeSensitivity = preferences_.shakeSensitivity};
 }
 
 void IslandManager::setPreferences(const Preferences::Island& preferences) {
@@ -166,6 +168,12 @@ void IslandManager::setDropHandler(std::function<bool(const IslandSurface::DropE
     dropHandler_ = std::move(handler);
     for (auto& entry : entries_)
         entry.controller->onDrop = dropHandler_;
+}
+
+void IslandManager::setShelfGestureHandler(std::function<void(ShelfDragGestures::Gesture)> handler) {
+    shelfGestureHandler_ = std::move(handler);
+    for (auto& entry : entries_)
+        entry.controller->onShelfGesture = shelfGestureHandler_;
 }
 
 bool IslandManager::startDrag(const ClipFlavours& flavours, std::function<void()> finished) {

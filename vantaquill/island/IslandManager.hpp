@@ -43,6 +43,8 @@ public:
     void setContent(IslandContent* content);
     /// Takes what is dragged onto any island (the shelf); true when it can take it.
     void setDropHandler(std::function<bool(const IslandSurface::DropEvent&)> handler);
+    /// Called when a drag over an island comes near its notch or is shaken there.
+    void setShelfGestureHandler(std::function<void(ShelfDragGestures::Gesture)> handler);
     /// Drags `flavours` out of the island the user presses on, where its surface starts drags itself
     /// (`IslandSurface::startDrag`); false leaves the drag to Qt.
     bool startDrag(const ClipFlavours& flavours, std::function<void()> finished);
@@ -75,6 +77,7 @@ private:
     std::optional<QPoint> fullScreenCentre_;
     IslandContent* content_ = nullptr;
     std::function<bool(const IslandSurface::DropEvent&)> dropHandler_;
+    std::function<void(ShelfDragGestures::Gesture)> shelfGestureHandler_;
     std::vector<Entry> entries_;
 };
 

@@ -205,6 +205,7 @@ Preferences::Island Preferences::island() const {
     island.cornerRadius = number("island.cornerRadius");
     island.hideInFullScreen = flag("island.hideInFullScreen");
     island.reduceMotion = text("island.reduceMotion");
+    island.shakeSensitivity = value("shelf.shakeSensitivity").toInt();
     return island;
 }
 

@@ -68,6 +68,8 @@ public:
         bool hideInFullScreen = true;
         /// "island.reduceMotion": "on", "off", or "system" (follow the desktop).
         std::string reduceMotion = "system";
+        /// "shelf.shakeSensitivity": 0 to 2, how wide a shake of a drag over the island must be.
+        int shakeSensitivity = 1;
 
         friend bool operator==(const Island&, const Island&) = default;
     };

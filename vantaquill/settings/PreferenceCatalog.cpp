@@ -59,6 +59,8 @@ const std::vector<PreferenceKey>& catalog() {
         {"activities.network.hotspot", S::activities, K::flag, "Hotspot changes", "true"},
         {"activities.network.internet", S::activities, K::flag, "Internet connection changes", "true"},
         {"activities.network.ssid", S::activities, K::flag, "Show the network's name", "false"},
+        {"activities.battery", S::activities, K::flag, "Battery changes", "true", 0, 0, {},
+         "Unplugging, plugging in, a full battery and a low one"},
 
         {"clipboard.enabled", S::clipboard, K::flag, "Keep a clipboard history", "true"},
         {"clipboard.maxItems", S::clipboard, K::integer, "Items kept", "300", 50, 5000,
@@ -74,6 +76,7 @@ const std::vector<PreferenceKey>& catalog() {
          "application identifiers, separated by spaces"},
         {"clipboard.hotkeyEnabled", S::clipboard, K::flag, "Open the history with its hot key", "true"},
         {"clipboard.pasteDirectly", S::clipboard, K::flag, "Paste the chosen clip", "true"},
+        {"clipboard.watchPrimary", S::clipboard, K::flag, "Also record selected text (primary selection)", "false"},
 
         {"shelf.autoClearHours", S::shelf, K::integer, "Clear unpinned files after (0: never)", "0", 0, 720, {},
          "h"},

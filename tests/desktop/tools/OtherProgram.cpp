@@ -21,8 +21,13 @@ namespace {
 
 class DragSource final : public QWidget {
 public:
+    // Pressing it starts a drag without taking the keyboard, as dragging from a desktop's files does,
+    // so an island the user opened stays open under the drag.
     explicit DragSource(QMimeData* (*make)(const QString&), QString payload)
-        : make_(make), payload_(std::move(payload)) {}
+        : make_(make), payload_(std::move(payload)) {
+        setAttribute(Qt::WA_ShowWithoutActivating);
+        setWindowFlag(Qt::WindowDoesNotAcceptFocus);
+    }
 
 protected:
     void mousePressEvent(QMouseEvent*) override {

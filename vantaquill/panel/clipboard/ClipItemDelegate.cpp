@@ -84,12 +84,18 @@ void ClipItemDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opti
 
     const int textLeft = icon.right() + gap;
     int textRight = pinRect(rect).left() - gap;
+    painter->setFont(sourceFont);
+    painter->setPen(PanelStyle::secondaryText());
+    if (!row.shortcut.isEmpty()) {
+        const double width = sourceMetrics.horizontalAdvance(row.shortcut);
+        const QRectF shortcutRect(textRight - width, rect.top(), width + 1, rect.height());
+        painter->drawText(shortcutRect, Qt::AlignVCenter | Qt::AlignRight, row.shortcut);
+        textRight = static_cast<int>(shortcutRect.left()) - gap;
+    }
     if (!row.source.isEmpty()) {
         const QString source = sourceMetrics.elidedText(row.source, Qt::ElideRight, maxSourceWidth);
         const double width = sourceMetrics.horizontalAdvance(source);
         const QRectF sourceRect(textRight - width, rect.top(), width + 1, rect.height());
-        painter->setFont(sourceFont);
-        painter->setPen(PanelStyle::secondaryText());
         painter->drawText(sourceRect, Qt::AlignVCenter | Qt::AlignRight, source);
         textRight = static_cast<int>(sourceRect.left()) - gap;
     }

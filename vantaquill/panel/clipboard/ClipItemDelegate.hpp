@@ -13,9 +13,10 @@ namespace vq {
 class ClipListModel;
 
 /// Paints one clipboard row: the kind's icon (a swatch for a colour, a lock for a masked item), the
-/// title, the source application, and the pin and delete controls, which show on the row under the
-/// pointer or selected (a pinned row always shows its pin). Painting reads the row's few strings and
-/// cached glyphs only, so a long list scrolls within a frame.
+/// title, the source application, the quick key ("Ctrl+1") of the first nine rows, and the pin and
+/// delete controls, which show on the row under the pointer or selected (a pinned row always shows
+/// its pin). Painting reads the row's few strings and cached glyphs only, so a long list scrolls
+/// within a frame.
 class ClipItemDelegate : public QStyledItemDelegate {
 public:
     static constexpr int rowHeight = 34;

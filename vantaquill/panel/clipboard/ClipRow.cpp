@@ -1,5 +1,9 @@
 #include "vantaquill/panel/clipboard/ClipRow.hpp"
 
+#include "BrindKit/clipboard/ClipQuickKeys.hpp"
+
+#include <QKeySequence>
+
 namespace vq {
 
 ClipRow ClipRow::of(const brind::ClipItem& item, bool concealed) {
@@ -20,6 +24,15 @@ ClipRow ClipRow::of(const brind::ClipItem& item, bool concealed) {
         row.swatch = QColor::fromRgbF(static_cast<float>(item.colour->r), static_cast<float>(item.colour->g),
                                       static_cast<float>(item.colour->b), static_cast<float>(item.colour->a));
     return row;
+}
+
+QString ClipRow::shortcutFor(std::size_t position) {
+    const auto label = brind::ClipQuickKeys::label(static_cast<std::int64_t>(position));
+    if (!label)
+        return {};
+    // The history labels rows with the Command sign; the keyboard here holds Ctrl for the same digit.
+    const QString digit = QString::fromStdString(*label).right(1);
+    return QKeySequence(QStringLiteral("Ctrl+") + digit).toString(QKeySequence::NativeText);
 }
 
 } // namespace vq

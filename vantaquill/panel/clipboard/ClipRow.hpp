@@ -24,9 +24,15 @@ struct ClipRow {
     std::optional<QColor> swatch;  ///< colour clips
     bool pinned = false;
     bool concealed = false;
+    /// The key combination that copies this row back ("Ctrl+1" on the first), empty past the ninth.
+    QString shortcut;
 
     /// The row for `item`; a concealed item keeps only its kind, source and flags.
     static ClipRow of(const brind::ClipItem& item, bool concealed);
+
+    /// The shortcut shown on the row at `position` of the list: the digit the history's quick keys give
+    /// it, held with Ctrl, the modifier Linux applications use where others use Command.
+    static QString shortcutFor(std::size_t position);
 
     friend bool operator==(const ClipRow&, const ClipRow&) = default;
 };

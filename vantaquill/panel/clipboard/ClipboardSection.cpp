@@ -5,6 +5,8 @@
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/clipboard/ClipListModel.hpp"
 
+#include "BrindKit/clipboard/ClipQuickKeys.hpp"
+
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
@@ -29,6 +31,19 @@ bool isPlainTyping(const QKeyEvent& key) {
 
 bool isEnter(const QKeyEvent& key) {
     return key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+}
+
+// The digit of Ctrl+1 to Ctrl+9 (the keypad's digits too), which copy a row back at once.
+std::optional<std::int64_t> quickDigit(const QKeyEvent& key) {
+    if ((key.modifiers() & ~Qt::KeypadModifier) != Qt::ControlModifier)
+        return std::nullopt;
+    if (key.key() < Qt::Key_0 || key.key() > Qt::Key_9)
+        return std::nullopt;
+    return key.key() - Qt::Key_0;
+}
+
+bool isPinToggle(const QKeyEvent& key) {
+    return key.key() == Qt::Key_P && key.modifiers() == Qt::ControlModifier;
 }
 
 } // namespace
@@ -106,6 +121,7 @@ void ClipboardSection::refresh() {
         if (concealed && !query.empty())
             continue;
         rows.push_back(ClipRow::of(*item, concealed));
+        rows.back().shortcut = ClipRow::shortcutFor(rows.size() - 1);
     }
     model->setRows(std::move(rows));
     if (const QModelIndex index = current ? model->indexOf(*current) : QModelIndex(); index.isValid())
@@ -158,6 +174,22 @@ void ClipboardSection::clicked(const ClipRow& row, ClipItemDelegate::Part part) 
     std::unreachable();
 }
 
+bool ClipboardSection::quickKey(const QKeyEvent& key) {
+    const auto digit = quickDigit(key);
+    if (!digit)
+        return false;
+    // Ctrl+0 and a digit past the list's end copy nothing; the key is still the list's.
+    if (const auto row = brind::ClipQuickKeys::index(*digit); row && *row < model->rows().size())
+        copyBack(model->rows()[*row].id);
+    return true;
+}
+
+void ClipboardSection::togglePin() {
+    if (const auto id = currentID())
+        if (const brind::ClipItem* item = store.history().item(*id))
+            store.setPinned(*id, !item->pinned);
+}
+
 std::optional<brind::UUID> ClipboardSection::currentID() const {
     const QModelIndex index = view->currentIndex();
     if (!index.isValid() || index.row() >= model->rowCount())
@@ -194,6 +226,12 @@ bool ClipboardSection::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool ClipboardSection::searchKey(const QKeyEvent& key) {
+    if (quickKey(key))
+        return true;
+    if (isPinToggle(key)) {
+        togglePin();
+        return true;
+    }
     if (key.key() == Qt::Key_Escape) {
         escape();
         return true;
@@ -212,6 +250,8 @@ bool ClipboardSection::searchKey(const QKeyEvent& key) {
 }
 
 bool ClipboardSection::listKey(const QKeyEvent& key) {
+    if (quickKey(key))
+        return true;
     const auto id = currentID();
     const int row = view->currentIndex().row();
     if (key.key() == Qt::Key_Escape) {
@@ -228,14 +268,17 @@ bool ClipboardSection::listKey(const QKeyEvent& key) {
             select(row);
         return true;
     }
-    if (key.key() == Qt::Key_P && key.modifiers() == Qt::ControlModifier) {
-        if (id)
-            if (const brind::ClipItem* item = store.history().item(*id))
-                store.setPinned(*id, !item->pinned);
+    if (isPinToggle(key)) {
+        togglePin();
         return true;
     }
     if (key.key() == Qt::Key_Up && row <= 0) {
         search->setFocus();
+        return true;
+    }
+    // The selection stops at the last row rather than wrapping round to the first.
+    if (key.key() == Qt::Key_Up || key.key() == Qt::Key_Down) {
+        select(static_cast<int>(brind::ClipQuickKeys::move(row, key.key() == Qt::Key_Up ? -1 : 1, model->rowCount())));
         return true;
     }
     // Typing while the list has the focus goes on with the search.

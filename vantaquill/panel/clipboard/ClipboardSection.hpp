@@ -21,9 +21,10 @@ class LiveActivityCenter;
 /// flashes "Copied" and closes the island; each row pins, unpins and deletes. Items from password
 /// managers or excluded applications are listed masked and never found by their content.
 ///
-/// Keys: typing filters at once; Down moves from the field into the list, Up from the first row
-/// back; Delete removes the selected item and Ctrl+P pins or unpins it; Escape clears the search
-/// first and closes the island when there is none.
+/// Keys: typing filters at once; Ctrl+1 to Ctrl+9 copy the first nine rows back at once (each row
+/// shows its combination); Down moves from the field into the list, Up from the first row back, and
+/// the selection stops at the ends; Delete removes the selected item and Ctrl+P pins or unpins it
+/// (from the field too); Escape clears the search first and closes the island when there is none.
 class ClipboardSection : public PanelSection {
 public:
     ClipboardSection(ClipboardStore& store, LiveActivityCenter& center, ClipboardWriter writer = QtClipboard::write,
@@ -56,6 +57,9 @@ protected:
 private:
     bool searchKey(const QKeyEvent& key);
     bool listKey(const QKeyEvent& key);
+    /// Ctrl and a digit: copies that row back; true when the key was one.
+    bool quickKey(const QKeyEvent& key);
+    void togglePin();
     void escape();
     void clicked(const ClipRow& row, ClipItemDelegate::Part part);
     std::optional<brind::UUID> currentID() const;

@@ -6,7 +6,7 @@
 
 #include "BrindKit/foundation/JSON.hpp"
 #include "tests/desktop/VirtualDisplay.hpp"
-#include "tests/soak/SoakSupport.hpp"
+#include "bench/soak/SoakSupport.hpp"
 
 #include <atomic>
 #include <csignal>

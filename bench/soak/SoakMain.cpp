@@ -1,7 +1,7 @@
 // `make soak`: the island under slow and flooding clients, and killed while it writes. Prints its figures and exits non-zero
 // when a limit does not hold. `sdkSoak slowloris`, `sdkSoak flood` or `sdkSoak crash` runs one scenario.
 
-#include "tests/soak/SoakSupport.hpp"
+#include "bench/soak/SoakSupport.hpp"
 
 #include <cstdio>
 #include <string_view>

@@ -1,4 +1,4 @@
-#include "tests/soak/SoakSupport.hpp"
+#include "bench/soak/SoakSupport.hpp"
 
 #include "BrindKit/foundation/JSON.hpp"
 #include "BrindKit/sdk/SDKAuthorizer.hpp"

@@ -1,9 +1,9 @@
 // The island under a slowloris of 1,000 sockets while eight well-behaved clients keep posting
 // activities: the connection cap, the read time-out and the good clients' latency.
 
-#include "tests/soak/ProcessSampler.hpp"
-#include "tests/soak/SlowSockets.hpp"
-#include "tests/soak/SoakSupport.hpp"
+#include "bench/soak/ProcessSampler.hpp"
+#include "bench/soak/SlowSockets.hpp"
+#include "bench/soak/SoakSupport.hpp"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "tests/soak/SlowSockets.hpp"
+#include "bench/soak/SlowSockets.hpp"
 
 #include <arpa/inet.h>
 #include <cerrno>

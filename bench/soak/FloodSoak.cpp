@@ -2,8 +2,8 @@
 // requests and randomly damaged ones. Every reply must be a complete HTTP response, the island must
 // stay up, and its descriptors and memory must not grow once warmed up.
 
-#include "tests/soak/ProcessSampler.hpp"
-#include "tests/soak/SoakSupport.hpp"
+#include "bench/soak/ProcessSampler.hpp"
+#include "bench/soak/SoakSupport.hpp"
 
 #include <atomic>
 #include <csignal>

@@ -1,4 +1,4 @@
-#include "tests/soak/ProcessSampler.hpp"
+#include "bench/soak/ProcessSampler.hpp"
 
 #include <algorithm>
 #include <filesystem>
