@@ -62,6 +62,7 @@
 #include "vantaquill/settings/StatusMenu.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
+#include "vantaquill/wayland/WaylandPasteKeystroke.hpp"
 #include "vantaquill/wayland/WaylandFullScreenWatcher.hpp"
 
 #include <QApplication>
@@ -631,6 +632,10 @@ int main(int argc, char** argv) {
         if (waylandClipboard)
             writeClipboard = [&waylandClipboard](const vq::ClipFlavours& flavours) { waylandClipboard->write(flavours); };
         shelfSection = new vq::ShelfSection(shelf, scheduler, writeClipboard);
+        // A layer-shell island starts drags out of the shelf itself; an X11 one leaves them to Qt.
+        shelfSection->startNativeDrag = [&islands](const vq::ClipFlavours& flavours, std::function<void()> finished) {
+            return islands && islands->startDrag(flavours, std::move(finished));
+        };
         panel->panel().addSection(shelfSection);
         shelf.onChange = [section = shelfSection] { section->refresh(); };
         auto* clipboardSection = new vq::ClipboardSection(clipboard, center, writeClipboard);
@@ -646,6 +651,24 @@ int main(int argc, char** argv) {
                     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
                     if (auto sent = vq::X11PasteKeystroke::send(x11 ? x11->connection() : nullptr); !sent)
                         printError("vantaquill: couldn't paste: " + sent.error());
+                });
+            };
+        }
+        // On a Wayland island the compositor's virtual keyboard types Ctrl+V (wlroots compositors);
+        // where there is none (GNOME, KDE) the clip waits on the clipboard and a HUD says so.
+        if (surface->kind == vq::IslandSurface::Kind::layerShell) {
+            clipboardSection->onCopiedBack = [&preferences, &center, told = std::make_shared<bool>(false)] {
+                if (!preferences.flag("clipboard.pasteDirectly"))
+                    return;
+                QTimer::singleShot(pasteDelayMs, [&center, told] {
+                    if (auto sent = vq::WaylandPasteKeystroke::send(); !sent) {
+                        // Said once: a compositor without a virtual keyboard stays without one.
+                        if (!std::exchange(*told, true))
+                            printError("vantaquill: couldn't paste: " + sent.error());
+                        center.flash(brind::HUDEvent::make(brind::HUDEvent::Kind::custom, std::nullopt, true,
+                                                           "doc.on.clipboard.fill", "Copied: paste with Ctrl+V",
+                                                           std::nullopt));
+                    }
                 });
             };
         }

@@ -9,6 +9,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTimer>
+#include <QUrl>
 
 #include <array>
 
@@ -49,6 +50,22 @@ QRect islandShape(const QImage& image)
             if (std::abs(colour.red() - background.red()) > backgroundTolerance
                 || std::abs(colour.green() - background.green()) > backgroundTolerance
                 || std::abs(colour.blue() - background.blue()) > backgroundTolerance)
+                box |= QRect(x, y, 1, 1);
+        }
+    return box;
+}
+
+/// The island's shape where a window covers the desktop's background: the bounding box of its
+/// black in the band where it hangs.
+QRect blackShape(const QImage& image)
+{
+    constexpr int bandHeight = 300;
+    constexpr int blackTolerance = 8;
+    QRect box;
+    for (int y = 0; y < std::min(bandHeight, image.height()); ++y)
+        for (int x = image.width() / 4; x < image.width() * 3 / 4; ++x) {
+            const QColor colour = image.pixelColor(x, y);
+            if (colour.red() <= blackTolerance && colour.green() <= blackTolerance && colour.blue() <= blackTolerance)
                 box |= QRect(x, y, 1, 1);
         }
     return box;
@@ -115,7 +132,14 @@ protected:
         environment.remove("QT_QPA_PLATFORM");
 
         island.setProcessEnvironment(environment);
-        island.start(QString(BRIND_BIN_DIR) + "/vantaquill-island", {"--port", "0"});
+        startIsland({});
+    }
+
+    /// Starts the island (again), with `extra` arguments, and waits until its SDK listens.
+    void startIsland(const QStringList& extra)
+    {
+        output.clear();
+        island.start(QString(BRIND_BIN_DIR) + "/vantaquill-island", QStringList {"--port", "0"} + extra);
         ASSERT_TRUE(island.waitForStarted(processTimeoutMs));
         ASSERT_TRUE(waitUntil([&] {
             output += island.readAllStandardOutput();
@@ -150,7 +174,8 @@ protected:
 
     /// The island's shape once it has come to rest (the same in two screenshots in a row) and
     /// `accept` holds for it, or the last shape seen.
-    QRect shapeWhen(const std::function<bool(QRect)>& accept)
+    QRect shapeWhen(const std::function<bool(QRect)>& accept,
+                    const std::function<QRect(const QImage&)>& measure = islandShape)
     {
         QRect shape;
         std::optional<QRect> previous;
@@ -158,7 +183,7 @@ protected:
             auto shot = sway->screenshot();
             if (!shot)
                 return false;
-            shape = islandShape(*shot);
+            shape = measure(*shot);
             const bool atRest = previous == shape;
             previous = shape;
             return atRest && accept(shape);
@@ -536,6 +561,183 @@ TEST_P(AgentsOnSway, ARequestIsDeniedWithATypedReasonFromTheKeyboard)
     keyboard.kill();
     keyboard.waitForFinished(processTimeoutMs);
 }
+
+TEST_P(IslandOnSway, AFileDraggedOntoTheIslandJoinsTheShelf)
+{
+    const QRect closed = shapeWhen([](QRect shape) { return !shape.isEmpty(); });
+    ASSERT_FALSE(closed.isEmpty()) << "no island on the screen";
+    const auto file = home.path() / "dropped report.txt";
+    std::ofstream {file} << "quarterly figures\n";
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown();
+    }));
+
+    // A file manager's drag: pressed in its window, carried onto the island, let go there.
+    window.dragOnNextPress({{"text/uri-list", "file://" + QUrl::toPercentEncoding(QString::fromStdString(file.string()), "/").toStdString() + "\r\n"}});
+    ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
+    ASSERT_TRUE(sway->command("seat - cursor press button1"));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.presses() == 1;
+    }));
+    const auto over = [&](int dx) {
+        return sway->command("seat - cursor set " + std::to_string(closed.center().x() + dx) + " "
+                             + std::to_string(closed.center().y()));
+    };
+    ASSERT_TRUE(over(0));
+    ASSERT_TRUE(over(2));
+    // Taking it, the island opens on the shelf under the pointer.
+    const QRect open = shapeWhen(
+        [&](QRect shape) {
+            window.dispatch();
+            return shape.height() > 3 * closed.height();
+        },
+        blackShape);
+    ASSERT_GT(open.height(), 3 * closed.height()) << "the island did not open for the drag: " << describe(open);
+    ASSERT_TRUE(sway->command("seat - cursor release button1"));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        output += island.readAllStandardOutput();
+        return output.contains("shelf added");
+    })) << "nothing joined the shelf: " << island.readAllStandardError().toStdString();
+    EXPECT_TRUE(output.contains("title=\"dropped report.txt\"")) << output.toStdString();
+    EXPECT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.dragEnded() == std::optional(true);
+    })) << "the drop was not finished";
+}
+
+class PasteOnSway : public AgentsOnSway {};
+
+TEST_P(PasteOnSway, AClipChosenFromTheHistoryIsPastedIntoTheWindowInUse)
+{
+    if (QStandardPaths::findExecutable("wtype").isEmpty() || QStandardPaths::findExecutable("wl-copy").isEmpty())
+        GTEST_SKIP() << "wtype or wl-copy is missing; scripts/setup installs them";
+    QProcess keyboard;
+    keyboard.setProcessEnvironment(environment);
+    keyboard.start("wtype", {"-s", "120000"});
+    ASSERT_TRUE(keyboard.waitForStarted(processTimeoutMs));
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown() && window.focused();
+    }));
+
+    // Two copies made elsewhere; the later one is what the clipboard holds.
+    const auto copy = [&](QProcess& process, const QString& text, int captured) {
+        process.setProcessEnvironment(environment);
+        process.start("wl-copy", {"--foreground", text});
+        return process.waitForStarted(processTimeoutMs) && waitUntil([&] {
+            output += island.readAllStandardOutput();
+            return output.count("clipboard: text") == captured;
+        });
+    };
+    QProcess first;
+    QProcess second;
+    ASSERT_TRUE(copy(first, "the first clip", 1)) << output.toStdString();
+    ASSERT_TRUE(copy(second, "the second clip", 2)) << output.toStdString();
+    first.kill();
+    first.waitForFinished();
+
+    // The island started again on its clipboard history, with the keyboard: the first clip is
+    // searched for and chosen with Enter.
+    island.terminate();
+    ASSERT_TRUE(island.waitForFinished(processTimeoutMs));
+    startIsland({"vantaquill://clipboard"});
+    ASSERT_FALSE(HasFatalFailure());
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return !window.focused();
+    })) << "the island did not take the keyboard";
+    ASSERT_TRUE(type({"first"}));
+    ASSERT_TRUE(type({"-k", "Return"}));
+    EXPECT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.pasted() == "the first clip";
+    })) << "pasted: \"" << window.pasted() << "\" " << island.readAllStandardError().toStdString();
+    for (QProcess* helper : {&second, &keyboard}) {
+        helper->kill();
+        helper->waitForFinished(processTimeoutMs);
+    }
+}
+
+TEST_P(PasteOnSway, AShelfCardDraggedOutOfTheIslandLandsInAWindow)
+{
+    const auto file = home.path() / "shelved notes.txt";
+    std::ofstream {file} << "notes\n";
+    QProcess add;
+    QProcessEnvironment commandEnvironment = environment;
+    commandEnvironment.insert("VANTAQUILL_PORT", QString::number(port));
+    add.setProcessEnvironment(commandEnvironment);
+    add.start(QString(BRIND_BIN_DIR) + "/vantaquill", {"shelf", "add", QString::fromStdString(file.string())});
+    ASSERT_TRUE(add.waitForFinished(processTimeoutMs) && add.exitCode() == 0) << add.readAllStandardError().toStdString();
+
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.shown();
+    }));
+    island.terminate();
+    ASSERT_TRUE(island.waitForFinished(processTimeoutMs));
+    startIsland({"vantaquill://open?tab=shelf"});
+    ASSERT_FALSE(HasFatalFailure());
+    const QRect open = shapeWhen([](QRect shape) { return shape.height() > 150; }, blackShape);
+    ASSERT_GT(open.height(), 150) << "the island did not open on the shelf: " << describe(open);
+
+    // The card is the first band lighter than the island's black below the section buttons, in a
+    // column between its name and its buttons.
+    const auto shot = sway->screenshot();
+    ASSERT_TRUE(shot) << shot.error();
+    const int x = open.center().x() - 40;
+    int top = -1;
+    int bottom = -1;
+    for (int y = open.top() + 100; y < open.bottom() && bottom < 0; ++y) {
+        const QColor colour = shot->pixelColor(x, y);
+        const bool card = colour.red() > 16 && colour.red() < 90 && std::abs(colour.red() - colour.blue()) < 8;
+        if (card && top < 0)
+            top = y;
+        else if (!card && top >= 0)
+            bottom = y;
+    }
+    ASSERT_GT(bottom - top, 20) << "no shelf card found at x " << x;
+    const int y = (top + bottom) / 2;
+
+    // Pressed on the card, carried a little on the island (the drag starts), then over the window.
+    const auto pointer = [&](const std::string& action) { return sway->command("seat - cursor " + action); };
+    ASSERT_TRUE(pointer("set " + std::to_string(x) + " " + std::to_string(y)));
+    ASSERT_TRUE(pointer("press button1"));
+    // Moves, not jumps: sway sends the surface under the pointer no motion for a jump.
+    for (int step = 0; step < 3; ++step)
+        ASSERT_TRUE(sway->movePointer(10, 5));
+    ASSERT_TRUE(pointer("set 600 500"));
+    ASSERT_TRUE(sway->movePointer(10, 10));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return window.dragOver();
+    })) << "nothing was dragged over the window";
+    window.sync();
+    ASSERT_TRUE(pointer("release button1"));
+    ASSERT_TRUE(waitUntil([&] {
+        window.dispatch();
+        return !window.dropped().empty();
+    })) << "nothing was dropped on the window";
+    const QByteArray uri = QUrl::fromLocalFile(QString::fromStdString(file.string())).toEncoded();
+    EXPECT_EQ(window.dropped(), uri.toStdString() + "\r\n");
+    // The card went where the user took it: the island, kept open through the drag, closes.
+    const QRect after = shapeWhen([&](QRect shape) { return shape.height() < open.height() / 2; }, blackShape);
+    EXPECT_LT(after.height(), open.height() / 2) << "the island stayed open: " << describe(after);
+}
+
+INSTANTIATE_TEST_SUITE_P(Housing, PasteOnSway, ::testing::Values(std::string()),
+                         [](const auto&) { return std::string("Floating"); });
 
 INSTANTIATE_TEST_SUITE_P(Housing, AgentsOnSway, ::testing::Values(std::string()),
                          [](const auto&) { return std::string("Floating"); });

@@ -1,4 +1,5 @@
 #include "vantaquill/wayland/LayerShellSurface.hpp"
+#include "vantaquill/wayland/WaylandDataDevice.hpp"
 
 #include "tests/wayland/SwaySession.hpp"
 #include "tests/wayland/TestWindow.hpp"
@@ -11,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+
 #include <chrono>
 #include <functional>
 #include <vector>
@@ -20,6 +22,7 @@ namespace {
 
 using test::SwaySession;
 using Type = IslandSurface::PointerEvent::Type;
+using DropType = IslandSurface::DropEvent::Type;
 
 // Generous: a loaded two-core machine may take a while to run sway, grim and the test together.
 constexpr auto waitTimeout = std::chrono::seconds(20);
@@ -368,6 +371,116 @@ TEST_F(LayerShellSurfaceTest, KeyboardInteractivityIsAskedForAndGivenBack)
     const int before = paints;
     surface->requestFrame();
     ASSERT_TRUE(waitUntil([&] { return paints > before; }));
+}
+
+} // namespace
+} // namespace vq
+
+namespace vq {
+namespace {
+
+bool waitForWindow(test::TestWindow& window, const std::function<bool()>& condition)
+{
+    return waitUntil([&] {
+        window.dispatch();
+        return condition();
+    });
+}
+
+TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped)
+{
+    struct Row {
+        const char* name;
+        std::string_view mimeType;
+        std::string_view bytes;
+        std::vector<std::string> files;
+        std::string text;
+    };
+    const std::vector<Row> rows = {
+        {"files, one per line, escaped", "text/uri-list", "# from a file manager\r\nfile:///tmp/a%20b.txt\r\nfile:///home/u/c\r\n",
+         {"/tmp/a b.txt", "/home/u/c"}, ""},
+        {"a link alone is its text", "text/uri-list", "https://example.org/x?y=1\r\n", {}, "https://example.org/x?y=1"},
+        {"files win over links", "text/uri-list", "https://example.org/\nfile:///tmp/f\n", {"/tmp/f"}, ""},
+        {"no line is a URI", "text/uri-list", "not a uri\r\n\r\n", {}, ""},
+        {"text is kept as it is", "text/plain;charset=utf-8", "h\xc3\xa9llo\nworld\n", {}, "h\xc3\xa9llo\nworld\n"},
+    };
+    for (const Row& row : rows) {
+        const auto drop = WaylandDataDevice::content(row.mimeType, row.bytes);
+        EXPECT_EQ(drop.files, row.files) << row.name;
+        EXPECT_EQ(drop.text, row.text) << row.name;
+    }
+}
+
+TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram)
+{
+    start();
+    show({200, 40});
+    screenshotShowing({640, 20}, islandColour);
+    auto opened = test::TestWindow::open(sway->waylandDisplay());
+    ASSERT_TRUE(opened) << opened.error();
+    auto& window = **opened;
+    ASSERT_TRUE(waitForWindow(window, [&] { return window.shown(); }));
+
+    std::vector<IslandSurface::DropEvent> drops;
+    bool takes = true;
+    surface->onDrop = [&](const IslandSurface::DropEvent& event) {
+        drops.push_back(event);
+        return takes && (!event.files.empty() || !event.text.empty());
+    };
+    const auto has = [&](DropType type) {
+        return std::ranges::any_of(drops, [type](const auto& drop) { return drop.type == type; });
+    };
+
+    struct Row {
+        const char* name;
+        ClipFlavours flavours;
+        bool takes;
+        std::vector<std::string> files;
+        std::string text;
+    };
+    const std::vector<Row> rows = {
+        {"a file", {{"text/uri-list", "file:///tmp/dropped%20file.txt\r\n"}, {"text/plain", "/tmp/dropped file.txt"}},
+         true, {"/tmp/dropped file.txt"}, ""},
+        {"a snippet", {{"text/plain;charset=utf-8", "a dropped snippet"}}, true, {}, "a dropped snippet"},
+        {"refused", {{"text/plain;charset=utf-8", "not wanted"}}, false, {}, "not wanted"},
+        {"nothing readable", {{"image/png", "\x89PNG"}}, true, {}, ""},
+    };
+    int presses = 0;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        drops.clear();
+        takes = row.takes;
+        window.dragOnNextPress(row.flavours);
+        ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
+        ASSERT_TRUE(sway->command("seat - cursor press button1"));
+        ++presses;
+        ASSERT_TRUE(waitForWindow(window, [&] { return window.presses() == presses; }));
+        // Over the island, then a little further on it, and let go.
+        ASSERT_TRUE(sway->command("seat - cursor set 640 20"));
+        const bool readable = !row.files.empty() || !row.text.empty();
+        if (readable) {
+            ASSERT_TRUE(waitForWindow(window, [&] { return has(DropType::enter); }));
+            EXPECT_EQ(drops.front().files, row.files);
+            EXPECT_EQ(drops.front().text, row.text);
+            EXPECT_EQ(drops.front().position, QPointF(100, 20));
+        }
+        ASSERT_TRUE(sway->command("seat - cursor set 650 25"));
+        if (readable && row.takes) {
+            ASSERT_TRUE(waitForWindow(window, [&] { return has(DropType::move); }));
+        }
+        ASSERT_TRUE(sway->command("seat - cursor release button1"));
+        ASSERT_TRUE(waitForWindow(window, [&] { return window.dragEnded().has_value(); }));
+        // Taken: the drop arrives and the other program hears the copy is done; otherwise it is
+        // cancelled and the island sees no drop.
+        EXPECT_EQ(*window.dragEnded(), readable && row.takes);
+        EXPECT_EQ(has(DropType::drop), readable && row.takes);
+        if (has(DropType::drop)) {
+            EXPECT_EQ(drops.back().type, DropType::drop);
+            EXPECT_EQ(drops.back().files, row.files);
+            EXPECT_EQ(drops.back().text, row.text);
+            EXPECT_EQ(drops.back().position, QPointF(110, 25));
+        }
+    }
 }
 
 } // namespace

@@ -186,9 +186,18 @@ std::expected<void, std::string> SwaySession::plugVirtualPointer()
     if (!manager)
         return std::unexpected("sway offers no zwlr_virtual_pointer_manager_v1");
     // The device lives as long as this connection; sway adds it to the default seat.
-    zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, nullptr);
+    m_pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, nullptr);
     if (wl_display_roundtrip(m_pointerConnection) < 0)
         return std::unexpected("sway refused the virtual pointer");
+    return {};
+}
+
+std::expected<void, std::string> SwaySession::movePointer(double dx, double dy) const
+{
+    zwlr_virtual_pointer_v1_motion(m_pointer, 0, wl_fixed_from_double(dx), wl_fixed_from_double(dy));
+    zwlr_virtual_pointer_v1_frame(m_pointer);
+    if (wl_display_roundtrip(m_pointerConnection) < 0)
+        return std::unexpected("sway refused the pointer's motion");
     return {};
 }
 

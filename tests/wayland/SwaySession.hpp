@@ -10,6 +10,7 @@
 #include <string>
 
 struct wl_display;
+struct zwlr_virtual_pointer_v1;
 
 namespace vq::test {
 
@@ -34,6 +35,9 @@ public:
     std::string waylandDisplay() const { return (m_runtimeFolder / "wayland-1").string(); }
     /// Runs one sway command (`seat - cursor set 10 10`, `create_output`, ...).
     std::expected<void, std::string> command(const std::string& command) const;
+    /// Moves the pointer by a distance through the virtual pointer, as a hand would: unlike `seat -
+    /// cursor set|move`, which only jump, the surface under it gets motion events.
+    std::expected<void, std::string> movePointer(double dx, double dy) const;
     /// The whole desktop as grim sees it, in device pixels.
     std::expected<QImage, std::string> screenshot() const;
 
@@ -45,6 +49,7 @@ private:
     std::filesystem::path m_ipcSocket;
     QProcess m_sway;
     wl_display* m_pointerConnection = nullptr;
+    zwlr_virtual_pointer_v1* m_pointer = nullptr;
 };
 
 } // namespace vq::test

@@ -190,6 +190,14 @@ void IslandManager::setScreenShared(bool shared) {
         applyHidden(entry);
 }
 
+bool IslandManager::startDrag(const ClipFlavours& flavours, std::function<void()> finished) {
+    // Only the surface that holds the press can start the drag: the others say no.
+    for (auto& entry : entries_)
+        if (entry.surface->startDrag(flavours, finished))
+            return true;
+    return false;
+}
+
 void IslandManager::setFullScreenWindow(std::optional<QPoint> centre) {
     fullScreenCentre_ = centre;
     for (auto& entry : entries_)

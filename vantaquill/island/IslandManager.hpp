@@ -47,6 +47,9 @@ public:
     void setShelfGestureHandler(std::function<void(ShelfDragGestures::Gesture)> handler);
     /// What every island's wings show while no activity does (see `IslandController::setIdleWings`).
     void setIdleWings(std::optional<brind::LiveActivity> wings);
+    /// Drags `flavours` out of the island the user presses on, where its surface starts drags itself
+    /// (`IslandSurface::startDrag`); false leaves the drag to Qt.
+    bool startDrag(const ClipFlavours& flavours, std::function<void()> finished);
     /// The active window is full screen with its centre here (global coordinates), or none is.
     void setFullScreenWindow(std::optional<QPoint> centre);
     /// The screen is being shared or recorded (whichever screen: a capture may take them all).

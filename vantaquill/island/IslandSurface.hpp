@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vantaquill/clipboard/ClipFlavour.hpp"
+
 #include <QPoint>
 #include <QPointF>
 #include <QRect>
@@ -68,6 +70,11 @@ public:
     /// Asks for one frame: when the surface can draw, it calls `onFrame` and then `paint`.
     /// Nothing is scheduled until this is called again, so an island at rest costs nothing.
     virtual void requestFrame() = 0;
+    /// Drags `flavours` out of the island, from the press the pointer still holds on it, where the
+    /// surface has to start drags itself (a layer-shell surface is no window of Qt's, so a QDrag
+    /// cannot start from it). False leaves the drag to Qt. `finished` is called once the drag ends,
+    /// whether something took it or not.
+    virtual bool startDrag(const ClipFlavours& /*flavours*/, std::function<void()> /*finished*/) { return false; }
 
     /// Advances animations to the frame's time (seconds, monotonic) before painting.
     std::function<void(double time)> onFrame;

@@ -1,6 +1,7 @@
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 
 #include "vantaquill/wayland/ShmBuffer.hpp"
+#include "vantaquill/wayland/WaylandDataDevice.hpp"
 #include "vantaquill/wayland/WaylandEventPump.hpp"
 // The protocol names an argument "namespace", a C++ keyword, in the generated inline functions.
 #define namespace layerNamespace
@@ -35,6 +36,7 @@ constexpr std::uint32_t compositorVersion = 4; // damage_buffer
 constexpr std::uint32_t seatVersion = 5;       // release, pointer frames
 constexpr std::uint32_t outputVersion = 4;     // name, to match Qt's screen names
 constexpr std::uint32_t layerShellVersion = 4; // on-demand keyboard interactivity
+constexpr std::uint32_t dataDeviceManagerVersion = 3; // drag actions
 // A buffer that stays busy is still being read by the compositor; a few in flight are normal
 // (double buffering plus one being released), more means the old ones are no longer needed.
 constexpr std::size_t maxBuffers = 3;
@@ -168,6 +170,16 @@ std::expected<std::unique_ptr<LayerShellSurface>, std::string> LayerShellSurface
         self->m_connectionError = protocolErrorText(self->m_display);
         std::cerr << "vantaquill: " << *self->m_connectionError << std::endl;
     });
+    // Without data devices the island still shows; only files cannot be dropped on it or dragged out.
+    if (self->m_dataDeviceManager && self->m_seat) {
+        self->m_dataDevice = std::make_unique<WaylandDataDevice>(
+            self->m_dataDeviceManager, self->m_dataDeviceManagerVersion, self->m_seat,
+            [self](wl_surface* target) { return target == self->m_surface; }, [self] { self->m_pump->flush(); });
+        self->m_dataDevice->onDrop = [self](const DropEvent& event) { return self->onDrop && self->onDrop(event); };
+    } else {
+        std::cerr << "vantaquill: nothing can be dropped on the island: the Wayland compositor offers no "
+                     "wl_data_device_manager" << std::endl;
+    }
     return surface;
 }
 
@@ -179,7 +191,9 @@ LayerShellSurface::~LayerShellSurface()
     onPointer = nullptr;
     onKey = nullptr;
     onKeyboardLost = nullptr;
+    onDrop = nullptr;
     m_context.reset();
+    m_dataDevice.reset();
     m_pump.reset();
     destroySurface();
     m_buffers.clear();
@@ -197,6 +211,8 @@ LayerShellSurface::~LayerShellSurface()
         wl_seat_destroy(m_seat);
     for (const auto& output : m_outputs)
         wl_output_destroy(output->output);
+    if (m_dataDeviceManager)
+        wl_data_device_manager_destroy(m_dataDeviceManager);
     if (m_layerShell)
         zwlr_layer_shell_v1_destroy(m_layerShell);
     if (m_shm)
@@ -224,6 +240,12 @@ void LayerShellSurface::handleGlobal(std::uint32_t name, const char* interface, 
     }
     if (is(wl_shm_interface)) {
         m_shm = static_cast<wl_shm*>(wl_registry_bind(m_registry, name, &wl_shm_interface, 1));
+        return;
+    }
+    if (is(wl_data_device_manager_interface)) {
+        m_dataDeviceManagerVersion = std::min(version, dataDeviceManagerVersion);
+        m_dataDeviceManager = static_cast<wl_data_device_manager*>(
+            wl_registry_bind(m_registry, name, &wl_data_device_manager_interface, m_dataDeviceManagerVersion));
         return;
     }
     if (is(zwlr_layer_shell_v1_interface)) {
@@ -321,6 +343,7 @@ void LayerShellSurface::handleSeatCapabilities(std::uint32_t capabilities)
                 if (!self->m_pointerInside)
                     return;
                 self->m_pointerInside = false;
+                self->m_pressSerial = 0;
                 self->handlePointer(PointerEvent::Type::leave);
             },
             .motion = [](void* data, wl_pointer*, std::uint32_t, wl_fixed_t x, wl_fixed_t y) {
@@ -330,10 +353,12 @@ void LayerShellSurface::handleSeatCapabilities(std::uint32_t capabilities)
                 self->m_pointerPosition = QPointF(wl_fixed_to_double(x), wl_fixed_to_double(y));
                 self->handlePointer(PointerEvent::Type::motion);
             },
-            .button = [](void* data, wl_pointer*, std::uint32_t, std::uint32_t, std::uint32_t button, std::uint32_t state) {
+            .button = [](void* data, wl_pointer*, std::uint32_t serial, std::uint32_t, std::uint32_t button,
+                         std::uint32_t state) {
                 auto* self = static_cast<LayerShellSurface*>(data);
                 if (!self->m_pointerInside)
                     return;
+                self->m_pressSerial = state == WL_POINTER_BUTTON_STATE_PRESSED && button == BTN_LEFT ? serial : 0;
                 const auto type = state == WL_POINTER_BUTTON_STATE_PRESSED ? PointerEvent::Type::press
                                                                              : PointerEvent::Type::release;
                 self->handlePointer(type, button);
@@ -453,6 +478,14 @@ void LayerShellSurface::requestFrame()
     m_frameWanted = true;
     if (!m_frameCallback)
         drawLater();
+}
+
+bool LayerShellSurface::startDrag(const ClipFlavours& flavours, std::function<void()> finished)
+{
+    // The compositor starts a drag only from a press it still sees held on this surface.
+    if (!m_dataDevice || !m_surface || m_pressSerial == 0 || m_connectionError)
+        return false;
+    return m_dataDevice->startDrag(m_surface, std::exchange(m_pressSerial, 0), flavours, std::move(finished));
 }
 
 std::string LayerShellSurface::outputName() const

@@ -18,6 +18,7 @@
 
 struct wl_callback;
 struct wl_compositor;
+struct wl_data_device_manager;
 struct wl_display;
 struct wl_keyboard;
 struct wl_output;
@@ -35,6 +36,7 @@ struct zwlr_layer_surface_v1;
 namespace vq {
 
 class ShmBuffer;
+class WaylandDataDevice;
 class WaylandEventPump;
 
 /// The island as a layer-shell surface on Wayland compositors that offer zwlr_layer_shell_v1
@@ -69,6 +71,7 @@ public:
     void setInputRegion(const QRegion& region) override;
     void setKeyboardInteractive(bool interactive) override;
     void requestFrame() override;
+    bool startDrag(const ClipFlavours& flavours, std::function<void()> finished) override;
 
     /// Set once the compositor ended the connection (a protocol error or a lost socket); the reason
     /// has been written to stderr and the surface does nothing any more.
@@ -129,6 +132,10 @@ private:
     std::uint32_t m_seatVersion = 0;
     wl_pointer* m_pointer = nullptr;
     wl_keyboard* m_keyboard = nullptr;
+    wl_data_device_manager* m_dataDeviceManager = nullptr;
+    std::uint32_t m_dataDeviceManagerVersion = 0;
+    /// Drops onto the island and drags out of it; none when the compositor has no data devices.
+    std::unique_ptr<WaylandDataDevice> m_dataDevice;
     zwlr_layer_shell_v1* m_layerShell = nullptr;
     std::uint32_t m_layerShellVersion = 0;
     std::vector<std::unique_ptr<Output>> m_outputs;
@@ -157,6 +164,9 @@ private:
     std::vector<std::unique_ptr<ShmBuffer>> m_buffers;
 
     bool m_pointerInside = false;
+    /// The serial of the press the pointer holds on the island (0 once released): a drag out starts
+    /// from it.
+    std::uint32_t m_pressSerial = 0;
     QPointF m_pointerPosition;
     /// Scrolling gathered from axis events until the pointer frame that ends them.
     QPointF m_scroll;

@@ -13,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QPushButton>
 #include <QVBoxLayout>
 
@@ -109,6 +110,17 @@ void ShelfEntryRow::mouseMoveEvent(QMouseEvent* event) {
         (event->position().toPoint() - pressedAt).manhattanLength() < QApplication::startDragDistance())
         return;
     pressed = false;
+    if (startNativeDrag) {
+        QPointer<ShelfEntryRow> row(this);
+        if (startNativeDrag(ShelfEntryFlavours::of(entry_), [row] {
+                if (row && row->onDragging)
+                    row->onDragging(false);
+            })) {
+            if (onDragging)
+                onDragging(true);
+            return;
+        }
+    }
     auto* drag = new QDrag(this);
     drag->setMimeData(QtClipboard::mimeData(ShelfEntryFlavours::of(entry_)));
     drag->setPixmap(icon.pixmap(iconSide, iconSide));

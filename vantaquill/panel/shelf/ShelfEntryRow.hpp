@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vantaquill/clipboard/ClipFlavour.hpp"
+
 #include "BrindKit/shelf/ShelfEntry.hpp"
 
 #include <QFrame>
@@ -30,6 +32,10 @@ public:
     /// Called with true as a drag of the entry starts and false when it has ended: the shelf must
     /// not rebuild this row while its drag runs.
     std::function<void(bool)> onDragging;
+    /// Starts the drag on the island's surface when it has to start drags itself (a layer-shell
+    /// surface); false leaves it to QDrag. Calls its second argument once the drag has ended.
+    using NativeDrag = std::function<bool(const ClipFlavours&, std::function<void()>)>;
+    NativeDrag startNativeDrag;
 
     ElidedLabel* nameLabel() const { return name; }
     QPushButton* openButton() const { return open; }

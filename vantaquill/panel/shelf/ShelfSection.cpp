@@ -108,6 +108,9 @@ void ShelfSection::rebuild() {
         row->onCopy = [this, flavours = ShelfEntryFlavours::of(entry)] { writer(flavours); };
         row->onRemove = [this, id] { store.remove(id); };
         row->onDragging = [this](bool running) { dragging(running); };
+        row->startNativeDrag = [this](const ClipFlavours& flavours, std::function<void()> finished) {
+            return startNativeDrag && startNativeDrag(flavours, std::move(finished));
+        };
         list->insertWidget(list->count() - 1, row);
         rows_.push_back(row);
     }

@@ -36,6 +36,8 @@ public:
 
     /// Opens a file or link with the desktop's application for it (`QDesktopServices::openUrl`).
     std::function<bool(const QUrl&)> opener;
+    /// Given to every card: starts a drag out on the island's surface itself where Qt cannot.
+    std::function<bool(const ClipFlavours&, std::function<void()>)> startNativeDrag;
 
     const std::vector<ShelfEntryRow*>& rows() const { return rows_; }
     QLabel* emptyHint() const { return hint; }

@@ -1,0 +1,397 @@
+#include "vantaquill/wayland/WaylandDataDevice.hpp"
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <QTimer>
+#include <QUrl>
+
+#include <wayland-client.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <pthread.h>
+#include <thread>
+#include <unistd.h>
+
+namespace vq {
+
+namespace {
+
+// The newest version whose requests and events the device knows: drag actions and finish.
+constexpr std::uint32_t knownVersion = 3;
+// More than any list of dropped files or any snippet worth keeping: a bigger drop is refused.
+constexpr std::size_t maxDropBytes = 4 * 1024 * 1024;
+// A program that let go of its drop but never writes it is not waited for longer than this.
+constexpr int dropReadTimeoutMs = 10'000;
+
+std::string_view trimmed(std::string_view line)
+{
+    while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t'))
+        line.remove_suffix(1);
+    while (!line.empty() && (line.front() == ' ' || line.front() == '\t'))
+        line.remove_prefix(1);
+    return line;
+}
+
+} // namespace
+
+struct WaylandDataDevice::Incoming {
+    wl_data_offer* offer = nullptr;
+    std::uint32_t serial = 0;
+    std::string mimeType;
+    QPointF position;
+    std::string bytes;
+    int fd = -1;
+    std::unique_ptr<QSocketNotifier> notifier;
+    std::unique_ptr<QTimer> timeout;
+    /// Read to the end, with what it brought.
+    std::optional<IslandSurface::DropEvent> content;
+    /// The island was told of the drag (an enter), and whether it takes it.
+    bool entered = false;
+    bool taken = false;
+    bool dropped = false;
+    /// Not for the island: only kept until the drag leaves.
+    bool refused = false;
+
+    ~Incoming()
+    {
+        notifier.reset();
+        if (fd >= 0)
+            ::close(fd);
+    }
+};
+
+const std::vector<std::string_view>& WaylandDataDevice::readableTypes()
+{
+    static const std::vector<std::string_view> types = {uriList, "text/plain;charset=utf-8", "UTF8_STRING",
+                                                        "text/plain"};
+    return types;
+}
+
+IslandSurface::DropEvent WaylandDataDevice::content(std::string_view mimeType, std::string_view bytes)
+{
+    IslandSurface::DropEvent drop;
+    if (mimeType != uriList) {
+        drop.text = std::string(bytes);
+        return drop;
+    }
+    // One URI per line, lines starting with "#" are comments.
+    while (!bytes.empty()) {
+        const auto end = bytes.find('\n');
+        const std::string_view line = trimmed(bytes.substr(0, end));
+        bytes = end == std::string_view::npos ? std::string_view() : bytes.substr(end + 1);
+        if (line.empty() || line.front() == '#')
+            continue;
+        const QUrl url(QString::fromUtf8(line.data(), static_cast<qsizetype>(line.size())), QUrl::StrictMode);
+        if (!url.isValid() || url.scheme().isEmpty())
+            continue;
+        if (url.isLocalFile())
+            drop.files.push_back(url.toLocalFile().toStdString());
+        else if (drop.text.empty())
+            drop.text = url.toString().toStdString();
+    }
+    if (!drop.files.empty())
+        drop.text.clear();
+    return drop;
+}
+
+WaylandDataDevice::WaylandDataDevice(wl_data_device_manager* manager, std::uint32_t managerVersion, wl_seat* seat,
+                                     std::function<bool(wl_surface*)> isIsland, std::function<void()> flush)
+    : m_manager(manager), m_version(std::min(managerVersion, knownVersion)), m_isIsland(std::move(isIsland)),
+      m_flush(std::move(flush)), m_context(std::make_unique<QObject>())
+{
+    m_device = wl_data_device_manager_get_data_device(m_manager, seat);
+    static const wl_data_device_listener listener = {
+        .data_offer = [](void* data, wl_data_device*, wl_data_offer* offer) {
+            static_cast<WaylandDataDevice*>(data)->handleOffer(offer);
+        },
+        .enter = [](void* data, wl_data_device*, std::uint32_t serial, wl_surface* surface, wl_fixed_t x, wl_fixed_t y,
+                    wl_data_offer* offer) {
+            static_cast<WaylandDataDevice*>(data)->handleEnter(
+                serial, surface, QPointF(wl_fixed_to_double(x), wl_fixed_to_double(y)), offer);
+        },
+        .leave = [](void* data, wl_data_device*) { static_cast<WaylandDataDevice*>(data)->handleLeave(); },
+        .motion = [](void* data, wl_data_device*, std::uint32_t, wl_fixed_t x, wl_fixed_t y) {
+            static_cast<WaylandDataDevice*>(data)->handleMotion(QPointF(wl_fixed_to_double(x), wl_fixed_to_double(y)));
+        },
+        .drop = [](void* data, wl_data_device*) { static_cast<WaylandDataDevice*>(data)->handleDrop(); },
+        .selection = [](void* data, wl_data_device*, wl_data_offer* offer) {
+            // The clipboard is watched elsewhere: a selection offer is only let go of.
+            auto* self = static_cast<WaylandDataDevice*>(data);
+            if (self->m_selection && self->m_selection != offer) {
+                self->m_offered.erase(self->m_selection);
+                wl_data_offer_destroy(self->m_selection);
+            }
+            self->m_selection = offer;
+        },
+    };
+    wl_data_device_add_listener(m_device, &listener, this);
+}
+
+WaylandDataDevice::~WaylandDataDevice()
+{
+    onDrop = nullptr;
+    m_sourceFinished = nullptr;
+    m_context.reset();
+    m_incoming.reset();
+    for (const auto& [offer, types] : m_offered)
+        wl_data_offer_destroy(offer);
+    if (m_source)
+        wl_data_source_destroy(m_source);
+    if (m_device) {
+        if (m_version >= WL_DATA_DEVICE_RELEASE_SINCE_VERSION)
+            wl_data_device_release(m_device);
+        else
+            wl_data_device_destroy(m_device);
+    }
+}
+
+// MARK: - Dropping in
+
+void WaylandDataDevice::handleOffer(wl_data_offer* offer)
+{
+    m_offered[offer];
+    static const wl_data_offer_listener listener = {
+        .offer = [](void* data, wl_data_offer* offer, const char* type) {
+            auto* self = static_cast<WaylandDataDevice*>(data);
+            if (const auto found = self->m_offered.find(offer); found != self->m_offered.end())
+                found->second.emplace_back(type);
+        },
+        .source_actions = [](void*, wl_data_offer*, std::uint32_t) {},
+        .action = [](void*, wl_data_offer*, std::uint32_t) {},
+    };
+    wl_data_offer_add_listener(offer, &listener, this);
+}
+
+void WaylandDataDevice::handleEnter(std::uint32_t serial, wl_surface* surface, QPointF position, wl_data_offer* offer)
+{
+    endIncoming();
+    if (!offer)
+        return;
+    const auto& offered = m_offered[offer];
+    const auto type = std::ranges::find_if(readableTypes(), [&](std::string_view wanted) {
+        return std::ranges::find(offered, wanted) != offered.end();
+    });
+    m_incoming = std::make_unique<Incoming>();
+    Incoming& incoming = *m_incoming;
+    incoming.offer = offer;
+    incoming.serial = serial;
+    // The island's own drag passing over it, something dropped elsewhere, or nothing it can read:
+    // refused. The offer is kept until the drag leaves: a compositor takes an offer destroyed while
+    // the drag is over its surface for the end of the drag, and cancels it for its source.
+    int fds[2];
+    if (m_source || !surface || !m_isIsland(surface) || type == readableTypes().end()
+        || pipe2(fds, O_CLOEXEC | O_NONBLOCK) != 0) {
+        incoming.refused = true;
+        wl_data_offer_accept(offer, serial, nullptr);
+        m_flush();
+        return;
+    }
+    incoming.mimeType = std::string(*type);
+    incoming.position = position;
+    incoming.fd = fds[0];
+    // Taken tentatively while it is read: the answer follows once the island has seen it.
+    wl_data_offer_accept(offer, serial, incoming.mimeType.c_str());
+    if (m_version >= WL_DATA_OFFER_SET_ACTIONS_SINCE_VERSION)
+        wl_data_offer_set_actions(offer, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY);
+    wl_data_offer_receive(offer, incoming.mimeType.c_str(), fds[1]);
+    m_flush();
+    ::close(fds[1]);
+    incoming.notifier = std::make_unique<QSocketNotifier>(incoming.fd, QSocketNotifier::Read);
+    QObject::connect(incoming.notifier.get(), &QSocketNotifier::activated, m_context.get(), [this] { readAvailable(); });
+}
+
+void WaylandDataDevice::readAvailable()
+{
+    if (!m_incoming || m_incoming->content)
+        return;
+    Incoming& incoming = *m_incoming;
+    std::array<char, 16384> chunk {};
+    for (;;) {
+        const ssize_t count = ::read(incoming.fd, chunk.data(), chunk.size());
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0 && errno == EAGAIN)
+            return;
+        if (count > 0) {
+            incoming.bytes.append(chunk.data(), static_cast<std::size_t>(count));
+            if (incoming.bytes.size() <= maxDropBytes)
+                continue;
+            incoming.bytes.clear();
+        }
+        break;
+    }
+    // The end (or a failure, or too much, which bring nothing the island takes).
+    incoming.notifier.reset();
+    ::close(incoming.fd);
+    incoming.fd = -1;
+    incoming.timeout.reset();
+    incoming.content = content(incoming.mimeType, incoming.bytes);
+    deliverEnter();
+    if (m_incoming && m_incoming->dropped)
+        deliverDrop();
+}
+
+void WaylandDataDevice::deliverEnter()
+{
+    Incoming& incoming = *m_incoming;
+    IslandSurface::DropEvent event = *incoming.content;
+    event.type = IslandSurface::DropEvent::Type::enter;
+    event.position = incoming.position;
+    incoming.entered = true;
+    const bool empty = event.files.empty() && event.text.empty();
+    accept(!empty && onDrop && onDrop(event));
+}
+
+void WaylandDataDevice::accept(bool taken)
+{
+    if (!m_incoming)
+        return;
+    m_incoming->taken = taken;
+    if (m_incoming->dropped)
+        return;
+    wl_data_offer_accept(m_incoming->offer, m_incoming->serial, taken ? m_incoming->mimeType.c_str() : nullptr);
+    m_flush();
+}
+
+void WaylandDataDevice::handleMotion(QPointF position)
+{
+    if (!m_incoming || m_incoming->dropped || m_incoming->refused)
+        return;
+    m_incoming->position = position;
+    if (!m_incoming->entered || !m_incoming->taken)
+        return;
+    IslandSurface::DropEvent event = *m_incoming->content;
+    event.type = IslandSurface::DropEvent::Type::move;
+    event.position = position;
+    accept(onDrop && onDrop(event));
+}
+
+void WaylandDataDevice::handleLeave()
+{
+    // After a drop the compositor says the drag left: the drop is still being read or handed over.
+    if (!m_incoming || m_incoming->dropped)
+        return;
+    const bool entered = m_incoming->entered;
+    endIncoming();
+    if (entered && onDrop)
+        onDrop(IslandSurface::DropEvent{.type = IslandSurface::DropEvent::Type::leave, .position = {}, .files = {}, .text = {}});
+}
+
+void WaylandDataDevice::handleDrop()
+{
+    if (!m_incoming)
+        return;
+    if (m_incoming->refused) {
+        endIncoming();
+        return;
+    }
+    m_incoming->dropped = true;
+    if (m_incoming->content) {
+        deliverDrop();
+        return;
+    }
+    // Still reading: the drop is handed over when the data is in, or forgotten after a while.
+    m_incoming->timeout = std::make_unique<QTimer>();
+    m_incoming->timeout->setSingleShot(true);
+    QObject::connect(m_incoming->timeout.get(), &QTimer::timeout, m_context.get(), [this] {
+        endIncoming();
+        if (onDrop)
+            onDrop(IslandSurface::DropEvent{.type = IslandSurface::DropEvent::Type::leave, .position = {}, .files = {}, .text = {}});
+    });
+    m_incoming->timeout->start(dropReadTimeoutMs);
+}
+
+void WaylandDataDevice::deliverDrop()
+{
+    IslandSurface::DropEvent event = *m_incoming->content;
+    event.type = IslandSurface::DropEvent::Type::drop;
+    event.position = m_incoming->position;
+    const bool taken = m_incoming->taken && onDrop && onDrop(event);
+    // The other program learns that its copy is done (and may clean up); a refused drop is only let go.
+    if (m_incoming && taken && m_version >= WL_DATA_OFFER_FINISH_SINCE_VERSION)
+        wl_data_offer_finish(m_incoming->offer);
+    endIncoming();
+}
+
+void WaylandDataDevice::endIncoming()
+{
+    if (!m_incoming)
+        return;
+    wl_data_offer* offer = m_incoming->offer;
+    m_incoming.reset();
+    m_offered.erase(offer);
+    wl_data_offer_destroy(offer);
+    m_flush();
+}
+
+// MARK: - Dragging out
+
+bool WaylandDataDevice::startDrag(wl_surface* origin, std::uint32_t serial, const ClipFlavours& flavours,
+                                  std::function<void()> finished)
+{
+    if (m_source || flavours.empty() || !origin)
+        return false;
+    m_source = wl_data_device_manager_create_data_source(m_manager);
+    m_sourceFlavours = flavours;
+    m_sourceFinished = std::move(finished);
+    for (const ClipFlavour& flavour : m_sourceFlavours)
+        wl_data_source_offer(m_source, flavour.mimeType.c_str());
+    if (m_version >= WL_DATA_SOURCE_SET_ACTIONS_SINCE_VERSION)
+        wl_data_source_set_actions(m_source, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY);
+    static const wl_data_source_listener listener = {
+        .target = [](void*, wl_data_source*, const char*) {},
+        .send = [](void* data, wl_data_source*, const char* type, std::int32_t fd) {
+            auto* self = static_cast<WaylandDataDevice*>(data);
+            const auto flavour = std::ranges::find_if(self->m_sourceFlavours,
+                                                      [type](const ClipFlavour& f) { return f.mimeType == type; });
+            if (flavour == self->m_sourceFlavours.end()) {
+                ::close(fd);
+                return;
+            }
+            // The reader may take its time; the island does not wait for it.
+            std::thread([fd, bytes = flavour->data] {
+                // A reader that closes early must cost an error here, not the island's life.
+                sigset_t pipeSignal;
+                sigemptyset(&pipeSignal);
+                sigaddset(&pipeSignal, SIGPIPE);
+                pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
+                std::size_t written = 0;
+                while (written < bytes.size()) {
+                    const ssize_t count = ::write(fd, bytes.data() + written, bytes.size() - written);
+                    if (count < 0 && errno == EINTR)
+                        continue;
+                    if (count <= 0)
+                        break;
+                    written += static_cast<std::size_t>(count);
+                }
+                ::close(fd);
+            }).detach();
+        },
+        .cancelled = [](void* data, wl_data_source*) { static_cast<WaylandDataDevice*>(data)->endSource(); },
+        .dnd_drop_performed = [](void*, wl_data_source*) {},
+        .dnd_finished = [](void* data, wl_data_source*) { static_cast<WaylandDataDevice*>(data)->endSource(); },
+        .action = [](void*, wl_data_source*, std::uint32_t) {},
+    };
+    wl_data_source_add_listener(m_source, &listener, this);
+    wl_data_device_start_drag(m_device, m_source, origin, nullptr, serial);
+    m_flush();
+    return true;
+}
+
+void WaylandDataDevice::endSource()
+{
+    if (!m_source)
+        return;
+    wl_data_source_destroy(m_source);
+    m_source = nullptr;
+    m_sourceFlavours.clear();
+    // Told from the event loop: the listener that ends the drag runs inside the connection's dispatch.
+    if (auto finished = std::exchange(m_sourceFinished, nullptr))
+        QTimer::singleShot(0, m_context.get(), std::move(finished));
+}
+
+} // namespace vq
