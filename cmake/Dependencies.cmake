@@ -1,7 +1,6 @@
 # Every dependency is a Debian package installed by scripts/setup.
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
-find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(nlohmann_json 3.10 REQUIRED)
 find_package(simdjson 3 REQUIRED)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)

@@ -24,7 +24,7 @@ function(brind_subsystem folder)
   add_library(${target} STATIC ${sources})
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PUBLIC
-    asio::asio nlohmann_json::nlohmann_json OpenSSL::Crypto
+    asio::asio nlohmann_json::nlohmann_json
     PkgConfig::ICU PkgConfig::URIPARSER Threads::Threads)
   foreach(dependency ${ARGN})
     brind_target_name(${dependency} dependencyTarget)

@@ -9,6 +9,23 @@ namespace brind::SHA256 {
 
 using Digest = std::array<std::uint8_t, 32>;
 
+/// SHA-256 fed in pieces, so that joined inputs need not be copied into one buffer.
+class Hasher {
+public:
+    Hasher();
+    void update(std::string_view data);
+    /// The digest of everything fed; the hasher is spent afterwards.
+    Digest finish();
+
+private:
+    void compress(const std::uint8_t* block);
+
+    std::array<std::uint32_t, 8> state_;
+    std::array<std::uint8_t, 64> pending_{};
+    std::size_t pendingSize_ = 0;
+    std::uint64_t totalSize_ = 0;
+};
+
 Digest digest(std::string_view data);
 
 /// The digest as 64 lower-case hexadecimal characters.

@@ -2,13 +2,12 @@
 
 #include "BrindKit/foundation/Base64.hpp"
 #include "BrindKit/foundation/SHA256.hpp"
+#include "BrindKit/foundation/SecureRandom.hpp"
 #include "BrindKit/foundation/Text.hpp"
-
-#include <openssl/rand.h>
 
 #include <algorithm>
 #include <array>
-#include <random>
+#include <cstdint>
 #include <tuple>
 
 namespace brind {
@@ -90,14 +89,8 @@ bool SDKAuthorizer::isValidName(std::string_view text) {
 }
 
 std::string SDKAuthorizer::newToken() {
-    std::array<unsigned char, tokenRandomBytes> bytes{};
-    if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
-        // The system source failed; fall back to the general-purpose generator, seeded from the
-        // operating system's entropy where it has one.
-        std::random_device device;
-        for (auto& byte : bytes)
-            byte = static_cast<unsigned char>(device());
-    }
+    std::array<std::uint8_t, tokenRandomBytes> bytes{};
+    SecureRandom::fill(bytes.data(), bytes.size());
     std::string token(tokenPrefix);
     token += Base64::encodeURL(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
     return token;
