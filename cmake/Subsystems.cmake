@@ -25,7 +25,7 @@ function(brind_subsystem folder)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PUBLIC
     asio::asio nlohmann_json::nlohmann_json
-    PkgConfig::ICU PkgConfig::URIPARSER Threads::Threads)
+    PkgConfig::ICU PkgConfig::URIPARSER Threads::Threads ${CMAKE_DL_LIBS})
   foreach(dependency ${ARGN})
     brind_target_name(${dependency} dependencyTarget)
     if(TARGET ${dependencyTarget})
