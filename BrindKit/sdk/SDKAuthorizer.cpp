@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <tuple>
 
 namespace brind {
@@ -103,8 +104,18 @@ std::string SDKAuthorizer::hash(std::string_view token) {
 bool SDKAuthorizer::same(std::string_view a, std::string_view b) {
     if (a.size() != b.size())
         return false;
-    unsigned char difference = 0;
-    for (std::size_t i = 0; i < a.size(); ++i)
+    // Eight bytes at a time: every stored digest is compared on every request, so with a few hundred
+    // clients a byte-wise loop was most of the work of authorising one.
+    std::uint64_t difference = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= a.size(); i += 8) {
+        std::uint64_t x = 0;
+        std::uint64_t y = 0;
+        std::memcpy(&x, a.data() + i, 8);
+        std::memcpy(&y, b.data() + i, 8);
+        difference |= x ^ y;
+    }
+    for (; i < a.size(); ++i)
         difference |= static_cast<unsigned char>(a[i] ^ b[i]);
     return difference == 0;
 }
