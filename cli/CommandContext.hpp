@@ -49,4 +49,9 @@ void addHooksCommand(CLI::App& app, CommandContext& context);
 void addJumpCommand(CLI::App& app, CommandContext& context);
 void addHUDCommand(CLI::App& app, CommandContext& context);
 
+/// `vantaquill [--port N] hook --agent A [--event E] [arguments…]` carried out without building the
+/// whole command line, which is most of the command's own start-up; agents run it on every tool
+/// use. Nothing (and nothing done) for any other command line, which the full parser then reads.
+std::optional<int> runPlainHook(int argc, char** argv, CommandContext& context);
+
 } // namespace vq

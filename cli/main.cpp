@@ -7,6 +7,8 @@ int main(int argc, char** argv) {
     vq::CommandContext context;
     if (const char* port = std::getenv("VANTAQUILL_PORT"); port && *port)
         context.port = static_cast<std::uint16_t>(std::strtoul(port, nullptr, 10));
+    if (const auto code = vq::runPlainHook(argc, argv, context))
+        return *code;
 
     CLI::App app{"vantaquill: drive the vantaquill island from scripts and coding agents.", "vantaquill"};
     app.require_subcommand(1);

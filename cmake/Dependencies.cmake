@@ -1,11 +1,11 @@
 # Every dependency is a Debian package installed by scripts/setup.
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
-find_package(OpenSSL REQUIRED COMPONENTS Crypto)
 find_package(nlohmann_json 3.10 REQUIRED)
 find_package(simdjson 3 REQUIRED)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc icu-i18n)
 pkg_check_modules(URIPARSER REQUIRED IMPORTED_TARGET liburiparser)
+pkg_check_modules(NETTLE REQUIRED IMPORTED_TARGET nettle)
 
 # Standalone Asio is header-only and ships no CMake package.
 find_path(ASIO_INCLUDE_DIR asio.hpp REQUIRED)

@@ -24,8 +24,8 @@ function(brind_subsystem folder)
   add_library(${target} STATIC ${sources})
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PUBLIC
-    asio::asio nlohmann_json::nlohmann_json OpenSSL::Crypto
-    PkgConfig::ICU PkgConfig::URIPARSER Threads::Threads)
+    asio::asio nlohmann_json::nlohmann_json
+    PkgConfig::ICU PkgConfig::URIPARSER PkgConfig::NETTLE Threads::Threads ${CMAKE_DL_LIBS})
   foreach(dependency ${ARGN})
     brind_target_name(${dependency} dependencyTarget)
     if(TARGET ${dependencyTarget})

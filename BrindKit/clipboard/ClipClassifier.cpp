@@ -7,7 +7,6 @@
 #include "BrindKit/foundation/Text.hpp"
 #include "BrindKit/foundation/URL.hpp"
 
-#include <openssl/evp.h>
 
 #include <memory>
 
@@ -125,24 +124,11 @@ std::optional<ClipCandidate> classify(const ClipSnapshot& snapshot, const ClipSe
 
 std::string hash(std::string_view kind, std::string_view payload) {
     // Streamed so a large image is read once and never copied to join it with its kind.
-    const std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context(EVP_MD_CTX_new(), EVP_MD_CTX_free);
-    unsigned char digest[EVP_MAX_MD_SIZE];
-    unsigned int length = 0;
-    const unsigned char separator = 0;
-    if (!context || EVP_DigestInit_ex(context.get(), EVP_sha256(), nullptr) != 1 ||
-        EVP_DigestUpdate(context.get(), kind.data(), kind.size()) != 1 ||
-        EVP_DigestUpdate(context.get(), &separator, 1) != 1 ||
-        EVP_DigestUpdate(context.get(), payload.data(), payload.size()) != 1 ||
-        EVP_DigestFinal_ex(context.get(), digest, &length) != 1 || length != 32) {
-        // Only an allocation failure inside libcrypto gets here; fall back to the one-shot digest.
-        std::string joinedPayload(kind);
-        joinedPayload.push_back('\0');
-        joinedPayload.append(payload);
-        return SHA256::hex(joinedPayload);
-    }
-    SHA256::Digest result{};
-    std::copy(digest, digest + result.size(), result.begin());
-    return SHA256::hex(result);
+    SHA256::Hasher hasher;
+    hasher.update(kind);
+    hasher.update(std::string_view("\0", 1));
+    hasher.update(payload);
+    return SHA256::hex(hasher.finish());
 }
 
 } // namespace brind::ClipClassifier

@@ -1,25 +1,44 @@
 #include "BrindKit/foundation/Base64.hpp"
 
-#include "BrindKit/foundation/ASCII.hpp"
 
-#include <openssl/evp.h>
+#include <algorithm>
+#include <array>
+#include <cstdint>
 
 namespace brind::Base64 {
 
 namespace {
 
+constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+// Each character's six bits; -1 outside the alphabet.
+constexpr std::array<int, 256> values = [] {
+    std::array<int, 256> table{};
+    table.fill(-1);
+    for (std::size_t i = 0; i < alphabet.size(); ++i)
+        table[static_cast<unsigned char>(alphabet[i])] = static_cast<int>(i);
+    return table;
+}();
+
 bool isAlphabet(char c) {
-    return ASCII::isAlphanumeric(c) || c == '+' || c == '/';
+    return values[static_cast<unsigned char>(c)] >= 0;
 }
 
 } // namespace
 
 std::string encode(std::string_view bytes) {
-    std::string text(4 * ((bytes.size() + 2) / 3), '\0');
-    const int written = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()),
-                                        reinterpret_cast<const unsigned char*>(bytes.data()),
-                                        static_cast<int>(bytes.size()));
-    text.resize(static_cast<std::size_t>(written));
+    std::string text;
+    text.reserve(4 * ((bytes.size() + 2) / 3));
+    const auto byte = [&](std::size_t at) -> std::uint32_t {
+        return at < bytes.size() ? static_cast<unsigned char>(bytes[at]) : 0;
+    };
+    for (std::size_t at = 0; at < bytes.size(); at += 3) {
+        const std::uint32_t group = byte(at) << 16 | byte(at + 1) << 8 | byte(at + 2);
+        text.push_back(alphabet[group >> 18 & 63]);
+        text.push_back(alphabet[group >> 12 & 63]);
+        text.push_back(at + 1 < bytes.size() ? alphabet[group >> 6 & 63] : '=');
+        text.push_back(at + 2 < bytes.size() ? alphabet[group & 63] : '=');
+    }
     return text;
 }
 
@@ -36,14 +55,18 @@ std::optional<std::string> decode(std::string_view text) {
     if (text.empty())
         return std::string{};
 
-    // OpenSSL decodes whole groups; the padding's zero bytes are cut off afterwards.
-    std::string bytes(text.size() / 4 * 3, '\0');
-    const int written = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
-                                        reinterpret_cast<const unsigned char*>(text.data()),
-                                        static_cast<int>(text.size()));
-    if (written < 0)
-        return std::nullopt;
-    bytes.resize(static_cast<std::size_t>(written) - padding);
+    // Whole groups, padding read as zero bits; the padding's bytes are cut off afterwards.
+    std::string bytes;
+    bytes.reserve(text.size() / 4 * 3);
+    for (std::size_t at = 0; at < text.size(); at += 4) {
+        std::uint32_t group = 0;
+        for (std::size_t i = 0; i < 4; ++i)
+            group = group << 6 | static_cast<std::uint32_t>(std::max(values[static_cast<unsigned char>(text[at + i])], 0));
+        bytes.push_back(static_cast<char>(group >> 16));
+        bytes.push_back(static_cast<char>(group >> 8 & 0xFF));
+        bytes.push_back(static_cast<char>(group & 0xFF));
+    }
+    bytes.resize(bytes.size() - padding);
     return bytes;
 }
 

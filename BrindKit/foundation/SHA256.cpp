@@ -2,15 +2,29 @@
 
 #include "BrindKit/foundation/Hex.hpp"
 
-#include <openssl/evp.h>
-
 namespace brind::SHA256 {
 
-Digest digest(std::string_view data) {
+// Nettle's SHA-256: a small library that loads in a moment, where libcrypto cost the resting island
+// megabytes of memory for the one digest it needs.
+
+Hasher::Hasher() {
+    sha256_init(&context_);
+}
+
+void Hasher::update(std::string_view data) {
+    sha256_update(&context_, data.size(), reinterpret_cast<const std::uint8_t*>(data.data()));
+}
+
+Digest Hasher::finish() {
     Digest result{};
-    unsigned int length = 0;
-    EVP_Digest(data.data(), data.size(), result.data(), &length, EVP_sha256(), nullptr);
+    sha256_digest(&context_, result.size(), result.data());
     return result;
+}
+
+Digest digest(std::string_view data) {
+    Hasher hasher;
+    hasher.update(data);
+    return hasher.finish();
 }
 
 std::string hex(const Digest& digest) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <nettle/sha2.h>
+
 #include <array>
 #include <cstdint>
 #include <string>
@@ -8,6 +10,18 @@
 namespace brind::SHA256 {
 
 using Digest = std::array<std::uint8_t, 32>;
+
+/// SHA-256 fed in pieces, so that joined inputs need not be copied into one buffer.
+class Hasher {
+public:
+    Hasher();
+    void update(std::string_view data);
+    /// The digest of everything fed; the hasher is spent afterwards.
+    Digest finish();
+
+private:
+    sha256_ctx context_{};
+};
 
 Digest digest(std::string_view data);
 

@@ -2,24 +2,90 @@
 
 #include "BrindKit/foundation/ASCII.hpp"
 
-#include <unicode/brkiter.h>
+#include <unicode/ubrk.h>
 #include <unicode/uchar.h>
-#include <unicode/unistr.h>
+#include <unicode/ustring.h>
 #include <unicode/utext.h>
 #include <unicode/utf8.h>
+#include <unicode/uvernum.h>
 
+#include <dlfcn.h>
+
+#include <cctype>
 #include <memory>
+#include <optional>
+#include <type_traits>
 
 namespace brind::Text {
 
 namespace {
 
+// ICU is opened on first use instead of being linked: the `vantaquill` command forwards an agent's
+// hook payload on every tool use, and loading and relocating ICU was most of its start-up. Programs
+// that do need Unicode rules pay for the library once, the first time they ask. Only the C entry
+// points are used; their names carry ICU's version suffix, as the headers spell them.
+#define BRIND_ICU_NAME_TEXT(name) #name
+#define BRIND_ICU_NAME(name) BRIND_ICU_NAME_TEXT(name)
+
+struct ICU {
+    decltype(&::ubrk_open) open = nullptr;
+    decltype(&::ubrk_setUText) setUText = nullptr;
+    decltype(&::ubrk_first) first = nullptr;
+    decltype(&::ubrk_next) next = nullptr;
+    decltype(&::ubrk_close) close = nullptr;
+    decltype(&::utext_openUTF8) openUTF8 = nullptr;
+    decltype(&::utext_close) closeText = nullptr;
+    decltype(&::u_strFromUTF8WithSub) fromUTF8 = nullptr;
+    decltype(&::u_strToUTF8) toUTF8 = nullptr;
+    decltype(&::u_strToLower) toLower = nullptr;
+    decltype(&::u_strToUpper) toUpper = nullptr;
+    decltype(&::u_hasBinaryProperty) hasBinaryProperty = nullptr;
+    decltype(&::u_isalnum) isAlphanumeric = nullptr;
+};
+
+// Nothing when the library or one of its entry points is missing; callers then fall back to rules
+// that need no tables (code points for characters, ASCII for case and white space).
+const ICU* icu() {
+    static const std::unique_ptr<ICU> loaded = [] {
+        void* library = ::dlopen("libicuuc.so." U_ICU_VERSION_SHORT, RTLD_LAZY | RTLD_LOCAL);
+        if (!library)
+            return std::unique_ptr<ICU>();
+        auto functions = std::make_unique<ICU>();
+        bool complete = true;
+        const auto bind = [&](auto& pointer, const char* name) {
+            pointer = reinterpret_cast<std::remove_reference_t<decltype(pointer)>>(::dlsym(library, name));
+            complete = complete && pointer != nullptr;
+        };
+        bind(functions->open, BRIND_ICU_NAME(ubrk_open));
+        bind(functions->setUText, BRIND_ICU_NAME(ubrk_setUText));
+        bind(functions->first, BRIND_ICU_NAME(ubrk_first));
+        bind(functions->next, BRIND_ICU_NAME(ubrk_next));
+        bind(functions->close, BRIND_ICU_NAME(ubrk_close));
+        bind(functions->openUTF8, BRIND_ICU_NAME(utext_openUTF8));
+        bind(functions->closeText, BRIND_ICU_NAME(utext_close));
+        bind(functions->fromUTF8, BRIND_ICU_NAME(u_strFromUTF8WithSub));
+        bind(functions->toUTF8, BRIND_ICU_NAME(u_strToUTF8));
+        bind(functions->toLower, BRIND_ICU_NAME(u_strToLower));
+        bind(functions->toUpper, BRIND_ICU_NAME(u_strToUpper));
+        bind(functions->hasBinaryProperty, BRIND_ICU_NAME(u_hasBinaryProperty));
+        bind(functions->isAlphanumeric, BRIND_ICU_NAME(u_isalnum));
+        // The library stays open for the life of the process, like a linked one.
+        return complete ? std::move(functions) : std::unique_ptr<ICU>();
+    }();
+    return loaded.get();
+}
+
+struct BreakIteratorClose {
+    void operator()(UBreakIterator* iterator) const { icu()->close(iterator); }
+};
+
 // Creating a break iterator loads ICU's rules; each thread keeps its own, ready for reuse.
-icu::BreakIterator* characterIterator() {
-    thread_local std::unique_ptr<icu::BreakIterator> iterator = [] {
+UBreakIterator* characterIterator(const ICU& functions) {
+    thread_local std::unique_ptr<UBreakIterator, BreakIteratorClose> iterator = [&] {
         UErrorCode status = U_ZERO_ERROR;
-        std::unique_ptr<icu::BreakIterator> created{
-            icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status)};
+        // "" is the root locale.
+        std::unique_ptr<UBreakIterator, BreakIteratorClose> created{
+            functions.open(UBRK_CHARACTER, "", nullptr, 0, &status)};
         return U_SUCCESS(status) ? std::move(created) : nullptr;
     }();
     return iterator.get();
@@ -33,36 +99,93 @@ bool isASCII(std::string_view text) {
     return true;
 }
 
-// Visits the grapheme boundaries of `text` as byte offsets until `visit` returns false.
+// Visits the grapheme boundaries of `text` as byte offsets until `visit` returns false. Without
+// ICU every code point is a boundary.
 template <typename Visit>
 void forEachBoundary(std::string_view text, Visit visit) {
-    icu::BreakIterator* iterator = characterIterator();
-    UErrorCode status = U_ZERO_ERROR;
-    UText* utext = utext_openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status);
-    if (!iterator || U_FAILURE(status)) {
-        utext_close(utext);
+    const ICU* functions = icu();
+    if (!functions) {
+        const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+        const auto length = static_cast<int32_t>(text.size());
+        for (int32_t i = 0; i < length;) {
+            UChar32 scalar = 0;
+            U8_NEXT(bytes, i, length, scalar);
+            if (!visit(static_cast<std::size_t>(i)))
+                break;
+        }
         return;
     }
-    iterator->setText(utext, status);
+    UBreakIterator* iterator = characterIterator(*functions);
+    UErrorCode status = U_ZERO_ERROR;
+    UText* utext = functions->openUTF8(nullptr, text.data(), static_cast<int64_t>(text.size()), &status);
+    if (!iterator || U_FAILURE(status)) {
+        functions->closeText(utext);
+        return;
+    }
+    functions->setUText(iterator, utext, &status);
     if (U_SUCCESS(status)) {
-        iterator->first();
-        for (int32_t boundary = iterator->next(); boundary != icu::BreakIterator::DONE;
-             boundary = iterator->next()) {
+        functions->first(iterator);
+        for (int32_t boundary = functions->next(iterator); boundary != UBRK_DONE;
+             boundary = functions->next(iterator)) {
             if (!visit(static_cast<std::size_t>(boundary)))
                 break;
         }
     }
-    utext_close(utext);
+    functions->closeText(utext);
 }
 
-std::string toUTF8(const icu::UnicodeString& text) {
-    std::string result;
-    text.toUTF8String(result);
+// ICU's two-pass convention: ask for the length with the buffer at hand, grow it once if short.
+template <typename Fill>
+bool filled(Fill fill, auto& buffer) {
+    UErrorCode status = U_ZERO_ERROR;
+    int32_t length = fill(buffer.data(), static_cast<int32_t>(buffer.size()), &status);
+    if (status == U_BUFFER_OVERFLOW_ERROR) {
+        buffer.resize(static_cast<std::size_t>(length));
+        status = U_ZERO_ERROR;
+        length = fill(buffer.data(), static_cast<int32_t>(buffer.size()), &status);
+    }
+    if (U_FAILURE(status))
+        return false;
+    buffer.resize(static_cast<std::size_t>(length));
+    return true;
+}
+
+// Full case mapping through UTF-16, ill-formed input bytes becoming U+FFFD; nothing when ICU fails.
+std::optional<std::string> mappedCase(std::string_view text, bool upper) {
+    const ICU* functions = icu();
+    if (!functions)
+        return std::nullopt;
+    std::u16string source(text.size() + 1, u'\0');
+    const bool decoded = filled(
+        [&](char16_t* into, int32_t capacity, UErrorCode* status) {
+            int32_t length = 0;
+            functions->fromUTF8(into, capacity, &length, text.data(), static_cast<int32_t>(text.size()), 0xFFFD,
+                                nullptr, status);
+            return length;
+        },
+        source);
+    if (!decoded)
+        return std::nullopt;
+    std::u16string mapped(source.size() + 8, u'\0');
+    const bool done = filled(
+        [&](char16_t* into, int32_t capacity, UErrorCode* status) {
+            const auto map = upper ? functions->toUpper : functions->toLower;
+            return map(into, capacity, source.data(), static_cast<int32_t>(source.size()), "", status);
+        },
+        mapped);
+    if (!done)
+        return std::nullopt;
+    std::string result(mapped.size() * 3 + 1, '\0');
+    const bool encoded = filled(
+        [&](char* into, int32_t capacity, UErrorCode* status) {
+            int32_t length = 0;
+            functions->toUTF8(into, capacity, &length, mapped.data(), static_cast<int32_t>(mapped.size()), status);
+            return length;
+        },
+        result);
+    if (!encoded)
+        return std::nullopt;
     return result;
-}
-
-icu::UnicodeString fromUTF8(std::string_view text) {
-    return icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), static_cast<int32_t>(text.size())));
 }
 
 } // namespace
@@ -99,23 +222,27 @@ std::string graphemePrefix(std::string_view text, std::size_t count) {
 std::string lowercased(std::string_view text) {
     if (isASCII(text))
         return ASCII::lowercased(text);
-    icu::UnicodeString unicode = fromUTF8(text);
-    unicode.toLower(icu::Locale::getRoot());
-    return toUTF8(unicode);
+    if (auto mapped = mappedCase(text, false))
+        return std::move(*mapped);
+    return ASCII::lowercased(text);
 }
 
 std::string uppercased(std::string_view text) {
-    icu::UnicodeString unicode = fromUTF8(text);
-    unicode.toUpper(icu::Locale::getRoot());
-    return toUTF8(unicode);
+    if (auto mapped = mappedCase(text, true))
+        return std::move(*mapped);
+    return ASCII::uppercased(text);
 }
 
 bool isWhitespace(char32_t scalar) {
-    return u_hasBinaryProperty(static_cast<UChar32>(scalar), UCHAR_WHITE_SPACE);
+    if (const ICU* functions = icu())
+        return functions->hasBinaryProperty(static_cast<UChar32>(scalar), UCHAR_WHITE_SPACE);
+    return scalar == ' ' || (scalar >= '\t' && scalar <= '\r');
 }
 
 bool isLetterOrDigit(char32_t scalar) {
-    return u_isalnum(static_cast<UChar32>(scalar));
+    if (const ICU* functions = icu())
+        return functions->isAlphanumeric(static_cast<UChar32>(scalar));
+    return scalar < 0x80 && std::isalnum(static_cast<int>(scalar));
 }
 
 std::string trimmed(std::string_view text) {
@@ -133,10 +260,14 @@ std::string trimmed(std::string_view text) {
     }
     int32_t end = length;
     while (end > start) {
-        int32_t previous = end;
+        // Back to the lead byte, then decoded forwards: ICU's backward decoder is a library call.
+        int32_t previous = end - 1;
+        while (previous > start && end - previous < 4 && U8_IS_TRAIL(bytes[previous]))
+            --previous;
+        int32_t next = previous;
         UChar32 scalar = 0;
-        U8_PREV(bytes, 0, previous, scalar);
-        if (scalar < 0 || !isWhitespace(static_cast<char32_t>(scalar)))
+        U8_NEXT(bytes, next, length, scalar);
+        if (scalar < 0 || next != end || !isWhitespace(static_cast<char32_t>(scalar)))
             break;
         end = previous;
     }

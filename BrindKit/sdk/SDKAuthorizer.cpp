@@ -2,13 +2,13 @@
 
 #include "BrindKit/foundation/Base64.hpp"
 #include "BrindKit/foundation/SHA256.hpp"
+#include "BrindKit/foundation/SecureRandom.hpp"
 #include "BrindKit/foundation/Text.hpp"
-
-#include <openssl/rand.h>
 
 #include <algorithm>
 #include <array>
-#include <random>
+#include <cstdint>
+#include <cstring>
 #include <tuple>
 
 namespace brind {
@@ -90,14 +90,8 @@ bool SDKAuthorizer::isValidName(std::string_view text) {
 }
 
 std::string SDKAuthorizer::newToken() {
-    std::array<unsigned char, tokenRandomBytes> bytes{};
-    if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
-        // The system source failed; fall back to the general-purpose generator, seeded from the
-        // operating system's entropy where it has one.
-        std::random_device device;
-        for (auto& byte : bytes)
-            byte = static_cast<unsigned char>(device());
-    }
+    std::array<std::uint8_t, tokenRandomBytes> bytes{};
+    SecureRandom::fill(bytes.data(), bytes.size());
     std::string token(tokenPrefix);
     token += Base64::encodeURL(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
     return token;
@@ -110,8 +104,18 @@ std::string SDKAuthorizer::hash(std::string_view token) {
 bool SDKAuthorizer::same(std::string_view a, std::string_view b) {
     if (a.size() != b.size())
         return false;
-    unsigned char difference = 0;
-    for (std::size_t i = 0; i < a.size(); ++i)
+    // Eight bytes at a time: every stored digest is compared on every request, so with a few hundred
+    // clients a byte-wise loop was most of the work of authorising one.
+    std::uint64_t difference = 0;
+    std::size_t i = 0;
+    for (; i + 8 <= a.size(); i += 8) {
+        std::uint64_t x = 0;
+        std::uint64_t y = 0;
+        std::memcpy(&x, a.data() + i, 8);
+        std::memcpy(&y, b.data() + i, 8);
+        difference |= x ^ y;
+    }
+    for (; i < a.size(); ++i)
         difference |= static_cast<unsigned char>(a[i] ^ b[i]);
     return difference == 0;
 }

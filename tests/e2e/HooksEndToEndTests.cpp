@@ -102,3 +102,45 @@ TEST(HooksWithoutIsland, FallBackAtOnceWhenTheIslandIsNotRunning) {
     EXPECT_EQ(claude.exitCode, 0);
     EXPECT_EQ(claude.out, "");
 }
+
+TEST(HooksWithoutIsland, EveryWayOfWritingTheCommandLineIsReadAsBefore) {
+    TemporaryHome home;
+    auto environment = home.environment();
+    const std::string payload = readFixture("agents/payloads/cursor-before-shell-execution.json");
+    struct Case {
+        std::vector<std::string> arguments;
+        int exitCode;
+        const char* out;
+        const char* err; ///< a part of stderr
+    };
+    const Case cases[] = {
+        {{"--port", "1", "hook", "--agent", "cursor"}, 0, R"({"permission":"ask"})", ""},
+        {{"--port=1", "hook", "--agent=cursor", "--event", "beforeShellExecution"}, 0, R"({"permission":"ask"})", ""},
+        {{"--port", "1", "hook", "--event", "beforeShellExecution"}, 2, "", "--agent is required"},
+        {{"--port", "1", "hook", "--agent", "cursor", "--timeout", "3"}, 2, "", "--timeout"},
+        {{"--port", "0", "hook", "--agent", "cursor"}, 2, "", "--port"},
+        {{"--port", "1", "hook", "--agent", "cursor", "--help"}, 0, "", ""},
+    };
+    for (const auto& c : cases) {
+        const auto result = run(builtProgram("vantaquill"), c.arguments, environment, payload);
+        const std::string line = testing::PrintToString(c.arguments);
+        EXPECT_EQ(result.exitCode, c.exitCode) << line << result.err;
+        if (c.exitCode == 0 && *c.out)
+            EXPECT_EQ(result.out, c.out) << line;
+        EXPECT_NE(result.err.find(c.err), std::string::npos) << line << result.err;
+    }
+}
+
+TEST(HooksWithoutIsland, ForwardingLoadsNoUnicodeOrCryptoLibrary) {
+    // Agents pay the command's start-up on every tool use; these libraries were most of it.
+    TemporaryHome home;
+    auto environment = home.environment();
+    environment["VANTAQUILL_PORT"] = "1";
+    environment["LD_DEBUG"] = "libs";
+    const auto result = run(builtProgram("vantaquill"), {"hook", "--agent", "claude-code"}, environment,
+                            readFixture("agents/payloads/claude-pre-tool-use.json"));
+    EXPECT_EQ(result.exitCode, 0);
+    ASSERT_NE(result.err.find("libc.so"), std::string::npos) << "the loader's trace is missing";
+    for (const char* library : {"libicu", "libcrypto"})
+        EXPECT_EQ(result.err.find(library), std::string::npos) << library;
+}

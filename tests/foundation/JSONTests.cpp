@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
 using namespace brind;
 
 // Whole numbers arrive as JSON integers, as integers past 64 bits, and from some writers as 2.0.
@@ -58,4 +62,20 @@ TEST(JSONText, QuotesWithShortEscapesAndLeavesSlashesAlone) {
     JSONText::appendQuoted(out, std::string("a/b \"q\" \\ \n\r\t \x01\x1f \xC3\xA9 end"));
     EXPECT_EQ(out, "x\"a/b \\\"q\\\" \\\\ \\n\\r\\t \\u0001\\u001f \xC3\xA9 end\"");
     EXPECT_EQ(JSONText::parse(out.substr(1)).value(), std::string("a/b \"q\" \\ \n\r\t \x01\x1f \xC3\xA9 end"));
+}
+
+TEST(JSONText, CompactTextIsNlohmannsOwn) {
+    const JSON values[] = {
+        JSON::object(),
+        JSON::array(),
+        JSON{{"ok", true}, {"none", nullptr}, {"no", false}, {"b", {1, -2, 3.5}}, {"a", "x"}},
+        JSON{{"text", std::string("q\" \\ / \b\f\n\r\t \x01\x1f\x7f \xC3\xA9 \xF0\x9F\x87\xAB")}},
+        JSON{{std::string("k\n\xC3\xA9"), JSON::array({JSON::object(), JSON::array()})}},
+        JSON{{"bad", std::string("a\xFF" "b\xC3")}, {std::string("\xED\xA0\x80"), 1}}, // ill-formed UTF-8
+        JSON{{"min", std::numeric_limits<std::int64_t>::min()}, {"max", std::numeric_limits<std::uint64_t>::max()}},
+        JSON{{"floats", {0.1, 1.0, -0.0, 1e300, 2.5e-8, std::nan(""), 1e20}}},
+        JSON(42), JSON("plain"), JSON(nullptr),
+    };
+    for (const JSON& value : values)
+        EXPECT_EQ(JSONText::compact(value), value.dump(-1, ' ', false, JSON::error_handler_t::replace));
 }

@@ -30,6 +30,12 @@ TEST(Text, MapsCaseWithFullUnicodeRules) {
     EXPECT_EQ(Text::lowercased("HeLLo"), "hello");
     EXPECT_EQ(Text::lowercased("\xC3\x89T\xC3\x89"), "\xC3\xA9t\xC3\xA9"); // ÉTÉ
     EXPECT_EQ(Text::uppercased("stra\xC3\x9F" "e"), "STRASSE");
+    // Ill-formed bytes become U+FFFD; a mapping that grows past the first guess of its length.
+    EXPECT_EQ(Text::lowercased("\xC3\x89\xFF"), "\xC3\xA9\xEF\xBF\xBD");
+    std::string sharpS;
+    for (int i = 0; i < 40; ++i)
+        sharpS += "\xC3\x9F";
+    EXPECT_EQ(Text::uppercased(sharpS), std::string(80, 'S'));
 }
 
 TEST(Text, TrimsUnicodeWhitespaceAtBothEnds) {
