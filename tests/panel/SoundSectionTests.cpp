@@ -3,6 +3,7 @@
 #include "tests/providers/SoundServer.hpp"
 #include "vantaquill/panel/sound/SoundRow.hpp"
 
+#include <QComboBox>
 #include <QCoreApplication>
 #include <QLabel>
 #include <QPushButton>
@@ -10,6 +11,8 @@
 #include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <sstream>
 
 namespace vq {
 namespace {
@@ -101,6 +104,50 @@ TEST_F(SoundView, ApplicationsPlayingAreListedAndTheirLevelsSetOnTheServer) {
     player.reset();
     EXPECT_TRUE(QTest::qWaitFor([&] { return rowOf(section, "Tuner") == nullptr; }, patience));
     EXPECT_TRUE(section.findChild<QLabel*>("empty")->isVisible());
+}
+
+TEST_F(SoundView, ChoosingAnOutputMakesItTheDefaultAndMovesWhatPlays) {
+    SoundSection section(onMainThread);
+    section.resize(480, 320);
+    section.show();
+    // The test server has two outputs, speakers in use.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return section.outputChoice()->isVisible(); }, patience));
+    ASSERT_EQ(section.outputChoice()->count(), 2);
+    EXPECT_EQ(section.outputChoice()->currentText(), "Speakers");
+
+    BackgroundProgram player("/usr/bin/pacat",
+                             {"--playback", "--property=application.name=Tuner", "/dev/zero"},
+                             {"HOME=" + home.path().string(), "XDG_RUNTIME_DIR=" + home.path().string()});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return rowOf(section, "Tuner") != nullptr; }, patience));
+    // `pactl list short sinks` prints "index<tab>name<tab>…" a line.
+    std::string headphonesIndex;
+    std::istringstream sinks(server.control({"list", "short", "sinks"}).value_or(""));
+    for (std::string line; std::getline(sinks, line);) {
+        if (line.find("\theadphones\t") != std::string::npos)
+            headphonesIndex = line.substr(0, line.find('\t'));
+    }
+    ASSERT_FALSE(headphonesIndex.empty());
+
+    section.outputChoice()->activated(section.outputChoice()->findText("Headphones"));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return server.control({"get-default-sink"}).value_or("").find("headphones") != std::string::npos; },
+        patience));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return streamAsServerHasIt("Tuner").find("Sink: " + headphonesIndex + "\n") != std::string::npos; },
+        patience))
+        << streamAsServerHasIt("Tuner");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return section.outputRow()->name() == "Headphones"; }, patience));
+    EXPECT_EQ(section.outputChoice()->currentText(), "Headphones");
+
+    // With one output left there is nothing to choose.
+    std::string speakersModule;
+    std::istringstream modules(server.control({"list", "short", "modules"}).value_or(""));
+    for (std::string line; std::getline(modules, line);) {
+        if (line.find("sink_name=speakers") != std::string::npos)
+            speakersModule = line.substr(0, line.find('\t'));
+    }
+    ASSERT_TRUE(server.control({"unload-module", speakersModule}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !section.outputChoice()->isVisible(); }, patience));
 }
 
 TEST_F(SoundView, WithoutASoundServerTheViewSaysSo) {

@@ -49,6 +49,9 @@ struct SoundMixer::Shared : std::enable_shared_from_this<SoundMixer::Shared> {
     bool readAgain = false;
     int pendingParts = 0;
     State next;
+    /// The server's default output, and every output's channel levels as last read.
+    std::string defaultName;
+    std::vector<pa_cvolume> volumes;
     /// The default output's name and channel levels, for writes that keep its balance.
     std::string outputName;
     pa_cvolume outputVolume{};
@@ -73,22 +76,18 @@ void sinkRead(pa_context* context, const pa_sink_info* info, int eol, void* user
         return shared->partDone(context);
     if (!info)
         return;
-    shared->outputName = info->name;
-    shared->outputVolume = info->volume;
-    shared->next.output = SoundMixer::Output{.index = info->index,
-                                             .label = info->description ? info->description : info->name,
-                                             .level = levelOf(info->volume),
-                                             .muted = info->mute != 0};
+    shared->volumes.push_back(info->volume);
+    shared->next.outputs.push_back(SoundMixer::Output{.index = info->index,
+                                                      .name = info->name,
+                                                      .label = info->description ? info->description : info->name,
+                                                      .level = levelOf(info->volume),
+                                                      .muted = info->mute != 0});
 }
 
 void serverRead(pa_context* context, const pa_server_info* info, void* userdata) {
     auto* shared = static_cast<Shared*>(userdata);
-    pa_operation* operation = nullptr;
-    if (info && info->default_sink_name)
-        operation = pa_context_get_sink_info_by_name(context, info->default_sink_name, sinkRead, userdata);
-    if (!operation)
-        return shared->partDone(context);
-    pa_operation_unref(operation);
+    shared->defaultName = info && info->default_sink_name ? info->default_sink_name : "";
+    shared->partDone(context);
 }
 
 void streamRead(pa_context* context, const pa_sink_input_info* info, int eol, void* userdata) {
@@ -149,10 +148,16 @@ void SoundMixer::Shared::read(pa_context* context) {
     reading = true;
     next = State{};
     next.connected = true;
-    pendingParts = 2;
+    volumes.clear();
+    pendingParts = 3;
     pa_operation* server = pa_context_get_server_info(context, serverRead, this);
     if (server)
         pa_operation_unref(server);
+    else
+        --pendingParts;
+    pa_operation* outputs = pa_context_get_sink_info_list(context, sinkRead, this);
+    if (outputs)
+        pa_operation_unref(outputs);
     else
         --pendingParts;
     pa_operation* streams = pa_context_get_sink_input_info_list(context, streamRead, this);
@@ -169,6 +174,15 @@ void SoundMixer::Shared::read(pa_context* context) {
 void SoundMixer::Shared::partDone(pa_context* context) {
     if (--pendingParts > 0)
         return;
+    // The outputs and the default's name come in separate answers: the output in use is known now.
+    outputName.clear();
+    for (std::size_t i = 0; i < next.outputs.size(); ++i) {
+        if (next.outputs[i].name != defaultName)
+            continue;
+        next.output = next.outputs[i];
+        outputName = defaultName;
+        outputVolume = volumes[i];
+    }
     reading = false;
     post(std::move(next));
     if (std::exchange(readAgain, false))
@@ -275,6 +289,21 @@ void SoundMixer::setOutputMuted(bool muted) {
     if (!shared_->outputName.empty()) {
         if (pa_operation* operation = pa_context_set_sink_mute_by_name(context_, shared_->outputName.c_str(),
                                                                        muted ? 1 : 0, nullptr, nullptr))
+            pa_operation_unref(operation);
+    }
+    pa_threaded_mainloop_unlock(loop_);
+}
+
+void SoundMixer::setDefaultOutput(const std::string& name) {
+    if (!loop_)
+        return;
+    pa_threaded_mainloop_lock(loop_);
+    if (pa_operation* operation = pa_context_set_default_sink(context_, name.c_str(), nullptr, nullptr))
+        pa_operation_unref(operation);
+    // A server that keeps streams where they are when the default changes gets them moved too.
+    for (const Stream& stream : state_.streams) {
+        if (pa_operation* operation =
+                pa_context_move_sink_input_by_name(context_, stream.index, name.c_str(), nullptr, nullptr))
             pa_operation_unref(operation);
     }
     pa_threaded_mainloop_unlock(loop_);

@@ -23,6 +23,8 @@ class SoundMixer {
 
     struct Output {
         std::uint32_t index = 0;
+        /// The server's name for it, which choosing it uses.
+        std::string name;
         /// What people call it ("Speakers").
         std::string label;
         double level = 0;
@@ -49,7 +51,10 @@ class SoundMixer {
         bool connected = false;
         /// True when no sound server answers (none runs, or it went away).
         bool missing = false;
+        /// The output in use: the server's default, where new sound goes.
         std::optional<Output> output;
+        /// Every output there is, in the server's order, to choose from.
+        std::vector<Output> outputs;
         /// In the order the server made them (oldest first).
         std::vector<Stream> streams;
         friend bool operator==(const State&, const State&) = default;
@@ -76,6 +81,8 @@ class SoundMixer {
     /// Sets the default output's level (the balance between channels is kept) or mute.
     void setOutputLevel(double level);
     void setOutputMuted(bool muted);
+    /// Makes the output named `name` the one in use, and moves the sound playing now to it.
+    void setDefaultOutput(const std::string& name);
 
     struct Shared;
 

@@ -3,7 +3,9 @@
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/sound/SoundRow.hpp"
 
+#include <QComboBox>
 #include <QLabel>
+#include <QSignalBlocker>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
@@ -15,7 +17,7 @@ namespace vq {
 SoundSection::SoundSection(SoundMixer::MainThread mainThread, QWidget* parent)
     : PanelSection(parent), mixer_(std::move(mainThread)),
       status_(new QLabel(QStringLiteral("No sound server answers (PulseAudio, or PipeWire's pulse server)."))),
-      output_(new SoundRow), heading_(new QLabel(QStringLiteral("Applications"))),
+      output_(new SoundRow), outputChoice_(new QComboBox), heading_(new QLabel(QStringLiteral("Applications"))),
       empty_(new QLabel(QStringLiteral("No application is playing sound."))), scroll_(new QScrollArea),
       list_(new QWidget), listLayout_(new QVBoxLayout(list_)) {
     setObjectName(QStringLiteral("sound"));
@@ -23,6 +25,8 @@ SoundSection::SoundSection(SoundMixer::MainThread mainThread, QWidget* parent)
     status_->setWordWrap(true);
     status_->setProperty("secondary", true);
     output_->setObjectName(QStringLiteral("output"));
+    outputChoice_->setObjectName(QStringLiteral("outputChoice"));
+    outputChoice_->setAccessibleName(QStringLiteral("Output"));
     heading_->setProperty("secondary", true);
     empty_->setObjectName(QStringLiteral("empty"));
     empty_->setProperty("secondary", true);
@@ -41,11 +45,15 @@ SoundSection::SoundSection(SoundMixer::MainThread mainThread, QWidget* parent)
     layout->setSpacing(PanelStyle::spacing);
     layout->addWidget(status_);
     layout->addWidget(output_);
+    layout->addWidget(outputChoice_);
     layout->addWidget(heading_);
     layout->addWidget(scroll_, 1);
 
     output_->onLevel = [this](double level) { mixer_.setOutputLevel(level); };
     output_->onMuted = [this](bool muted) { mixer_.setOutputMuted(muted); };
+    connect(outputChoice_, &QComboBox::activated, this, [this](int position) {
+        mixer_.setDefaultOutput(outputChoice_->itemData(position).toString().toStdString());
+    });
     mixer_.onChange = [this] { refresh(); };
     refresh();
 }
@@ -82,6 +90,25 @@ void SoundSection::refresh() {
     if (state.output)
         output_->showLevel(QString::fromStdString(state.output->label), QStringLiteral("Output"),
                       QStringLiteral("audio-card"), state.output->level, state.output->muted);
+    {
+        // Follows the server's answer (the user's own choice comes back the same way); the list is
+        // rebuilt only when the outputs change, so an open list is not pulled away by level changes.
+        const QSignalBlocker quiet(outputChoice_);
+        QStringList names;
+        for (const auto& output : state.outputs)
+            names << QString::fromStdString(output.name) + '\n' + QString::fromStdString(output.label);
+        QStringList shown;
+        for (int i = 0; i < outputChoice_->count(); ++i)
+            shown << outputChoice_->itemData(i).toString() + '\n' + outputChoice_->itemText(i);
+        if (names != shown) {
+            outputChoice_->clear();
+            for (const auto& output : state.outputs)
+                outputChoice_->addItem(QString::fromStdString(output.label), QString::fromStdString(output.name));
+        }
+        if (state.output)
+            outputChoice_->setCurrentIndex(outputChoice_->findData(QString::fromStdString(state.output->name)));
+        outputChoice_->setVisible(state.outputs.size() > 1);
+    }
     heading_->setVisible(state.connected);
     empty_->setVisible(state.connected && state.streams.empty());
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 
+class QComboBox;
 class QLabel;
 class QScrollArea;
 class QVBoxLayout;
@@ -35,6 +36,8 @@ public:
 
     SoundMixer& mixer() { return mixer_; }
     SoundRow* outputRow() const { return output_; }
+    /// The choice of output, shown when there is more than one.
+    QComboBox* outputChoice() const { return outputChoice_; }
     /// The stream rows in the server's order.
     std::vector<SoundRow*> streamRows() const;
 
@@ -46,6 +49,7 @@ private:
     SoundMixer mixer_;
     QLabel* status_;
     SoundRow* output_;
+    QComboBox* outputChoice_;
     QLabel* heading_;
     QLabel* empty_;
     QScrollArea* scroll_;
