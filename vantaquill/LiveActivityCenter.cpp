@@ -12,7 +12,13 @@ using brind::LiveActivity;
 LiveActivityCenter::LiveActivityCenter(Scheduler& scheduler) : scheduler_(scheduler) {}
 
 // Timers die with the center (their handles are members), so no callback outlives it.
-LiveActivityCenter::~LiveActivityCenter() = default;
+LiveActivityCenter::~LiveActivityCenter() {
+    // Providers end their activities as they stop: they do it now, while the timers they reach
+    // still exist, and with nobody outside left to tell.
+    onChange = nullptr;
+    stopAll();
+    providers_.clear();
+}
 
 ActivityQueue::PostResult LiveActivityCenter::post(LiveActivity activity) {
     const std::string id = activity.id;

@@ -297,16 +297,38 @@ TEST_F(CenterTest, EndAllRemovesOneSourceAndItsAlert) {
     EXPECT_TRUE(center.endAll("app").empty());
 }
 
-TEST(LiveActivityCenter, DroppingTheCenterCancelsItsTimers) {
+TEST(LiveActivityCenter, DroppingTheCenterStopsItsProvidersThenCancelsItsTimers) {
+    // A provider that ends its activity through the center as it stops, as the desktop's do.
+    struct EndsOnStop final : LiveActivityCenter::Provider {
+        EndsOnStop(int& stops, Date expires) : stops(stops), expires(expires) {}
+        std::string id() const override { return "media"; }
+        void start(LiveActivityCenter& started) override {
+            center = &started;
+            LiveActivity playing = activity("media.1", ActivityPriority::important, true);
+            playing.expiresAt = expires;
+            started.post(playing);
+        }
+        void stop() override {
+            ++stops;
+            center->end("media.1");
+        }
+        LiveActivityCenter* center = nullptr;
+        int& stops;
+        Date expires;
+    };
     ManualScheduler scheduler;
+    int stops = 0;
+    int changesAfterDrop = 0;
     {
         LiveActivityCenter center(scheduler);
-        LiveActivity item = activity("a", ActivityPriority::important, true);
-        item.expiresAt = scheduler.now() + 5;
-        center.post(item);
+        center.registerProvider(std::make_unique<EndsOnStop>(stops, scheduler.now() + 5));
+        center.start("media");
         center.flash(HUDEvent{});
         EXPECT_EQ(scheduler.pendingCount(), 3u);
+        center.onChange = [&](LiveActivityCenter::Change) { ++changesAfterDrop; };
     }
+    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(changesAfterDrop, 0);
     EXPECT_EQ(scheduler.pendingCount(), 0u);
     scheduler.advance(10);
 }
