@@ -116,6 +116,17 @@ TEST_F(PreferencesFile, ChangesReachTheListenersFromSetAndFromEditsByHand) {
     EXPECT_FALSE(preferences->island().clickToOpen);
 }
 
+TEST_F(PreferencesFile, AFolderThatDoesNotExistYetIsMadeSoEditsByHandAreFollowed) {
+    const auto missing = folder.path() / "config" / "vantaquill" / "vantaquill.conf";
+    Preferences preferences(missing, [this](const std::string& line) { logged.push_back(line); });
+    int changes = 0;
+    preferences.onChange([&] { ++changes; });
+    ASSERT_TRUE(brind::AtomicFile::write(missing, "[General]\nisland.clickToOpen=false\n"));
+    ASSERT_TRUE(waitFor([&] { return changes == 1; })) << "a file written by hand into a new folder was not noticed";
+    EXPECT_FALSE(preferences.island().clickToOpen);
+    EXPECT_TRUE(logged.empty());
+}
+
 TEST(AutostartEntry, LaunchAtLoginWritesAndRemovesTheEntry) {
     brindtest::TemporaryFolder folder{"vantaquill-autostart"};
     const auto file = folder.path() / "autostart/vantaquill.desktop";

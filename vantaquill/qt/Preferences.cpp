@@ -58,14 +58,16 @@ Preferences::Preferences(const std::filesystem::path& file, Log log)
     seen = snapshot();
     lastRead = brind::AtomicFile::read(file).value_or("");
     // Saving replaces the file (write beside it, then rename), which ends a watch on the file
-    // itself; the folder's watch sees the new one arrive.
+    // itself; the folder's watch sees the new one arrive. The folder is made now if it is missing,
+    // so that a file the user writes there later by hand is seen too.
+    if (const auto folder = brind::AtomicFile::ensureFolder(file.parent_path()); !folder)
+        this->log("vantaquill: edits by hand to " + file.string() + " are read at the next start only: " + folder.error());
     if (std::filesystem::is_directory(file.parent_path()))
         watcher.addPath(QString::fromStdString(file.parent_path().string()));
     if (std::filesystem::exists(file))
         watcher.addPath(QString::fromStdString(file.string()));
     QObject::connect(&watcher, &QFileSystemWatcher::directoryChanged, [this](const QString&) { reload(); });
     QObject::connect(&watcher, &QFileSystemWatcher::fileChanged, [this](const QString&) { reload(); });
-
 }
 
 void Preferences::report(std::string_view key, const QString& raw, std::string_view expected) const {
