@@ -24,6 +24,7 @@
 #include "vantaquill/panel/widgets/WingWidgets.hpp"
 #include "vantaquill/instance/URLCommandRunner.hpp"
 #include "vantaquill/TokenFiles.hpp"
+#include "vantaquill/ConsoleOutput.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 #include "vantaquill/clipboard/WaylandClipboardWatcher.hpp"
@@ -70,6 +71,7 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QSocketNotifier>
 #include <QTimer>
 
 #include <X11/keysym.h>
@@ -77,6 +79,7 @@
 
 #include <clocale>
 #include <cstdio>
+#include <unistd.h>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -234,10 +237,13 @@ void onMainThread(std::function<void()> function) {
     QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(function), Qt::QueuedConnection);
 }
 
+vq::ConsoleOutput& standardOutput() {
+    static vq::ConsoleOutput output(STDOUT_FILENO);
+    return output;
+}
+
 void printLine(const std::string& line) {
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
+    standardOutput().line(line);
 }
 
 void printError(const std::string& line) {
@@ -289,6 +295,11 @@ int main(int argc, char** argv) {
     vq::Preferences preferences(preferencesFile);
     vq::QtScheduler scheduler;
     vq::HeadlessDisplay display(printLine, printError);
+    // Lines a slow reader has not taken yet are written as soon as it makes room.
+    QSocketNotifier outputRoom(STDOUT_FILENO, QSocketNotifier::Write);
+    outputRoom.setEnabled(false);
+    QObject::connect(&outputRoom, &QSocketNotifier::activated, [] { standardOutput().flush(); });
+    standardOutput().onWaiting = [&outputRoom](bool waiting) { outputRoom.setEnabled(waiting); };
 
     vq::LiveActivityCenter center(scheduler);
     vq::AgentHub agents(scheduler, dataFolder, display, center, onMainThread, preferences.agentPruneInterval());
@@ -890,6 +901,6 @@ int main(int argc, char** argv) {
         consents->denyAll();
     agents.onChange = nullptr;
     server.stop();
-    std::fflush(stdout);
+    standardOutput().onWaiting = nullptr;
     return code;
 }
