@@ -727,7 +727,13 @@ int main(int argc, char** argv) {
     // The centre and the weather outlive the wings (an activity ended while the program stops still
     // publishes), so they hold them weakly.
     const auto wingWidgets = std::make_shared<vq::WingWidgets>(vq::WingWidgets::Sources{
-        .scheduler = scheduler, .center = center, .stats = stats, .stayAwake = stayAwake, .weather = &weather});
+        .scheduler = scheduler,
+        .center = center,
+        .stats = stats,
+        .stayAwake = stayAwake,
+        .weather = &weather,
+        .sysClass = options->sysClass,
+        .diskFolder = brind::Paths::home()});
     auto& wings = *wingWidgets;
     const std::weak_ptr<vq::WingWidgets> wingsWhileAlive = wingWidgets;
     wings.onChange = [&islands, &wings, &display] {

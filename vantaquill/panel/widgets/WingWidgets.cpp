@@ -3,6 +3,7 @@
 #include "BrindKit/widgets/WidgetStatsMath.hpp"
 #include "BrindKit/widgets/WidgetWeatherCode.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/providers/BatteryProvider.hpp"
 #include "vantaquill/providers/StatsSampler.hpp"
 #include "vantaquill/providers/WeatherProvider.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
@@ -11,6 +12,8 @@
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
+
+#include <sys/statvfs.h>
 
 #include <algorithm>
 #include <cmath>
@@ -67,11 +70,10 @@ void WingWidgets::apply(bool enabled, const brind::WidgetWingLayout& layout) {
 }
 
 bool WingWidgets::usesStats() const {
-    // Of the kinds that need statistics, these are the ones the sampler feeds here; the others show
-    // nothing, so nothing is read for them.
+    // The sampler's tick also reads the disk and the battery again; the GPU has no source here and
+    // shows nothing, so nothing is sampled for it alone.
     return std::ranges::any_of(layout_.all(), [](WidgetSideKind kind) {
-        return brind::usesStats(kind) &&
-               (kind == WidgetSideKind::cpu || kind == WidgetSideKind::memory || kind == WidgetSideKind::network);
+        return brind::usesStats(kind) && kind != WidgetSideKind::gpu;
     });
 }
 
@@ -119,12 +121,20 @@ std::string WingWidgets::text(WidgetSideKind kind) const {
             return {};
         return "Awake " + mode.statusLabel(sources_.stayAwake.now());
     }
-    // The calendar, GPU, disk, battery and pomodoro kinds have no source in the wings here (the
-    // pomodoro shows as its own activity while it runs).
+    case WidgetSideKind::disk: {
+        struct statvfs disk {};
+        if (::statvfs(sources_.diskFolder.c_str(), &disk) != 0 || disk.f_blocks == 0)
+            return {};
+        return "DISK " + steadyPercent(1.0 - static_cast<double>(disk.f_bavail) / static_cast<double>(disk.f_blocks));
+    }
+    case WidgetSideKind::battery: {
+        const auto battery = BatteryProvider::readPowerSupply(sources_.sysClass / "power_supply");
+        return battery.present ? "BAT " + steadyPercent(battery.percent / 100) : std::string();
+    }
+    // The calendar and the GPU have no source on Linux here, and the pomodoro shows as its own
+    // activity while it runs (which takes the wings).
     case WidgetSideKind::nextEvent:
     case WidgetSideKind::gpu:
-    case WidgetSideKind::disk:
-    case WidgetSideKind::battery:
     case WidgetSideKind::pomodoro:
         return {};
     }

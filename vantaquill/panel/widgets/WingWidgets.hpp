@@ -4,6 +4,7 @@
 #include "BrindKit/widgets/WidgetWingLayout.hpp"
 #include "vantaquill/Scheduler.hpp"
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -29,6 +30,11 @@ public:
         StatsSampler& stats;
         StayAwake& stayAwake;
         const WeatherProvider* weather = nullptr;
+        /// Where the kernel's device classes are ("/sys/class"): the battery kind reads its
+        /// power-supply class.
+        std::filesystem::path sysClass = "/sys/class";
+        /// The disk kind shows how full the file system holding this folder is.
+        std::filesystem::path diskFolder = "/";
     };
 
     /// The id and source of the wings' stand-in activity (never posted to the centre).
