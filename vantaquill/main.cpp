@@ -307,7 +307,7 @@ int main(int argc, char** argv) {
     vq::StayAwake stayAwake(scheduler, vq::StayAwake::stateFile(dataFolder), printError);
     vq::PomodoroController pomodoro(scheduler, center, vq::PomodoroController::stateFile(dataFolder),
                                     preferences.pomodoro(), printError);
-    vq::StatsSampler stats(scheduler);
+    vq::StatsSampler stats(scheduler, "/proc", options->sysClass);
     vq::ThemeSound sounds(printError);
     pomodoro.onPhaseFinished = [&preferences, &sounds, &center](vq::PomodoroController::Phase finished) {
         // The end of a phase is a normal activity: while focused it makes no sound either.

@@ -1,11 +1,14 @@
 #include "vantaquill/providers/StatsSampler.hpp"
+#include "vantaquill/providers/ThermalSensors.hpp"
 
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace vq {
 namespace {
@@ -43,6 +46,47 @@ TEST(ProcStats, ReadsTheKernelsOwnFiles) {
     EXPECT_EQ(ProcStats::cpu("cpu0 1 2 3 4\n"), std::nullopt) << "a single core is not the machine";
     EXPECT_EQ(ProcStats::cpu("cpu  1 x 3 4\n"), std::nullopt);
     EXPECT_EQ(ProcStats::memory("MemTotal: 10 kB\n"), std::nullopt);
+}
+
+TEST(ThermalSensors, PrefersTheProcessorsOwnSensorThenItsZoneThenTheHottestZone) {
+    struct Sensor {
+        std::string file;
+        std::string text;
+    };
+    struct Case {
+        const char* name;
+        std::vector<Sensor> sensors;
+        std::optional<double> expected;
+    };
+    const std::vector<Case> cases = {
+        {"processor monitor over every zone",
+         {{"hwmon/hwmon0/name", "acpitz"}, {"hwmon/hwmon0/temp1_input", "70000"},
+          {"hwmon/hwmon1/name", "coretemp"}, {"hwmon/hwmon1/temp1_input", "54000"},
+          {"thermal/thermal_zone0/type", "x86_pkg_temp"}, {"thermal/thermal_zone0/temp", "61000"}},
+         54.0},
+        {"processor zone over a hotter one",
+         {{"thermal/thermal_zone0/type", "acpitz"}, {"thermal/thermal_zone0/temp", "80000"},
+          {"thermal/thermal_zone1/type", "cpu-thermal"}, {"thermal/thermal_zone1/temp", "47500"}},
+         47.5},
+        {"the hottest zone when none is the processor's",
+         {{"thermal/thermal_zone0/type", "acpitz"}, {"thermal/thermal_zone0/temp", "41000"},
+          {"thermal/thermal_zone1/type", "pch_skylake"}, {"thermal/thermal_zone1/temp", "44000"}},
+         44.0},
+        {"a driver's no-value and an unreadable reading are passed over",
+         {{"hwmon/hwmon0/name", "k10temp"}, {"hwmon/hwmon0/temp1_input", "-273000"},
+          {"thermal/thermal_zone0/type", "acpitz"}, {"thermal/thermal_zone0/temp", "n/a"}},
+         std::nullopt},
+        {"a machine that reports nothing", {}, std::nullopt},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        brindtest::TemporaryFolder sys{"vq-sys"};
+        for (const auto& sensor : each.sensors) {
+            std::filesystem::create_directories((sys.path() / sensor.file).parent_path());
+            ASSERT_TRUE(brind::AtomicFile::write(sys.path() / sensor.file, sensor.text + "\n"));
+        }
+        EXPECT_EQ(ThermalSensors::processorCelsius(sys.path()), each.expected);
+    }
 }
 
 TEST(StatsSampler, SamplesOnlyWhileStartedAndMeasuresAgainstThePreviousReading) {

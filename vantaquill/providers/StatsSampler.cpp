@@ -2,6 +2,7 @@
 
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/widgets/WidgetStatsMath.hpp"
+#include "vantaquill/providers/ThermalSensors.hpp"
 
 #include <utility>
 
@@ -15,8 +16,8 @@ constexpr std::uint64_t resetCounter = 0;
 
 } // namespace
 
-StatsSampler::StatsSampler(Scheduler& scheduler, std::filesystem::path procFolder)
-    : scheduler_(scheduler), procFolder_(std::move(procFolder)) {}
+StatsSampler::StatsSampler(Scheduler& scheduler, std::filesystem::path procFolder, std::filesystem::path sysClass)
+    : scheduler_(scheduler), procFolder_(std::move(procFolder)), sysClass_(std::move(sysClass)) {}
 
 void StatsSampler::start() {
     if (isRunning())
@@ -59,6 +60,7 @@ void StatsSampler::sample() {
     }
 
     lastMemory_ = ProcStats::memory(read("meminfo"));
+    temperature_ = ThermalSensors::processorCelsius(sysClass_);
     if (lastMemory_ && lastMemory_->total > 0)
         memory_.append(static_cast<double>(lastMemory_->used()) / static_cast<double>(lastMemory_->total));
 

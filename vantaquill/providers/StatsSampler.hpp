@@ -15,7 +15,8 @@
 
 namespace vq {
 
-/// The system statistics the widgets draw: processor use, memory in use and network traffic, read
+/// The system statistics the widgets draw: processor use and temperature, memory in use and network
+/// traffic, read
 /// from the kernel once a second while something shows them, and kept as short histories for the
 /// graphs. Nothing is read while it is stopped.
 class StatsSampler {
@@ -24,8 +25,10 @@ public:
     /// A minute of history: what a small graph can show legibly.
     static constexpr std::size_t historyLength = 60;
 
-    /// `procFolder` is where the kernel's files are ("/proc"; a test may give a folder of its own).
-    explicit StatsSampler(Scheduler& scheduler, std::filesystem::path procFolder = "/proc");
+    /// `procFolder` and `sysClass` are where the kernel's files are ("/proc", "/sys/class"; a test
+    /// may give folders of its own).
+    explicit StatsSampler(Scheduler& scheduler, std::filesystem::path procFolder = "/proc",
+                          std::filesystem::path sysClass = "/sys/class");
     StatsSampler(const StatsSampler&) = delete;
     StatsSampler& operator=(const StatsSampler&) = delete;
 
@@ -50,6 +53,9 @@ public:
     const brind::WidgetRingBuffer& sent() const { return sent_; }
     /// The last memory reading.
     const std::optional<ProcStats::Memory>& lastMemory() const { return lastMemory_; }
+    /// The processor's temperature at the last reading, in degrees Celsius, where the machine
+    /// reports one.
+    const std::optional<double>& temperature() const { return temperature_; }
 
     /// Told after each reading.
     std::function<void()> onSample;
@@ -60,11 +66,13 @@ private:
 
     Scheduler& scheduler_;
     std::filesystem::path procFolder_;
+    std::filesystem::path sysClass_;
     brind::WidgetRingBuffer cpu_{historyLength};
     brind::WidgetRingBuffer memory_{historyLength};
     brind::WidgetRingBuffer received_{historyLength};
     brind::WidgetRingBuffer sent_{historyLength};
     std::optional<ProcStats::Memory> lastMemory_;
+    std::optional<double> temperature_;
     /// The previous reading, which rates and shares are measured against.
     std::optional<brind::WidgetCPUTicks> lastTicks_;
     std::map<std::string, ProcStats::Traffic> lastTraffic_;

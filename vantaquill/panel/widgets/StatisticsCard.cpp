@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 
 namespace vq {
@@ -50,7 +51,9 @@ void StatisticsCard::refresh() {
     const auto& received = sampler_.received();
     const auto& sent = sampler_.sent();
     setStatus(sampler_.isRunning() ? QString() : QStringLiteral("Paused"));
-    cpu_->setText("CPU " + (cpu.last() ? text(brind::WidgetStatsMath::percent(*cpu.last())) : QStringLiteral("—")));
+    const auto& temperature = sampler_.temperature();
+    cpu_->setText("CPU " + (cpu.last() ? text(brind::WidgetStatsMath::percent(*cpu.last())) : QStringLiteral("—")) +
+                  (temperature ? QStringLiteral(" · %1 °C").arg(std::lround(*temperature)) : QString()));
     const auto& reading = sampler_.lastMemory();
     const auto bytes = [](std::uint64_t count) {
         return text(brind::WidgetStatsMath::formatBytes(static_cast<double>(count)));
