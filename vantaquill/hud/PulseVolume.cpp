@@ -1,5 +1,7 @@
 #include "vantaquill/hud/PulseVolume.hpp"
 
+#include "vantaquill/providers/PulseConnection.hpp"
+
 #include <pulse/pulseaudio.h>
 
 #include <chrono>
@@ -103,68 +105,58 @@ bool request(pa_threaded_mainloop* loop, Pending& pending, Start start) {
 
 } // namespace
 
+PulseVolume::PulseVolume() = default;
+
 PulseVolume::~PulseVolume() {
     disconnect();
 }
 
 bool PulseVolume::connect() {
-    if (loop_) {
-        pa_threaded_mainloop_lock(loop_);
-        const bool ready = pa_context_get_state(context_) == PA_CONTEXT_READY;
-        pa_threaded_mainloop_unlock(loop_);
+    if (pulse_) {
+        bool ready = false;
+        {
+            const PulseConnection::Lock locked(*pulse_);
+            ready = pa_context_get_state(pulse_->context()) == PA_CONTEXT_READY;
+        }
         if (ready)
             return true;
         disconnect();
     }
-    loop_ = pa_threaded_mainloop_new();
-    pa_proplist* properties = pa_proplist_new();
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "vantaquill");
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "io.vantaquill.Island");
-    context_ = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(loop_), "vantaquill", properties);
-    pa_proplist_free(properties);
-    pa_context_set_state_callback(context_, wakeOnState, loop_);
-    // No autospawn: a desktop without a sound server gets none started by the island.
-    if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
+    pulse_ = std::make_unique<PulseConnection>();
+    if (!pulse_->connect(wakeOnState, pulse_->loop())) {
         disconnect();
         return false;
     }
-    pa_threaded_mainloop_lock(loop_);
-    bool ready = pa_threaded_mainloop_start(loop_) >= 0;
-    ready = ready && waitFor(loop_, [this] {
-                const auto state = pa_context_get_state(context_);
-                return state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state);
-            });
-    ready = ready && pa_context_get_state(context_) == PA_CONTEXT_READY;
-    pa_threaded_mainloop_unlock(loop_);
+    bool ready = false;
+    {
+        const PulseConnection::Lock locked(*pulse_);
+        ready = waitFor(pulse_->loop(), [this] {
+                    const auto state = pa_context_get_state(pulse_->context());
+                    return state == PA_CONTEXT_READY || !PA_CONTEXT_IS_GOOD(state);
+                }) &&
+                pa_context_get_state(pulse_->context()) == PA_CONTEXT_READY;
+    }
     if (!ready)
         disconnect();
     return ready;
 }
 
 void PulseVolume::disconnect() {
-    if (!loop_)
-        return;
-    pa_threaded_mainloop_stop(loop_);
-    pa_context_set_state_callback(context_, nullptr, nullptr);
-    pa_context_disconnect(context_);
-    pa_context_unref(context_);
-    context_ = nullptr;
-    pa_threaded_mainloop_free(loop_);
-    loop_ = nullptr;
+    pulse_.reset();
 }
 
 std::expected<PulseVolume::Output, std::string> PulseVolume::read() {
     if (!connect())
         return std::unexpected(noServer);
     Pending pending;
-    pa_threaded_mainloop_lock(loop_);
-    bool read = request(loop_, pending, [&] { return pa_context_get_server_info(context_, serverRead, &pending); });
+    pa_threaded_mainloop_lock(pulse_->loop());
+    bool read = request(pulse_->loop(), pending, [&] { return pa_context_get_server_info(pulse_->context(), serverRead, &pending); });
     read = read && pending.defaultSink &&
-           request(loop_, pending, [&] {
-               return pa_context_get_sink_info_by_name(context_, pending.defaultSink->c_str(), sinkRead, &pending);
+           request(pulse_->loop(), pending, [&] {
+               return pa_context_get_sink_info_by_name(pulse_->context(), pending.defaultSink->c_str(), sinkRead, &pending);
            });
-    const bool lost = !read && pa_context_get_state(context_) != PA_CONTEXT_READY;
-    pa_threaded_mainloop_unlock(loop_);
+    const bool lost = !read && pa_context_get_state(pulse_->context()) != PA_CONTEXT_READY;
+    pa_threaded_mainloop_unlock(pulse_->loop());
     if (lost)
         disconnect();
     if (!read || !pending.output)
@@ -176,23 +168,23 @@ std::expected<void, std::string> PulseVolume::write(const Output& output, brind:
     if (!connect())
         return std::unexpected(noServer);
     Pending pending;
-    pa_threaded_mainloop_lock(loop_);
-    bool done = request(loop_, pending, [&] {
-        return pa_context_get_sink_info_by_name(context_, output.name.c_str(), sinkRead, &pending);
+    pa_threaded_mainloop_lock(pulse_->loop());
+    bool done = request(pulse_->loop(), pending, [&] {
+        return pa_context_get_sink_info_by_name(pulse_->context(), output.name.c_str(), sinkRead, &pending);
     });
     const auto target = static_cast<pa_volume_t>(std::lround(level.level * PA_VOLUME_NORM));
     if (done && pa_cvolume_scale(&pending.volume, target)) {
-        done = request(loop_, pending, [&] {
-            return pa_context_set_sink_volume_by_name(context_, output.name.c_str(), &pending.volume, written,
+        done = request(pulse_->loop(), pending, [&] {
+            return pa_context_set_sink_volume_by_name(pulse_->context(), output.name.c_str(), &pending.volume, written,
                                                       &pending);
         });
     }
-    done = done && request(loop_, pending, [&] {
-               return pa_context_set_sink_mute_by_name(context_, output.name.c_str(), level.muted ? 1 : 0, written,
+    done = done && request(pulse_->loop(), pending, [&] {
+               return pa_context_set_sink_mute_by_name(pulse_->context(), output.name.c_str(), level.muted ? 1 : 0, written,
                                                        &pending);
            });
-    const bool lost = !done && pa_context_get_state(context_) != PA_CONTEXT_READY;
-    pa_threaded_mainloop_unlock(loop_);
+    const bool lost = !done && pa_context_get_state(pulse_->context()) != PA_CONTEXT_READY;
+    pa_threaded_mainloop_unlock(pulse_->loop());
     if (lost)
         disconnect();
     if (!done)

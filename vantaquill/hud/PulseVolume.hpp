@@ -3,12 +3,13 @@
 #include "BrindKit/island/HUDKeyRules.hpp"
 
 #include <expected>
+#include <memory>
 #include <string>
 
-struct pa_context;
-struct pa_threaded_mainloop;
 
 namespace vq {
+
+class PulseConnection;
 
 /// Reads and sets the default output's volume and mute through libpulse (PulseAudio, or PipeWire
 /// through pipewire-pulse). Each call is a short round trip made from the main thread while the
@@ -30,7 +31,7 @@ class PulseVolume {
         friend bool operator==(const Output&, const Output&) = default;
     };
 
-    PulseVolume() = default;
+    PulseVolume();
     ~PulseVolume();
     PulseVolume(const PulseVolume&) = delete;
     PulseVolume& operator=(const PulseVolume&) = delete;
@@ -44,8 +45,7 @@ class PulseVolume {
     bool connect();
     void disconnect();
 
-    pa_threaded_mainloop* loop_ = nullptr;
-    pa_context* context_ = nullptr;
+    std::unique_ptr<PulseConnection> pulse_;
 };
 
 } // namespace vq

@@ -1,6 +1,7 @@
 #include "vantaquill/providers/MicCameraProvider.hpp"
 
 #include "BrindKit/foundation/RGBA.hpp"
+#include "vantaquill/providers/PulseConnection.hpp"
 
 #include <QSocketNotifier>
 #include <algorithm>
@@ -319,39 +320,23 @@ void MicCameraProvider::show(Device device, const std::vector<std::string>& user
 
 void MicCameraProvider::connectSound() {
     const std::uint64_t generation = ++shared_->generation;
-    loop_ = pa_threaded_mainloop_new();
-    pa_proplist* properties = pa_proplist_new();
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "vantaquill");
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "io.vantaquill.Island");
-    context_ = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(loop_), "vantaquill", properties);
-    pa_proplist_free(properties);
+    pulse_ = std::make_unique<PulseConnection>();
     listener_ = std::make_unique<Listener>();
     listener_->mainThread = mainThread_;
     listener_->shared = shared_;
     listener_->generation = generation;
-    pa_context_set_state_callback(context_, soundStateChanged, listener_.get());
-    pa_context_set_subscribe_callback(context_, soundEvent, listener_.get());
-    if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
-        return soundLost(generation);
-    pa_threaded_mainloop_start(loop_);
+    if (!pulse_->connect(soundStateChanged, listener_.get(), soundEvent))
+        soundLost(generation);
 }
 
 void MicCameraProvider::disconnectSound() {
-    if (!loop_)
-        return;
-    pa_threaded_mainloop_stop(loop_);
-    pa_context_set_state_callback(context_, nullptr, nullptr);
-    pa_context_set_subscribe_callback(context_, nullptr, nullptr);
-    pa_context_disconnect(context_);
-    pa_context_unref(context_);
-    context_ = nullptr;
-    pa_threaded_mainloop_free(loop_);
-    loop_ = nullptr;
+    // The connection's thread stops before the listener it calls goes.
+    pulse_.reset();
     listener_.reset();
 }
 
 void MicCameraProvider::soundLost(std::uint64_t generation) {
-    if (!loop_ || !shared_ || generation != shared_->generation)
+    if (!pulse_ || !shared_ || generation != shared_->generation)
         return;
     disconnectSound();
     // Whatever was recording is not known to record any more.

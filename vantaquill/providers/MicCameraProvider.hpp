@@ -15,12 +15,11 @@
 #include <vector>
 
 class QSocketNotifier;
-struct pa_context;
-struct pa_threaded_mainloop;
 
 namespace vq {
 
 /// What libpulse's callbacks hold, on the sound server's thread.
+class PulseConnection;
 struct MicCameraListener;
 
 /// A quiet, lasting activity while the camera or the microphone is in use, naming who uses it.
@@ -97,8 +96,7 @@ class MicCameraProvider final : public LiveActivityCenter::Provider {
     std::map<int, std::string> nodes_;
     std::unique_ptr<Scheduler::Timer> cameraTimer_;
 
-    pa_threaded_mainloop* loop_ = nullptr;
-    pa_context* context_ = nullptr;
+    std::unique_ptr<PulseConnection> pulse_;
     std::unique_ptr<MicCameraListener> listener_;
     std::shared_ptr<Shared> shared_;
     std::unique_ptr<Scheduler::Timer> retry_;

@@ -1,5 +1,7 @@
 #include "vantaquill/providers/SoundMixer.hpp"
 
+#include "vantaquill/providers/PulseConnection.hpp"
+
 #include <pulse/pulseaudio.h>
 
 #include <algorithm>
@@ -9,9 +11,6 @@
 namespace vq {
 
 namespace {
-
-/// The island's own sounds (the click, the focus timer's alarm) are not streams to mix.
-constexpr const char* ownApplicationID = "io.vantaquill.Island";
 
 std::string property(const pa_proplist* properties, const char* key) {
     const char* value = properties ? pa_proplist_gets(properties, key) : nullptr;
@@ -94,7 +93,7 @@ void streamRead(pa_context* context, const pa_sink_input_info* info, int eol, vo
     auto* shared = static_cast<Shared*>(userdata);
     if (eol != 0)
         return shared->partDone(context);
-    if (!info || property(info->proplist, PA_PROP_APPLICATION_ID) == ownApplicationID)
+    if (!info || property(info->proplist, PA_PROP_APPLICATION_ID) == PulseConnection::applicationID)
         return;
     SoundMixer::Stream stream;
     stream.index = info->index;
@@ -198,42 +197,25 @@ SoundMixer::~SoundMixer() {
 
 void SoundMixer::start() {
     // A connection that is up is kept; one that failed (or is still being made) is made again.
-    if (loop_ && state_.connected)
+    if (pulse_ && state_.connected)
         return;
     stop();
     shared_ = std::make_shared<Shared>();
     shared_->mainThread = mainThread_;
     shared_->owner = this;
     shared_->generation = ++generation_;
-    loop_ = pa_threaded_mainloop_new();
-    pa_proplist* properties = pa_proplist_new();
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "vantaquill");
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, ownApplicationID);
-    context_ = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(loop_), "vantaquill", properties);
-    pa_proplist_free(properties);
-    // The context keeps only a pointer to the shared side, which `stop` frees after the context.
-    pa_context_set_state_callback(context_, contextChanged, shared_.get());
-    pa_context_set_subscribe_callback(context_, eventArrived, shared_.get());
-    // No autospawn: a desktop without a sound server gets none started by the island.
-    if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
+    pulse_ = std::make_unique<PulseConnection>();
+    // The connection keeps only a pointer to the shared side, which `stop` lets go after it.
+    if (!pulse_->connect(contextChanged, shared_.get(), eventArrived)) {
         stop();
         apply(generation_, noServer());
-        return;
     }
-    pa_threaded_mainloop_start(loop_);
 }
 
 void SoundMixer::stop() {
-    if (!loop_)
+    if (!pulse_)
         return;
-    pa_threaded_mainloop_stop(loop_);
-    pa_context_set_state_callback(context_, nullptr, nullptr);
-    pa_context_set_subscribe_callback(context_, nullptr, nullptr);
-    pa_context_disconnect(context_);
-    pa_context_unref(context_);
-    context_ = nullptr;
-    pa_threaded_mainloop_free(loop_);
-    loop_ = nullptr;
+    pulse_.reset();
     // Functions already posted keep the shared side alive and find no owner.
     shared_->owner = nullptr;
     shared_.reset();
@@ -250,63 +232,58 @@ void SoundMixer::apply(std::uint64_t generation, State state) {
 
 void SoundMixer::setStreamLevel(std::uint32_t index, double level) {
     const auto found = std::ranges::find(state_.streams, index, &Stream::index);
-    if (!loop_ || found == state_.streams.end())
+    if (!pulse_ || found == state_.streams.end())
         return;
     pa_cvolume volume;
     pa_cvolume_set(&volume, std::max<std::uint32_t>(found->channels, 1), volumeOf(level));
-    pa_threaded_mainloop_lock(loop_);
-    if (pa_operation* operation = pa_context_set_sink_input_volume(context_, index, &volume, nullptr, nullptr))
+    const PulseConnection::Lock locked(*pulse_);
+    if (pa_operation* operation = pa_context_set_sink_input_volume(pulse_->context(), index, &volume, nullptr, nullptr))
         pa_operation_unref(operation);
-    pa_threaded_mainloop_unlock(loop_);
 }
 
 void SoundMixer::setStreamMuted(std::uint32_t index, bool muted) {
-    if (!loop_)
+    if (!pulse_)
         return;
-    pa_threaded_mainloop_lock(loop_);
-    if (pa_operation* operation = pa_context_set_sink_input_mute(context_, index, muted ? 1 : 0, nullptr, nullptr))
+    const PulseConnection::Lock locked(*pulse_);
+    if (pa_operation* operation = pa_context_set_sink_input_mute(pulse_->context(), index, muted ? 1 : 0, nullptr, nullptr))
         pa_operation_unref(operation);
-    pa_threaded_mainloop_unlock(loop_);
 }
 
 void SoundMixer::setOutputLevel(double level) {
-    if (!loop_)
+    if (!pulse_)
         return;
-    pa_threaded_mainloop_lock(loop_);
+    const PulseConnection::Lock locked(*pulse_);
     pa_cvolume volume = shared_->outputVolume;
     if (!shared_->outputName.empty() && pa_cvolume_valid(&volume) && pa_cvolume_scale(&volume, volumeOf(level))) {
         if (pa_operation* operation =
-                pa_context_set_sink_volume_by_name(context_, shared_->outputName.c_str(), &volume, nullptr, nullptr))
+                pa_context_set_sink_volume_by_name(pulse_->context(), shared_->outputName.c_str(), &volume, nullptr, nullptr))
             pa_operation_unref(operation);
     }
-    pa_threaded_mainloop_unlock(loop_);
 }
 
 void SoundMixer::setOutputMuted(bool muted) {
-    if (!loop_)
+    if (!pulse_)
         return;
-    pa_threaded_mainloop_lock(loop_);
+    const PulseConnection::Lock locked(*pulse_);
     if (!shared_->outputName.empty()) {
-        if (pa_operation* operation = pa_context_set_sink_mute_by_name(context_, shared_->outputName.c_str(),
+        if (pa_operation* operation = pa_context_set_sink_mute_by_name(pulse_->context(), shared_->outputName.c_str(),
                                                                        muted ? 1 : 0, nullptr, nullptr))
             pa_operation_unref(operation);
     }
-    pa_threaded_mainloop_unlock(loop_);
 }
 
 void SoundMixer::setDefaultOutput(const std::string& name) {
-    if (!loop_)
+    if (!pulse_)
         return;
-    pa_threaded_mainloop_lock(loop_);
-    if (pa_operation* operation = pa_context_set_default_sink(context_, name.c_str(), nullptr, nullptr))
+    const PulseConnection::Lock locked(*pulse_);
+    if (pa_operation* operation = pa_context_set_default_sink(pulse_->context(), name.c_str(), nullptr, nullptr))
         pa_operation_unref(operation);
     // A server that keeps streams where they are when the default changes gets them moved too.
     for (const Stream& stream : state_.streams) {
         if (pa_operation* operation =
-                pa_context_move_sink_input_by_name(context_, stream.index, name.c_str(), nullptr, nullptr))
+                pa_context_move_sink_input_by_name(pulse_->context(), stream.index, name.c_str(), nullptr, nullptr))
             pa_operation_unref(operation);
     }
-    pa_threaded_mainloop_unlock(loop_);
 }
 
 } // namespace vq

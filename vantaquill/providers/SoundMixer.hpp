@@ -7,10 +7,9 @@
 #include <string>
 #include <vector>
 
-struct pa_context;
-struct pa_threaded_mainloop;
-
 namespace vq {
+
+class PulseConnection;
 
 /// What the sound view shows and changes: the default output and every application's stream
 /// playing to the sound server (PulseAudio's sink inputs; PipeWire's through pipewire-pulse),
@@ -69,7 +68,7 @@ class SoundMixer {
     /// asked for again at the next `start`.
     void start();
     void stop();
-    bool started() const { return loop_ != nullptr; }
+    bool started() const { return pulse_ != nullptr; }
 
     const State& state() const { return state_; }
     /// Told on the main thread after `state` changed.
@@ -90,8 +89,7 @@ class SoundMixer {
     void apply(std::uint64_t generation, State state);
 
     MainThread mainThread_;
-    pa_threaded_mainloop* loop_ = nullptr;
-    pa_context* context_ = nullptr;
+    std::unique_ptr<PulseConnection> pulse_;
     std::shared_ptr<Shared> shared_;
     std::uint64_t generation_ = 0;
     State state_;

@@ -1,5 +1,7 @@
 #include "vantaquill/providers/ThemeSound.hpp"
 
+#include "vantaquill/providers/PulseConnection.hpp"
+
 #include <canberra.h>
 
 namespace vq {
@@ -30,8 +32,9 @@ void ThemeSound::play(std::string_view eventID, std::string_view description) {
         // The session's sound server (PulseAudio, or PipeWire's pulse server) or nothing: a device
         // opened directly would take the sound card from the server's other clients.
         ca_context_set_driver(context_, "pulse");
+        // The island's own id, so that the Sound section leaves its sounds out of the applications'.
         ca_context_change_props(context_, CA_PROP_APPLICATION_NAME, "vantaquill", CA_PROP_APPLICATION_ID,
-                                "io.vantaquill.Island", nullptr);
+                                PulseConnection::applicationID, nullptr);
     }
     const std::string id(eventID);
     const std::string text(description);

@@ -1,6 +1,7 @@
 #include "vantaquill/providers/VolumeWatcher.hpp"
 
 #include "BrindKit/island/HUDEvent.hpp"
+#include "vantaquill/providers/PulseConnection.hpp"
 
 #include <pulse/pulseaudio.h>
 
@@ -138,39 +139,21 @@ void VolumeWatcher::stop() {
 void VolumeWatcher::connect() {
     const std::uint64_t generation = ++shared_->generation;
     shared_->last.reset();
-    loop_ = pa_threaded_mainloop_new();
-    pa_proplist* properties = pa_proplist_new();
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_NAME, "vantaquill");
-    pa_proplist_sets(properties, PA_PROP_APPLICATION_ID, "io.vantaquill.Island");
-    context_ = pa_context_new_with_proplist(pa_threaded_mainloop_get_api(loop_), "vantaquill", properties);
-    pa_proplist_free(properties);
+    pulse_ = std::make_unique<PulseConnection>();
     callbacks_ = std::make_unique<Callbacks>(Callbacks{mainThread_, shared_, generation});
-    // The context keeps only a pointer to the callbacks, which `disconnect` frees after the context.
-    pa_context_set_state_callback(context_, contextChanged, callbacks_.get());
-    pa_context_set_subscribe_callback(context_, eventArrived, callbacks_.get());
-    // No autospawn: a desktop without a sound server gets none started by the island.
-    if (pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0)
-        return lost(generation);
-    pa_threaded_mainloop_start(loop_);
+    if (!pulse_->connect(contextChanged, callbacks_.get(), eventArrived))
+        lost(generation);
 }
 
 void VolumeWatcher::disconnect() {
-    if (!loop_)
-        return;
-    pa_threaded_mainloop_stop(loop_);
-    pa_context_set_state_callback(context_, nullptr, nullptr);
-    pa_context_set_subscribe_callback(context_, nullptr, nullptr);
-    pa_context_disconnect(context_);
-    pa_context_unref(context_);
-    context_ = nullptr;
-    pa_threaded_mainloop_free(loop_);
-    loop_ = nullptr;
+    // The connection's thread stops before the callbacks it calls go.
+    pulse_.reset();
     callbacks_.reset();
 }
 
 void VolumeWatcher::lost(std::uint64_t generation) {
     // A failure can be reported twice (by the state callback and by the connect call itself).
-    if (!loop_ || !shared_ || generation != shared_->generation)
+    if (!pulse_ || !shared_ || generation != shared_->generation)
         return;
     disconnect();
     if (!toldMissing_)

@@ -9,10 +9,9 @@
 #include <string>
 #include <string_view>
 
-struct pa_context;
-struct pa_threaded_mainloop;
-
 namespace vq {
+
+class PulseConnection;
 
 /// What libpulse's callbacks hold, on the sound server's thread.
 struct VolumeWatcherCallbacks;
@@ -68,8 +67,7 @@ class VolumeWatcher final : public LiveActivityCenter::Provider {
     MainThread mainThread_;
     Log log_;
     MayFlash mayFlash_;
-    pa_threaded_mainloop* loop_ = nullptr;
-    pa_context* context_ = nullptr;
+    std::unique_ptr<PulseConnection> pulse_;
     std::unique_ptr<VolumeWatcherCallbacks> callbacks_;
     /// The main thread's side: the centre to flash, the level last seen and the current connection;
     /// kept alive by the functions already posted to the main thread, which find it cleared after `stop`.
