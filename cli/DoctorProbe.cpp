@@ -2,6 +2,7 @@
 #include "cli/ProgramSearch.hpp"
 
 #include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/foundation/Paths.hpp"
 
 #include <cerrno>
 #include <csignal>
@@ -30,21 +31,6 @@ std::optional<std::string> environment(const char* name) {
 std::optional<std::string> onPath(const std::string& program) {
     const auto found = ProgramSearch::find(program);
     return found ? std::optional(found->string()) : std::nullopt;
-}
-
-// The island's own rule: DBUS_SESSION_BUS_ADDRESS, else the user bus socket; never a bus started
-// on demand (dbus-send would otherwise try X11 autolaunch).
-std::optional<std::string> sessionBusAddress() {
-    if (auto address = environment("DBUS_SESSION_BUS_ADDRESS"))
-        return address;
-    const auto runtime = environment("XDG_RUNTIME_DIR");
-    if (!runtime)
-        return std::nullopt;
-    const auto socket = std::filesystem::path(*runtime) / "bus";
-    std::error_code error;
-    if (!std::filesystem::exists(socket, error))
-        return std::nullopt;
-    return "unix:path=" + socket.string();
 }
 
 std::optional<std::set<std::string>> listNames(const std::string& busOption, const std::string& method) {
@@ -227,7 +213,7 @@ DoctorFacts DoctorProbe::gather() {
         if (info)
             facts.x11Extensions = x11Extensions(*info);
     }
-    facts.sessionBusAddress = sessionBusAddress();
+    facts.sessionBusAddress = brind::Paths::sessionBusAddress();
     if (facts.sessionBusAddress)
         facts.sessionNames = namesOnBus("--bus=" + *facts.sessionBusAddress);
     facts.systemNames = namesOnBus("--system");

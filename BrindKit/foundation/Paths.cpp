@@ -38,6 +38,19 @@ std::filesystem::path configFolder() {
     return userConfig() / "vantaquill";
 }
 
+std::optional<std::string> sessionBusAddress() {
+    if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address && *address)
+        return address;
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (!runtime || !*runtime)
+        return std::nullopt;
+    const auto socket = std::filesystem::path(runtime) / "bus";
+    std::error_code error;
+    if (!std::filesystem::exists(socket, error))
+        return std::nullopt;
+    return "unix:path=" + socket.string();
+}
+
 std::filesystem::path cliTokenFile() {
     return home() / ".config" / "vantaquill" / "cli-token";
 }

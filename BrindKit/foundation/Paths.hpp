@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <string>
 
 namespace brind::Paths {
 
@@ -16,6 +18,11 @@ std::filesystem::path userConfig();
 
 /// $XDG_CONFIG_HOME/vantaquill, default ~/.config/vantaquill: preferences.
 std::filesystem::path configFolder();
+
+/// The session bus to use: DBUS_SESSION_BUS_ADDRESS, else the user's bus socket
+/// ($XDG_RUNTIME_DIR/bus) when it exists; never a bus started on demand (X11 autolaunch). Nothing
+/// when the session has none.
+std::optional<std::string> sessionBusAddress();
 
 /// ~/.config/vantaquill/cli-token, where the command reads its token (always under the home folder).
 std::filesystem::path cliTokenFile();

@@ -1,9 +1,10 @@
 #include "vantaquill/instance/SingleInstance.hpp"
 
+#include "BrindKit/foundation/Paths.hpp"
+
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusVirtualObject>
-#include <QFileInfo>
 
 #include <optional>
 
@@ -18,24 +19,11 @@ constexpr const char* claimConnectionName = "vantaquill-instance";
 constexpr int exitHandedOff = 0;
 constexpr int exitHung = 1;
 
-std::optional<QString> sessionBusAddress() {
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty())
-        return address;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (runtime.isEmpty())
-        return std::nullopt;
-    const QString socket = runtime + "/bus";
-    if (!QFileInfo(socket).exists())
-        return std::nullopt;
-    return "unix:path=" + socket;
-}
-
 std::optional<QDBusConnection> connectToSessionBus(const char* name) {
-    const auto address = sessionBusAddress();
+    const auto address = brind::Paths::sessionBusAddress();
     if (!address)
         return std::nullopt;
-    QDBusConnection connection = QDBusConnection::connectToBus(*address, QString::fromLatin1(name));
+    QDBusConnection connection = QDBusConnection::connectToBus(QString::fromStdString(*address), QString::fromLatin1(name));
     if (!connection.isConnected()) {
         QDBusConnection::disconnectFromBus(QString::fromLatin1(name));
         return std::nullopt;

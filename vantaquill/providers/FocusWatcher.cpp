@@ -1,12 +1,12 @@
 #include "vantaquill/providers/FocusWatcher.hpp"
 
+#include "BrindKit/foundation/Paths.hpp"
 #include "vantaquill/providers/BusSignalRelay.hpp"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -22,16 +22,6 @@ constexpr const char* serverName = "org.freedesktop.Notifications";
 constexpr const char* serverPath = "/org/freedesktop/Notifications";
 constexpr const char* gnomeSchema = "org.gnome.desktop.notifications";
 constexpr const char* gnomeKey = "show-banners";
-
-std::optional<QString> sessionBusAddress() {
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty())
-        return address;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (runtime.isEmpty() || !QFileInfo::exists(runtime + "/bus"))
-        return std::nullopt;
-    return "unix:path=" + runtime + "/bus";
-}
 
 bool onGNOME() {
     return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':').contains("GNOME", Qt::CaseInsensitive);
@@ -59,8 +49,8 @@ FocusWatcher::~FocusWatcher() {
 void FocusWatcher::start(LiveActivityCenter&) {
     serverAnswered_ = false;
     gnomeAnswered_ = false;
-    if (const auto address = sessionBusAddress()) {
-        const QDBusConnection bus = QDBusConnection::connectToBus(*address, connectionName);
+    if (const auto address = brind::Paths::sessionBusAddress()) {
+        const QDBusConnection bus = QDBusConnection::connectToBus(QString::fromStdString(*address), connectionName);
         if (bus.isConnected())
             bus_ = bus;
         else

@@ -1,5 +1,6 @@
 #include "vantaquill/providers/MediaController.hpp"
 
+#include "BrindKit/foundation/Paths.hpp"
 #include "BrindKit/system/LyricWing.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
 #include "vantaquill/providers/MediaPlayerChoice.hpp"
@@ -7,7 +8,6 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QFileInfo>
 
 #include <limits>
 #include <utility>
@@ -19,16 +19,6 @@ namespace {
 
 // A connection of its own, so that the players' signals never mix with the island's other bus use.
 constexpr const char* connectionName = "vantaquill-media";
-
-std::optional<QString> sessionBusAddress() {
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty())
-        return address;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (runtime.isEmpty() || !QFileInfo::exists(runtime + "/bus"))
-        return std::nullopt;
-    return "unix:path=" + runtime + "/bus";
-}
 
 } // namespace
 
@@ -47,8 +37,8 @@ void MediaController::start(LiveActivityCenter& center) {
     center_ = &center;
     center.handleActions(std::string(MediaActivity::id),
                          [this](const std::string&, const std::string& action) { perform(action); });
-    const auto address = sessionBusAddress();
-    const QDBusConnection bus = address ? QDBusConnection::connectToBus(*address, connectionName)
+    const auto address = brind::Paths::sessionBusAddress();
+    const QDBusConnection bus = address ? QDBusConnection::connectToBus(QString::fromStdString(*address), connectionName)
                                         : QDBusConnection(QString());
     if (!bus.isConnected()) {
         if (address)

@@ -1,5 +1,7 @@
 #include "vantaquill/providers/NotificationMirror.hpp"
 
+#include "BrindKit/foundation/Paths.hpp"
+
 #include <dbus/dbus.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -25,19 +27,6 @@ constexpr const char* notifyRule = "type='method_call',interface='org.freedeskto
 // An icon bigger than this is not an icon; the island leaves it to the desktop.
 constexpr std::uintmax_t largestImage = 1024 * 1024;
 constexpr int becomeMonitorTimeoutMs = 5000;
-
-std::optional<std::string> sessionBusAddress() {
-    if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address && *address)
-        return address;
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    if (!runtime || !*runtime)
-        return std::nullopt;
-    const std::filesystem::path socket = std::filesystem::path(runtime) / "bus";
-    std::error_code error;
-    if (!std::filesystem::exists(socket, error))
-        return std::nullopt;
-    return "unix:path=" + socket.string();
-}
 
 std::optional<std::string> readImage(const std::string& path) {
     std::error_code error;
@@ -138,7 +127,7 @@ std::expected<MirroredNotification, std::string> NotificationMirror::read(DBusMe
 }
 
 void NotificationMirror::start(LiveActivityCenter& center) {
-    const auto address = sessionBusAddress();
+    const auto address = brind::Paths::sessionBusAddress();
     if (!address) {
         log_("vantaquill: notifications are not mirrored: there is no session bus to watch");
         return;
