@@ -1,15 +1,17 @@
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/desktop/VirtualDisplay.hpp"
+#include "tests/support/SystemServiceMock.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
 
-#include "tests/package/PrivateSessionBus.hpp"
-#include "tests/support/BackgroundProgram.hpp"
-#include "tests/support/TemporaryFolder.hpp"
-
 #include <QCoreApplication>
-
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <chrono>
+#include <csignal>
+#include <fstream>
 #include <functional>
+#include <gtest/gtest.h>
+#include <sstream>
 #include <thread>
 
 namespace vq {
@@ -17,83 +19,240 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// logind as python3-dbusmock serves it, on a private bus that stands in for the system bus: its
-/// `Inhibit` hands out a descriptor and forgets the inhibitor when the descriptor closes, as logind does.
-class MockLogind : public ::testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_TRUE(bus.running()) << "dbus-daemon (package dbus-daemon) did not start";
-        ASSERT_TRUE(std::filesystem::exists("/usr/lib/python3/dist-packages/dbusmock"))
-            << "python3-dbusmock is missing";
-        mock = std::make_unique<BackgroundProgram>(
-            "/usr/bin/python3", std::vector<std::string>{"-m", "dbusmock", "--template", "logind"},
-            std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"});
-        ASSERT_TRUE(eventually([this] {
-            return bus.askBus("NameHasOwner", "org.freedesktop.login1").out.find("true") != std::string::npos;
-        }));
-        // systemd-inhibit, started by the switch, finds the system bus here.
-        previous = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
+bool eventually(const std::function<bool()>& done) {
+    const auto deadline = std::chrono::steady_clock::now() + 15s;
+    while (std::chrono::steady_clock::now() < deadline) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        if (done())
+            return true;
+        std::this_thread::sleep_for(50ms);
     }
-    void TearDown() override { qputenv("DBUS_SYSTEM_BUS_ADDRESS", previous); }
+    return false;
+}
 
-    bool inhibited() const {
-        return e2e::run("/usr/bin/dbus-send",
-                        {"--bus=" + bus.address(), "--print-reply", "--dest=org.freedesktop.login1",
-                         "/org/freedesktop/login1", "org.freedesktop.login1.Manager.ListInhibitors"},
-                        {})
-                   .out.find("\"vantaquill\"") != std::string::npos;
+/// Whether logind, as the mock on `bus` serves it, lists an inhibitor of ours.
+bool inhibited(const std::string& bus) {
+    return e2e::run("/usr/bin/dbus-send",
+                    {"--bus=" + bus, "--print-reply", "--dest=org.freedesktop.login1",
+                     "/org/freedesktop/login1", "org.freedesktop.login1.Manager.ListInhibitors"},
+                    {})
+               .out.find("\"vantaquill\"") != std::string::npos;
+}
+
+/// A desktop idle inhibitor served by python3-dbusmock from a template written here, whose methods
+/// note every call in `record`: "Inhibit <cookie> <arguments joined by |>", "<release> <cookie>".
+struct DesktopService {
+    std::string name;
+    std::string path;
+    std::string inhibitSignature;
+    std::string release;
+    /// The arguments the island is expected to pass to Inhibit.
+    std::string arguments;
+
+    std::filesystem::path writeTemplate(const std::filesystem::path& folder,
+                                        const std::filesystem::path& record) const {
+        const auto file = folder / (name + ".py");
+        std::ofstream(file)
+            << "import dbus\n"
+            << "BUS_NAME = '" << name << "'\nMAIN_OBJ = '" << path << "'\nMAIN_IFACE = '" << name
+            << "'\nSYSTEM_BUS = False\n"
+            << "def load(mock, parameters):\n"
+            << "    mock.AddMethods(MAIN_IFACE, [\n"
+            << "        ('Inhibit', '" << inhibitSignature << "', 'u', "
+            << "\"ret = dbus.UInt32(__import__('random').randint(1, 2**31)); open('" << record.string()
+            << "', 'a').write('Inhibit %d %s\\\\n' % (ret, '|'.join(str(a) for a in args)))\"),\n"
+            << "        ('" << release << "', 'u', '', \"open('" << record.string() << "', 'a').write('"
+            << release << " %d\\\\n' % args[0])\"),\n"
+            << "    ])\n";
+        return file;
+    }
+};
+
+const DesktopService desktopServices[] = {
+    {"org.gnome.SessionManager", "/org/gnome/SessionManager", "susu", "Uninhibit",
+     "io.vantaquill.Island|0|Stay awake is on|8"},
+    {"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver", "ss", "UnInhibit",
+     "vantaquill|Stay awake is on"},
+};
+
+std::vector<std::string> lines(const std::filesystem::path& file) {
+    std::vector<std::string> result;
+    std::istringstream text(brind::AtomicFile::read(file).value_or(""));
+    for (std::string line; std::getline(text, line);)
+        result.push_back(line);
+    return result;
+}
+
+/// logind from python3-dbusmock's template on a private bus standing in for the system bus (its
+/// `Inhibit` hands out a descriptor and forgets the inhibitor when that closes, as logind does),
+/// and the desktops' idle inhibitors on a private session bus.
+class StayAwakeServices : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(SystemServiceMock::installed()) << "python3-dbusmock is missing";
+        ASSERT_TRUE(system.running()) << "logind's mock did not start";
+        for (const auto& service : desktopServices) {
+            const auto file = service.writeTemplate(folder.path(), record(service)).string();
+            // The first starts the bus, the next ones join it.
+            const bool served = desktop ? desktop->serve(service.name, file)
+                                        : (desktop = std::make_unique<SystemServiceMock>(
+                                               folder.path() / "session", service.name, file))
+                                              ->running();
+            ASSERT_TRUE(served) << service.name << " did not start";
+        }
+        previousSystem = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+        previousSession = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", QByteArray::fromStdString(system.address()));
+        qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(desktop->address()));
+    }
+    void TearDown() override {
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", previousSystem);
+        qputenv("DBUS_SESSION_BUS_ADDRESS", previousSession);
+    }
+
+    std::filesystem::path record(const DesktopService& service) const {
+        return folder.path() / (service.name + ".calls");
     }
 
     std::unique_ptr<StayAwake> make() {
-        return std::make_unique<StayAwake>(scheduler, StayAwake::stateFile(folder.path()), [](const std::string&) {});
-    }
-
-    static bool eventually(const std::function<bool()>& done) {
-        const auto deadline = std::chrono::steady_clock::now() + 10s;
-        while (std::chrono::steady_clock::now() < deadline) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-            if (done())
-                return true;
-            std::this_thread::sleep_for(50ms);
-        }
-        return false;
+        return std::make_unique<StayAwake>(scheduler, StayAwake::stateFile(folder.path()),
+                                           [this](const std::string& line) { log.push_back(line); });
     }
 
     brindtest::TemporaryFolder folder{"vq-stay-awake"};
-    packagetest::PrivateSessionBus bus{folder.path()};
-    std::unique_ptr<BackgroundProgram> mock;
-    QByteArray previous;
+    SystemServiceMock system{folder.path() / "system", "org.freedesktop.login1", "logind"};
+    std::unique_ptr<SystemServiceMock> desktop;
+    QByteArray previousSystem, previousSession;
     ManualScheduler scheduler;
     std::vector<std::string> log;
 };
 
-TEST_F(MockLogind, ATimedModeHoldsTheInhibitorUntilItsMoment) {
-    StayAwake stayAwake(scheduler, StayAwake::stateFile(folder.path()),
-                        [this](const std::string& line) { log.push_back(line); });
-    stayAwake.setMode(brind::WidgetStayAwakeMode::preset(15, scheduler.now()));
-    EXPECT_TRUE(eventually([this] { return inhibited(); }));
-    EXPECT_TRUE(stayAwake.isOn());
+enum class Ending { turnedOff, turnedOffBeforeTheAnswers, timedModeRunsOut, quit };
 
-    scheduler.advance(15 * 60);
-    EXPECT_EQ(stayAwake.mode(), brind::WidgetStayAwakeMode::off());
-    EXPECT_TRUE(eventually([this] { return !inhibited(); })) << "logind still holds the inhibitor";
+TEST_F(StayAwakeServices, EveryInhibitorTakenIsHandedBackHoweverStayAwakeEnds) {
+    struct Row {
+        const char* name;
+        brind::WidgetStayAwakeMode mode;
+        Ending ending;
+    };
+    const Row rows[] = {
+        {"until turned off, then off", brind::WidgetStayAwakeMode::indefinite(), Ending::turnedOff},
+        // The answers reach a switch that is off again: what they hand out is handed back at once.
+        {"until turned off, then off before logind and the desktop answer",
+         brind::WidgetStayAwakeMode::indefinite(), Ending::turnedOffBeforeTheAnswers},
+        {"for 15 minutes, which pass", brind::WidgetStayAwakeMode::preset(15, scheduler.now()),
+         Ending::timedModeRunsOut},
+        {"until turned off, then the island quits", brind::WidgetStayAwakeMode::indefinite(), Ending::quit},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        for (const auto& service : desktopServices)
+            std::filesystem::remove(record(service));
+        auto stayAwake = make();
+        stayAwake->setMode(row.mode);
+        if (row.ending != Ending::turnedOffBeforeTheAnswers) {
+            EXPECT_TRUE(eventually([&] { return stayAwake->isOn() && inhibited(system.address()); }));
+            for (const auto& service : desktopServices)
+                EXPECT_TRUE(eventually([&] { return lines(record(service)).size() == 1; })) << service.name;
+        }
+
+        switch (row.ending) {
+        case Ending::turnedOff:
+        case Ending::turnedOffBeforeTheAnswers:
+            stayAwake->setMode(brind::WidgetStayAwakeMode::off());
+            break;
+        case Ending::timedModeRunsOut:
+            scheduler.advance(15 * 60);
+            EXPECT_EQ(stayAwake->mode(), brind::WidgetStayAwakeMode::off());
+            break;
+        case Ending::quit:
+            stayAwake.reset();
+            break;
+        }
+        if (stayAwake) {
+            EXPECT_FALSE(stayAwake->isOn());
+        }
+        for (const auto& service : desktopServices) {
+            ASSERT_TRUE(eventually([&] { return lines(record(service)).size() == 2; })) << service.name;
+            const auto calls = lines(record(service));
+            std::istringstream taken(calls[0]);
+            std::string method, arguments;
+            std::uint32_t cookie = 0;
+            taken >> method >> cookie;
+            std::getline(taken >> std::ws, arguments);
+            EXPECT_EQ(method, "Inhibit");
+            EXPECT_EQ(arguments, service.arguments);
+            EXPECT_EQ(calls[1], service.release + " " + std::to_string(cookie)) << service.name;
+        }
+        // Asked at the same moment as the desktops, so logind has answered by now too.
+        EXPECT_TRUE(eventually([&] { return !inhibited(system.address()); }))
+            << "logind still holds the inhibitor";
+        if (row.ending == Ending::quit) {
+            // The next start takes the mode up again from the data folder.
+            stayAwake = make();
+            EXPECT_EQ(stayAwake->mode(), brind::WidgetStayAwakeMode::indefinite());
+            EXPECT_TRUE(eventually([&] { return stayAwake->isOn() && inhibited(system.address()); }));
+        }
+        stayAwake.reset();
+    }
     EXPECT_TRUE(log.empty()) << log.front();
 }
 
-TEST_F(MockLogind, TheInhibitorEndsWithTheIslandAndComesBackWithIt) {
-    auto stayAwake = make();
-    stayAwake->setMode(brind::WidgetStayAwakeMode::indefinite());
-    ASSERT_TRUE(eventually([this] { return inhibited(); }));
-    stayAwake.reset();
-    EXPECT_TRUE(eventually([this] { return !inhibited(); }));
+/// Buses on which nobody serves: the island says once what it cannot do, and nothing is held.
+TEST(StayAwakeWithoutServices, SaysOnceWhatItCannotHoldAndHoldsNothing) {
+    ASSERT_TRUE(SystemServiceMock::installed()) << "python3-dbusmock is missing";
+    brindtest::TemporaryFolder folder{"vq-stay-awake"};
+    packagetest::PrivateSessionBus bus{folder.path()};
+    ASSERT_TRUE(bus.running());
+    const QByteArray previousSystem = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    const QByteArray previousSession = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
+    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
+    ManualScheduler scheduler;
+    std::vector<std::string> log;
+    {
+        StayAwake stayAwake(scheduler, StayAwake::stateFile(folder.path()),
+                            [&log](const std::string& line) { log.push_back(line); });
+        for (int turn = 0; turn < 2; ++turn) {
+            stayAwake.setMode(brind::WidgetStayAwakeMode::indefinite());
+            EXPECT_TRUE(eventually([&] { return log.size() >= 2; }));
+            stayAwake.setMode(brind::WidgetStayAwakeMode::off());
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 200);
+        EXPECT_FALSE(stayAwake.isOn());
+    }
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", previousSystem);
+    qputenv("DBUS_SESSION_BUS_ADDRESS", previousSession);
+    ASSERT_EQ(log.size(), 2u) << ::testing::PrintToString(log);
+    // The two answers come in either order.
+    std::sort(log.begin(), log.end());
+    EXPECT_NE(log[0].find("cannot keep the computer awake: logind gave no inhibitor lock"), std::string::npos)
+        << log[0];
+    EXPECT_NE(log[1].find("no desktop idle inhibitor"), std::string::npos) << log[1];
+}
 
-    // The next start takes the mode up again from the data folder.
-    stayAwake = make();
-    EXPECT_EQ(stayAwake->mode(), brind::WidgetStayAwakeMode::indefinite());
-    EXPECT_TRUE(eventually([this] { return inhibited(); }));
-    stayAwake->setMode(brind::WidgetStayAwakeMode::off());
-    EXPECT_TRUE(eventually([this] { return !inhibited(); }));
+TEST(StayAwakeIsland, AKilledIslandLeavesNothingHeld) {
+    if (!desktop::VirtualDisplay::available())
+        GTEST_SKIP() << "Xvfb, ImageMagick's import or xdotool is missing; scripts/setup installs them";
+    ASSERT_TRUE(SystemServiceMock::installed()) << "python3-dbusmock is missing";
+    e2e::TemporaryHome home;
+    SystemServiceMock system{home.path() / "system", "org.freedesktop.login1", "logind"};
+    ASSERT_TRUE(system.running());
+    // Kept on since an earlier run: the island takes it up at start.
+    const auto dataFolder = home.path() / ".local/share/vantaquill";
+    std::filesystem::create_directories(dataFolder);
+    ASSERT_TRUE(brind::AtomicFile::write(StayAwake::stateFile(dataFolder), R"({"mode":"indefinite"})"));
+    desktop::VirtualDisplay display;
+    ASSERT_FALSE(display.name().empty()) << "Xvfb did not start";
+    auto environment = display.environmentFor(home.environment());
+    environment["DBUS_SYSTEM_BUS_ADDRESS"] = system.address();
+    e2e::IslandProcess island({"--surface", "x11", "--port", "0"}, environment);
+    ASSERT_NE(island.port(), 0) << "the island did not start";
+    ASSERT_TRUE(eventually([&] { return inhibited(system.address()); })) << island.errors();
+
+    ::kill(island.processID(), SIGKILL);
+    EXPECT_TRUE(eventually([&] { return !inhibited(system.address()); }))
+        << "logind still holds a dead island's lock";
 }
 
 } // namespace
