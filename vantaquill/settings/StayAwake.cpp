@@ -2,12 +2,12 @@
 
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/JSON.hpp"
+#include "BrindKit/foundation/Paths.hpp"
 
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
-#include <QFileInfo>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -50,17 +50,6 @@ QDBusMessage inhibitCall(std::size_t which) {
     // A service that is not running is not the desktop in use: it is not started for us.
     call.setAutoStartService(false);
     return call;
-}
-
-/// The session bus the desktop's services are on, the way libdbus finds it.
-QString sessionBusAddress() {
-    const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty())
-        return address;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (runtime.isEmpty() || !QFileInfo::exists(runtime + "/bus"))
-        return {};
-    return "unix:path=" + runtime + "/bus";
 }
 
 /// A connection of its own to `address` (or the system bus when that is empty), or nothing.
@@ -144,7 +133,7 @@ bool StayAwake::connect() {
     if (!system_)
         system_ = connectTo(qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS"), true, systemName_);
     if (!session_)
-        session_ = connectTo(sessionBusAddress(), false, sessionName_);
+        session_ = connectTo(QString::fromStdString(brind::Paths::sessionBusAddress().value_or("")), false, sessionName_);
     return system_.has_value();
 }
 
