@@ -9,6 +9,7 @@
 #include <fstream>
 #include <netinet/in.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -121,6 +122,12 @@ CommandResult run(const std::string& program, const std::vector<std::string>& ar
     ::close(out[1]);
     ::close(err[1]);
     std::thread writer([&] {
+        // A program that exits without reading its input (a usage error, --help) closes the pipe:
+        // the write fails with EPIPE instead of the signal ending the test.
+        sigset_t pipeSignal;
+        sigemptyset(&pipeSignal);
+        sigaddset(&pipeSignal, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
         std::size_t written = 0;
         while (written < input.size()) {
             const ssize_t count = ::write(in[1], input.data() + written, input.size() - written);
