@@ -25,9 +25,10 @@ std::string dumped(const JSON& value) {
     return value.dump(-1, ' ', false, JSON::error_handler_t::replace);
 }
 
-// nlohmann-json's escaping, byte for byte: the two short escapes it has beyond appendQuoted's, and
-// lower-case hexadecimal for the other control characters.
-void appendEscaped(std::string& out, std::string_view text) {
+// Quotes `text`, escaping what JSON requires; the runs between characters that need escaping are
+// copied whole. nlohmann-json's form (`nlohmannForm`) also writes \b and \f short, where the plain
+// form spells every control character but \n, \r and \t as \u00XX.
+void appendQuotedText(std::string& out, std::string_view text, bool nlohmannForm) {
     out.push_back('"');
     std::size_t runStart = 0;
     for (std::size_t index = 0; index < text.size(); ++index) {
@@ -43,12 +44,6 @@ void appendEscaped(std::string& out, std::string_view text) {
             out.push_back('\\');
             out.push_back(c);
             break;
-        case '\b':
-            out += "\\b";
-            break;
-        case '\f':
-            out += "\\f";
-            break;
         case '\n':
             out += "\\n";
             break;
@@ -59,8 +54,14 @@ void appendEscaped(std::string& out, std::string_view text) {
             out += "\\t";
             break;
         default:
-            out += "\\u00";
-            Hex::appendByte(out, byte);
+            if (nlohmannForm && c == '\b') {
+                out += "\\b";
+            } else if (nlohmannForm && c == '\f') {
+                out += "\\f";
+            } else {
+                out += "\\u00";
+                Hex::appendByte(out, byte);
+            }
         }
     }
     out.append(text, runStart);
@@ -69,7 +70,7 @@ void appendEscaped(std::string& out, std::string_view text) {
 
 void appendString(std::string& out, const std::string& text) {
     if (Text::isValidUTF8(text))
-        appendEscaped(out, text);
+        appendQuotedText(out, text, true);
     else
         out += dumped(JSON(text)); // ill-formed bytes become U+FFFD exactly as nlohmann replaces them
 }
@@ -147,38 +148,7 @@ std::string pretty(const JSON& value) {
 }
 
 void appendQuoted(std::string& out, std::string_view text) {
-    out.push_back('"');
-    // Most of a text needs no escaping; it is copied in runs between the characters that do.
-    std::size_t runStart = 0;
-    for (std::size_t index = 0; index < text.size(); ++index) {
-        const char c = text[index];
-        const auto byte = static_cast<unsigned char>(c);
-        if (c != '"' && c != '\\' && byte >= 0x20)
-            continue;
-        out.append(text, runStart, index - runStart);
-        runStart = index + 1;
-        switch (c) {
-        case '"':
-        case '\\':
-            out.push_back('\\');
-            out.push_back(c);
-            break;
-        case '\n':
-            out += "\\n";
-            break;
-        case '\r':
-            out += "\\r";
-            break;
-        case '\t':
-            out += "\\t";
-            break;
-        default:
-            out += "\\u00";
-            Hex::appendByte(out, byte);
-        }
-    }
-    out.append(text, runStart);
-    out.push_back('"');
+    appendQuotedText(out, text, false);
 }
 
 } // namespace JSONText
