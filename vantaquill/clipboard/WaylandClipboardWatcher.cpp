@@ -4,6 +4,7 @@
 #include "vantaquill/clipboard/ext-data-control-v1-client-protocol.h"
 #include "vantaquill/clipboard/wlr-data-control-unstable-v1-client-protocol.h"
 #include "vantaquill/wayland/WaylandEventPump.hpp"
+#include "vantaquill/wayland/WaylandFlavourSender.hpp"
 
 #include <QSocketNotifier>
 #include <QTimer>
@@ -14,10 +15,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <csignal>
 #include <map>
-#include <pthread.h>
-#include <thread>
 #include <utility>
 #include <unistd.h>
 
@@ -227,31 +225,7 @@ struct WaylandClipboardWatcher::Connection {
     static constexpr OfferListener offerListener{&offerType};
 
     static void send(void* data, wl_proxy* source, const char* type, std::int32_t fd) {
-        auto* self = static_cast<Connection*>(data);
-        const ClipFlavours& flavours = self->sources[source];
-        const auto flavour = std::ranges::find_if(flavours, [&](const ClipFlavour& f) { return f.mimeType == type; });
-        if (flavour == flavours.end()) {
-            ::close(fd);
-            return;
-        }
-        // The reader may take its time; the island does not wait for it.
-        std::thread([fd, bytes = flavour->data] {
-            // A reader that closes early must cost an error here, not the island's life.
-            sigset_t pipeSignal;
-            sigemptyset(&pipeSignal);
-            sigaddset(&pipeSignal, SIGPIPE);
-            pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
-            std::size_t written = 0;
-            while (written < bytes.size()) {
-                const ssize_t count = ::write(fd, bytes.data() + written, bytes.size() - written);
-                if (count < 0 && errno == EINTR)
-                    continue;
-                if (count <= 0)
-                    break;
-                written += static_cast<std::size_t>(count);
-            }
-            ::close(fd);
-        }).detach();
+        WaylandFlavourSender::send(static_cast<Connection*>(data)->sources[source], type, fd);
     }
     static void cancelled(void* data, wl_proxy* source) {
         auto* self = static_cast<Connection*>(data);

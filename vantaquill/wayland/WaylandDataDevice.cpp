@@ -1,5 +1,7 @@
 #include "vantaquill/wayland/WaylandDataDevice.hpp"
 
+#include "vantaquill/wayland/WaylandFlavourSender.hpp"
+
 #include <QObject>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -10,10 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <fcntl.h>
-#include <pthread.h>
-#include <thread>
 #include <unistd.h>
 
 namespace vq {
@@ -345,31 +344,7 @@ bool WaylandDataDevice::startDrag(wl_surface* origin, std::uint32_t serial, cons
     static const wl_data_source_listener listener = {
         .target = [](void*, wl_data_source*, const char*) {},
         .send = [](void* data, wl_data_source*, const char* type, std::int32_t fd) {
-            auto* self = static_cast<WaylandDataDevice*>(data);
-            const auto flavour = std::ranges::find_if(self->m_sourceFlavours,
-                                                      [type](const ClipFlavour& f) { return f.mimeType == type; });
-            if (flavour == self->m_sourceFlavours.end()) {
-                ::close(fd);
-                return;
-            }
-            // The reader may take its time; the island does not wait for it.
-            std::thread([fd, bytes = flavour->data] {
-                // A reader that closes early must cost an error here, not the island's life.
-                sigset_t pipeSignal;
-                sigemptyset(&pipeSignal);
-                sigaddset(&pipeSignal, SIGPIPE);
-                pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
-                std::size_t written = 0;
-                while (written < bytes.size()) {
-                    const ssize_t count = ::write(fd, bytes.data() + written, bytes.size() - written);
-                    if (count < 0 && errno == EINTR)
-                        continue;
-                    if (count <= 0)
-                        break;
-                    written += static_cast<std::size_t>(count);
-                }
-                ::close(fd);
-            }).detach();
+            WaylandFlavourSender::send(static_cast<WaylandDataDevice*>(data)->m_sourceFlavours, type, fd);
         },
         .cancelled = [](void* data, wl_data_source*) { static_cast<WaylandDataDevice*>(data)->endSource(); },
         .dnd_drop_performed = [](void*, wl_data_source*) {},
