@@ -3,7 +3,6 @@
 
 #include <QProcess>
 #include <QProcessEnvironment>
-
 #include <gtest/gtest.h>
 
 namespace vq {
@@ -13,13 +12,12 @@ using test::SwaySession;
 
 // `vantaquill doctor` inside a sway session reports the layer shell and the data-control clipboard
 // that the compositor really offers (asked through wayland-info), and sway's own key bindings.
-TEST(DoctorOnSway, ReportsTheLayerShellTheClipboardAndSwaysBindings)
-{
+TEST(DoctorOnSway, ReportsTheLayerShellTheClipboardAndSwaysBindings) {
     if (const auto reason = SwaySession::unavailableReason(); !reason.empty())
         GTEST_SKIP() << "no headless sway here: " << reason;
     auto sway = SwaySession::start({});
     ASSERT_TRUE(sway) << sway.error();
-    brindtest::TemporaryFolder home {"vantaquill-doctor-sway"};
+    brindtest::TemporaryFolder home{"vantaquill-doctor-sway"};
 
     auto environment = QProcessEnvironment::systemEnvironment();
     environment.insert("HOME", QString::fromStdString(home.path().string()));

@@ -1,20 +1,16 @@
-#include "vantaquill/wayland/LayerShellSurface.hpp"
-#include "vantaquill/wayland/WaylandDataDevice.hpp"
-
 #include "tests/wayland/SwaySession.hpp"
 #include "tests/wayland/TestWindow.hpp"
+#include "vantaquill/wayland/LayerShellSurface.hpp"
+#include "vantaquill/wayland/WaylandDataDevice.hpp"
 
 #include <QEventLoop>
 #include <QGuiApplication>
 #include <QPainter>
 #include <QScreen>
 #include <QTimer>
-
-#include <gtest/gtest.h>
-
-
 #include <chrono>
 #include <functional>
+#include <gtest/gtest.h>
 #include <vector>
 
 namespace vq {
@@ -31,8 +27,7 @@ const QColor backgroundColour(SwaySession::backgroundHex);
 
 /// Runs the Qt event loop (which blocks and so flushes the Wayland connection, as in the
 /// application) until `condition` holds or the time-out passes.
-bool waitUntil(const std::function<bool()>& condition)
-{
+bool waitUntil(const std::function<bool()>& condition) {
     if (condition())
         return true;
     QEventLoop loop;
@@ -48,24 +43,22 @@ bool waitUntil(const std::function<bool()>& condition)
 }
 
 /// Lets the event loop run for a while with nothing to wait for.
-void settle(std::chrono::milliseconds duration)
-{
+void settle(std::chrono::milliseconds duration) {
     QEventLoop loop;
     QTimer::singleShot(duration, &loop, &QEventLoop::quit);
     loop.exec();
 }
 
-bool near(QColor actual, QColor expected)
-{
+bool near(QColor actual, QColor expected) {
     constexpr int tolerance = 3;
-    return std::abs(actual.red() - expected.red()) <= tolerance && std::abs(actual.green() - expected.green()) <= tolerance
-        && std::abs(actual.blue() - expected.blue()) <= tolerance;
+    return std::abs(actual.red() - expected.red()) <= tolerance &&
+           std::abs(actual.green() - expected.green()) <= tolerance &&
+           std::abs(actual.blue() - expected.blue()) <= tolerance;
 }
 
 class LayerShellSurfaceTest : public ::testing::Test {
-protected:
-    void start(int scale = 1)
-    {
+  protected:
+    void start(int scale = 1) {
         if (const auto reason = SwaySession::unavailableReason(); !reason.empty())
             GTEST_SKIP() << "no headless sway here: " << reason;
         auto session = SwaySession::start({.scale = scale});
@@ -81,11 +74,12 @@ protected:
             painter.fillRect(QRect(QPoint(0, 0), frame.size()), islandColour);
         };
         surface->onFrame = [this](double) { ++frames; };
-        surface->onPointer = [this](const IslandSurface::PointerEvent& event) { pointerEvents.push_back(event); };
+        surface->onPointer = [this](const IslandSurface::PointerEvent& event) {
+            pointerEvents.push_back(event);
+        };
     }
 
-    void TearDown() override
-    {
+    void TearDown() override {
         if (surface) {
             EXPECT_FALSE(surface->connectionError()) << *surface->connectionError();
         }
@@ -94,8 +88,7 @@ protected:
     }
 
     /// Places the surface and waits until sway shows its first frame.
-    void show(QSize size)
-    {
+    void show(QSize size) {
         frame = QRect(QPoint(0, 0), size);
         const int before = paints;
         surface->place(nullptr, frame);
@@ -103,8 +96,7 @@ protected:
     }
 
     /// A screenshot taken once sway shows `expected` at `point` (device pixels).
-    QImage screenshotShowing(QPoint point, QColor expected)
-    {
+    QImage screenshotShowing(QPoint point, QColor expected) {
         QImage image;
         waitUntil([&] {
             auto shot = sway->screenshot();
@@ -116,10 +108,10 @@ protected:
         return image;
     }
 
-    bool pointerEventArrives(Type type)
-    {
+    bool pointerEventArrives(Type type) {
         return waitUntil([&] {
-            return std::ranges::any_of(pointerEvents, [type](const auto& event) { return event.type == type; });
+            return std::ranges::any_of(pointerEvents,
+                                       [type](const auto& event) { return event.type == type; });
         });
     }
 
@@ -132,8 +124,7 @@ protected:
     std::vector<IslandSurface::PointerEvent> pointerEvents;
 };
 
-TEST(LayerShellProbe, TellsWhetherTheCompositorOffersTheLayerShell)
-{
+TEST(LayerShellProbe, TellsWhetherTheCompositorOffersTheLayerShell) {
     const QByteArray saved = qgetenv("WAYLAND_DISPLAY");
     qunsetenv("WAYLAND_DISPLAY");
     auto unset = LayerShellSurface::probe();
@@ -157,8 +148,7 @@ TEST(LayerShellProbe, TellsWhetherTheCompositorOffersTheLayerShell)
     qputenv("WAYLAND_DISPLAY", saved);
 }
 
-TEST_F(LayerShellSurfaceTest, ShowsThePaintedIslandAtTheTopCentreOfTheOutput)
-{
+TEST_F(LayerShellSurfaceTest, ShowsThePaintedIslandAtTheTopCentreOfTheOutput) {
     start();
     show({200, 40});
     EXPECT_EQ(surface->outputName(), "HEADLESS-1");
@@ -176,8 +166,7 @@ TEST_F(LayerShellSurfaceTest, ShowsThePaintedIslandAtTheTopCentreOfTheOutput)
             << " instead of " << colour.name().toStdString();
 }
 
-TEST_F(LayerShellSurfaceTest, FollowsANewSizeAndHides)
-{
+TEST_F(LayerShellSurfaceTest, FollowsANewSizeAndHides) {
     start();
     show({200, 40});
     screenshotShowing({640, 20}, islandColour);
@@ -198,8 +187,7 @@ TEST_F(LayerShellSurfaceTest, FollowsANewSizeAndHides)
     EXPECT_TRUE(near(shownAgain.pixelColor(640, 20), islandColour));
 }
 
-TEST_F(LayerShellSurfaceTest, PaintsEveryDevicePixelAtTheOutputsScale)
-{
+TEST_F(LayerShellSurfaceTest, PaintsEveryDevicePixelAtTheOutputsScale) {
     start(2);
     // Half a logical pixel is one device pixel at scale 2: a checkerboard of them survives only if
     // the buffer has the output's resolution and the compositor is told its scale.
@@ -233,8 +221,7 @@ TEST_F(LayerShellSurfaceTest, PaintsEveryDevicePixelAtTheOutputsScale)
     EXPECT_TRUE(near(unscaled.pixelColor(539, 20), backgroundColour));
 }
 
-TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointer)
-{
+TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointer) {
     start();
     show({200, 40});
     // The left half takes the pointer; the right half lets it through to what lies below.
@@ -246,7 +233,8 @@ TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointer)
     ASSERT_TRUE(sway->command("seat - cursor press button1"));
     ASSERT_TRUE(sway->command("seat - cursor release button1"));
     ASSERT_TRUE(pointerEventArrives(Type::release));
-    const auto press = std::ranges::find_if(pointerEvents, [](const auto& event) { return event.type == Type::press; });
+    const auto press =
+        std::ranges::find_if(pointerEvents, [](const auto& event) { return event.type == Type::press; });
     ASSERT_NE(press, pointerEvents.end());
     EXPECT_EQ(press->button, Qt::LeftButton);
     EXPECT_EQ(press->position, QPointF(20, 20));
@@ -260,11 +248,11 @@ TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointer)
     // before this enter.
     ASSERT_TRUE(sway->command("seat - cursor set 600 10"));
     ASSERT_TRUE(pointerEventArrives(Type::enter));
-    EXPECT_FALSE(std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
+    EXPECT_FALSE(
+        std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
 }
 
-TEST_F(LayerShellSurfaceTest, ClicksBesideTheInputRegionReachTheWindowBelow)
-{
+TEST_F(LayerShellSurfaceTest, ClicksBesideTheInputRegionReachTheWindowBelow) {
     start();
     show({200, 40});
     surface->setInputRegion(QRegion(0, 0, 100, 40));
@@ -279,8 +267,8 @@ TEST_F(LayerShellSurfaceTest, ClicksBesideTheInputRegionReachTheWindowBelow)
     screenshotShowing({100, 300}, Qt::darkGray);
 
     const auto click = [&](int x, int y) {
-        return sway->command("seat - cursor set " + std::to_string(x) + " " + std::to_string(y))
-            && sway->command("seat - cursor press button1") && sway->command("seat - cursor release button1");
+        return sway->command("seat - cursor set " + std::to_string(x) + " " + std::to_string(y)) &&
+               sway->command("seat - cursor press button1") && sway->command("seat - cursor release button1");
     };
     // On the island's right half, outside its input region: the window gets it.
     ASSERT_TRUE(click(700, 20));
@@ -288,7 +276,8 @@ TEST_F(LayerShellSurfaceTest, ClicksBesideTheInputRegionReachTheWindowBelow)
         window.dispatch();
         return window.presses() == 1;
     }));
-    EXPECT_FALSE(std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
+    EXPECT_FALSE(
+        std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
 
     // On the left half the island takes it; a click far away afterwards marks the end.
     ASSERT_TRUE(click(560, 20));
@@ -302,8 +291,7 @@ TEST_F(LayerShellSurfaceTest, ClicksBesideTheInputRegionReachTheWindowBelow)
     EXPECT_EQ(window.presses(), 2);
 }
 
-TEST_F(LayerShellSurfaceTest, DrawsOnlyWhenAFrameIsAskedFor)
-{
+TEST_F(LayerShellSurfaceTest, DrawsOnlyWhenAFrameIsAskedFor) {
     start();
     show({200, 40});
     screenshotShowing({640, 20}, islandColour);
@@ -326,8 +314,7 @@ TEST_F(LayerShellSurfaceTest, DrawsOnlyWhenAFrameIsAskedFor)
     EXPECT_EQ(paints, atRest + 2);
 }
 
-TEST_F(LayerShellSurfaceTest, GoesToItsScreensOutputWhenThatOutputArrives)
-{
+TEST_F(LayerShellSurfaceTest, GoesToItsScreensOutputWhenThatOutputArrives) {
     start();
     const auto screens = QGuiApplication::screens();
     ASSERT_EQ(screens.size(), 2);
@@ -343,8 +330,8 @@ TEST_F(LayerShellSurfaceTest, GoesToItsScreensOutputWhenThatOutputArrives)
 
     before = paints;
     ASSERT_TRUE(sway->command("create_output"));
-    ASSERT_TRUE(sway->command(std::string("output HEADLESS-2 resolution 1280x720 position 1280 0 bg ")
-                              + SwaySession::backgroundHex + " solid_color"));
+    ASSERT_TRUE(sway->command(std::string("output HEADLESS-2 resolution 1280x720 position 1280 0 bg ") +
+                              SwaySession::backgroundHex + " solid_color"));
     ASSERT_TRUE(waitUntil([&] { return surface->outputName() == "HEADLESS-2" && paints > before; }))
         << surface->outputName();
 
@@ -360,8 +347,7 @@ TEST_F(LayerShellSurfaceTest, GoesToItsScreensOutputWhenThatOutputArrives)
     EXPECT_TRUE(near(back.pixelColor(1280 + 640, 20), backgroundColour));
 }
 
-TEST_F(LayerShellSurfaceTest, KeyboardInteractivityIsAskedForAndGivenBack)
-{
+TEST_F(LayerShellSurfaceTest, KeyboardInteractivityIsAskedForAndGivenBack) {
     start();
     show({200, 40});
     // A value the compositor does not know would end the connection.
@@ -379,16 +365,14 @@ TEST_F(LayerShellSurfaceTest, KeyboardInteractivityIsAskedForAndGivenBack)
 namespace vq {
 namespace {
 
-bool waitForWindow(test::TestWindow& window, const std::function<bool()>& condition)
-{
+bool waitForWindow(test::TestWindow& window, const std::function<bool()>& condition) {
     return waitUntil([&] {
         window.dispatch();
         return condition();
     });
 }
 
-TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped)
-{
+TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped) {
     struct Row {
         const char* name;
         std::string_view mimeType;
@@ -397,12 +381,23 @@ TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped)
         std::string text;
     };
     const std::vector<Row> rows = {
-        {"files, one per line, escaped", "text/uri-list", "# from a file manager\r\nfile:///tmp/a%20b.txt\r\nfile:///home/u/c\r\n",
-         {"/tmp/a b.txt", "/home/u/c"}, ""},
-        {"a link alone is its text", "text/uri-list", "https://example.org/x?y=1\r\n", {}, "https://example.org/x?y=1"},
+        {"files, one per line, escaped",
+         "text/uri-list",
+         "# from a file manager\r\nfile:///tmp/a%20b.txt\r\nfile:///home/u/c\r\n",
+         {"/tmp/a b.txt", "/home/u/c"},
+         ""},
+        {"a link alone is its text",
+         "text/uri-list",
+         "https://example.org/x?y=1\r\n",
+         {},
+         "https://example.org/x?y=1"},
         {"files win over links", "text/uri-list", "https://example.org/\nfile:///tmp/f\n", {"/tmp/f"}, ""},
         {"no line is a URI", "text/uri-list", "not a uri\r\n\r\n", {}, ""},
-        {"text is kept as it is", "text/plain;charset=utf-8", "h\xc3\xa9llo\nworld\n", {}, "h\xc3\xa9llo\nworld\n"},
+        {"text is kept as it is",
+         "text/plain;charset=utf-8",
+         "h\xc3\xa9llo\nworld\n",
+         {},
+         "h\xc3\xa9llo\nworld\n"},
     };
     for (const Row& row : rows) {
         const auto drop = WaylandDataDevice::content(row.mimeType, row.bytes);
@@ -411,8 +406,7 @@ TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped)
     }
 }
 
-TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram)
-{
+TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram) {
     start();
     show({200, 40});
     screenshotShowing({640, 20}, islandColour);
@@ -439,8 +433,11 @@ TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram)
         std::string text;
     };
     const std::vector<Row> rows = {
-        {"a file", {{"text/uri-list", "file:///tmp/dropped%20file.txt\r\n"}, {"text/plain", "/tmp/dropped file.txt"}},
-         true, {"/tmp/dropped file.txt"}, ""},
+        {"a file",
+         {{"text/uri-list", "file:///tmp/dropped%20file.txt\r\n"}, {"text/plain", "/tmp/dropped file.txt"}},
+         true,
+         {"/tmp/dropped file.txt"},
+         ""},
         {"a snippet", {{"text/plain;charset=utf-8", "a dropped snippet"}}, true, {}, "a dropped snippet"},
         {"refused", {{"text/plain;charset=utf-8", "not wanted"}}, false, {}, "not wanted"},
         {"nothing readable", {{"image/png", "\x89PNG"}}, true, {}, ""},

@@ -4,9 +4,6 @@
 
 #include <QStandardPaths>
 #include <QThread>
-
-#include <wayland-client.h>
-
 #include <chrono>
 #include <cstring>
 #include <fstream>
@@ -14,6 +11,7 @@
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <wayland-client.h>
 
 namespace vq::test {
 
@@ -24,21 +22,19 @@ constexpr const char* testUser = "vqtest";
 constexpr auto startTimeout = std::chrono::seconds(30);
 constexpr int commandTimeoutMs = 30'000;
 
-std::expected<QByteArray, std::string> run(const QString& program, const QStringList& arguments)
-{
+std::expected<QByteArray, std::string> run(const QString& program, const QStringList& arguments) {
     QProcess process;
     process.start(program, arguments);
     if (!process.waitForFinished(commandTimeoutMs) || process.exitStatus() != QProcess::NormalExit)
         return std::unexpected((program + " did not finish").toStdString());
     if (process.exitCode() != 0)
-        return std::unexpected((program + " " + arguments.join(' ') + " failed: ").toStdString()
-                               + process.readAllStandardError().toStdString()
-                               + process.readAllStandardOutput().toStdString());
+        return std::unexpected((program + " " + arguments.join(' ') + " failed: ").toStdString() +
+                               process.readAllStandardError().toStdString() +
+                               process.readAllStandardOutput().toStdString());
     return process.readAllStandardOutput();
 }
 
-std::expected<passwd, std::string> ensureTestUser()
-{
+std::expected<passwd, std::string> ensureTestUser() {
     if (passwd* entry = getpwnam(testUser))
         return *entry;
     auto added = run("useradd", {"--system", "--no-create-home", "--shell", "/usr/sbin/nologin", testUser});
@@ -49,8 +45,7 @@ std::expected<passwd, std::string> ensureTestUser()
     return std::unexpected(std::string("no user ") + testUser + " after useradd");
 }
 
-std::filesystem::path findIPCSocket(const std::filesystem::path& folder)
-{
+std::filesystem::path findIPCSocket(const std::filesystem::path& folder) {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(folder, error))
         if (entry.path().filename().string().starts_with("sway-ipc."))
@@ -60,19 +55,17 @@ std::filesystem::path findIPCSocket(const std::filesystem::path& folder)
 
 } // namespace
 
-std::string SwaySession::unavailableReason()
-{
+std::string SwaySession::unavailableReason() {
     for (const char* program : {"sway", "swaymsg", "grim", "runuser", "useradd"})
-        if (QStandardPaths::findExecutable(program).isEmpty()
-            && QStandardPaths::findExecutable(program, {"/usr/sbin", "/sbin"}).isEmpty())
+        if (QStandardPaths::findExecutable(program).isEmpty() &&
+            QStandardPaths::findExecutable(program, {"/usr/sbin", "/sbin"}).isEmpty())
             return std::string(program) + " is not installed (scripts/setup installs it)";
     if (geteuid() != 0)
         return "the sway tests run sway as a separate unprivileged user, which needs root";
     return {};
 }
 
-std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Options options)
-{
+std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Options options) {
     auto user = ensureTestUser();
     if (!user)
         return std::unexpected(user.error());
@@ -81,38 +74,40 @@ std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Opti
     std::string folderTemplate = (std::filesystem::temp_directory_path() / "vq-sway-XXXXXX").string();
     if (!mkdtemp(folderTemplate.data()))
         return std::unexpected(std::string("mkdtemp: ") + std::strerror(errno));
-    session->m_runtimeFolder = folderTemplate;
-    const auto config = session->m_runtimeFolder / "config";
+    session->runtimeFolder_ = folderTemplate;
+    const auto config = session->runtimeFolder_ / "config";
     {
         std::ofstream out(config);
-        out << "output HEADLESS-1 resolution " << outputWidth << "x" << outputHeight << " scale " << options.scale
-            << " position 0 0 bg " << backgroundHex << " solid_color\n"
+        out << "output HEADLESS-1 resolution " << outputWidth << "x" << outputHeight << " scale "
+            << options.scale << " position 0 0 bg " << backgroundHex << " solid_color\n"
             << "default_border none\n"
             << "focus_follows_mouse no\n";
     }
-    if (chown(session->m_runtimeFolder.c_str(), user->pw_uid, user->pw_gid) != 0
-        || chown(config.c_str(), user->pw_uid, user->pw_gid) != 0 || chmod(session->m_runtimeFolder.c_str(), 0700) != 0)
+    if (chown(session->runtimeFolder_.c_str(), user->pw_uid, user->pw_gid) != 0 ||
+        chown(config.c_str(), user->pw_uid, user->pw_gid) != 0 ||
+        chmod(session->runtimeFolder_.c_str(), 0700) != 0)
         return std::unexpected(std::string("cannot hand the runtime folder to ") + testUser);
 
-    const QString folder = QString::fromStdString(session->m_runtimeFolder.string());
-    session->m_sway.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    session->m_sway.setStandardOutputFile(QProcess::nullDevice());
-    session->m_sway.start("runuser", {"-u", testUser, "--", "env", "WLR_BACKENDS=headless", "WLR_RENDERER=pixman",
-                                      "WLR_LIBINPUT_NO_DEVICES=1", "XDG_RUNTIME_DIR=" + folder, "HOME=" + folder,
-                                      "sway", "-c", folder + "/config"});
-    if (!session->m_sway.waitForStarted(commandTimeoutMs))
+    const QString folder = QString::fromStdString(session->runtimeFolder_.string());
+    session->sway_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    session->sway_.setStandardOutputFile(QProcess::nullDevice());
+    session->sway_.start("runuser",
+                         {"-u", testUser, "--", "env", "WLR_BACKENDS=headless", "WLR_RENDERER=pixman",
+                          "WLR_LIBINPUT_NO_DEVICES=1", "XDG_RUNTIME_DIR=" + folder, "HOME=" + folder, "sway",
+                          "-c", folder + "/config"});
+    if (!session->sway_.waitForStarted(commandTimeoutMs))
         return std::unexpected("runuser did not start sway");
 
     const auto deadline = std::chrono::steady_clock::now() + startTimeout;
     while (std::chrono::steady_clock::now() < deadline) {
-        session->m_ipcSocket = findIPCSocket(session->m_runtimeFolder);
-        if (!session->m_ipcSocket.empty() && std::filesystem::exists(session->waylandDisplay()))
+        session->ipcSocket_ = findIPCSocket(session->runtimeFolder_);
+        if (!session->ipcSocket_.empty() && std::filesystem::exists(session->waylandDisplay()))
             break;
-        if (session->m_sway.state() == QProcess::NotRunning)
+        if (session->sway_.state() == QProcess::NotRunning)
             return std::unexpected("sway exited at start");
         QThread::msleep(50);
     }
-    if (session->m_ipcSocket.empty())
+    if (session->ipcSocket_.empty())
         return std::unexpected("sway did not open its sockets in time");
     // The IPC socket appears once the outputs are set up; a command answered proves it listens.
     auto ready = session->command("nop");
@@ -124,12 +119,11 @@ std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Opti
     return session;
 }
 
-SwaySession::~SwaySession()
-{
-    if (m_pointerConnection)
-        wl_display_disconnect(m_pointerConnection);
+SwaySession::~SwaySession() {
+    if (pointerConnection_)
+        wl_display_disconnect(pointerConnection_);
     // The socket's name carries sway's process id: stop sway itself, then runuser follows.
-    const std::string name = m_ipcSocket.filename().string(); // sway-ipc.<uid>.<pid>.sock
+    const std::string name = ipcSocket_.filename().string(); // sway-ipc.<uid>.<pid>.sock
     const auto lastDot = name.rfind(".sock");
     const auto pidDot = name.rfind('.', lastDot - 1);
     if (lastDot != std::string::npos && pidDot != std::string::npos) {
@@ -137,27 +131,26 @@ SwaySession::~SwaySession()
         if (pid > 0)
             kill(pid, SIGTERM);
     }
-    if (!m_sway.waitForFinished(commandTimeoutMs))
-        m_sway.kill();
-    m_sway.waitForFinished(commandTimeoutMs);
+    if (!sway_.waitForFinished(commandTimeoutMs))
+        sway_.kill();
+    sway_.waitForFinished(commandTimeoutMs);
     std::error_code error;
-    std::filesystem::remove_all(m_runtimeFolder, error);
+    std::filesystem::remove_all(runtimeFolder_, error);
 }
 
-std::expected<void, std::string> SwaySession::command(const std::string& command) const
-{
+std::expected<void, std::string> SwaySession::command(const std::string& command) const {
     const QStringList words = QString::fromStdString(command).split(' ', Qt::SkipEmptyParts);
-    auto result = run("swaymsg", QStringList {"-s", QString::fromStdString(m_ipcSocket.string()), "--"} + words);
+    auto result =
+        run("swaymsg", QStringList{"-s", QString::fromStdString(ipcSocket_.string()), "--"} + words);
     if (!result)
         return std::unexpected(result.error());
     return {};
 }
 
-std::expected<QImage, std::string> SwaySession::screenshot() const
-{
-    const QString folder = QString::fromStdString(m_runtimeFolder.string());
-    auto ppm = run("runuser", {"-u", testUser, "--", "env", "XDG_RUNTIME_DIR=" + folder, "WAYLAND_DISPLAY=wayland-1",
-                               "grim", "-t", "ppm", "-"});
+std::expected<QImage, std::string> SwaySession::screenshot() const {
+    const QString folder = QString::fromStdString(runtimeFolder_.string());
+    auto ppm = run("runuser", {"-u", testUser, "--", "env", "XDG_RUNTIME_DIR=" + folder,
+                               "WAYLAND_DISPLAY=wayland-1", "grim", "-t", "ppm", "-"});
     if (!ppm)
         return std::unexpected(ppm.error());
     QImage image = QImage::fromData(*ppm, "PPM");
@@ -166,37 +159,37 @@ std::expected<QImage, std::string> SwaySession::screenshot() const
     return image.convertToFormat(QImage::Format_RGB32);
 }
 
-std::expected<void, std::string> SwaySession::plugVirtualPointer()
-{
-    m_pointerConnection = wl_display_connect(waylandDisplay().c_str());
-    if (!m_pointerConnection)
+std::expected<void, std::string> SwaySession::plugVirtualPointer() {
+    pointerConnection_ = wl_display_connect(waylandDisplay().c_str());
+    if (!pointerConnection_)
         return std::unexpected("cannot connect to sway at " + waylandDisplay());
     zwlr_virtual_pointer_manager_v1* manager = nullptr;
     static const wl_registry_listener listener = {
-        .global = [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t) {
-            if (std::strcmp(interface, zwlr_virtual_pointer_manager_v1_interface.name) == 0)
-                *static_cast<zwlr_virtual_pointer_manager_v1**>(data) = static_cast<zwlr_virtual_pointer_manager_v1*>(
-                    wl_registry_bind(registry, name, &zwlr_virtual_pointer_manager_v1_interface, 1));
-        },
+        .global =
+            [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t) {
+                if (std::strcmp(interface, zwlr_virtual_pointer_manager_v1_interface.name) == 0)
+                    *static_cast<zwlr_virtual_pointer_manager_v1**>(data) =
+                        static_cast<zwlr_virtual_pointer_manager_v1*>(
+                            wl_registry_bind(registry, name, &zwlr_virtual_pointer_manager_v1_interface, 1));
+            },
         .global_remove = [](void*, wl_registry*, std::uint32_t) {},
     };
-    wl_registry* registry = wl_display_get_registry(m_pointerConnection);
+    wl_registry* registry = wl_display_get_registry(pointerConnection_);
     wl_registry_add_listener(registry, &listener, &manager);
-    wl_display_roundtrip(m_pointerConnection);
+    wl_display_roundtrip(pointerConnection_);
     if (!manager)
         return std::unexpected("sway offers no zwlr_virtual_pointer_manager_v1");
     // The device lives as long as this connection; sway adds it to the default seat.
-    m_pointer = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, nullptr);
-    if (wl_display_roundtrip(m_pointerConnection) < 0)
+    pointer_ = zwlr_virtual_pointer_manager_v1_create_virtual_pointer(manager, nullptr);
+    if (wl_display_roundtrip(pointerConnection_) < 0)
         return std::unexpected("sway refused the virtual pointer");
     return {};
 }
 
-std::expected<void, std::string> SwaySession::movePointer(double dx, double dy) const
-{
-    zwlr_virtual_pointer_v1_motion(m_pointer, 0, wl_fixed_from_double(dx), wl_fixed_from_double(dy));
-    zwlr_virtual_pointer_v1_frame(m_pointer);
-    if (wl_display_roundtrip(m_pointerConnection) < 0)
+std::expected<void, std::string> SwaySession::movePointer(double dx, double dy) const {
+    zwlr_virtual_pointer_v1_motion(pointer_, 0, wl_fixed_from_double(dx), wl_fixed_from_double(dy));
+    zwlr_virtual_pointer_v1_frame(pointer_);
+    if (wl_display_roundtrip(pointerConnection_) < 0)
         return std::unexpected("sway refused the pointer's motion");
     return {};
 }

@@ -3,7 +3,6 @@
 #include <QImage>
 #include <QProcess>
 #include <QString>
-
 #include <expected>
 #include <filesystem>
 #include <memory>
@@ -18,7 +17,7 @@ namespace vq::test {
 /// root) in a private runtime folder, with a virtual pointer plugged in so that its seat offers a
 /// pointer to clients. The test process, root, reaches its Wayland and IPC sockets by path.
 class SwaySession {
-public:
+  public:
     struct Options {
         int scale = 1;
     };
@@ -32,7 +31,7 @@ public:
     ~SwaySession();
 
     /// The absolute path of the Wayland socket, usable as WAYLAND_DISPLAY.
-    std::string waylandDisplay() const { return (m_runtimeFolder / "wayland-1").string(); }
+    std::string waylandDisplay() const { return (runtimeFolder_ / "wayland-1").string(); }
     /// Runs one sway command (`seat - cursor set 10 10`, `create_output`, ...).
     std::expected<void, std::string> command(const std::string& command) const;
     /// Moves the pointer by a distance through the virtual pointer, as a hand would: unlike `seat -
@@ -41,15 +40,15 @@ public:
     /// The whole desktop as grim sees it, in device pixels.
     std::expected<QImage, std::string> screenshot() const;
 
-private:
+  private:
     SwaySession() = default;
     std::expected<void, std::string> plugVirtualPointer();
 
-    std::filesystem::path m_runtimeFolder;
-    std::filesystem::path m_ipcSocket;
-    QProcess m_sway;
-    wl_display* m_pointerConnection = nullptr;
-    zwlr_virtual_pointer_v1* m_pointer = nullptr;
+    std::filesystem::path runtimeFolder_;
+    std::filesystem::path ipcSocket_;
+    QProcess sway_;
+    wl_display* pointerConnection_ = nullptr;
+    zwlr_virtual_pointer_v1* pointer_ = nullptr;
 };
 
 } // namespace vq::test

@@ -3,7 +3,6 @@
 #include "vantaquill/clipboard/ClipFlavour.hpp"
 
 #include <QSize>
-
 #include <expected>
 #include <memory>
 #include <optional>
@@ -37,33 +36,33 @@ namespace vq::test {
 /// the clipboard's text on Ctrl+V; it takes URI lists dropped on it, and drags what it is given when
 /// pressed.
 class TestWindow {
-public:
+  public:
     static std::expected<std::unique_ptr<TestWindow>, std::string> open(const std::string& display);
     ~TestWindow();
 
     /// Reads and handles whatever the compositor sent, without waiting.
     void dispatch();
     /// Shown at the size the compositor tiled it to.
-    bool shown() const { return m_shown; }
-    int presses() const { return m_presses; }
+    bool shown() const { return shown_; }
+    int presses() const { return presses_; }
     /// The window has the keyboard.
-    bool focused() const { return m_focused; }
+    bool focused() const { return focused_; }
     /// The text pasted with the last Ctrl+V, once read in full.
-    const std::string& pasted() const { return m_pasted; }
+    const std::string& pasted() const { return pasted_; }
     /// What the last drop on the window brought (a URI list), once read in full.
-    const std::string& dropped() const { return m_dropped; }
+    const std::string& dropped() const { return dropped_; }
     /// Something is being dragged over the window (and taken, when it offers a URI list).
-    bool dragOver() const { return m_dragOffer != nullptr; }
+    bool dragOver() const { return dragOffer_ != nullptr; }
     /// Waits until the compositor has handled every request the window sent.
     void sync();
     /// The next press on the window starts a drag offering `flavours`.
-    void dragOnNextPress(ClipFlavours flavours) { m_dragFlavours = std::move(flavours); }
+    void dragOnNextPress(ClipFlavours flavours) { dragFlavours_ = std::move(flavours); }
     /// The drag started here ended: dropped and finished (true) or cancelled (false).
-    std::optional<bool> dragEnded() const { return m_dragEnded; }
+    std::optional<bool> dragEnded() const { return dragEnded_; }
     /// The compositor last configured the window as full screen.
-    bool fullScreen() const { return m_fullScreen; }
+    bool fullScreen() const { return fullScreen_; }
 
-private:
+  private:
     /// A transfer read from a pipe without waiting, as the island would be the writer.
     struct Reading {
         int fd = -1;
@@ -79,36 +78,36 @@ private:
     void receive(wl_data_offer* offer, const char* type, std::string* into, bool finish);
     void readTransfers();
 
-    wl_display* m_display = nullptr;
-    wl_registry* m_registry = nullptr;
-    wl_compositor* m_compositor = nullptr;
-    wl_shm* m_shm = nullptr;
-    wl_seat* m_seat = nullptr;
-    wl_pointer* m_pointer = nullptr;
-    wl_keyboard* m_keyboard = nullptr;
-    wl_data_device_manager* m_dataDeviceManager = nullptr;
-    wl_data_device* m_dataDevice = nullptr;
-    wl_data_offer* m_selection = nullptr;
-    wl_data_offer* m_dragOffer = nullptr;
-    wl_data_source* m_dragSource = nullptr;
-    xdg_wm_base* m_wmBase = nullptr;
-    wl_surface* m_surface = nullptr;
-    xdg_surface* m_xdgSurface = nullptr;
-    xdg_toplevel* m_toplevel = nullptr;
-    std::unique_ptr<ShmBuffer> m_buffer;
-    QSize m_size;
-    bool m_tiled = false;
-    bool m_shown = false;
-    bool m_fullScreen = false;
-    int m_presses = 0;
-    bool m_focused = false;
-    std::uint32_t m_modifiers = 0;
-    std::string m_pasted;
-    std::string m_dropped;
-    ClipFlavours m_dragFlavours;
-    ClipFlavours m_sourceFlavours;
-    std::optional<bool> m_dragEnded;
-    std::vector<Reading> m_readings;
+    wl_display* display_ = nullptr;
+    wl_registry* registry_ = nullptr;
+    wl_compositor* compositor_ = nullptr;
+    wl_shm* shm_ = nullptr;
+    wl_seat* seat_ = nullptr;
+    wl_pointer* pointer_ = nullptr;
+    wl_keyboard* keyboard_ = nullptr;
+    wl_data_device_manager* dataDeviceManager_ = nullptr;
+    wl_data_device* dataDevice_ = nullptr;
+    wl_data_offer* selection_ = nullptr;
+    wl_data_offer* dragOffer_ = nullptr;
+    wl_data_source* dragSource_ = nullptr;
+    xdg_wm_base* wmBase_ = nullptr;
+    wl_surface* surface_ = nullptr;
+    xdg_surface* xdgSurface_ = nullptr;
+    xdg_toplevel* toplevel_ = nullptr;
+    std::unique_ptr<ShmBuffer> buffer_;
+    QSize size_;
+    bool tiled_ = false;
+    bool shown_ = false;
+    bool fullScreen_ = false;
+    int presses_ = 0;
+    bool focused_ = false;
+    std::uint32_t modifiers_ = 0;
+    std::string pasted_;
+    std::string dropped_;
+    ClipFlavours dragFlavours_;
+    ClipFlavours sourceFlavours_;
+    std::optional<bool> dragEnded_;
+    std::vector<Reading> readings_;
 };
 
 } // namespace vq::test

@@ -1,15 +1,12 @@
 #include <QGuiApplication>
 #include <QTemporaryFile>
-
-#include <gtest/gtest.h>
-
 #include <cstdlib>
+#include <gtest/gtest.h>
 
 // The layer-shell surface needs a Qt application for its event loop and QPainter's fonts, but not a
 // Qt window: Qt runs offscreen and the surface speaks to sway over its own connection. Qt's screens
 // are named and placed like the outputs the tests give sway, as Qt on Wayland names them.
-int main(int argc, char** argv)
-{
+int main(int argc, char** argv) {
     QTemporaryFile screens;
     if (!screens.open())
         return 1;

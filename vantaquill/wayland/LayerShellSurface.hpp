@@ -8,7 +8,6 @@
 #include <QRegion>
 #include <QSize>
 #include <QString>
-
 #include <cstdint>
 #include <expected>
 #include <memory>
@@ -47,7 +46,7 @@ class WaylandEventPump;
 /// its own beside Qt's (whatever platform Qt runs on); its descriptor is watched from the Qt event
 /// loop, so everything happens on the main thread.
 class LayerShellSurface final : public IslandSurface {
-public:
+  public:
     struct Probe {
         bool offered = false;
         /// Why the layer shell can or cannot be used, for the one line the application logs.
@@ -75,11 +74,11 @@ public:
 
     /// Set once the compositor ended the connection (a protocol error or a lost socket); the reason
     /// has been written to stderr and the surface does nothing any more.
-    const std::optional<std::string>& connectionError() const { return m_connectionError; }
+    const std::optional<std::string>& connectionError() const { return connectionError_; }
     /// The output the surface is shown on (its wl_output name), empty while none.
     std::string outputName() const;
 
-private:
+  private:
     struct Output {
         LayerShellSurface* owner = nullptr;
         std::uint32_t registryName = 0;
@@ -123,64 +122,64 @@ private:
     void handleKeymap(int fd, std::uint32_t size);
     void handleKey(std::uint32_t key, std::uint32_t state);
 
-    wl_display* m_display = nullptr;
-    wl_registry* m_registry = nullptr;
-    wl_compositor* m_compositor = nullptr;
-    std::uint32_t m_compositorVersion = 0;
-    wl_shm* m_shm = nullptr;
-    wl_seat* m_seat = nullptr;
-    std::uint32_t m_seatVersion = 0;
-    wl_pointer* m_pointer = nullptr;
-    wl_keyboard* m_keyboard = nullptr;
-    wl_data_device_manager* m_dataDeviceManager = nullptr;
-    std::uint32_t m_dataDeviceManagerVersion = 0;
+    wl_display* display_ = nullptr;
+    wl_registry* registry_ = nullptr;
+    wl_compositor* compositor_ = nullptr;
+    std::uint32_t compositorVersion_ = 0;
+    wl_shm* shm_ = nullptr;
+    wl_seat* seat_ = nullptr;
+    std::uint32_t seatVersion_ = 0;
+    wl_pointer* pointer_ = nullptr;
+    wl_keyboard* keyboard_ = nullptr;
+    wl_data_device_manager* dataDeviceManager_ = nullptr;
+    std::uint32_t dataDeviceManagerVersion_ = 0;
     /// Drops onto the island and drags out of it; none when the compositor has no data devices.
-    std::unique_ptr<WaylandDataDevice> m_dataDevice;
-    zwlr_layer_shell_v1* m_layerShell = nullptr;
-    std::uint32_t m_layerShellVersion = 0;
-    std::vector<std::unique_ptr<Output>> m_outputs;
+    std::unique_ptr<WaylandDataDevice> dataDevice_;
+    zwlr_layer_shell_v1* layerShell_ = nullptr;
+    std::uint32_t layerShellVersion_ = 0;
+    std::vector<std::unique_ptr<Output>> outputs_;
 
     // What the island asked for.
-    QString m_screenName;
-    std::optional<QPoint> m_screenPosition;
-    QSize m_size;
-    bool m_visible = true;
-    std::optional<QRegion> m_inputRegion;
-    bool m_keyboardInteractive = false;
+    QString screenName_;
+    std::optional<QPoint> screenPosition_;
+    QSize size_;
+    bool visible_ = true;
+    std::optional<QRegion> inputRegion_;
+    bool keyboardInteractive_ = false;
 
     // What the compositor has.
-    wl_surface* m_surface = nullptr;
-    zwlr_layer_surface_v1* m_layerSurface = nullptr;
-    Output* m_surfaceOutput = nullptr;
-    QSize m_requestedSize;
-    QSize m_configuredSize;
-    bool m_configured = false;
-    int m_appliedScale = 1;
-    wl_callback* m_frameCallback = nullptr;
-    bool m_frameWanted = false;
-    bool m_drawing = false;
-    bool m_drawQueued = false;
-    bool m_reconcileQueued = false;
-    std::vector<std::unique_ptr<ShmBuffer>> m_buffers;
+    wl_surface* surface_ = nullptr;
+    zwlr_layer_surface_v1* layerSurface_ = nullptr;
+    Output* surfaceOutput_ = nullptr;
+    QSize requestedSize_;
+    QSize configuredSize_;
+    bool configured_ = false;
+    int appliedScale_ = 1;
+    wl_callback* frameCallback_ = nullptr;
+    bool frameWanted_ = false;
+    bool drawing_ = false;
+    bool drawQueued_ = false;
+    bool reconcileQueued_ = false;
+    std::vector<std::unique_ptr<ShmBuffer>> buffers_;
 
-    bool m_pointerInside = false;
+    bool pointerInside_ = false;
     /// The serial of the press the pointer holds on the island (0 once released): a drag out starts
     /// from it.
-    std::uint32_t m_pressSerial = 0;
-    QPointF m_pointerPosition;
+    std::uint32_t pressSerial_ = 0;
+    QPointF pointerPosition_;
     /// Scrolling gathered from axis events until the pointer frame that ends them.
-    QPointF m_scroll;
-    bool m_keyboardFocused = false;
-    xkb_context* m_xkbContext = nullptr;
-    xkb_keymap* m_keymap = nullptr;
-    xkb_state* m_xkbState = nullptr;
+    QPointF scroll_;
+    bool keyboardFocused_ = false;
+    xkb_context* xkbContext_ = nullptr;
+    xkb_keymap* keymap_ = nullptr;
+    xkb_state* xkbState_ = nullptr;
 
-    std::optional<std::string> m_connectionError;
+    std::optional<std::string> connectionError_;
     // The connection, driven from the Qt event loop.
-    std::unique_ptr<WaylandEventPump> m_pump;
+    std::unique_ptr<WaylandEventPump> pump_;
     // Context of the queued calls: destroyed first (it is declared last), so nothing queued runs on a
     // half-destroyed surface.
-    std::unique_ptr<QObject> m_context;
+    std::unique_ptr<QObject> context_;
 };
 
 } // namespace vq

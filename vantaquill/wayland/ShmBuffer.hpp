@@ -2,7 +2,6 @@
 
 #include <QImage>
 #include <QSize>
-
 #include <expected>
 #include <memory>
 #include <string>
@@ -16,33 +15,34 @@ namespace vq {
 /// wl_buffer, with a QImage over the same memory for QPainter. The compositor reads it after a
 /// commit until it sends release, so a buffer is drawn into again only while not busy.
 class ShmBuffer {
-public:
+  public:
     /// A buffer of `pixelSize` device pixels; `scale` becomes the image's device pixel ratio so
     /// that painters on it work in logical pixels.
-    static std::expected<std::unique_ptr<ShmBuffer>, std::string> create(wl_shm* shm, QSize pixelSize, int scale);
+    static std::expected<std::unique_ptr<ShmBuffer>, std::string> create(wl_shm* shm, QSize pixelSize,
+                                                                         int scale);
 
     ~ShmBuffer();
     ShmBuffer(const ShmBuffer&) = delete;
     ShmBuffer& operator=(const ShmBuffer&) = delete;
 
-    QImage& image() { return m_image; }
-    wl_buffer* buffer() const { return m_buffer; }
-    QSize pixelSize() const { return m_image.size(); }
-    int scale() const { return m_scale; }
-    bool busy() const { return m_busy; }
+    QImage& image() { return image_; }
+    wl_buffer* buffer() const { return buffer_; }
+    QSize pixelSize() const { return image_.size(); }
+    int scale() const { return scale_; }
+    bool busy() const { return busy_; }
     /// Called when the buffer is attached and committed: the compositor owns it until release.
-    void markBusy() { m_busy = true; }
+    void markBusy() { busy_ = true; }
 
-private:
+  private:
     ShmBuffer() = default;
     static void handleRelease(void* data, wl_buffer* buffer);
 
-    void* m_memory = nullptr;
-    std::size_t m_bytes = 0;
-    wl_buffer* m_buffer = nullptr;
-    QImage m_image;
-    int m_scale = 1;
-    bool m_busy = false;
+    void* memory_ = nullptr;
+    std::size_t bytes_ = 0;
+    wl_buffer* buffer_ = nullptr;
+    QImage image_;
+    int scale_ = 1;
+    bool busy_ = false;
 };
 
 } // namespace vq

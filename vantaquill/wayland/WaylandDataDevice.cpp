@@ -6,14 +6,12 @@
 #include <QSocketNotifier>
 #include <QTimer>
 #include <QUrl>
-
-#include <wayland-client.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
+#include <wayland-client.h>
 
 namespace vq {
 
@@ -26,8 +24,7 @@ constexpr std::size_t maxDropBytes = 4 * 1024 * 1024;
 // A program that let go of its drop but never writes it is not waited for longer than this.
 constexpr int dropReadTimeoutMs = 10'000;
 
-std::string_view trimmed(std::string_view line)
-{
+std::string_view trimmed(std::string_view line) {
     while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t'))
         line.remove_suffix(1);
     while (!line.empty() && (line.front() == ' ' || line.front() == '\t'))
@@ -55,23 +52,20 @@ struct WaylandDataDevice::Incoming {
     /// Not for the island: only kept until the drag leaves.
     bool refused = false;
 
-    ~Incoming()
-    {
+    ~Incoming() {
         notifier.reset();
         if (fd >= 0)
             ::close(fd);
     }
 };
 
-const std::vector<std::string_view>& WaylandDataDevice::readableTypes()
-{
+const std::vector<std::string_view>& WaylandDataDevice::readableTypes() {
     static const std::vector<std::string_view> types = {uriList, "text/plain;charset=utf-8", "UTF8_STRING",
                                                         "text/plain"};
     return types;
 }
 
-IslandSurface::DropEvent WaylandDataDevice::content(std::string_view mimeType, std::string_view bytes)
-{
+IslandSurface::DropEvent WaylandDataDevice::content(std::string_view mimeType, std::string_view bytes) {
     IslandSurface::DropEvent drop;
     if (mimeType != uriList) {
         drop.text = std::string(bytes);
@@ -97,96 +91,98 @@ IslandSurface::DropEvent WaylandDataDevice::content(std::string_view mimeType, s
     return drop;
 }
 
-WaylandDataDevice::WaylandDataDevice(wl_data_device_manager* manager, std::uint32_t managerVersion, wl_seat* seat,
-                                     std::function<bool(wl_surface*)> isIsland, std::function<void()> flush)
-    : m_manager(manager), m_version(std::min(managerVersion, knownVersion)), m_isIsland(std::move(isIsland)),
-      m_flush(std::move(flush)), m_context(std::make_unique<QObject>())
-{
-    m_device = wl_data_device_manager_get_data_device(m_manager, seat);
+WaylandDataDevice::WaylandDataDevice(wl_data_device_manager* manager, std::uint32_t managerVersion,
+                                     wl_seat* seat, std::function<bool(wl_surface*)> isIsland,
+                                     std::function<void()> flush)
+    : manager_(manager), version_(std::min(managerVersion, knownVersion)), isIsland_(std::move(isIsland)),
+      flush_(std::move(flush)), context_(std::make_unique<QObject>()) {
+    device_ = wl_data_device_manager_get_data_device(manager_, seat);
     static const wl_data_device_listener listener = {
-        .data_offer = [](void* data, wl_data_device*, wl_data_offer* offer) {
-            static_cast<WaylandDataDevice*>(data)->handleOffer(offer);
-        },
-        .enter = [](void* data, wl_data_device*, std::uint32_t serial, wl_surface* surface, wl_fixed_t x, wl_fixed_t y,
-                    wl_data_offer* offer) {
-            static_cast<WaylandDataDevice*>(data)->handleEnter(
-                serial, surface, QPointF(wl_fixed_to_double(x), wl_fixed_to_double(y)), offer);
-        },
+        .data_offer = [](void* data, wl_data_device*,
+                         wl_data_offer* offer) { static_cast<WaylandDataDevice*>(data)->handleOffer(offer); },
+        .enter =
+            [](void* data, wl_data_device*, std::uint32_t serial, wl_surface* surface, wl_fixed_t x,
+               wl_fixed_t y, wl_data_offer* offer) {
+                static_cast<WaylandDataDevice*>(data)->handleEnter(
+                    serial, surface, QPointF(wl_fixed_to_double(x), wl_fixed_to_double(y)), offer);
+            },
         .leave = [](void* data, wl_data_device*) { static_cast<WaylandDataDevice*>(data)->handleLeave(); },
-        .motion = [](void* data, wl_data_device*, std::uint32_t, wl_fixed_t x, wl_fixed_t y) {
-            static_cast<WaylandDataDevice*>(data)->handleMotion(QPointF(wl_fixed_to_double(x), wl_fixed_to_double(y)));
-        },
+        .motion =
+            [](void* data, wl_data_device*, std::uint32_t, wl_fixed_t x, wl_fixed_t y) {
+                static_cast<WaylandDataDevice*>(data)->handleMotion(
+                    QPointF(wl_fixed_to_double(x), wl_fixed_to_double(y)));
+            },
         .drop = [](void* data, wl_data_device*) { static_cast<WaylandDataDevice*>(data)->handleDrop(); },
-        .selection = [](void* data, wl_data_device*, wl_data_offer* offer) {
-            // The clipboard is watched elsewhere: a selection offer is only let go of.
-            auto* self = static_cast<WaylandDataDevice*>(data);
-            if (self->m_selection && self->m_selection != offer) {
-                self->m_offered.erase(self->m_selection);
-                wl_data_offer_destroy(self->m_selection);
-            }
-            self->m_selection = offer;
-        },
+        .selection =
+            [](void* data, wl_data_device*, wl_data_offer* offer) {
+                // The clipboard is watched elsewhere: a selection offer is only let go of.
+                auto* self = static_cast<WaylandDataDevice*>(data);
+                if (self->selection_ && self->selection_ != offer) {
+                    self->offered_.erase(self->selection_);
+                    wl_data_offer_destroy(self->selection_);
+                }
+                self->selection_ = offer;
+            },
     };
-    wl_data_device_add_listener(m_device, &listener, this);
+    wl_data_device_add_listener(device_, &listener, this);
 }
 
-WaylandDataDevice::~WaylandDataDevice()
-{
+WaylandDataDevice::~WaylandDataDevice() {
     onDrop = nullptr;
-    m_sourceFinished = nullptr;
-    m_context.reset();
-    m_incoming.reset();
-    for (const auto& [offer, types] : m_offered)
+    sourceFinished_ = nullptr;
+    context_.reset();
+    incoming_.reset();
+    for (const auto& [offer, types] : offered_)
         wl_data_offer_destroy(offer);
-    if (m_source)
-        wl_data_source_destroy(m_source);
-    if (m_device) {
-        if (m_version >= WL_DATA_DEVICE_RELEASE_SINCE_VERSION)
-            wl_data_device_release(m_device);
+    if (source_)
+        wl_data_source_destroy(source_);
+    if (device_) {
+        if (version_ >= WL_DATA_DEVICE_RELEASE_SINCE_VERSION)
+            wl_data_device_release(device_);
         else
-            wl_data_device_destroy(m_device);
+            wl_data_device_destroy(device_);
     }
 }
 
 // MARK: - Dropping in
 
-void WaylandDataDevice::handleOffer(wl_data_offer* offer)
-{
-    m_offered[offer];
+void WaylandDataDevice::handleOffer(wl_data_offer* offer) {
+    offered_[offer];
     static const wl_data_offer_listener listener = {
-        .offer = [](void* data, wl_data_offer* offer, const char* type) {
-            auto* self = static_cast<WaylandDataDevice*>(data);
-            if (const auto found = self->m_offered.find(offer); found != self->m_offered.end())
-                found->second.emplace_back(type);
-        },
+        .offer =
+            [](void* data, wl_data_offer* offer, const char* type) {
+                auto* self = static_cast<WaylandDataDevice*>(data);
+                if (const auto found = self->offered_.find(offer); found != self->offered_.end())
+                    found->second.emplace_back(type);
+            },
         .source_actions = [](void*, wl_data_offer*, std::uint32_t) {},
         .action = [](void*, wl_data_offer*, std::uint32_t) {},
     };
     wl_data_offer_add_listener(offer, &listener, this);
 }
 
-void WaylandDataDevice::handleEnter(std::uint32_t serial, wl_surface* surface, QPointF position, wl_data_offer* offer)
-{
+void WaylandDataDevice::handleEnter(std::uint32_t serial, wl_surface* surface, QPointF position,
+                                    wl_data_offer* offer) {
     endIncoming();
     if (!offer)
         return;
-    const auto& offered = m_offered[offer];
+    const auto& offered = offered_[offer];
     const auto type = std::ranges::find_if(readableTypes(), [&](std::string_view wanted) {
         return std::ranges::find(offered, wanted) != offered.end();
     });
-    m_incoming = std::make_unique<Incoming>();
-    Incoming& incoming = *m_incoming;
+    incoming_ = std::make_unique<Incoming>();
+    Incoming& incoming = *incoming_;
     incoming.offer = offer;
     incoming.serial = serial;
     // The island's own drag passing over it, something dropped elsewhere, or nothing it can read:
     // refused. The offer is kept until the drag leaves: a compositor takes an offer destroyed while
     // the drag is over its surface for the end of the drag, and cancels it for its source.
     int fds[2];
-    if (m_source || !surface || !m_isIsland(surface) || type == readableTypes().end()
-        || pipe2(fds, O_CLOEXEC | O_NONBLOCK) != 0) {
+    if (source_ || !surface || !isIsland_(surface) || type == readableTypes().end() ||
+        pipe2(fds, O_CLOEXEC | O_NONBLOCK) != 0) {
         incoming.refused = true;
         wl_data_offer_accept(offer, serial, nullptr);
-        m_flush();
+        flush_();
         return;
     }
     incoming.mimeType = std::string(*type);
@@ -194,21 +190,22 @@ void WaylandDataDevice::handleEnter(std::uint32_t serial, wl_surface* surface, Q
     incoming.fd = fds[0];
     // Taken tentatively while it is read: the answer follows once the island has seen it.
     wl_data_offer_accept(offer, serial, incoming.mimeType.c_str());
-    if (m_version >= WL_DATA_OFFER_SET_ACTIONS_SINCE_VERSION)
-        wl_data_offer_set_actions(offer, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY);
+    if (version_ >= WL_DATA_OFFER_SET_ACTIONS_SINCE_VERSION)
+        wl_data_offer_set_actions(offer, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY,
+                                  WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY);
     wl_data_offer_receive(offer, incoming.mimeType.c_str(), fds[1]);
-    m_flush();
+    flush_();
     ::close(fds[1]);
     incoming.notifier = std::make_unique<QSocketNotifier>(incoming.fd, QSocketNotifier::Read);
-    QObject::connect(incoming.notifier.get(), &QSocketNotifier::activated, m_context.get(), [this] { readAvailable(); });
+    QObject::connect(incoming.notifier.get(), &QSocketNotifier::activated, context_.get(),
+                     [this] { readAvailable(); });
 }
 
-void WaylandDataDevice::readAvailable()
-{
-    if (!m_incoming || m_incoming->content)
+void WaylandDataDevice::readAvailable() {
+    if (!incoming_ || incoming_->content)
         return;
-    Incoming& incoming = *m_incoming;
-    std::array<char, 16384> chunk {};
+    Incoming& incoming = *incoming_;
+    std::array<char, 16384> chunk{};
     for (;;) {
         const ssize_t count = ::read(incoming.fd, chunk.data(), chunk.size());
         if (count < 0 && errno == EINTR)
@@ -230,13 +227,12 @@ void WaylandDataDevice::readAvailable()
     incoming.timeout.reset();
     incoming.content = content(incoming.mimeType, incoming.bytes);
     deliverEnter();
-    if (m_incoming && m_incoming->dropped)
+    if (incoming_ && incoming_->dropped)
         deliverDrop();
 }
 
-void WaylandDataDevice::deliverEnter()
-{
-    Incoming& incoming = *m_incoming;
+void WaylandDataDevice::deliverEnter() {
+    Incoming& incoming = *incoming_;
     IslandSurface::DropEvent event = *incoming.content;
     event.type = IslandSurface::DropEvent::Type::enter;
     event.position = incoming.position;
@@ -245,128 +241,124 @@ void WaylandDataDevice::deliverEnter()
     accept(!empty && onDrop && onDrop(event));
 }
 
-void WaylandDataDevice::accept(bool taken)
-{
-    if (!m_incoming)
+void WaylandDataDevice::accept(bool taken) {
+    if (!incoming_)
         return;
-    m_incoming->taken = taken;
-    if (m_incoming->dropped)
+    incoming_->taken = taken;
+    if (incoming_->dropped)
         return;
-    wl_data_offer_accept(m_incoming->offer, m_incoming->serial, taken ? m_incoming->mimeType.c_str() : nullptr);
-    m_flush();
+    wl_data_offer_accept(incoming_->offer, incoming_->serial, taken ? incoming_->mimeType.c_str() : nullptr);
+    flush_();
 }
 
-void WaylandDataDevice::handleMotion(QPointF position)
-{
-    if (!m_incoming || m_incoming->dropped || m_incoming->refused)
+void WaylandDataDevice::handleMotion(QPointF position) {
+    if (!incoming_ || incoming_->dropped || incoming_->refused)
         return;
-    m_incoming->position = position;
-    if (!m_incoming->entered || !m_incoming->taken)
+    incoming_->position = position;
+    if (!incoming_->entered || !incoming_->taken)
         return;
-    IslandSurface::DropEvent event = *m_incoming->content;
+    IslandSurface::DropEvent event = *incoming_->content;
     event.type = IslandSurface::DropEvent::Type::move;
     event.position = position;
     accept(onDrop && onDrop(event));
 }
 
-void WaylandDataDevice::handleLeave()
-{
+void WaylandDataDevice::handleLeave() {
     // After a drop the compositor says the drag left: the drop is still being read or handed over.
-    if (!m_incoming || m_incoming->dropped)
+    if (!incoming_ || incoming_->dropped)
         return;
-    const bool entered = m_incoming->entered;
+    const bool entered = incoming_->entered;
     endIncoming();
     if (entered && onDrop)
-        onDrop(IslandSurface::DropEvent{.type = IslandSurface::DropEvent::Type::leave, .position = {}, .files = {}, .text = {}});
+        onDrop(IslandSurface::DropEvent{
+            .type = IslandSurface::DropEvent::Type::leave, .position = {}, .files = {}, .text = {}});
 }
 
-void WaylandDataDevice::handleDrop()
-{
-    if (!m_incoming)
+void WaylandDataDevice::handleDrop() {
+    if (!incoming_)
         return;
-    if (m_incoming->refused) {
+    if (incoming_->refused) {
         endIncoming();
         return;
     }
-    m_incoming->dropped = true;
-    if (m_incoming->content) {
+    incoming_->dropped = true;
+    if (incoming_->content) {
         deliverDrop();
         return;
     }
     // Still reading: the drop is handed over when the data is in, or forgotten after a while.
-    m_incoming->timeout = std::make_unique<QTimer>();
-    m_incoming->timeout->setSingleShot(true);
-    QObject::connect(m_incoming->timeout.get(), &QTimer::timeout, m_context.get(), [this] {
+    incoming_->timeout = std::make_unique<QTimer>();
+    incoming_->timeout->setSingleShot(true);
+    QObject::connect(incoming_->timeout.get(), &QTimer::timeout, context_.get(), [this] {
         endIncoming();
         if (onDrop)
-            onDrop(IslandSurface::DropEvent{.type = IslandSurface::DropEvent::Type::leave, .position = {}, .files = {}, .text = {}});
+            onDrop(IslandSurface::DropEvent{
+                .type = IslandSurface::DropEvent::Type::leave, .position = {}, .files = {}, .text = {}});
     });
-    m_incoming->timeout->start(dropReadTimeoutMs);
+    incoming_->timeout->start(dropReadTimeoutMs);
 }
 
-void WaylandDataDevice::deliverDrop()
-{
-    IslandSurface::DropEvent event = *m_incoming->content;
+void WaylandDataDevice::deliverDrop() {
+    IslandSurface::DropEvent event = *incoming_->content;
     event.type = IslandSurface::DropEvent::Type::drop;
-    event.position = m_incoming->position;
-    const bool taken = m_incoming->taken && onDrop && onDrop(event);
+    event.position = incoming_->position;
+    const bool taken = incoming_->taken && onDrop && onDrop(event);
     // The other program learns that its copy is done (and may clean up); a refused drop is only let go.
-    if (m_incoming && taken && m_version >= WL_DATA_OFFER_FINISH_SINCE_VERSION)
-        wl_data_offer_finish(m_incoming->offer);
+    if (incoming_ && taken && version_ >= WL_DATA_OFFER_FINISH_SINCE_VERSION)
+        wl_data_offer_finish(incoming_->offer);
     endIncoming();
 }
 
-void WaylandDataDevice::endIncoming()
-{
-    if (!m_incoming)
+void WaylandDataDevice::endIncoming() {
+    if (!incoming_)
         return;
-    wl_data_offer* offer = m_incoming->offer;
-    m_incoming.reset();
-    m_offered.erase(offer);
+    wl_data_offer* offer = incoming_->offer;
+    incoming_.reset();
+    offered_.erase(offer);
     wl_data_offer_destroy(offer);
-    m_flush();
+    flush_();
 }
 
 // MARK: - Dragging out
 
 bool WaylandDataDevice::startDrag(wl_surface* origin, std::uint32_t serial, const ClipFlavours& flavours,
-                                  std::function<void()> finished)
-{
-    if (m_source || flavours.empty() || !origin)
+                                  std::function<void()> finished) {
+    if (source_ || flavours.empty() || !origin)
         return false;
-    m_source = wl_data_device_manager_create_data_source(m_manager);
-    m_sourceFlavours = flavours;
-    m_sourceFinished = std::move(finished);
-    for (const ClipFlavour& flavour : m_sourceFlavours)
-        wl_data_source_offer(m_source, flavour.mimeType.c_str());
-    if (m_version >= WL_DATA_SOURCE_SET_ACTIONS_SINCE_VERSION)
-        wl_data_source_set_actions(m_source, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY);
+    source_ = wl_data_device_manager_create_data_source(manager_);
+    sourceFlavours_ = flavours;
+    sourceFinished_ = std::move(finished);
+    for (const ClipFlavour& flavour : sourceFlavours_)
+        wl_data_source_offer(source_, flavour.mimeType.c_str());
+    if (version_ >= WL_DATA_SOURCE_SET_ACTIONS_SINCE_VERSION)
+        wl_data_source_set_actions(source_, WL_DATA_DEVICE_MANAGER_DND_ACTION_COPY);
     static const wl_data_source_listener listener = {
         .target = [](void*, wl_data_source*, const char*) {},
-        .send = [](void* data, wl_data_source*, const char* type, std::int32_t fd) {
-            WaylandFlavourSender::send(static_cast<WaylandDataDevice*>(data)->m_sourceFlavours, type, fd);
-        },
+        .send =
+            [](void* data, wl_data_source*, const char* type, std::int32_t fd) {
+                WaylandFlavourSender::send(static_cast<WaylandDataDevice*>(data)->sourceFlavours_, type, fd);
+            },
         .cancelled = [](void* data, wl_data_source*) { static_cast<WaylandDataDevice*>(data)->endSource(); },
         .dnd_drop_performed = [](void*, wl_data_source*) {},
-        .dnd_finished = [](void* data, wl_data_source*) { static_cast<WaylandDataDevice*>(data)->endSource(); },
+        .dnd_finished = [](void* data,
+                           wl_data_source*) { static_cast<WaylandDataDevice*>(data)->endSource(); },
         .action = [](void*, wl_data_source*, std::uint32_t) {},
     };
-    wl_data_source_add_listener(m_source, &listener, this);
-    wl_data_device_start_drag(m_device, m_source, origin, nullptr, serial);
-    m_flush();
+    wl_data_source_add_listener(source_, &listener, this);
+    wl_data_device_start_drag(device_, source_, origin, nullptr, serial);
+    flush_();
     return true;
 }
 
-void WaylandDataDevice::endSource()
-{
-    if (!m_source)
+void WaylandDataDevice::endSource() {
+    if (!source_)
         return;
-    wl_data_source_destroy(m_source);
-    m_source = nullptr;
-    m_sourceFlavours.clear();
+    wl_data_source_destroy(source_);
+    source_ = nullptr;
+    sourceFlavours_.clear();
     // Told from the event loop: the listener that ends the drag runs inside the connection's dispatch.
-    if (auto finished = std::exchange(m_sourceFinished, nullptr))
-        QTimer::singleShot(0, m_context.get(), std::move(finished));
+    if (auto finished = std::exchange(sourceFinished_, nullptr))
+        QTimer::singleShot(0, context_.get(), std::move(finished));
 }
 
 } // namespace vq

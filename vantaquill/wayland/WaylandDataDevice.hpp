@@ -4,7 +4,6 @@
 #include "vantaquill/island/IslandSurface.hpp"
 
 #include <QPointF>
-
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -34,7 +33,7 @@ namespace vq {
 /// Dragging out: a drag started from a press on the island offers the given flavours and writes the
 /// one the target asks for into its descriptor.
 class WaylandDataDevice final {
-public:
+  public:
     /// The types read from a drop, best first: files (and links) before text.
     static constexpr std::string_view uriList = "text/uri-list";
     static const std::vector<std::string_view>& readableTypes();
@@ -57,11 +56,11 @@ public:
     bool startDrag(wl_surface* origin, std::uint32_t serial, const ClipFlavours& flavours,
                    std::function<void()> finished);
     /// A drag started here is still running.
-    bool dragging() const { return m_source != nullptr; }
+    bool dragging() const { return source_ != nullptr; }
 
     std::function<bool(const IslandSurface::DropEvent&)> onDrop;
 
-private:
+  private:
     struct Incoming;
 
     void handleOffer(wl_data_offer* offer);
@@ -76,21 +75,21 @@ private:
     void endIncoming();
     void endSource();
 
-    wl_data_device_manager* m_manager;
-    std::uint32_t m_version;
-    wl_data_device* m_device = nullptr;
-    std::function<bool(wl_surface*)> m_isIsland;
-    std::function<void()> m_flush;
+    wl_data_device_manager* manager_;
+    std::uint32_t version_;
+    wl_data_device* device_ = nullptr;
+    std::function<bool(wl_surface*)> isIsland_;
+    std::function<void()> flush_;
     /// The types each live offer announced (drag offers and selections alike).
-    std::map<wl_data_offer*, std::vector<std::string>> m_offered;
-    wl_data_offer* m_selection = nullptr;
-    std::unique_ptr<Incoming> m_incoming;
+    std::map<wl_data_offer*, std::vector<std::string>> offered_;
+    wl_data_offer* selection_ = nullptr;
+    std::unique_ptr<Incoming> incoming_;
 
-    wl_data_source* m_source = nullptr;
-    ClipFlavours m_sourceFlavours;
-    std::function<void()> m_sourceFinished;
+    wl_data_source* source_ = nullptr;
+    ClipFlavours sourceFlavours_;
+    std::function<void()> sourceFinished_;
     // Context of the queued calls and timers: destroyed first (declared last).
-    std::unique_ptr<QObject> m_context;
+    std::unique_ptr<QObject> context_;
 };
 
 } // namespace vq

@@ -9,18 +9,19 @@
 namespace vq {
 
 WaylandEventPump::WaylandEventPump(wl_display* display, std::function<void()> onFailure)
-    : m_display(display), m_onFailure(std::move(onFailure)) {
-    m_context = std::make_unique<QObject>();
-    const int fd = wl_display_get_fd(m_display);
-    m_readNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
-    QObject::connect(m_readNotifier.get(), &QSocketNotifier::activated, m_context.get(), [this] { readEvents(); });
-    m_writeNotifier = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
-    m_writeNotifier->setEnabled(false);
-    QObject::connect(m_writeNotifier.get(), &QSocketNotifier::activated, m_context.get(), [this] { flush(); });
+    : display_(display), onFailure_(std::move(onFailure)) {
+    context_ = std::make_unique<QObject>();
+    const int fd = wl_display_get_fd(display_);
+    readNotifier_ = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    QObject::connect(readNotifier_.get(), &QSocketNotifier::activated, context_.get(),
+                     [this] { readEvents(); });
+    writeNotifier_ = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Write);
+    writeNotifier_->setEnabled(false);
+    QObject::connect(writeNotifier_.get(), &QSocketNotifier::activated, context_.get(), [this] { flush(); });
     // Requests queue up in libwayland until flushed, and events read during a round trip wait in the
     // queue: both are handled before the event loop sleeps.
     if (auto* dispatcher = QAbstractEventDispatcher::instance())
-        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, m_context.get(), [this] {
+        QObject::connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, context_.get(), [this] {
             dispatchPending();
             flush();
         });
@@ -29,44 +30,44 @@ WaylandEventPump::WaylandEventPump(wl_display* display, std::function<void()> on
 WaylandEventPump::~WaylandEventPump() = default;
 
 void WaylandEventPump::readEvents() {
-    if (m_failed)
+    if (failed_)
         return;
-    while (wl_display_prepare_read(m_display) != 0)
-        if (wl_display_dispatch_pending(m_display) < 0)
+    while (wl_display_prepare_read(display_) != 0)
+        if (wl_display_dispatch_pending(display_) < 0)
             return failIfBroken();
-    if (wl_display_read_events(m_display) < 0)
+    if (wl_display_read_events(display_) < 0)
         return failIfBroken();
     dispatchPending();
     flush();
 }
 
 void WaylandEventPump::dispatchPending() {
-    if (!m_failed && wl_display_dispatch_pending(m_display) < 0)
+    if (!failed_ && wl_display_dispatch_pending(display_) < 0)
         failIfBroken();
 }
 
 void WaylandEventPump::flush() {
-    if (m_failed)
+    if (failed_)
         return;
-    if (wl_display_flush(m_display) >= 0) {
-        m_writeNotifier->setEnabled(false);
+    if (wl_display_flush(display_) >= 0) {
+        writeNotifier_->setEnabled(false);
         return;
     }
     // The socket is full: the rest goes out when it can take more.
     if (errno == EAGAIN) {
-        m_writeNotifier->setEnabled(true);
+        writeNotifier_->setEnabled(true);
         return;
     }
     failIfBroken();
 }
 
 void WaylandEventPump::failIfBroken() {
-    if (m_failed || wl_display_get_error(m_display) == 0)
+    if (failed_ || wl_display_get_error(display_) == 0)
         return;
-    m_failed = true;
-    m_readNotifier->setEnabled(false);
-    m_writeNotifier->setEnabled(false);
-    m_onFailure();
+    failed_ = true;
+    readNotifier_->setEnabled(false);
+    writeNotifier_->setEnabled(false);
+    onFailure_();
 }
 
 } // namespace vq

@@ -26,19 +26,19 @@ class WaylandEventPump final {
     /// Handles the events already read (during a round trip, say) without waiting for more.
     void dispatchPending();
     /// Set once the connection broke: the pump does nothing any more.
-    bool failed() const { return m_failed; }
+    bool failed() const { return failed_; }
 
   private:
     void readEvents();
     void failIfBroken();
 
-    wl_display* m_display;
-    std::function<void()> m_onFailure;
-    bool m_failed = false;
-    std::unique_ptr<QSocketNotifier> m_readNotifier;
-    std::unique_ptr<QSocketNotifier> m_writeNotifier;
+    wl_display* display_;
+    std::function<void()> onFailure_;
+    bool failed_ = false;
+    std::unique_ptr<QSocketNotifier> readNotifier_;
+    std::unique_ptr<QSocketNotifier> writeNotifier_;
     // Destroyed first (declared last): nothing the event loop still holds runs on a half-destroyed pump.
-    std::unique_ptr<QObject> m_context;
+    std::unique_ptr<QObject> context_;
 };
 
 } // namespace vq

@@ -10,8 +10,8 @@
 namespace vq {
 
 void WaylandFlavourSender::send(const ClipFlavours& flavours, std::string_view mimeType, int descriptor) {
-    const auto flavour =
-        std::ranges::find_if(flavours, [mimeType](const ClipFlavour& each) { return each.mimeType == mimeType; });
+    const auto flavour = std::ranges::find_if(
+        flavours, [mimeType](const ClipFlavour& each) { return each.mimeType == mimeType; });
     if (flavour == flavours.end()) {
         ::close(descriptor);
         return;

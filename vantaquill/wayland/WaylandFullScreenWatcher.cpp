@@ -29,8 +29,8 @@ WaylandFullScreenWatcher::connect(std::function<void()> onChange) {
         return std::unexpected("the full-screen watcher needs a running Qt GUI application");
     std::unique_ptr<WaylandFullScreenWatcher> watcher(new WaylandFullScreenWatcher);
     WaylandFullScreenWatcher* self = watcher.get();
-    self->m_display = wl_display_connect(nullptr);
-    if (!self->m_display)
+    self->display_ = wl_display_connect(nullptr);
+    if (!self->display_)
         return std::unexpected("cannot connect to the Wayland display");
 
     static const wl_registry_listener registryListener = {
@@ -43,23 +43,23 @@ WaylandFullScreenWatcher::connect(std::function<void()> onChange) {
                 static_cast<WaylandFullScreenWatcher*>(data)->handleGlobalRemove(name);
             },
     };
-    self->m_registry = wl_display_get_registry(self->m_display);
-    wl_registry_add_listener(self->m_registry, &registryListener, self);
+    self->registry_ = wl_display_get_registry(self->display_);
+    wl_registry_add_listener(self->registry_, &registryListener, self);
     // The outputs are bound in the first round trip and described in the second, so that the
     // windows the manager lists next can name them.
     for (int i = 0; i < 2; ++i)
-        if (wl_display_roundtrip(self->m_display) < 0)
+        if (wl_display_roundtrip(self->display_) < 0)
             return std::unexpected("the Wayland compositor did not answer");
-    if (self->m_managerName == 0)
+    if (self->managerName_ == 0)
         return std::unexpected("the Wayland compositor offers no zwlr_foreign_toplevel_manager_v1");
-    if (self->m_managerVersion < oldestManagerVersion)
+    if (self->managerVersion_ < oldestManagerVersion)
         return std::unexpected("the Wayland compositor's zwlr_foreign_toplevel_manager_v1 is version " +
-                               std::to_string(self->m_managerVersion) +
+                               std::to_string(self->managerVersion_) +
                                ", which does not tell full-screen windows");
 
-    self->m_manager = static_cast<zwlr_foreign_toplevel_manager_v1*>(
-        wl_registry_bind(self->m_registry, self->m_managerName, &zwlr_foreign_toplevel_manager_v1_interface,
-                         self->m_managerVersion));
+    self->manager_ = static_cast<zwlr_foreign_toplevel_manager_v1*>(
+        wl_registry_bind(self->registry_, self->managerName_, &zwlr_foreign_toplevel_manager_v1_interface,
+                         self->managerVersion_));
     static const zwlr_foreign_toplevel_manager_v1_listener managerListener = {
         .toplevel =
             [](void* data, zwlr_foreign_toplevel_manager_v1*, zwlr_foreign_toplevel_handle_v1* handle) {
@@ -70,43 +70,43 @@ WaylandFullScreenWatcher::connect(std::function<void()> onChange) {
                 static_cast<WaylandFullScreenWatcher*>(data)->handleFinished();
             },
     };
-    zwlr_foreign_toplevel_manager_v1_add_listener(self->m_manager, &managerListener, self);
-    if (wl_display_roundtrip(self->m_display) < 0)
+    zwlr_foreign_toplevel_manager_v1_add_listener(self->manager_, &managerListener, self);
+    if (wl_display_roundtrip(self->display_) < 0)
         return std::unexpected("the Wayland compositor did not answer");
 
-    self->m_context = std::make_unique<QObject>();
-    self->m_pump =
-        std::make_unique<WaylandEventPump>(self->m_display, [self] { self->handleConnectionLost(); });
+    self->context_ = std::make_unique<QObject>();
+    self->pump_ =
+        std::make_unique<WaylandEventPump>(self->display_, [self] { self->handleConnectionLost(); });
     // Screens Qt learns about later may be where a full-screen window already is.
-    QObject::connect(qGuiApp, &QGuiApplication::screenAdded, self->m_context.get(),
+    QObject::connect(qGuiApp, &QGuiApplication::screenAdded, self->context_.get(),
                      [self] { self->announce(); });
     // Only from now on: the owner asks for the first answer once it holds the watcher.
-    self->m_onChange = std::move(onChange);
+    self->onChange_ = std::move(onChange);
     return watcher;
 }
 
 WaylandFullScreenWatcher::~WaylandFullScreenWatcher() {
-    m_context.reset();
-    m_pump.reset();
-    for (const auto& toplevel : m_toplevels)
+    context_.reset();
+    pump_.reset();
+    for (const auto& toplevel : toplevels_)
         zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
-    if (m_manager)
-        zwlr_foreign_toplevel_manager_v1_destroy(m_manager);
-    for (const auto& output : m_outputs)
+    if (manager_)
+        zwlr_foreign_toplevel_manager_v1_destroy(manager_);
+    for (const auto& output : outputs_)
         if (output->version >= WL_OUTPUT_RELEASE_SINCE_VERSION)
             wl_output_release(output->output);
         else
             wl_output_destroy(output->output);
-    if (m_registry)
-        wl_registry_destroy(m_registry);
-    if (m_display)
-        wl_display_disconnect(m_display);
+    if (registry_)
+        wl_registry_destroy(registry_);
+    if (display_)
+        wl_display_disconnect(display_);
 }
 
 std::optional<QPoint> WaylandFullScreenWatcher::fullScreenWindowCentre() const {
     const auto active =
-        std::ranges::find_if(m_toplevels, [](const auto& toplevel) { return toplevel->activated; });
-    if (active == m_toplevels.end() || !(*active)->fullScreen || (*active)->outputs.empty())
+        std::ranges::find_if(toplevels_, [](const auto& toplevel) { return toplevel->activated; });
+    if (active == toplevels_.end() || !(*active)->fullScreen || (*active)->outputs.empty())
         return std::nullopt;
     const Output* output = outputOf((*active)->outputs.front());
     if (!output)
@@ -130,8 +130,8 @@ std::optional<QPoint> WaylandFullScreenWatcher::fullScreenWindowCentre() const {
 void WaylandFullScreenWatcher::handleGlobal(std::uint32_t name, const char* interface,
                                             std::uint32_t version) {
     if (std::strcmp(interface, zwlr_foreign_toplevel_manager_v1_interface.name) == 0) {
-        m_managerName = name;
-        m_managerVersion = std::min(version, newestManagerVersion);
+        managerName_ = name;
+        managerVersion_ = std::min(version, newestManagerVersion);
         return;
     }
     if (std::strcmp(interface, wl_output_interface.name) != 0)
@@ -140,7 +140,7 @@ void WaylandFullScreenWatcher::handleGlobal(std::uint32_t name, const char* inte
     output->registryName = name;
     output->version = std::min(version, outputVersion);
     output->output =
-        static_cast<wl_output*>(wl_registry_bind(m_registry, name, &wl_output_interface, output->version));
+        static_cast<wl_output*>(wl_registry_bind(registry_, name, &wl_output_interface, output->version));
     static const wl_output_listener outputListener = {
         .geometry = [](void* data, wl_output*, std::int32_t x, std::int32_t y, std::int32_t, std::int32_t,
                        std::int32_t, const char*, const char*,
@@ -153,29 +153,29 @@ void WaylandFullScreenWatcher::handleGlobal(std::uint32_t name, const char* inte
         .description = [](void*, wl_output*, const char*) {},
     };
     wl_output_add_listener(output->output, &outputListener, output.get());
-    m_outputs.push_back(std::move(output));
+    outputs_.push_back(std::move(output));
 }
 
 void WaylandFullScreenWatcher::handleGlobalRemove(std::uint32_t name) {
     const auto found =
-        std::ranges::find_if(m_outputs, [name](const auto& output) { return output->registryName == name; });
-    if (found == m_outputs.end())
+        std::ranges::find_if(outputs_, [name](const auto& output) { return output->registryName == name; });
+    if (found == outputs_.end())
         return;
     wl_output* gone = (*found)->output;
-    for (const auto& toplevel : m_toplevels)
+    for (const auto& toplevel : toplevels_)
         std::erase(toplevel->outputs, gone);
     if ((*found)->version >= WL_OUTPUT_RELEASE_SINCE_VERSION)
         wl_output_release(gone);
     else
         wl_output_destroy(gone);
-    m_outputs.erase(found);
+    outputs_.erase(found);
     announce();
 }
 
 const WaylandFullScreenWatcher::Output* WaylandFullScreenWatcher::outputOf(wl_output* output) const {
     const auto found =
-        std::ranges::find_if(m_outputs, [output](const auto& known) { return known->output == output; });
-    return found == m_outputs.end() ? nullptr : found->get();
+        std::ranges::find_if(outputs_, [output](const auto& known) { return known->output == output; });
+    return found == outputs_.end() ? nullptr : found->get();
 }
 
 // MARK: - Windows
@@ -214,7 +214,7 @@ void WaylandFullScreenWatcher::handleToplevel(zwlr_foreign_toplevel_handle_v1* h
         .parent = [](void*, zwlr_foreign_toplevel_handle_v1*, zwlr_foreign_toplevel_handle_v1*) {},
     };
     zwlr_foreign_toplevel_handle_v1_add_listener(handle, &listener, toplevel.get());
-    m_toplevels.push_back(std::move(toplevel));
+    toplevels_.push_back(std::move(toplevel));
 }
 
 void WaylandFullScreenWatcher::handleDone(Toplevel& toplevel) {
@@ -228,18 +228,18 @@ void WaylandFullScreenWatcher::handleDone(Toplevel& toplevel) {
 
 void WaylandFullScreenWatcher::handleClosed(Toplevel& toplevel) {
     zwlr_foreign_toplevel_handle_v1_destroy(toplevel.handle);
-    std::erase_if(m_toplevels, [&](const auto& known) { return known.get() == &toplevel; });
+    std::erase_if(toplevels_, [&](const auto& known) { return known.get() == &toplevel; });
     announce();
 }
 
 void WaylandFullScreenWatcher::handleFinished() {
     // The compositor stopped listing windows (it is going away, or withdrew the global): what is
     // known may be stale, so nothing is taken for full screen any more.
-    zwlr_foreign_toplevel_manager_v1_destroy(m_manager);
-    m_manager = nullptr;
-    for (const auto& toplevel : m_toplevels)
+    zwlr_foreign_toplevel_manager_v1_destroy(manager_);
+    manager_ = nullptr;
+    for (const auto& toplevel : toplevels_)
         zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
-    m_toplevels.clear();
+    toplevels_.clear();
     announce();
 }
 
@@ -247,16 +247,16 @@ void WaylandFullScreenWatcher::handleFinished() {
 
 void WaylandFullScreenWatcher::handleConnectionLost() {
     std::cerr << "vantaquill: full-screen windows are no longer followed: the Wayland connection failed ("
-              << std::strerror(wl_display_get_error(m_display)) << ")" << std::endl;
-    for (const auto& toplevel : m_toplevels)
+              << std::strerror(wl_display_get_error(display_)) << ")" << std::endl;
+    for (const auto& toplevel : toplevels_)
         zwlr_foreign_toplevel_handle_v1_destroy(toplevel->handle);
-    m_toplevels.clear();
+    toplevels_.clear();
     announce();
 }
 
 void WaylandFullScreenWatcher::announce() {
-    if (m_onChange)
-        m_onChange();
+    if (onChange_)
+        onChange_();
 }
 
 } // namespace vq

@@ -72,18 +72,18 @@ class WaylandFullScreenWatcher final {
 
     void handleConnectionLost();
 
-    std::function<void()> m_onChange;
-    wl_display* m_display = nullptr;
-    wl_registry* m_registry = nullptr;
-    std::uint32_t m_managerName = 0;
-    std::uint32_t m_managerVersion = 0;
-    zwlr_foreign_toplevel_manager_v1* m_manager = nullptr;
-    std::vector<std::unique_ptr<Output>> m_outputs;
-    std::vector<std::unique_ptr<Toplevel>> m_toplevels;
-    std::unique_ptr<WaylandEventPump> m_pump;
+    std::function<void()> onChange_;
+    wl_display* display_ = nullptr;
+    wl_registry* registry_ = nullptr;
+    std::uint32_t managerName_ = 0;
+    std::uint32_t managerVersion_ = 0;
+    zwlr_foreign_toplevel_manager_v1* manager_ = nullptr;
+    std::vector<std::unique_ptr<Output>> outputs_;
+    std::vector<std::unique_ptr<Toplevel>> toplevels_;
+    std::unique_ptr<WaylandEventPump> pump_;
     // Destroyed first (declared last), so that nothing the event loop still holds runs on a
     // half-destroyed watcher.
-    std::unique_ptr<QObject> m_context;
+    std::unique_ptr<QObject> context_;
 };
 
 } // namespace vq

@@ -2,9 +2,6 @@
 
 #include "vantaquill/wayland/virtual-keyboard-unstable-v1-client-protocol.h"
 
-#include <wayland-client.h>
-#include <xkbcommon/xkbcommon.h>
-
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -13,6 +10,8 @@
 #include <memory>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <wayland-client.h>
+#include <xkbcommon/xkbcommon.h>
 
 namespace vq {
 
@@ -30,8 +29,7 @@ struct Connection {
     wl_display* display = nullptr;
     wl_registry* registry = nullptr;
     Globals globals;
-    ~Connection()
-    {
+    ~Connection() {
         if (globals.manager)
             zwp_virtual_keyboard_manager_v1_destroy(globals.manager);
         if (globals.seat)
@@ -43,15 +41,14 @@ struct Connection {
     }
 };
 
-std::uint32_t milliseconds()
-{
-    return static_cast<std::uint32_t>(
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch()).count());
+std::uint32_t milliseconds() {
+    return static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                          std::chrono::steady_clock::now().time_since_epoch())
+                                          .count());
 }
 
 /// The keymap in a sealed memory file the compositor can map, or -1.
-int keymapFile(const std::string& text)
-{
+int keymapFile(const std::string& text) {
     const int fd = memfd_create("vantaquill-keymap", MFD_CLOEXEC | MFD_ALLOW_SEALING);
     if (fd < 0)
         return -1;
@@ -66,8 +63,7 @@ int keymapFile(const std::string& text)
 
 } // namespace
 
-const char* WaylandPasteKeystroke::keymap()
-{
+const char* WaylandPasteKeystroke::keymap() {
     // The codes are the evdev ones of the left Control key and V plus 8, so the keys mean the same
     // to a client that looks at codes rather than symbols.
     return R"(xkb_keymap {
@@ -97,14 +93,14 @@ xkb_symbols "vantaquill" {
 )";
 }
 
-std::expected<void, std::string> WaylandPasteKeystroke::send(const std::string& display)
-{
+std::expected<void, std::string> WaylandPasteKeystroke::send(const std::string& display) {
     // The keymap is compiled here first: the Control mask comes from it, and a keymap the compositor
     // could not read would end the connection with a protocol error.
-    std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(xkb_context_new(XKB_CONTEXT_NO_DEFAULT_INCLUDES),
-                                                                       &xkb_context_unref);
+    std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(
+        xkb_context_new(XKB_CONTEXT_NO_DEFAULT_INCLUDES), &xkb_context_unref);
     std::unique_ptr<xkb_keymap, decltype(&xkb_keymap_unref)> compiled(
-        context ? xkb_keymap_new_from_string(context.get(), keymap(), XKB_KEYMAP_FORMAT_TEXT_V1, XKB_KEYMAP_COMPILE_NO_FLAGS)
+        context ? xkb_keymap_new_from_string(context.get(), keymap(), XKB_KEYMAP_FORMAT_TEXT_V1,
+                                             XKB_KEYMAP_COMPILE_NO_FLAGS)
                 : nullptr,
         &xkb_keymap_unref);
     if (!compiled)
@@ -121,14 +117,16 @@ std::expected<void, std::string> WaylandPasteKeystroke::send(const std::string& 
     if (!connection.display)
         return std::unexpected("cannot connect to the Wayland display");
     static const wl_registry_listener listener = {
-        .global = [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t) {
-            auto* globals = static_cast<Globals*>(data);
-            if (std::strcmp(interface, wl_seat_interface.name) == 0 && !globals->seat)
-                globals->seat = static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
-            else if (std::strcmp(interface, zwp_virtual_keyboard_manager_v1_interface.name) == 0)
-                globals->manager = static_cast<zwp_virtual_keyboard_manager_v1*>(
-                    wl_registry_bind(registry, name, &zwp_virtual_keyboard_manager_v1_interface, 1));
-        },
+        .global =
+            [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t) {
+                auto* globals = static_cast<Globals*>(data);
+                if (std::strcmp(interface, wl_seat_interface.name) == 0 && !globals->seat)
+                    globals->seat =
+                        static_cast<wl_seat*>(wl_registry_bind(registry, name, &wl_seat_interface, 1));
+                else if (std::strcmp(interface, zwp_virtual_keyboard_manager_v1_interface.name) == 0)
+                    globals->manager = static_cast<zwp_virtual_keyboard_manager_v1*>(
+                        wl_registry_bind(registry, name, &zwp_virtual_keyboard_manager_v1_interface, 1));
+            },
         .global_remove = [](void*, wl_registry*, std::uint32_t) {},
     };
     connection.registry = wl_display_get_registry(connection.display);
@@ -143,8 +141,8 @@ std::expected<void, std::string> WaylandPasteKeystroke::send(const std::string& 
     const int fd = keymapFile(keymap());
     if (fd < 0)
         return std::unexpected(std::string("cannot hand the keymap over: ") + std::strerror(errno));
-    zwp_virtual_keyboard_v1* keyboard =
-        zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(connection.globals.manager, connection.globals.seat);
+    zwp_virtual_keyboard_v1* keyboard = zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(
+        connection.globals.manager, connection.globals.seat);
     zwp_virtual_keyboard_v1_keymap(keyboard, WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, fd,
                                    static_cast<std::uint32_t>(std::strlen(keymap()) + 1));
     close(fd);
