@@ -3,9 +3,10 @@
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/sound/SoundRow.hpp"
 
-#include <QComboBox>
+#include <QHBoxLayout>
 #include <QLabel>
-#include <QSignalBlocker>
+#include <QPushButton>
+#include <QStyle>
 #include <QScrollArea>
 #include <QVBoxLayout>
 
@@ -17,7 +18,7 @@ namespace vq {
 SoundSection::SoundSection(SoundMixer::MainThread mainThread, QWidget* parent)
     : PanelSection(parent), mixer_(std::move(mainThread)),
       status_(new QLabel(QStringLiteral("No sound server answers (PulseAudio, or PipeWire's pulse server)."))),
-      output_(new SoundRow), outputChoice_(new QComboBox), heading_(new QLabel(QStringLiteral("Applications"))),
+      output_(new SoundRow), outputChoice_(new QWidget), outputButtonsLayout_(new QHBoxLayout), heading_(new QLabel(QStringLiteral("Applications"))),
       empty_(new QLabel(QStringLiteral("No application is playing sound."))), scroll_(new QScrollArea),
       list_(new QWidget), listLayout_(new QVBoxLayout(list_)) {
     setObjectName(QStringLiteral("sound"));
@@ -26,7 +27,17 @@ SoundSection::SoundSection(SoundMixer::MainThread mainThread, QWidget* parent)
     status_->setProperty("secondary", true);
     output_->setObjectName(QStringLiteral("output"));
     outputChoice_->setObjectName(QStringLiteral("outputChoice"));
-    outputChoice_->setAccessibleName(QStringLiteral("Output"));
+    // Buttons rather than a drop-down list: a list's pop-up window has no place in the island's
+    // panel, and a desktop has few outputs.
+    auto* choiceLayout = new QHBoxLayout(outputChoice_);
+    choiceLayout->setContentsMargins(0, 0, 0, 0);
+    choiceLayout->setSpacing(PanelStyle::spacing);
+    auto* playThrough = new QLabel(QStringLiteral("Play through"));
+    playThrough->setProperty("secondary", true);
+    choiceLayout->addWidget(playThrough);
+    outputButtonsLayout_->setSpacing(PanelStyle::spacing);
+    choiceLayout->addLayout(outputButtonsLayout_);
+    choiceLayout->addStretch();
     heading_->setProperty("secondary", true);
     empty_->setObjectName(QStringLiteral("empty"));
     empty_->setProperty("secondary", true);
@@ -51,9 +62,6 @@ SoundSection::SoundSection(SoundMixer::MainThread mainThread, QWidget* parent)
 
     output_->onLevel = [this](double level) { mixer_.setOutputLevel(level); };
     output_->onMuted = [this](bool muted) { mixer_.setOutputMuted(muted); };
-    connect(outputChoice_, &QComboBox::activated, this, [this](int position) {
-        mixer_.setDefaultOutput(outputChoice_->itemData(position).toString().toStdString());
-    });
     mixer_.onChange = [this] { refresh(); };
     refresh();
 }
@@ -82,6 +90,43 @@ std::vector<SoundRow*> SoundSection::streamRows() const {
     return rows;
 }
 
+std::vector<QPushButton*> SoundSection::outputButtons() const {
+    std::vector<QPushButton*> buttons;
+    for (int i = 0; i < outputButtonsLayout_->count(); ++i) {
+        if (auto* button = qobject_cast<QPushButton*>(outputButtonsLayout_->itemAt(i)->widget()))
+            buttons.push_back(button);
+    }
+    return buttons;
+}
+
+void SoundSection::showOutputs(const SoundMixer::State& state) {
+    // Rebuilt only when the outputs change, so a button keeps the keyboard across level changes.
+    std::vector<std::string> names;
+    for (const auto& output : state.outputs)
+        names.push_back(output.name);
+    if (names != outputNames_) {
+        for (QPushButton* button : outputButtons())
+            delete button;
+        for (const auto& output : state.outputs) {
+            auto* button = new QPushButton(QString::fromStdString(output.label));
+            button->setObjectName(QString::fromStdString(output.name));
+            connect(button, &QPushButton::clicked, this, [this, name = output.name] { mixer_.setDefaultOutput(name); });
+            outputButtonsLayout_->addWidget(button);
+        }
+        outputNames_ = std::move(names);
+    }
+    // The one in use is marked the way the panel marks the button that is the answer.
+    for (QPushButton* button : outputButtons()) {
+        const bool inUse = state.output && button->objectName().toStdString() == state.output->name;
+        if (button->property("role").toString() == (inUse ? "primary" : ""))
+            continue;
+        button->setProperty("role", inUse ? QStringLiteral("primary") : QString());
+        button->style()->unpolish(button);
+        button->style()->polish(button);
+    }
+    outputChoice_->setVisible(state.outputs.size() > 1);
+}
+
 void SoundSection::refresh() {
     const int height = contentHeight(width());
     const auto& state = mixer_.state();
@@ -90,25 +135,7 @@ void SoundSection::refresh() {
     if (state.output)
         output_->showLevel(QString::fromStdString(state.output->label), QStringLiteral("Output"),
                       QStringLiteral("audio-card"), state.output->level, state.output->muted);
-    {
-        // Follows the server's answer (the user's own choice comes back the same way); the list is
-        // rebuilt only when the outputs change, so an open list is not pulled away by level changes.
-        const QSignalBlocker quiet(outputChoice_);
-        QStringList names;
-        for (const auto& output : state.outputs)
-            names << QString::fromStdString(output.name) + '\n' + QString::fromStdString(output.label);
-        QStringList shown;
-        for (int i = 0; i < outputChoice_->count(); ++i)
-            shown << outputChoice_->itemData(i).toString() + '\n' + outputChoice_->itemText(i);
-        if (names != shown) {
-            outputChoice_->clear();
-            for (const auto& output : state.outputs)
-                outputChoice_->addItem(QString::fromStdString(output.label), QString::fromStdString(output.name));
-        }
-        if (state.output)
-            outputChoice_->setCurrentIndex(outputChoice_->findData(QString::fromStdString(state.output->name)));
-        outputChoice_->setVisible(state.outputs.size() > 1);
-    }
+    showOutputs(state);
     heading_->setVisible(state.connected);
     empty_->setVisible(state.connected && state.streams.empty());
 

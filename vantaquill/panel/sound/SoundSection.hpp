@@ -5,9 +5,12 @@
 
 #include <cstdint>
 #include <map>
+#include <string>
+#include <vector>
 
-class QComboBox;
+class QHBoxLayout;
 class QLabel;
+class QPushButton;
 class QScrollArea;
 class QVBoxLayout;
 
@@ -36,8 +39,10 @@ public:
 
     SoundMixer& mixer() { return mixer_; }
     SoundRow* outputRow() const { return output_; }
-    /// The choice of output, shown when there is more than one.
-    QComboBox* outputChoice() const { return outputChoice_; }
+    /// The choice of output, shown when there is more than one: a button per output, the one in
+    /// use marked as the primary one.
+    QWidget* outputChoice() const { return outputChoice_; }
+    std::vector<QPushButton*> outputButtons() const;
     /// The stream rows in the server's order.
     std::vector<SoundRow*> streamRows() const;
 
@@ -46,10 +51,14 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
+    void showOutputs(const SoundMixer::State& state);
+
     SoundMixer mixer_;
     QLabel* status_;
     SoundRow* output_;
-    QComboBox* outputChoice_;
+    QWidget* outputChoice_;
+    QHBoxLayout* outputButtonsLayout_;
+    std::vector<std::string> outputNames_;
     QLabel* heading_;
     QLabel* empty_;
     QScrollArea* scroll_;
