@@ -7,13 +7,10 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QProcess>
-#include <QSocketNotifier>
 #include <QStringList>
 #include <QUrl>
 #include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -169,32 +166,25 @@ void DownloadsProvider::start(LiveActivityCenter& center) {
     center.handleActions(
         std::string(idPrefix),
         [this](const std::string& activityID, const std::string& action) { perform(activityID, action); });
-    inotify_ = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (inotify_ < 0) {
-        log_(std::string("vantaquill: downloads are not followed: inotify is not available (") +
-             std::strerror(errno) + ")");
+    auto watch = InotifyWatch::open([this](const std::vector<InotifyWatch::Event>& events) { handle(events); });
+    if (!watch) {
+        log_("vantaquill: downloads are not followed: inotify is not available (" + watch.error() + ")");
         return;
     }
-    if (::inotify_add_watch(inotify_, folder_.c_str(), watchedEvents) < 0) {
+    if (const auto added = (*watch)->add(folder_, watchedEvents); !added) {
         if (!toldMissing_)
-            log_("vantaquill: no download folder at " + folder_.string() + " (" + std::strerror(errno) +
+            log_("vantaquill: no download folder at " + folder_.string() + " (" + added.error() +
                  "), so downloads are not followed; XDG_DOWNLOAD_DIR in user-dirs.dirs names it");
         toldMissing_ = true;
-        ::close(inotify_);
-        inotify_ = -1;
         return;
     }
-    notifier_ = std::make_unique<QSocketNotifier>(inotify_, QSocketNotifier::Read);
-    QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { readEvents(); });
+    watch_ = std::move(*watch);
     scan();
 }
 
 void DownloadsProvider::stop() {
     refreshTimer_.reset();
-    notifier_.reset();
-    if (inotify_ >= 0)
-        ::close(inotify_);
-    inotify_ = -1;
+    watch_.reset();
     downloads_.clear();
     movedAway_.clear();
     // The press handler stays registered with the center that owns this provider; with nothing
@@ -216,64 +206,55 @@ void DownloadsProvider::scan() {
     markChanged();
 }
 
-void DownloadsProvider::readEvents() {
-    alignas(inotify_event) std::array<char, 64 * 1024> buffer;
+void DownloadsProvider::handle(const std::vector<InotifyWatch::Event>& events) {
     // A rename is two events with one cookie, queued together by the kernel; a read may still end
     // between them, so the first half waits for the next read. One still alone at the next refresh
     // was a move out of the folder, and its file is gone from it.
-    auto& movedAway = movedAway_;
     bool rescan = false;
-    for (;;) {
-        const ssize_t length = ::read(inotify_, buffer.data(), buffer.size());
-        if (length <= 0)
-            break;
-        for (ssize_t offset = 0; offset < length;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + offset);
-            offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-            if (event->mask & IN_Q_OVERFLOW) {
-                rescan = true;
+    for (const InotifyWatch::Event& event : events) {
+        if (event.mask & IN_Q_OVERFLOW) {
+            rescan = true;
+            continue;
+        }
+        if (event.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) {
+            log_("vantaquill: the download folder " + folder_.string() +
+                 " was removed or moved; downloads are followed again when the island restarts");
+            watch_->pause();
+            return;
+        }
+        if (event.name.empty() || (event.mask & IN_ISDIR))
+            continue;
+        const std::string name = event.name;
+        const bool partial = finalName(name).has_value();
+        if (event.mask & IN_MOVED_FROM) {
+            if (downloads_.contains(name))
+                movedAway_[event.cookie] = name;
+        } else if (event.mask & IN_MOVED_TO) {
+            const auto from = movedAway_.find(event.cookie);
+            if (from == movedAway_.end()) {
+                if (partial)
+                    track(name);
                 continue;
             }
-            if (event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) {
-                log_("vantaquill: the download folder " + folder_.string() +
-                     " was removed or moved; downloads are followed again when the island restarts");
-                notifier_->setEnabled(false);
-                return;
+            const std::string old = from->second;
+            movedAway_.erase(from);
+            if (partial) {
+                // Chromium names the file once the user confirmed it: the same download goes on,
+                // over whatever partial file had that name before.
+                if (name != old)
+                    forget(name);
+                auto download = downloads_.extract(old);
+                download.key() = name;
+                download.mapped().name = *finalName(name);
+                downloads_.insert(std::move(download));
+            } else {
+                finished(old, name);
             }
-            if (event->len == 0 || (event->mask & IN_ISDIR))
-                continue;
-            const std::string name = event->name;
-            const bool partial = finalName(name).has_value();
-            if (event->mask & IN_MOVED_FROM) {
-                if (downloads_.contains(name))
-                    movedAway[event->cookie] = name;
-            } else if (event->mask & IN_MOVED_TO) {
-                const auto from = movedAway.find(event->cookie);
-                if (from == movedAway.end()) {
-                    if (partial)
-                        track(name);
-                    continue;
-                }
-                const std::string old = from->second;
-                movedAway.erase(from);
-                if (partial) {
-                    // Chromium names the file once the user confirmed it: the same download goes on,
-                    // over whatever partial file had that name before.
-                    if (name != old)
-                        forget(name);
-                    auto download = downloads_.extract(old);
-                    download.key() = name;
-                    download.mapped().name = *finalName(name);
-                    downloads_.insert(std::move(download));
-                } else {
-                    finished(old, name);
-                }
-            } else if (event->mask & IN_DELETE) {
-                // Cancelled or failed: the browser removes what it had.
-                forget(name);
-            } else if (partial) {
-                track(name);
-            }
+        } else if (event.mask & IN_DELETE) {
+            // Cancelled or failed: the browser removes what it had.
+            forget(name);
+        } else if (partial) {
+            track(name);
         }
     }
     if (rescan)

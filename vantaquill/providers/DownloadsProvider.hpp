@@ -4,6 +4,7 @@
 #include "BrindKit/island/LiveActivity.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
+#include "vantaquill/providers/InotifyWatch.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -13,8 +14,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
-class QSocketNotifier;
 
 namespace vq {
 
@@ -80,7 +81,7 @@ class DownloadsProvider final : public LiveActivityCenter::Provider {
         std::optional<brind::LiveActivity> posted;
     };
 
-    void readEvents();
+    void handle(const std::vector<InotifyWatch::Event>& events);
     void scan();
     void track(const std::string& partial);
     void markChanged();
@@ -95,8 +96,7 @@ class DownloadsProvider final : public LiveActivityCenter::Provider {
     Log log_;
     AddToShelf addToShelf_;
     LiveActivityCenter* center_ = nullptr;
-    int inotify_ = -1;
-    std::unique_ptr<QSocketNotifier> notifier_;
+    std::unique_ptr<InotifyWatch> watch_;
     std::unique_ptr<Scheduler::Timer> refreshTimer_;
     /// Partial file name to its download.
     std::map<std::string, Download> downloads_;

@@ -3,11 +3,8 @@
 #include "BrindKit/foundation/RGBA.hpp"
 #include "vantaquill/providers/PulseConnection.hpp"
 
-#include <QSocketNotifier>
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <dirent.h>
 #include <fstream>
 #include <pulse/pulseaudio.h>
@@ -228,10 +225,7 @@ void MicCameraProvider::start(LiveActivityCenter& center) {
 
 void MicCameraProvider::stop() {
     cameraTimer_.reset();
-    notifier_.reset();
-    if (inotify_ >= 0)
-        ::close(inotify_);
-    inotify_ = -1;
+    watch_.reset();
     nodes_.clear();
     retry_.reset();
     if (shared_)
@@ -242,59 +236,47 @@ void MicCameraProvider::stop() {
 }
 
 void MicCameraProvider::watchCameras() {
-    inotify_ = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (inotify_ < 0 || ::inotify_add_watch(inotify_, deviceFolder_.c_str(), IN_CREATE | IN_DELETE) < 0) {
+    auto watch =
+        InotifyWatch::open([this](const std::vector<InotifyWatch::Event>& events) { handleCameraEvents(events); });
+    const auto folder = watch ? (*watch)->add(deviceFolder_, IN_CREATE | IN_DELETE)
+                              : std::expected<int, std::string>(std::unexpected(watch.error()));
+    if (!folder) {
         log_("vantaquill: the camera is not watched: " + deviceFolder_.string() +
-             " cannot be watched with inotify (" + std::strerror(errno) + ")");
-        if (inotify_ >= 0)
-            ::close(inotify_);
-        inotify_ = -1;
+             " cannot be watched with inotify (" + folder.error() + ")");
         return;
     }
+    watch_ = std::move(*watch);
     std::string unwatched;
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(deviceFolder_.c_str()), ::closedir);
-    while (const dirent* entry = folder ? ::readdir(folder.get()) : nullptr) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> nodes(::opendir(deviceFolder_.c_str()), ::closedir);
+    while (const dirent* entry = nodes ? ::readdir(nodes.get()) : nullptr) {
         const std::string name = entry->d_name;
         if (!isCameraNode(name))
             continue;
-        const int watch = ::inotify_add_watch(inotify_, (deviceFolder_ / name).c_str(), IN_OPEN | IN_CLOSE);
-        if (watch >= 0)
-            nodes_[watch] = name;
+        if (const auto node = watch_->add(deviceFolder_ / name, IN_OPEN | IN_CLOSE))
+            nodes_[*node] = name;
         else
-            unwatched += (unwatched.empty() ? "" : ", ") + name + " (" + std::strerror(errno) + ")";
+            unwatched += (unwatched.empty() ? "" : ", ") + name + " (" + node.error() + ")";
     }
     // A node the user may not read (not in the seat's ACL nor the video group) is one they cannot
     // use either; it is said, as its use would go unseen.
     if (!unwatched.empty())
         log_("vantaquill: the camera's use is not seen for " + unwatched);
-    notifier_ = std::make_unique<QSocketNotifier>(inotify_, QSocketNotifier::Read);
-    QObject::connect(notifier_.get(), &QSocketNotifier::activated, [this] { readCameraEvents(); });
     cameraChanged();
 }
 
-void MicCameraProvider::readCameraEvents() {
-    alignas(inotify_event) std::array<char, 16 * 1024> buffer;
+void MicCameraProvider::handleCameraEvents(const std::vector<InotifyWatch::Event>& events) {
     bool changed = false;
-    for (;;) {
-        const ssize_t length = ::read(inotify_, buffer.data(), buffer.size());
-        if (length <= 0)
-            break;
-        for (ssize_t offset = 0; offset < length;) {
-            const auto* event = reinterpret_cast<const inotify_event*>(buffer.data() + offset);
-            offset += static_cast<ssize_t>(sizeof(inotify_event) + event->len);
-            if (event->mask & IN_IGNORED) {
-                nodes_.erase(event->wd);
-                continue;
-            }
-            if (event->len > 0 && (event->mask & IN_CREATE) && isCameraNode(event->name)) {
-                // A camera plugged in: its node is watched from now on.
-                const int watch =
-                    ::inotify_add_watch(inotify_, (deviceFolder_ / event->name).c_str(), IN_OPEN | IN_CLOSE);
-                if (watch >= 0)
-                    nodes_[watch] = event->name;
-            }
-            changed = true;
+    for (const InotifyWatch::Event& event : events) {
+        if (event.mask & IN_IGNORED) {
+            nodes_.erase(event.watch);
+            continue;
         }
+        if (!event.name.empty() && (event.mask & IN_CREATE) && isCameraNode(event.name)) {
+            // A camera plugged in: its node is watched from now on.
+            if (const auto node = watch_->add(deviceFolder_ / event.name, IN_OPEN | IN_CLOSE))
+                nodes_[*node] = event.name;
+        }
+        changed = true;
     }
     if (changed)
         cameraChanged();

@@ -3,6 +3,7 @@
 #include "BrindKit/island/LiveActivity.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
+#include "vantaquill/providers/InotifyWatch.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -14,7 +15,6 @@
 #include <string_view>
 #include <vector>
 
-class QSocketNotifier;
 
 namespace vq {
 
@@ -75,7 +75,7 @@ class MicCameraProvider final : public LiveActivityCenter::Provider {
     struct Shared;
 
     void watchCameras();
-    void readCameraEvents();
+    void handleCameraEvents(const std::vector<InotifyWatch::Event>& events);
     void cameraChanged();
     void show(Device device, const std::vector<std::string>& users);
     void connectSound();
@@ -90,8 +90,7 @@ class MicCameraProvider final : public LiveActivityCenter::Provider {
     std::filesystem::path processFolder_;
     LiveActivityCenter* center_ = nullptr;
 
-    int inotify_ = -1;
-    std::unique_ptr<QSocketNotifier> notifier_;
+    std::unique_ptr<InotifyWatch> watch_;
     /// Watch descriptor of each camera node.
     std::map<int, std::string> nodes_;
     std::unique_ptr<Scheduler::Timer> cameraTimer_;
