@@ -218,7 +218,6 @@ void MicCameraProvider::start(LiveActivityCenter& center) {
     center_ = &center;
     shared_ = std::make_shared<Shared>();
     shared_->owner = this;
-    retryDelay_ = firstRetry;
     watchCameras();
     connectSound();
 }
@@ -227,7 +226,7 @@ void MicCameraProvider::stop() {
     cameraTimer_.reset();
     watch_.reset();
     nodes_.clear();
-    retry_.reset();
+    reconnection_.cancel();
     if (shared_)
         shared_->owner = nullptr;
     disconnectSound();
@@ -327,17 +326,13 @@ void MicCameraProvider::soundLost(std::uint64_t generation) {
         log_("vantaquill: no sound server (PulseAudio, or PipeWire's pulse server), so the microphone is not "
              "watched until one answers");
     toldNoSound_ = true;
-    retry_ = scheduler_.schedule(retryDelay_, [this] {
-        retry_.reset();
-        connectSound();
-    });
-    retryDelay_ = std::min(retryDelay_ * 2, longestRetry);
+    reconnection_.failed();
 }
 
 void MicCameraProvider::soundConnected(std::uint64_t generation) {
     if (!shared_ || generation != shared_->generation)
         return;
-    retryDelay_ = firstRetry;
+    reconnection_.succeeded();
     if (toldNoSound_)
         log_("vantaquill: the sound server answers; the microphone is watched again");
     toldNoSound_ = false;

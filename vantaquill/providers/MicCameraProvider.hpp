@@ -4,6 +4,7 @@
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/providers/InotifyWatch.hpp"
+#include "vantaquill/providers/Reconnection.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -41,8 +42,6 @@ class MicCameraProvider final : public LiveActivityCenter::Provider {
     /// A program opening a camera often probes it first: the holders are read this long after the
     /// last open or close.
     static constexpr double settleDelay = 0.3;
-    static constexpr double firstRetry = 2;
-    static constexpr double longestRetry = 60;
 
     using MainThread = std::function<void(std::function<void()>)>;
     using Log = std::function<void(const std::string&)>;
@@ -98,8 +97,7 @@ class MicCameraProvider final : public LiveActivityCenter::Provider {
     std::unique_ptr<PulseConnection> pulse_;
     std::unique_ptr<MicCameraListener> listener_;
     std::shared_ptr<Shared> shared_;
-    std::unique_ptr<Scheduler::Timer> retry_;
-    double retryDelay_ = firstRetry;
+    Reconnection reconnection_{scheduler_, [this] { connectSound(); }};
     bool toldNoSound_ = false;
 };
 

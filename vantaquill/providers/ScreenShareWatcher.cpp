@@ -116,7 +116,6 @@ ScreenShareWatcher::~ScreenShareWatcher() {
 }
 
 void ScreenShareWatcher::start(LiveActivityCenter&) {
-    retryDelay_ = firstRetry;
     connect();
 }
 
@@ -139,7 +138,7 @@ void ScreenShareWatcher::connect() {
     }
     if (std::exchange(toldMissing_, false))
         log_("vantaquill: PipeWire answers: the island hides again while the screen is shared");
-    retryDelay_ = firstRetry;
+    reconnection_.succeeded();
     pw_core_add_listener(core_, &callbacks_->coreListener, &coreEvents, callbacks_.get());
     registry_ = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
     pw_registry_add_listener(registry_, &callbacks_->registryListener, &registryEvents, callbacks_.get());
@@ -147,7 +146,7 @@ void ScreenShareWatcher::connect() {
 }
 
 void ScreenShareWatcher::stop() {
-    retry_.reset();
+    reconnection_.cancel();
     release();
     changed(false);
 }
@@ -157,11 +156,7 @@ void ScreenShareWatcher::lost(const std::string& why) {
     changed(false);
     if (!std::exchange(toldMissing_, true))
         log_("vantaquill: the island does not hide while the screen is shared: " + why);
-    retry_ = scheduler_.schedule(retryDelay_, [this] {
-        retry_.reset();
-        connect();
-    });
-    retryDelay_ = std::min(retryDelay_ * 2, longestRetry);
+    reconnection_.failed();
 }
 
 void ScreenShareWatcher::release() {

@@ -2,6 +2,7 @@
 
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
+#include "vantaquill/providers/Reconnection.hpp"
 
 #include <functional>
 #include <map>
@@ -29,9 +30,6 @@ struct ScreenShareCallbacks;
 class ScreenShareWatcher final : public LiveActivityCenter::Provider {
   public:
     static constexpr std::string_view providerID = "screenCapture";
-    /// The first wait before asking for PipeWire again; each failure doubles it up to `longestRetry`.
-    static constexpr double firstRetry = 2;
-    static constexpr double longestRetry = 60;
     using MainThread = std::function<void(std::function<void()>)>;
     using Log = std::function<void(const std::string&)>;
     /// Told on the main thread whenever sharing starts or ends.
@@ -73,8 +71,8 @@ class ScreenShareWatcher final : public LiveActivityCenter::Provider {
     std::unique_ptr<ScreenShareCallbacks> callbacks_;
     std::shared_ptr<Shared> shared_state_;
     bool shared_ = false;
-    std::unique_ptr<Scheduler::Timer> retry_;
-    double retryDelay_ = firstRetry;
+    /// PipeWire, missing or gone, is asked for again (see `Reconnection`).
+    Reconnection reconnection_{scheduler_, [this] { connect(); }};
     bool toldMissing_ = false;
 };
 

@@ -122,12 +122,11 @@ void VolumeWatcher::start(LiveActivityCenter& center) {
     shared_->owner = this;
     shared_->center = &center;
     shared_->mayFlash = mayFlash_;
-    retryDelay_ = firstRetry;
     connect();
 }
 
 void VolumeWatcher::stop() {
-    retry_.reset();
+    reconnection_.cancel();
     if (shared_) {
         shared_->owner = nullptr;
         shared_->center = nullptr;
@@ -160,17 +159,13 @@ void VolumeWatcher::lost(std::uint64_t generation) {
         log_("vantaquill: no sound server (PulseAudio, or PipeWire's pulse server), so no volume HUD for "
              "changes made elsewhere until one answers");
     toldMissing_ = true;
-    retry_ = scheduler_.schedule(retryDelay_, [this] {
-        retry_.reset();
-        connect();
-    });
-    retryDelay_ = std::min(retryDelay_ * 2, longestRetry);
+    reconnection_.failed();
 }
 
 void VolumeWatcher::connected(std::uint64_t generation) {
     if (!shared_ || generation != shared_->generation)
         return;
-    retryDelay_ = firstRetry;
+    reconnection_.succeeded();
     if (toldMissing_)
         log_("vantaquill: the sound server answers; the volume HUD follows it again");
     toldMissing_ = false;

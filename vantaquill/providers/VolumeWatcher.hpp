@@ -2,6 +2,7 @@
 
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
+#include "vantaquill/providers/Reconnection.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -24,10 +25,6 @@ struct VolumeWatcherCallbacks;
 class VolumeWatcher final : public LiveActivityCenter::Provider {
   public:
     static constexpr std::string_view providerID = "volume";
-    /// The first wait before asking for the sound server again; each failure doubles it up to
-    /// `longestRetry`, and a connection resets it.
-    static constexpr double firstRetry = 2;
-    static constexpr double longestRetry = 60;
     /// Runs a function on the main thread (libpulse calls back on its own thread).
     using MainThread = std::function<void(std::function<void()>)>;
     using Log = std::function<void(const std::string&)>;
@@ -72,8 +69,8 @@ class VolumeWatcher final : public LiveActivityCenter::Provider {
     /// The main thread's side: the centre to flash, the level last seen and the current connection;
     /// kept alive by the functions already posted to the main thread, which find it cleared after `stop`.
     std::shared_ptr<Shared> shared_;
-    std::unique_ptr<Scheduler::Timer> retry_;
-    double retryDelay_ = firstRetry;
+    /// A sound server that is missing or went away is asked for again (see `Reconnection`).
+    Reconnection reconnection_{scheduler_, [this] { connect(); }};
     bool toldMissing_ = false;
 };
 
