@@ -43,6 +43,7 @@
 #include "vantaquill/providers/BluetoothProvider.hpp"
 #include "vantaquill/providers/DownloadsProvider.hpp"
 #include "vantaquill/providers/FocusWatcher.hpp"
+#include "vantaquill/providers/GSettingsKey.hpp"
 #include "vantaquill/providers/LockWatcher.hpp"
 #include "vantaquill/providers/MediaController.hpp"
 #include "vantaquill/providers/MicCameraProvider.hpp"
@@ -70,7 +71,6 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QGuiApplication>
-#include <QProcess>
 #include <QSocketNotifier>
 #include <QTimer>
 
@@ -216,20 +216,20 @@ std::optional<Options> parseOptions(const QCoreApplication& app) {
 }
 
 // Follows the desktop's "reduce animations" setting (GNOME's enable-animations, which other
-// desktops' settings daemons mirror) unless "island.reduceMotion" says on or off.
-void followReducedMotion(const std::string& preference, vq::IslandManager& manager) {
+// desktops' settings daemons mirror) while "island.reduceMotion" says neither on nor off.
+void followReducedMotion(const std::string& preference, vq::IslandManager& manager,
+                         std::unique_ptr<vq::GSettingsKey>& desktopAnimations) {
     if (preference == "on" || preference == "off") {
+        desktopAnimations.reset();
         manager.setReduceMotion(preference == "on");
         return;
     }
-    auto* process = new QProcess(&manager);
-    QObject::connect(process, &QProcess::finished, &manager, [process, &manager](int code) {
-        if (code == 0)
-            manager.setReduceMotion(process->readAllStandardOutput().trimmed() == "false");
-        process->deleteLater();
-    });
-    QObject::connect(process, &QProcess::errorOccurred, process, &QObject::deleteLater);
-    process->start("gsettings", {"get", "org.gnome.desktop.interface", "enable-animations"});
+    if (!desktopAnimations)
+        desktopAnimations = vq::GSettingsKey::follow(
+            "org.gnome.desktop.interface", "enable-animations", [&manager](const std::optional<QString>& value) {
+                if (value)
+                    manager.setReduceMotion(*value == "false");
+            });
 }
 
 // Posts a function to the main thread's event loop.
@@ -320,6 +320,9 @@ int main(int argc, char** argv) {
     std::unique_ptr<vq::ConsentQueue> consents;
     vq::ActivitiesSection* activitiesSection = nullptr;
     std::unique_ptr<vq::IslandManager> islands;
+    // The desktop's animation switch, followed while "island.reduceMotion" leaves it to the desktop;
+    // declared after the islands it changes, so that it goes first.
+    std::unique_ptr<vq::GSettingsKey> desktopAnimations;
     std::unique_ptr<vq::X11FullScreenWatcher> fullScreen;
     std::unique_ptr<vq::WaylandFullScreenWatcher> waylandFullScreen;
     if (surface) {
@@ -329,7 +332,7 @@ int main(int argc, char** argv) {
         islands = std::make_unique<vq::IslandManager>(
             center, scheduler, islandPreferences, [kind = surface->kind](QScreen*) { return makeSurface(kind); },
             [](std::string_view text, double size) { return vq::FaceFonts::semiboldWidth(text, size); });
-        followReducedMotion(islandPreferences.reduceMotion, *islands);
+        followReducedMotion(islandPreferences.reduceMotion, *islands, desktopAnimations);
         panel = std::make_unique<vq::PanelHost>();
         // The sections in the order of their buttons. The panel owns them.
         // Agents: reads the hub and answers through its broker.
@@ -552,7 +555,7 @@ int main(int argc, char** argv) {
         islands->setPreferences(preferences.island());
         const std::string previous = std::exchange(reduceMotion, preferences.text("island.reduceMotion"));
         if (previous != reduceMotion)
-            followReducedMotion(reduceMotion, *islands);
+            followReducedMotion(reduceMotion, *islands, desktopAnimations);
     };
     applyPreferences();
     preferences.onChange(applyPreferences);

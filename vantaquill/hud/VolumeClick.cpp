@@ -1,6 +1,5 @@
 #include "vantaquill/hud/VolumeClick.hpp"
 
-#include <QProcess>
 
 #include <cctype>
 #include <cstdlib>
@@ -23,7 +22,7 @@ std::string_view trimmed(std::string_view text) {
 } // namespace
 
 VolumeClick::VolumeClick(std::filesystem::path configFolder, Play play)
-    : configFolder_(std::move(configFolder)), play_(std::move(play)), processes_(std::make_unique<QObject>()) {}
+    : configFolder_(std::move(configFolder)), play_(std::move(play)) {}
 
 VolumeClick::~VolumeClick() = default;
 
@@ -71,8 +70,14 @@ bool VolumeClick::plasmaFeedback(std::string_view plasmaparc) {
 
 void VolumeClick::setMode(Mode mode) {
     mode_ = mode;
-    if (mode_ == Mode::system)
-        askGSettings();
+    // GTK's switch is followed from the first time it matters, and from then on.
+    const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
+    if (mode_ != Mode::system || eventSounds_ || (desktop && isPlasma(desktop)))
+        return;
+    eventSounds_ = GSettingsKey::follow(QStringLiteral("org.gnome.desktop.sound"), QStringLiteral("event-sounds"),
+                                        [this](const std::optional<QString>& value) {
+                                            eventSoundsOn_ = value == QStringLiteral("true");
+                                        });
 }
 
 bool VolumeClick::desktopWants() const {
@@ -85,33 +90,13 @@ bool VolumeClick::desktopWants() const {
         text << file.rdbuf();
         return plasmaFeedback(text.str());
     }
-    return eventSounds_;
+    return eventSoundsOn_;
 }
 
 void VolumeClick::stepped() {
     const bool wanted = mode_ == Mode::on || (mode_ == Mode::system && desktopWants());
     if (wanted && play_)
         play_();
-    // The answer for the next step, should the user have changed it since.
-    if (mode_ == Mode::system)
-        askGSettings();
-}
-
-void VolumeClick::askGSettings() {
-    const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
-    if (desktop && isPlasma(desktop))
-        return;
-    auto* process = new QProcess(processes_.get());
-    QObject::connect(process, &QProcess::finished, processes_.get(), [this, process](int code) {
-        eventSounds_ = code == 0 && process->readAllStandardOutput().trimmed() == "true";
-        process->deleteLater();
-    });
-    QObject::connect(process, &QProcess::errorOccurred, processes_.get(), [this, process] {
-        eventSounds_ = false;
-        process->deleteLater();
-    });
-    process->start(QStringLiteral("gsettings"), {QStringLiteral("get"), QStringLiteral("org.gnome.desktop.sound"),
-                                                 QStringLiteral("event-sounds")});
 }
 
 } // namespace vq

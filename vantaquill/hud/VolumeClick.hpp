@@ -1,13 +1,13 @@
 #pragma once
 
+#include "vantaquill/providers/GSettingsKey.hpp"
+
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-
-class QObject;
 
 namespace vq {
 
@@ -16,9 +16,10 @@ namespace vq {
 /// when the desktop asks for audible feedback on volume changes:
 /// - KDE Plasma: the volume applet's "Audio feedback" (`AudioFeedback` in `~/.config/plasmaparc`,
 ///   on unless switched off), read at every step since the file is small and local;
-/// - elsewhere: GNOME's and GTK's event sounds (`org.gnome.desktop.sound event-sounds`), asked of
-///   `gsettings` without waiting, the answer kept for the next step. No answer (no gsettings, no
-///   schema) is no click: a desktop that says nothing gets no unasked-for sounds.
+/// - elsewhere: GNOME's and GTK's event sounds (`org.gnome.desktop.sound event-sounds`), read once
+///   and then followed through `gsettings` (`GSettingsKey`), never on the way of a key press. No
+///   answer (no gsettings, no schema) is no click: a desktop that says nothing gets no unasked-for
+///   sounds.
 class VolumeClick {
   public:
     enum class Mode { system, on, off };
@@ -30,7 +31,7 @@ class VolumeClick {
     VolumeClick(const VolumeClick&) = delete;
     VolumeClick& operator=(const VolumeClick&) = delete;
 
-    /// Applies "hud.volumeClick"; "system" asks the desktop again.
+    /// Applies "hud.volumeClick"; "system" starts following the desktop's switch.
     void setMode(Mode mode);
     Mode mode() const { return mode_; }
 
@@ -48,14 +49,12 @@ class VolumeClick {
     static bool isPlasma(std::string_view currentDesktop);
 
   private:
-    void askGSettings();
-
     std::filesystem::path configFolder_;
     Play play_;
     Mode mode_ = Mode::system;
-    bool eventSounds_ = false;
-    /// Parents the gsettings processes: destroyed first, so that none answers a destroyed click.
-    std::unique_ptr<QObject> processes_;
+    /// GTK's event sounds, followed once "system" is in use outside Plasma.
+    std::unique_ptr<GSettingsKey> eventSounds_;
+    bool eventSoundsOn_ = false;
 };
 
 } // namespace vq

@@ -7,8 +7,6 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <QProcess>
-#include <QStandardPaths>
 
 #include <utility>
 
@@ -25,16 +23,6 @@ constexpr const char* gnomeKey = "show-banners";
 
 bool onGNOME() {
     return qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':').contains("GNOME", Qt::CaseInsensitive);
-}
-
-// `gsettings get` prints "false"; `gsettings monitor` prints "show-banners: false".
-std::optional<bool> bannersOffIn(const QByteArray& output) {
-    const QByteArray value = output.trimmed().split(' ').last();
-    if (value == "false")
-        return true;
-    if (value == "true")
-        return false;
-    return std::nullopt;
 }
 
 } // namespace
@@ -89,18 +77,7 @@ void FocusWatcher::start(LiveActivityCenter&) {
 }
 
 void FocusWatcher::stop() {
-    if (reader_) {
-        reader_->disconnect();
-        reader_->kill();
-        reader_->waitForFinished(1000);
-        reader_.reset();
-    }
-    if (monitor_) {
-        monitor_->disconnect();
-        monitor_->kill();
-        monitor_->waitForFinished(1000);
-        monitor_.reset();
-    }
+    banners_.reset();
     relay_.reset();
     if (bus_) {
         bus_.reset();
@@ -130,33 +107,20 @@ void FocusWatcher::readInhibited() {
 }
 
 void FocusWatcher::followGNOME() {
-    const QString program = QStandardPaths::findExecutable("gsettings");
-    if (!onGNOME() || program.isEmpty()) {
-        gnomeAnswered_ = true;
-        reportMissing();
-        return;
+    if (onGNOME()) {
+        banners_ = GSettingsKey::follow(gnomeSchema, gnomeKey, [this](const std::optional<QString>& value) {
+            // Banners switched off are GNOME's do not disturb.
+            if (value == QStringLiteral("false") || value == QStringLiteral("true"))
+                bannersOff_ = *value == QStringLiteral("false");
+            gnomeAnswered_ = true;
+            update();
+            reportMissing();
+        });
     }
-    // The monitor starts first, so that a change made while the value is being read is not missed.
-    monitor_ = std::make_unique<QProcess>();
-    QObject::connect(monitor_.get(), &QProcess::readyReadStandardOutput, monitor_.get(), [this] {
-        while (monitor_->canReadLine()) {
-            if (const auto off = bannersOffIn(monitor_->readLine())) {
-                bannersOff_ = off;
-                update();
-            }
-        }
-    });
-    monitor_->start(program, {"monitor", gnomeSchema, gnomeKey});
-    reader_ = std::make_unique<QProcess>();
-    QObject::connect(reader_.get(), &QProcess::finished, reader_.get(), [this](int code) {
-        // A change the monitor already reported is newer than this reading.
-        if (!bannersOff_ && code == 0)
-            bannersOff_ = bannersOffIn(reader_->readAllStandardOutput());
+    if (!banners_) {
         gnomeAnswered_ = true;
-        update();
         reportMissing();
-    });
-    reader_->start(program, {"get", gnomeSchema, gnomeKey});
+    }
 }
 
 void FocusWatcher::update() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "vantaquill/LiveActivityCenter.hpp"
+#include "vantaquill/providers/GSettingsKey.hpp"
 
 #include <QDBusConnection>
 
@@ -10,7 +11,6 @@
 #include <string>
 #include <string_view>
 
-class QProcess;
 
 namespace vq {
 
@@ -53,9 +53,8 @@ class FocusWatcher final : public LiveActivityCenter::Provider {
     Log log_;
     std::optional<QDBusConnection> bus_;
     std::unique_ptr<BusSignalRelay> relay_;
-    /// `gsettings monitor`, running while started, and the one `gsettings get` at start.
-    std::unique_ptr<QProcess> monitor_;
-    std::unique_ptr<QProcess> reader_;
+    /// GNOME's show-banners, followed while started.
+    std::unique_ptr<GSettingsKey> banners_;
     /// Nothing until the source answered; a source that cannot be read stays empty.
     std::optional<bool> serverInhibited_;
     std::optional<bool> bannersOff_;
