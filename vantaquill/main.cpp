@@ -226,10 +226,8 @@ void followReducedMotion(const std::string& preference, vq::IslandManager& manag
     }
     if (!desktopAnimations)
         desktopAnimations = vq::GSettingsKey::follow(
-            "org.gnome.desktop.interface", "enable-animations", [&manager](const std::optional<QString>& value) {
-                if (value)
-                    manager.setReduceMotion(*value == "false");
-            });
+            "org.gnome.desktop.interface", "enable-animations",
+            [&manager](const QString& value) { manager.setReduceMotion(value == "false"); });
 }
 
 // Posts a function to the main thread's event loop.

@@ -75,7 +75,7 @@ void VolumeClick::setMode(Mode mode) {
     if (mode_ != Mode::system || eventSounds_ || (desktop && isPlasma(desktop)))
         return;
     eventSounds_ = GSettingsKey::follow(QStringLiteral("org.gnome.desktop.sound"), QStringLiteral("event-sounds"),
-                                        [this](const std::optional<QString>& value) {
+                                        [this](const QString& value) {
                                             eventSoundsOn_ = value == QStringLiteral("true");
                                         });
 }

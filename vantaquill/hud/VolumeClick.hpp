@@ -17,7 +17,7 @@ namespace vq {
 /// - KDE Plasma: the volume applet's "Audio feedback" (`AudioFeedback` in `~/.config/plasmaparc`,
 ///   on unless switched off), read at every step since the file is small and local;
 /// - elsewhere: GNOME's and GTK's event sounds (`org.gnome.desktop.sound event-sounds`), read once
-///   and then followed through `gsettings` (`GSettingsKey`), never on the way of a key press. No
+///   and then followed through GSettings (`GSettingsKey`), never on the way of a key press. No
 ///   answer (no gsettings, no schema) is no click: a desktop that says nothing gets no unasked-for
 ///   sounds.
 class VolumeClick {

@@ -108,10 +108,9 @@ void FocusWatcher::readInhibited() {
 
 void FocusWatcher::followGNOME() {
     if (onGNOME()) {
-        banners_ = GSettingsKey::follow(gnomeSchema, gnomeKey, [this](const std::optional<QString>& value) {
+        banners_ = GSettingsKey::follow(gnomeSchema, gnomeKey, [this](const QString& value) {
             // Banners switched off are GNOME's do not disturb.
-            if (value == QStringLiteral("false") || value == QStringLiteral("true"))
-                bannersOff_ = *value == QStringLiteral("false");
+            bannersOff_ = value == QStringLiteral("false");
             gnomeAnswered_ = true;
             update();
             reportMissing();

@@ -21,7 +21,7 @@ class BusSignalRelay;
 ///   implements the same switch), read when the server appears and followed through its
 ///   PropertiesChanged signal;
 /// - on GNOME, `org.gnome.desktop.notifications show-banners` (off means do not disturb), read and
-///   followed with `gsettings`, so that no GLib main loop is needed here.
+///   followed through GSettings (`GSettingsKey`).
 /// It posts no activity of its own: the island's focus is what changes (`onChange`).
 class FocusWatcher final : public LiveActivityCenter::Provider {
   public:

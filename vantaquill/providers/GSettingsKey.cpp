@@ -1,52 +1,47 @@
-#include "vantaquill/providers/GSettingsKey.hpp"
+// GIO's headers name struct members `signals`, which Qt defines as a keyword: they come first.
+#pragma push_macro("signals")
+#undef signals
+#include <gio/gio.h>
+#pragma pop_macro("signals")
 
-#include <QProcess>
-#include <QStandardPaths>
+#include "vantaquill/providers/GSettingsKey.hpp"
 
 namespace vq {
 
 std::unique_ptr<GSettingsKey> GSettingsKey::follow(const QString& schema, const QString& key, OnValue onValue) {
-    const QString program = QStandardPaths::findExecutable(QStringLiteral("gsettings"));
-    if (program.isEmpty())
+    // GLib ends the process when asked for a schema it does not know: it is looked up first.
+    GSettingsSchemaSource* source = g_settings_schema_source_get_default();
+    GSettingsSchema* found = source ? g_settings_schema_source_lookup(source, schema.toUtf8().constData(), TRUE)
+                                    : nullptr;
+    if (!found)
         return nullptr;
-    return std::unique_ptr<GSettingsKey>(new GSettingsKey(program, schema, key, std::move(onValue)));
+    const bool hasKey = g_settings_schema_has_key(found, key.toUtf8().constData());
+    g_settings_schema_unref(found);
+    if (!hasKey)
+        return nullptr;
+    return std::unique_ptr<GSettingsKey>(new GSettingsKey(schema, key, std::move(onValue)));
 }
 
-GSettingsKey::GSettingsKey(const QString& program, const QString& schema, const QString& key, OnValue onValue)
-    : onValue_(std::move(onValue)), monitor_(std::make_unique<QProcess>()), reader_(std::make_unique<QProcess>()) {
-    // The monitor prints "key: value" a line.
-    QObject::connect(monitor_.get(), &QProcess::readyReadStandardOutput, monitor_.get(), [this, key] {
-        while (monitor_->canReadLine()) {
-            const QString line = QString::fromUtf8(monitor_->readLine()).trimmed();
-            if (!line.startsWith(key + QStringLiteral(": ")))
-                continue;
-            reported_ = line.mid(key.size() + 2);
-            onValue_(reported_);
-        }
-    });
-    monitor_->start(program, {QStringLiteral("monitor"), schema, key});
-    QObject::connect(reader_.get(), &QProcess::finished, reader_.get(), [this](int code) {
-        if (reported_)
-            onValue_(reported_);
-        else if (code == 0)
-            onValue_(QString::fromUtf8(reader_->readAllStandardOutput()).trimmed());
-        else
-            onValue_(std::nullopt);
-    });
-    QObject::connect(reader_.get(), &QProcess::errorOccurred, reader_.get(), [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            onValue_(reported_);
-    });
-    reader_->start(program, {QStringLiteral("get"), schema, key});
+GSettingsKey::GSettingsKey(const QString& schema, const QString& key, OnValue onValue)
+    : key_(key.toUtf8()), onValue_(std::move(onValue)), settings_(g_settings_new(schema.toUtf8().constData())) {
+    const QByteArray signal = "changed::" + key_;
+    handler_ = g_signal_connect_swapped(settings_, signal.constData(),
+                                        G_CALLBACK(+[](GSettingsKey* self) { self->tell(); }), this);
+    tell();
 }
 
 GSettingsKey::~GSettingsKey() {
-    // Their answers must not reach a key that is gone.
-    for (QProcess* process : {monitor_.get(), reader_.get()}) {
-        QObject::disconnect(process, nullptr, nullptr, nullptr);
-        process->kill();
-        process->waitForFinished(1000);
-    }
+    g_signal_handler_disconnect(settings_, handler_);
+    g_object_unref(settings_);
+}
+
+void GSettingsKey::tell() {
+    GVariant* value = g_settings_get_value(settings_, key_.constData());
+    gchar* text = g_variant_print(value, FALSE);
+    const QString printed = QString::fromUtf8(text);
+    g_free(text);
+    g_variant_unref(value);
+    onValue_(printed);
 }
 
 } // namespace vq

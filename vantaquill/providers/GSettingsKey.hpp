@@ -4,36 +4,33 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 
-class QProcess;
+struct _GSettings;
 
 namespace vq {
 
-/// One key of the desktop's GSettings (GNOME and GTK desktops), followed through the `gsettings`
-/// tool without waiting on it: read once, and then every change reported by a `gsettings monitor`
-/// that runs while this lives. The monitor starts first, so that a change made while the value is
-/// being read is not missed.
+/// One key of the desktop's GSettings (GNOME and GTK desktops), read in the island's own process
+/// through GIO and followed as it changes (GLib's main loop is the one Qt runs), so that nothing
+/// waits on a process.
 class GSettingsKey {
 public:
-    /// The key's value as `gsettings` prints it ("true", "'text'"), or nothing when the first read
-    /// failed (no such schema). Told once when the first read ends, then at every change.
-    using OnValue = std::function<void(const std::optional<QString>& value)>;
+    /// The key's value as GVariant text ("true", "'text'"): told at once, then at every change.
+    using OnValue = std::function<void(const QString& value)>;
 
-    /// Nothing when `gsettings` is not installed.
+    /// Nothing when this desktop has no such schema or key.
     static std::unique_ptr<GSettingsKey> follow(const QString& schema, const QString& key, OnValue onValue);
     ~GSettingsKey();
     GSettingsKey(const GSettingsKey&) = delete;
     GSettingsKey& operator=(const GSettingsKey&) = delete;
 
 private:
-    GSettingsKey(const QString& program, const QString& schema, const QString& key, OnValue onValue);
+    GSettingsKey(const QString& schema, const QString& key, OnValue onValue);
+    void tell();
 
+    QByteArray key_;
     OnValue onValue_;
-    /// The last value the monitor reported: newer than what the first read may bring later.
-    std::optional<QString> reported_;
-    std::unique_ptr<QProcess> monitor_;
-    std::unique_ptr<QProcess> reader_;
+    _GSettings* settings_ = nullptr;
+    unsigned long handler_ = 0;
 };
 
 } // namespace vq
