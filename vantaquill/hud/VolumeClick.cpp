@@ -70,17 +70,9 @@ bool VolumeClick::plasmaFeedback(std::string_view plasmaparc) {
 
 void VolumeClick::setMode(Mode mode) {
     mode_ = mode;
-    // GTK's switch is followed from the first time it matters, and from then on.
-    const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
-    if (mode_ != Mode::system || eventSounds_ || (desktop && isPlasma(desktop)))
-        return;
-    eventSounds_ = GSettingsKey::follow(QStringLiteral("org.gnome.desktop.sound"), QStringLiteral("event-sounds"),
-                                        [this](const QString& value) {
-                                            eventSoundsOn_ = value == QStringLiteral("true");
-                                        });
 }
 
-bool VolumeClick::desktopWants() const {
+bool VolumeClick::desktopWants() {
     const char* desktop = std::getenv("XDG_CURRENT_DESKTOP");
     if (desktop && isPlasma(desktop)) {
         std::ifstream file(configFolder_ / "plasmaparc");
@@ -90,6 +82,13 @@ bool VolumeClick::desktopWants() const {
         text << file.rdbuf();
         return plasmaFeedback(text.str());
     }
+    // GTK's switch is read at the first step that asks (GSettings costs the island memory, which a
+    // user who never steps the volume through it need not pay), and followed from then on.
+    if (!eventSounds_)
+        eventSounds_ = GSettingsKey::follow(QStringLiteral("org.gnome.desktop.sound"), QStringLiteral("event-sounds"),
+                                            [this](const QString& value) {
+                                                eventSoundsOn_ = value == QStringLiteral("true");
+                                            });
     return eventSoundsOn_;
 }
 

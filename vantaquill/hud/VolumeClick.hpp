@@ -31,15 +31,15 @@ class VolumeClick {
     VolumeClick(const VolumeClick&) = delete;
     VolumeClick& operator=(const VolumeClick&) = delete;
 
-    /// Applies "hud.volumeClick"; "system" starts following the desktop's switch.
+    /// Applies "hud.volumeClick".
     void setMode(Mode mode);
     Mode mode() const { return mode_; }
 
     /// A volume step was made: plays the click if it is wanted.
     void stepped();
 
-    /// Whether the desktop asks for the click now, as far as is known.
-    bool desktopWants() const;
+    /// Whether the desktop asks for the click now.
+    bool desktopWants();
 
     /// "system", "on", "off"; anything else is nothing.
     static std::optional<Mode> modeNamed(std::string_view name);
@@ -52,7 +52,7 @@ class VolumeClick {
     std::filesystem::path configFolder_;
     Play play_;
     Mode mode_ = Mode::system;
-    /// GTK's event sounds, followed once "system" is in use outside Plasma.
+    /// GTK's event sounds, followed from the first step that asks outside Plasma.
     std::unique_ptr<GSettingsKey> eventSounds_;
     bool eventSoundsOn_ = false;
 };
