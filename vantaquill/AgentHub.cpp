@@ -1,5 +1,6 @@
 #include "vantaquill/AgentHub.hpp"
 
+#include "BrindKit/agents/AgentInteraction.hpp"
 #include "BrindKit/agents/AgentKind.hpp"
 #include "BrindKit/agents/AgentRuleBook.hpp"
 #include "BrindKit/agents/AgentSession.hpp"
@@ -53,6 +54,20 @@ std::expected<void, std::string> AgentHub::addRule(const brind::AgentAllowRule& 
     display.line("agent rule added " + HeadlessDisplay::field("rule", rule.display()));
     changed();
     return saveRules(book);
+}
+
+AgentHub::AlwaysAllowed AgentHub::alwaysAllow(const std::string& id, brind::AgentAllowRule rule) {
+    rule.createdAt = scheduler.now();
+    AlwaysAllowed outcome{.saved = addRule(rule)};
+    for (const auto& request : broker_.openRequests()) {
+        // Questions are the user's to answer, whatever the rules say.
+        const bool interactive =
+            request.event.toolName && brind::AgentInteraction::isInteractiveTool(*request.event.toolName);
+        if (request.id != id && !interactive && rule.matches(request.event))
+            broker_.answer(request.id, brind::AgentDecision::allow(), scheduler.now());
+    }
+    outcome.resumed = broker_.answer(id, brind::AgentDecision::allow(), scheduler.now());
+    return outcome;
 }
 
 std::expected<void, std::string> AgentHub::removeRule(std::string_view id) {

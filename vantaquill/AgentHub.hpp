@@ -46,6 +46,14 @@ public:
     /// cannot be written (the error says so); a rule book that could not be read at start is never
     /// overwritten, so a hand-edited file with a typo loses nothing.
     std::expected<void, std::string> addRule(const brind::AgentAllowRule& rule);
+    /// The user's "Always allow" on request `id`: adds `rule` (dated now), allows the request, and
+    /// allows every other waiting request the rule covers, as it will cover later ones. `resumed` is
+    /// false when `id` was no longer waiting; `saved` carries the rule book's write error, if any.
+    struct AlwaysAllowed {
+        bool resumed = false;
+        std::expected<void, std::string> saved;
+    };
+    AlwaysAllowed alwaysAllow(const std::string& id, brind::AgentAllowRule rule);
     /// Removes the standing rule with this id and writes the rule book (same terms as `addRule`).
     std::expected<void, std::string> removeRule(std::string_view id);
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "BrindKit/agents/AgentApprovalBroker.hpp"
+#include "vantaquill/AgentHub.hpp"
 #include "vantaquill/HeadlessDisplay.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
@@ -15,19 +15,21 @@ namespace vq {
 ///     press ACTIVITY ACTION     press a button of an activity (its tap action, too)
 ///     dismiss ACTIVITY          dismiss an activity
 ///     answer REQUEST DECISION   answer an agent's request: allow, deny or ask
+///     always REQUEST            allow it and every later one like it (the rule "Always allow" adds)
 ///
 /// Each command is acknowledged, or refused with a reason, on the display.
 class HeadlessConsole {
 public:
-    HeadlessConsole(LiveActivityCenter& center, brind::AgentApprovalBroker& broker, Scheduler& scheduler,
-                    HeadlessDisplay& display)
-        : center(center), broker(broker), scheduler(scheduler), display(display) {}
+    HeadlessConsole(LiveActivityCenter& center, AgentHub& agents, Scheduler& scheduler, HeadlessDisplay& display)
+        : center(center), agents(agents), scheduler(scheduler), display(display) {}
 
     void handle(std::string_view line);
 
 private:
     LiveActivityCenter& center;
-    brind::AgentApprovalBroker& broker;
+    void alwaysAllow(const std::string& id);
+
+    AgentHub& agents;
     Scheduler& scheduler;
     HeadlessDisplay& display;
 };

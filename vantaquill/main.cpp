@@ -898,7 +898,7 @@ int main(int argc, char** argv) {
     if (!options->url.isEmpty())
         openURL(options->url);
 
-    vq::HeadlessConsole console(center, agents.broker(), scheduler, display);
+    vq::HeadlessConsole console(center, agents, scheduler, display);
     vq::StandardInputReader input([&console](const std::string& line) { console.handle(line); });
     const int code = QCoreApplication::exec();
     // Held hook calls hear "ask" (the agent asks in its terminal) rather than a dropped connection.

@@ -1,5 +1,5 @@
 // `make soak`: the island under slow and flooding clients, and killed while it writes. Prints its figures and exits non-zero
-// when a limit does not hold. `sdkSoak slowloris`, `sdkSoak flood` or `sdkSoak crash` runs one scenario.
+// when a limit does not hold. `sdkSoak slowloris`, `flood`, `crash` or `rules` runs one scenario.
 
 #include "bench/soak/SoakSupport.hpp"
 
@@ -22,5 +22,7 @@ int main(int argc, char** argv) {
         holds &= vq::soak::floodSoak();
     if (only.empty() || only == "crash")
         holds &= vq::soak::crashSoak();
+    if (only.empty() || only == "rules")
+        holds &= vq::soak::ruleBookSoak();
     return holds ? 0 : 1;
 }

@@ -32,4 +32,7 @@ bool floodSoak();
 /// The island killed at random moments while it writes its files; whether every file held.
 bool crashSoak();
 
+/// The island killed at random moments while it writes the agents' rule book; whether it held.
+bool ruleBookSoak();
+
 } // namespace vq::soak

@@ -1,6 +1,5 @@
 #include "vantaquill/panel/agents/AgentsSection.hpp"
 
-#include "BrindKit/agents/AgentInteraction.hpp"
 #include "BrindKit/agents/AgentSession.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/agents/AgentRequestCard.hpp"
@@ -217,19 +216,15 @@ void AgentsSection::answer(const std::string& id, brind::AgentDecision decision)
 }
 
 void AgentsSection::alwaysAllow(const std::string& id, const brind::AgentAllowRule& suggested) {
-    brind::AgentAllowRule rule = suggested;
-    rule.createdAt = scheduler.now();
-    const auto added = hub.addRule(rule);
-    // Requests already waiting that the new rule covers are allowed with it, as later ones will be.
-    for (const auto& request : hub.broker().openRequests()) {
-        const bool interactive =
-            request.event.toolName && brind::AgentInteraction::isInteractiveTool(*request.event.toolName);
-        if (request.id != id && !interactive && rule.matches(request.event))
-            hub.broker().answer(request.id, brind::AgentDecision::allow(), scheduler.now());
-    }
-    answer(id, brind::AgentDecision::allow());
-    if (!added)
-        showProblem(fromStd(added.error()));
+    problem->hide();
+    const auto outcome = hub.alwaysAllow(id, suggested);
+    if (!outcome.resumed)
+        showProblem(QStringLiteral("That request was already answered or ran out of time."));
+    refresh();
+    if (!waiting)
+        requestClose();
+    if (!outcome.saved)
+        showProblem(fromStd(outcome.saved.error()));
 }
 
 void AgentsSection::removeRule(const std::string& id) {
