@@ -16,7 +16,6 @@
 #include <mutex>
 #include <random>
 #include <set>
-#include <sstream>
 #include <thread>
 
 namespace vq::soak {
@@ -26,20 +25,7 @@ using namespace std::chrono_literals;
 
 namespace {
 
-// SOAK_KILLS=<n> runs fewer rounds.
-const std::size_t killCount =
-    std::getenv("SOAK_KILLS") ? std::strtoul(std::getenv("SOAK_KILLS"), nullptr, 10) : 200;
 constexpr std::size_t clientCount = 4;
-
-std::optional<brind::JSON> readJSON(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    if (!file)
-        return std::nullopt;
-    std::stringstream text;
-    text << file.rdbuf();
-    auto parsed = brind::JSONText::parse(text.str());
-    return parsed ? std::optional(*parsed) : std::nullopt;
-}
 
 std::string shelfRequest(std::uint16_t port, const std::string& token, const std::string& path) {
     const std::string body = R"({"paths":[")" + path + R"("]})";
@@ -94,6 +80,7 @@ std::size_t clipCount(const brind::JSON& index) {
 } // namespace
 
 bool crashSoak() {
+    const std::size_t killCount = killRounds();
     std::printf("\n== kill -9 while writing: %zu rounds ==\n", killCount);
     if (!desktop::VirtualDisplay::available() || std::system("command -v xclip >/dev/null") != 0) {
         std::printf("skipped: Xvfb, ImageMagick or xclip is missing (scripts/setup installs them)\n");

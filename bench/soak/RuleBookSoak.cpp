@@ -12,9 +12,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include <thread>
 
 namespace vq::soak {
@@ -24,27 +22,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-const std::size_t killCount =
-    std::getenv("SOAK_KILLS") ? std::strtoul(std::getenv("SOAK_KILLS"), nullptr, 10) : 200;
-
-std::string readFile(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 /// A permission request for writing a file in a project of its own, so that its rule is new.
-std::string permissionRequest(const std::string& payload, const std::string& project) {
-    auto request = brind::JSONText::parse(payload);
-    (*request)["cwd"] = project;
-    (*request)["tool_input"]["file_path"] = project + "/notes.md";
-    return request->dump();
+std::string permissionRequest(brind::JSON request, const std::string& project) {
+    request["cwd"] = project;
+    request["tool_input"]["file_path"] = project + "/notes.md";
+    return request.dump();
 }
 
 /// Asks and answers until `stop`: the hook waits in its own thread while the console answers it.
 void answerAlways(IslandProcess& island, const std::map<std::string, std::string>& environment,
-                  const std::string& payload, std::size_t round, const std::atomic<bool>& stop) {
+                  const brind::JSON& payload, std::size_t round, const std::atomic<bool>& stop) {
     for (std::size_t n = 0; !stop; ++n) {
         const std::string request = permissionRequest(payload, "/soak/round-" + std::to_string(round) + "/project-" +
                                                                    std::to_string(n));
@@ -60,11 +48,14 @@ void answerAlways(IslandProcess& island, const std::map<std::string, std::string
 } // namespace
 
 bool ruleBookSoak() {
+    const std::size_t killCount = killRounds();
     std::printf("\n== kill -9 while the rule book is written: %zu rounds ==\n", killCount);
     TemporaryHome home;
     const auto data = dataFolder(home);
     const auto rulesFile = data / "agent-rules.json";
-    const std::string payload = readFile(std::filesystem::path(BRIND_TEST_DATA) / "agents/payloads/claude-permission-request.json");
+    const auto payload = readJSON(std::filesystem::path(BRIND_TEST_DATA) / "agents/payloads/claude-permission-request.json");
+    if (!payload)
+        return check(false, "the permission request to send is readable");
     std::mt19937 random(20261125);
     // From before the first answer to a few dozen answers in.
     std::uniform_int_distribution<int> killAfterMs(20, 600);
@@ -78,7 +69,7 @@ bool ruleBookSoak() {
         auto environment = home.environment();
         environment["VANTAQUILL_PORT"] = std::to_string(island.port());
         std::atomic<bool> stop = false;
-        std::thread agent([&] { answerAlways(island, environment, payload, round, stop); });
+        std::thread agent([&] { answerAlways(island, environment, *payload, round, stop); });
         std::this_thread::sleep_for(std::chrono::milliseconds(killAfterMs(random)));
         ::kill(island.processID(), SIGKILL);
         stop = true;
@@ -87,7 +78,7 @@ bool ruleBookSoak() {
 
         if (!std::filesystem::exists(rulesFile))
             continue;
-        const auto book = brind::JSONText::parse(readFile(rulesFile));
+        const auto book = readJSON(rulesFile);
         if (!book || !book->is_object() || !(*book)["rules"].is_array()) {
             ++unreadable;
             continue;

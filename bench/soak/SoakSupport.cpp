@@ -5,7 +5,9 @@
 #include "BrindKit/sdk/SDKClient.hpp"
 
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <sstream>
 
 namespace vq::soak {
 
@@ -24,6 +26,21 @@ void registerClients(const std::filesystem::path& dataFolder, std::size_t count)
     std::filesystem::create_directories(dataFolder);
     std::filesystem::permissions(dataFolder, std::filesystem::perms::owner_all);
     std::ofstream(dataFolder / "sdk-clients.json") << brind::JSONText::pretty(brind::SDKClient::listToJSON(clients));
+}
+
+std::size_t killRounds() {
+    const char* rounds = std::getenv("SOAK_KILLS");
+    return rounds ? std::strtoul(rounds, nullptr, 10) : 200;
+}
+
+std::optional<brind::JSON> readJSON(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    if (!file)
+        return std::nullopt;
+    std::stringstream text;
+    text << file.rdbuf();
+    auto parsed = brind::JSONText::parse(text.str());
+    return parsed ? std::optional(*parsed) : std::nullopt;
 }
 
 bool check(bool holds, const std::string& what) {

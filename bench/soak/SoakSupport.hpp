@@ -1,9 +1,11 @@
 #pragma once
 
+#include "BrindKit/foundation/JSON.hpp"
 #include "tests/e2e/E2EProcess.hpp"
 
 #include <cstddef>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace vq::soak {
@@ -14,6 +16,12 @@ std::string clientToken(std::size_t index);
 /// Writes `count` registered clients with every scope into the data folder, before the island starts,
 /// so that each has its own rate limit.
 void registerClients(const std::filesystem::path& dataFolder, std::size_t count);
+
+/// How many times the kill soaks kill the island: 200, or SOAK_KILLS=<n>.
+std::size_t killRounds();
+
+/// The JSON in a file, or nothing when it is missing or does not parse.
+std::optional<brind::JSON> readJSON(const std::filesystem::path& path);
 
 /// Prints "ok" or "FAIL" before `what`; whether it holds.
 bool check(bool holds, const std::string& what);
