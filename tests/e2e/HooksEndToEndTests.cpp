@@ -95,8 +95,9 @@ TEST(HooksWithoutIsland, EveryWayOfWritingTheCommandLineIsReadAsBefore) {
         const auto result = run(builtProgram("vantaquill"), c.arguments, environment, payload);
         const std::string line = testing::PrintToString(c.arguments);
         EXPECT_EQ(result.exitCode, c.exitCode) << line << result.err;
-        if (c.exitCode == 0 && *c.out)
+        if (c.exitCode == 0 && *c.out) {
             EXPECT_EQ(result.out, c.out) << line;
+        }
         EXPECT_NE(result.err.find(c.err), std::string::npos) << line << result.err;
     }
 }
