@@ -35,12 +35,8 @@ Snapshot snapshot(const fs::path& home) {
     return result;
 }
 
-CommandResult vantaquill(const TemporaryHome& home, const std::vector<std::string>& arguments,
-                         const std::map<std::string, std::string>& extra = {}, const std::string& input = {}) {
-    auto environment = home.environment();
-    for (const auto& [name, value] : extra)
-        environment[name] = value;
-    return run(builtProgram("vantaquill"), arguments, environment, input);
+CommandResult vantaquill(const TemporaryHome& home, const std::vector<std::string>& arguments) {
+    return run(builtProgram("vantaquill"), arguments, home.environment());
 }
 
 // The hook command written for an event, as the agent would run it.
