@@ -79,14 +79,16 @@ TEST(ClipArchive, SaveThenLoadGivesTheSameHistory) {
     tricky.pinned = true;
     ClipItem broken = textItem("not a number", 1);
     broken.created = Date{std::nan("")};
+    ClipItem controls = textItem(std::string(20000, 'x') + "\x01\x1F\"", 2);
+    controls.useCount = INT64_MIN;
     const ClipHistory history(
-        {tricky, textItem("plain \u00E9 \"quoted\"\n", 1700000000.5), textItem("", 2), broken});
+        {tricky, textItem("plain \u00E9 \"quoted\"\n", 1700000000.5), textItem("", 2), controls, broken});
     ASSERT_TRUE(archive.save(history));
 
     const auto index = JSONText::parse(AtomicFile::read(archive.folder / "index.json").value());
     ASSERT_TRUE(index) << index.error();
-    ASSERT_EQ((*index)["items"].size(), 4u);
-    for (std::size_t position = 0; position < 3; ++position)
+    ASSERT_EQ((*index)["items"].size(), 5u);
+    for (std::size_t position = 0; position < 4; ++position)
         EXPECT_EQ((*index)["items"][position],
                   JSONText::parse(JSONText::compact(history.items()[position].toJSON())).value())
             << position;

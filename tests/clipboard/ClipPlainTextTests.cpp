@@ -1,7 +1,6 @@
 #include "BrindKit/clipboard/ClipPlainText.hpp"
 
 #include "BrindKit/foundation/AtomicFile.hpp"
-#include "BrindKit/foundation/Text.hpp"
 
 #include <gtest/gtest.h>
 
@@ -68,41 +67,14 @@ TEST(ClipPlainText, StripRTFHandlesEscapesAndControlWords) {
         {"  {\\rtf1   padded  \\par  }  ", "padded"},
         {"", ""},
         {"plain text without groups", "plain text without groups"},
+        // Hostile escapes; that any bytes give valid UTF-8 without reading past the end is StripRTFFuzzer's
+        // to hold. It found that "\bin" counts bytes, and in text decoded from Mac OS Roman one byte of a
+        // two-byte character was skipped, leaving half a character in the output.
+        {"{\\rtf1\\uc0 \\u55357 alone}", "\uFFFDalone"},
+        {"\xFF{\\rtf1 \\bin1 \xE9x}", "\u02C7x"},
+        {"{\\rtf1 \\\xC3\xA9 x}", "x"},
+        {"{\\rtf1 \\'zz ok}", "zz ok"},
     };
     for (const auto& test : cases)
         EXPECT_EQ(ClipPlainText::stripRTF(test.rtf), test.expected) << test.rtf;
-}
-
-// Truncated and hostile input must give text (possibly empty), valid UTF-8, and never read past
-// the end.
-TEST(ClipPlainText, StripRTFSurvivesMalformedInput) {
-    const std::string cases[] = {
-        "{\\rtf1 \\",
-        "{\\rtf1 \\'",
-        "{\\rtf1 \\'4",
-        "{\\rtf1 \\'zz ok}",
-        "{\\rtf1 \\u",
-        "{\\rtf1 \\u-",
-        "{\\rtf1 \\u99999999999999999999999 x}",
-        "{\\rtf1\\uc0 \\u55357 alone}",
-        "{\\rtf1 \\u56835 low}",
-        "{\\rtf1 \\bin999999 x}",
-        "\xFF{\\rtf1 \\bin1 \xE9x}",
-        "{{{{{{{{",
-        "}}}}text",
-        "{\\fonttbl never closed",
-        std::string("{\\rtf1 a\0b}", 11),
-        "{\\rtf1 \\\xC3\xA9 x}",
-    };
-    for (const auto& rtf : cases) {
-        const std::string text = ClipPlainText::stripRTF(rtf);
-        EXPECT_TRUE(Text::isValidUTF8(text)) << rtf;
-        EXPECT_EQ(text.find('{'), std::string::npos) << rtf;
-    }
-    EXPECT_EQ(ClipPlainText::stripRTF("{\\rtf1\\uc0 \\u55357 alone}"), "\uFFFDalone");
-    // Found by fuzzing: "\bin" counts bytes, and in text decoded from Mac OS Roman one byte of a
-    // two-byte character was skipped, leaving half a character in the output.
-    EXPECT_EQ(ClipPlainText::stripRTF("\xFF{\\rtf1 \\bin1 \xE9x}"), "\u02C7x");
-    EXPECT_EQ(ClipPlainText::stripRTF("{\\rtf1 \\\xC3\xA9 x}"), "x");
-    EXPECT_EQ(ClipPlainText::stripRTF("{\\rtf1 \\'zz ok}"), "zz ok");
 }

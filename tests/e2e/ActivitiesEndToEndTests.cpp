@@ -1,6 +1,7 @@
 #include "tests/e2e/E2EFixture.hpp"
 
 #include <algorithm>
+#include <sstream>
 #include <string>
 
 #include <poll.h>
@@ -13,31 +14,27 @@ namespace {
 
 class Activities : public IslandTest {};
 
-// The test's home has no session bus, no sound server, no backlight, no keyboard light, no battery,
-// no NetworkManager, no download folder, no BlueZ, no desktop do-not-disturb and no PipeWire, which the desktop's providers say once each;
-// every other line on standard
-// error is a complaint.
+// The test's home has none of the desktop's services, which the providers say once each; every other
+// line on standard error is a complaint.
 std::string complaints(const std::string& errors) {
+    const char* const expected[] = {"no session bus",
+                                    "no sound server",
+                                    "no backlight",
+                                    "no keyboard light",
+                                    "no battery peeks",
+                                    "network peeks follow the kernel",
+                                    "no download folder",
+                                    "no system bus",
+                                    "no BlueZ",
+                                    "do not disturb is not followed",
+                                    "hide while the screen is shared",
+                                    "the lock screen is followed only"};
     std::string rest;
-    std::size_t start = 0;
-    while (start < errors.size()) {
-        const std::size_t end = std::min(errors.find('\n', start), errors.size());
-        const std::string line = errors.substr(start, end - start);
-        const bool expected = line.find("no session bus") != std::string::npos ||
-                              line.find("no sound server") != std::string::npos ||
-                              line.find("no backlight") != std::string::npos ||
-                              line.find("no keyboard light") != std::string::npos ||
-                              line.find("no battery peeks") != std::string::npos ||
-                              line.find("network peeks follow the kernel") != std::string::npos ||
-                              line.find("no download folder") != std::string::npos ||
-                              line.find("no system bus") != std::string::npos ||
-                              line.find("no BlueZ") != std::string::npos ||
-                              line.find("do not disturb is not followed") != std::string::npos ||
-                              line.find("hide while the screen is shared") != std::string::npos ||
-                              line.find("the lock screen is followed only") != std::string::npos;
-        if (!expected)
+    std::istringstream lines(errors);
+    for (std::string line; std::getline(lines, line);) {
+        if (std::ranges::none_of(expected,
+                                 [&](const char* text) { return line.find(text) != std::string::npos; }))
             rest += line + "\n";
-        start = end + 1;
     }
     return rest;
 }
@@ -62,12 +59,6 @@ TEST_F(Activities, NotifyUpdateAndEndShowInTheHeadlessIsland) {
     ASSERT_EQ(command({"end", "build"}).exitCode, 0);
     EXPECT_TRUE(island->waitForLine("activity ended id=sdk.cli.build"));
     EXPECT_TRUE(island->waitForLine("island state=closed"));
-}
-
-TEST_F(Activities, ExpireOnTheirOwn) {
-    ASSERT_EQ(command({"notify", "--id", "tea", "--title", "Tea", "--expires-in", "0.5"}).exitCode, 0);
-    ASSERT_TRUE(island->waitForLine("activity shown id=sdk.cli.tea"));
-    EXPECT_TRUE(island->waitForLine("activity ended id=sdk.cli.tea", std::chrono::seconds(5)));
 }
 
 TEST_F(Activities, AnExpiryMonthsAwayWaitsQuietlyWhileNearerOnesStillExpire) {

@@ -22,13 +22,6 @@ namespace {
 
 constexpr std::string_view listeningPrefix = "Listening on 127.0.0.1:";
 
-std::vector<std::string> environmentStrings(const std::map<std::string, std::string>& environment) {
-    std::vector<std::string> strings;
-    for (const auto& [name, value] : environment)
-        strings.push_back(name + "=" + value);
-    return strings;
-}
-
 std::vector<char*> pointers(std::vector<std::string>& strings) {
     std::vector<char*> result;
     for (auto& text : strings)
@@ -37,27 +30,39 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return result;
 }
 
-// Starts `program` with pipes on its standard streams; returns the pid.
-int spawn(const std::string& program, const std::vector<std::string>& arguments,
-          const std::map<std::string, std::string>& environment, int input[2], int output[2], int error[2]) {
+// A started program: its pid (or -1) and the parent's ends of pipes on its standard streams.
+struct Child {
+    int pid = -1;
+    int input = -1;
+    int output = -1;
+    int error = -1;
+};
+
+Child spawn(const std::string& program, const std::vector<std::string>& arguments,
+            const std::map<std::string, std::string>& environment) {
+    int in[2], out[2], err[2];
+    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
+        return {};
     std::vector<std::string> argv = {program};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
+    std::vector<std::string> variables;
+    for (const auto& [name, value] : environment)
+        variables.push_back(name + "=" + value);
     auto argvPointers = pointers(argv);
-    auto envStrings = environmentStrings(environment);
-    auto envPointers = pointers(envStrings);
+    auto envPointers = pointers(variables);
     const int pid = ::fork();
     if (pid == 0) {
-        ::dup2(input[0], STDIN_FILENO);
-        ::dup2(output[1], STDOUT_FILENO);
-        ::dup2(error[1], STDERR_FILENO);
-        for (int* pipe : {input, output, error}) {
-            ::close(pipe[0]);
-            ::close(pipe[1]);
-        }
+        // The pipes' own descriptors close on exec; the copies on 0, 1 and 2 stay.
+        ::dup2(in[0], STDIN_FILENO);
+        ::dup2(out[1], STDOUT_FILENO);
+        ::dup2(err[1], STDERR_FILENO);
         ::execve(program.c_str(), argvPointers.data(), envPointers.data());
         ::_exit(127);
     }
-    return pid;
+    ::close(in[0]);
+    ::close(out[1]);
+    ::close(err[1]);
+    return {pid, in[1], out[0], err[0]};
 }
 
 std::string drain(int descriptor) {
@@ -114,13 +119,9 @@ std::string builtProgram(const std::string& name) {
 
 CommandResult run(const std::string& program, const std::vector<std::string>& arguments,
                   const std::map<std::string, std::string>& environment, const std::string& input) {
-    int in[2], out[2], err[2];
-    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
+    const Child child = spawn(program, arguments, environment);
+    if (child.pid < 0)
         return {};
-    const int pid = spawn(program, arguments, environment, in, out, err);
-    ::close(in[0]);
-    ::close(out[1]);
-    ::close(err[1]);
     std::thread writer([&] {
         // A program that exits without reading its input (a usage error, --help) closes the pipe:
         // the write fails with EPIPE instead of the signal ending the test.
@@ -130,22 +131,22 @@ CommandResult run(const std::string& program, const std::vector<std::string>& ar
         pthread_sigmask(SIG_BLOCK, &pipeSignal, nullptr);
         std::size_t written = 0;
         while (written < input.size()) {
-            const ssize_t count = ::write(in[1], input.data() + written, input.size() - written);
+            const ssize_t count = ::write(child.input, input.data() + written, input.size() - written);
             if (count <= 0)
                 break;
             written += static_cast<std::size_t>(count);
         }
-        ::close(in[1]);
+        ::close(child.input);
     });
     CommandResult result;
-    std::thread errorReader([&] { result.err = drain(err[0]); });
-    result.out = drain(out[0]);
+    std::thread errorReader([&] { result.err = drain(child.error); });
+    result.out = drain(child.output);
     errorReader.join();
     writer.join();
-    ::close(out[0]);
-    ::close(err[0]);
+    ::close(child.output);
+    ::close(child.error);
     int status = 0;
-    ::waitpid(pid, &status, 0);
+    ::waitpid(child.pid, &status, 0);
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return result;
 }
@@ -161,17 +162,14 @@ IslandProcess::IslandProcess(const TemporaryHome& home, const std::vector<std::s
 
 IslandProcess::IslandProcess(const std::vector<std::string>& arguments,
                              const std::map<std::string, std::string>& environment) {
-    int in[2], out[2], err[2];
-    if (::pipe2(in, O_CLOEXEC) != 0 || ::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0)
+    const Child child = spawn(builtProgram("vantaquill-island"), arguments, environment);
+    if (child.pid < 0)
         return;
-    pid = spawn(builtProgram("vantaquill-island"), arguments, environment, in, out, err);
-    ::close(in[0]);
-    ::close(out[1]);
-    ::close(err[1]);
-    inputDescriptor = in[1];
+    pid = child.pid;
+    inputDescriptor = child.input;
     // The application's diagnostics are kept for the test and go to its own stderr, where ctest
     // shows them on failure.
-    errorReader = std::thread([this, descriptor = err[0]] {
+    errorReader = std::thread([this, descriptor = child.error] {
         const std::string text = drain(descriptor);
         ::close(descriptor);
         if (!text.empty())
@@ -179,7 +177,7 @@ IslandProcess::IslandProcess(const std::vector<std::string>& arguments,
         std::lock_guard guard(lock);
         errorText = text;
     });
-    outputDescriptor = out[0];
+    outputDescriptor = child.output;
     reader = std::thread([this] { readOutput(); });
     if (const auto line = waitForLine(std::string(listeningPrefix))) {
         const auto at = line->find(listeningPrefix);
@@ -230,13 +228,10 @@ std::optional<std::string> IslandProcess::waitForLine(const std::string& text, s
             if (seen[consumed].find(text) != std::string::npos)
                 return seen[consumed++];
         }
-        if (finished || changed.wait_until(guard, deadline) == std::cv_status::timeout) {
-            for (; consumed < seen.size(); ++consumed) {
-                if (seen[consumed].find(text) != std::string::npos)
-                    return seen[consumed++];
-            }
+        // Lines that came with the time-out are still looked at once.
+        if (finished ||
+            (changed.wait_until(guard, deadline) == std::cv_status::timeout && consumed == seen.size()))
             return std::nullopt;
-        }
     }
 }
 

@@ -8,41 +8,13 @@ class Guard : public IslandTest {};
 
 } // namespace
 
-TEST_F(Guard, StatusNeedsNoTokenAndUnknownPathsAre404) {
+TEST_F(Guard, StatusNeedsNoTokenAndReportsTheSurface) {
     const auto status = command({"status"});
     EXPECT_EQ(status.exitCode, 0);
     EXPECT_EQ(status.out, "vantaquill 1.0 listening on 127.0.0.1:" + std::to_string(island->port()) + "\n");
     // The status reports how the island is shown, and keeps doing so after the preferences are applied.
-    EXPECT_NE(bodyOf(request("GET", "/v1/status")).find(R"("surface":{"kind":"headless")"), std::string::npos);
-    const auto unknown = request("GET", "/v2/status");
-    EXPECT_EQ(statusOf(unknown), 404);
-    EXPECT_EQ(bodyOf(unknown), R"({"error":"not_found","message":"Unknown path."})");
-}
-
-TEST_F(Guard, RefusesWhatLooksLikeABrowser) {
-    struct Case {
-        std::string method;
-        std::string headers;
-        std::string body;
-        int status;
-        std::string reply;
-    };
-    const std::string port = std::to_string(island->port());
-    const Case cases[] = {
-        {"GET", "Origin: null\r\n", "", 403, R"({"error":"forbidden","message":"Browser requests are not accepted."})"},
-        {"GET", "Sec-Fetch-Mode: cors\r\n", "", 403, R"({"error":"forbidden","message":"Browser requests are not accepted."})"},
-        {"OPTIONS", "", "", 405, R"({"error":"method_not_allowed","message":"No CORS here."})"},
-        {"POST", "Content-Type: text/plain\r\n", "x=1", 415,
-         R"({"error":"unsupported_media_type","message":"Send Content-Type: application/json."})"},
-    };
-    for (const auto& c : cases) {
-        const auto reply = request(c.method, "/v1/status", c.headers, c.body);
-        EXPECT_EQ(statusOf(reply), c.status) << c.headers;
-        EXPECT_EQ(bodyOf(reply), c.reply) << c.headers;
-    }
-    const auto badHost = rawExchange(island->port(), "GET /v1/status HTTP/1.1\r\nHost: evil.example:" + port + "\r\n\r\n");
-    EXPECT_EQ(statusOf(badHost), 403);
-    EXPECT_EQ(bodyOf(badHost), R"({"error":"forbidden","message":"Bad Host header."})");
+    EXPECT_NE(bodyOf(request("GET", "/v1/status")).find(R"("surface":{"kind":"headless")"),
+              std::string::npos);
 }
 
 TEST_F(Guard, TokensAndScopesAreChecked) {
@@ -78,9 +50,6 @@ TEST_F(Guard, ActivityBodiesAreChecked) {
         EXPECT_EQ(statusOf(answer), 400) << body;
         EXPECT_EQ(bodyOf(answer), reply) << body;
     }
-    const auto deleteWithoutID = authorized("DELETE", "/v1/activities");
-    EXPECT_EQ(statusOf(deleteWithoutID), 404);
-    EXPECT_EQ(bodyOf(deleteWithoutID), R"({"error":"not_found","message":"DELETE /v1/activities/<id>"})");
 }
 
 TEST_F(Guard, RateLimitAnswers429WithRetryAfter) {
@@ -96,10 +65,6 @@ TEST_F(Guard, RateLimitAnswers429WithRetryAfter) {
     ASSERT_EQ(limited, 1) << "no request was limited";
     EXPECT_NE(lastRefusal.find("Retry-After: 1\r\n"), std::string::npos) << lastRefusal;
     EXPECT_EQ(bodyOf(lastRefusal), R"({"error":"rate_limited","message":"Slow down."})");
-}
-
-TEST_F(Guard, StopsCleanlyOnSIGTERM) {
-    EXPECT_EQ(island->stop(), 0);
 }
 
 TEST(StartFailure, PortInUseIsReportedAndExitsNonZero) {

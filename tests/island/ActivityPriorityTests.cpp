@@ -17,10 +17,3 @@ TEST(ActivityPriority, ReadsNamesAndAliasesInAnyCase) {
     for (const char* text : {"", "medium", " high", "3"})
         EXPECT_FALSE(activityPriorityNamed(text)) << text;
 }
-
-TEST(ActivityPriority, AcceptsOnlyTheFourRawValues) {
-    for (const ActivityPriority priority : allActivityPriorities)
-        EXPECT_EQ(activityPriorityWithRawValue(rawValue(priority)), priority);
-    EXPECT_FALSE(activityPriorityWithRawValue(-1));
-    EXPECT_FALSE(activityPriorityWithRawValue(4));
-}

@@ -47,17 +47,6 @@ TEST(LiveActivity, MemberwiseInitialiserClampsProgress) {
     EXPECT_EQ(make(std::nan("")).progress, 0.0);
 }
 
-TEST(LiveActivity, SameContentIgnoresOnlyPostedAt) {
-    LiveActivity first = bare("a");
-    first.title = "Tea";
-    LiveActivity second = first;
-    second.postedAt = now + 5;
-    EXPECT_NE(first, second);
-    EXPECT_TRUE(first.sameContent(second));
-    second.subtitle = "";
-    EXPECT_FALSE(first.sameContent(second));
-}
-
 TEST(LiveActivity, DecodesATypicalClientActivity) {
     const auto text = AtomicFile::read(BRIND_TEST_DATA "/island/activity.json");
     ASSERT_TRUE(text);
@@ -76,9 +65,10 @@ TEST(LiveActivity, DecodesATypicalClientActivity) {
 TEST(LiveActivity, ReadsPriorityLeniently) {
     EXPECT_EQ(decodedWith("priority", "0").priority, ActivityPriority::ambient);
     EXPECT_EQ(decodedWith("priority", "2.0").priority, ActivityPriority::important);
+    EXPECT_EQ(decodedWith("priority", "3").priority, ActivityPriority::critical);
     EXPECT_EQ(decodedWith("priority", R"("Urgent")").priority, ActivityPriority::critical);
-    // Out of range either way, fractional, too large for an integer, unknown or of another type.
-    for (const char* value : {"7", "-1", "2.5", "1e30", "18446744073709551615", R"("meh")", "true", "[3]"})
+    // Raw values past either end, fractional, too large for an integer, unknown or of another type.
+    for (const char* value : {"4", "-1", "2.5", "1e30", "18446744073709551615", R"("meh")", "true", "[3]"})
         EXPECT_EQ(decodedWith("priority", value).priority, ActivityPriority::normal) << value;
 }
 

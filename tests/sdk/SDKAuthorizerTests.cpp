@@ -151,20 +151,3 @@ TEST(SDKAuthorizer, FindsTheOwnerOfAnActivityByTheLongestFittingAppID) {
     for (const char* activity : {"sdk.solo.", "sdk.solo", "sdk.unknown.timer", "media.sdk.solo.x"})
         EXPECT_EQ(auth.owner(activity), std::nullopt) << activity;
 }
-
-TEST(SDKAuthError, AnswersWithItsFixedResponse) {
-    const std::vector<std::tuple<SDKAuthError, int, std::string>> cases = {
-        {SDKAuthError::missingToken(), 401,
-         R"({"error":"unauthorized","message":"Send Authorization: Bearer <token> from POST /v1/register."})"},
-        {SDKAuthError::invalidToken(), 401,
-         R"({"error":"unauthorized","message":"Unknown or revoked token. Register again."})"},
-        {SDKAuthError::scopeNotGranted(SDKScope::agents), 403,
-         R"({"error":"forbidden","message":"This app wasn't granted the 'agents' scope."})"},
-    };
-    for (const auto& [error, status, body] : cases) {
-        SCOPED_TRACE(body);
-        EXPECT_EQ(error.status(), status);
-        EXPECT_EQ(error.response(),
-                  (brind::SDKHTTPResponse{status, {{"Content-Type", "application/json"}}, body}));
-    }
-}
