@@ -58,6 +58,19 @@ TEST_F(Hooks, ConsoleAnswerReachesTheWaitingAgent) {
     EXPECT_NE(result.err.find("denied"), std::string::npos) << result.err;
 }
 
+TEST_F(Hooks, AlwaysAllowOnTheConsoleAnswersTheNextRequestLikeItUnasked) {
+    std::thread answerer([this] { answerNextRequest("always"); });
+    const auto first = hook("cursor", "cursor-before-shell-execution.json");
+    answerer.join();
+    EXPECT_EQ(first.out, R"({"permission":"allow"})") << first.err;
+    // Unanswered, the second call would wait out the time-out and hear "ask".
+    const auto second = hook("cursor", "cursor-before-shell-execution.json");
+    EXPECT_EQ(second.out, R"({"permission":"allow"})") << second.err;
+    std::ifstream rules(dataFolder() / "agent-rules.json");
+    const std::string written{std::istreambuf_iterator<char>(rules), {}};
+    EXPECT_NE(written.find(R"("commandPrefix": "pnpm install")"), std::string::npos) << written;
+}
+
 TEST_F(Hooks, BadHookCallsAreRefused) {
     const auto badAgent = authorized("POST", "/v1/agents/hook?agent=emacs", "{}");
     EXPECT_EQ(statusOf(badAgent), 400);

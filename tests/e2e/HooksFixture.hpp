@@ -14,14 +14,15 @@ protected:
                  R"({"rules":[{"agent":"claude-code","project":"/home/ada/src/lighthouse","tool":"Write","createdAt":0}]})"}};
     }
 
-    // Answers the next approval the island holds from its console; the "approval waiting" line, or
-    // "" when none came.
+    // Answers the next approval the island holds from its console (allow, deny, ask, or always for
+    // "Always allow"); the "approval waiting" line, or "" when none came.
     std::string answerNextRequest(const std::string& decision) {
         const auto waiting = island->waitForLine("approval waiting id=", std::chrono::seconds(5));
         if (!waiting)
             return {};
         const auto at = waiting->find("id=") + 3;
-        island->sendInput("answer " + waiting->substr(at, waiting->find(' ', at) - at) + " " + decision + "\n");
+        const std::string id = waiting->substr(at, waiting->find(' ', at) - at);
+        island->sendInput(decision == "always" ? "always " + id + "\n" : "answer " + id + " " + decision + "\n");
         return *waiting;
     }
 };
