@@ -183,6 +183,10 @@ void PrintTo(const Housing& housing, std::ostream* out) {
     *out << (housing.preference.empty() ? "no housing" : "housing " + housing.preference);
 }
 
+std::string housingName(const ::testing::TestParamInfo<Housing>& info) {
+    return info.param.preference.empty() ? "Floating" : "DeclaredHousing";
+}
+
 const Housing noHousing{};
 const Housing declaredHousing{"200x32", 200, 32};
 
@@ -372,10 +376,7 @@ TEST_P(IslandOnScreen, HidesWhileTheScreenIsShared) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Housings, IslandOnScreen, ::testing::Values(noHousing, declaredHousing),
-                         [](const ::testing::TestParamInfo<Housing>& info) {
-                             return info.param.preference.empty() ? std::string("Floating")
-                                                                  : std::string("DeclaredHousing");
-                         });
+                         housingName);
 
 /// A slow hover delay, so that "not yet open" can be seen before it runs out.
 class IslandHover : public IslandOnScreen {
@@ -409,10 +410,7 @@ TEST_P(IslandHover, HoverOpensAfterTheDelayAndLeavingCloses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Housings, IslandHover, ::testing::Values(noHousing, declaredHousing),
-                         [](const ::testing::TestParamInfo<Housing>& info) {
-                             return info.param.preference.empty() ? std::string("Floating")
-                                                                  : std::string("DeclaredHousing");
-                         });
+                         housingName);
 
 } // namespace
 } // namespace vq::desktop
