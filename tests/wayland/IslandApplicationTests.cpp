@@ -1,8 +1,8 @@
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/wayland/OtherProgramOnSway.hpp"
 #include "tests/wayland/SwaySession.hpp"
-#include "tests/wayland/TestWindow.hpp"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -185,18 +185,15 @@ class IslandOnSway : public ::testing::TestWithParam<std::string> {
         return wtype->waitForFinished(processTimeoutMs) && wtype->exitCode() == 0;
     }
 
-    /// An ordinary window below the island, once sway has shown it.
-    std::unique_ptr<test::TestWindow> openWindow() {
-        auto opened = test::TestWindow::open(sway->waylandDisplay());
-        EXPECT_TRUE(opened) << opened.error();
-        if (!opened)
-            return nullptr;
-        auto& window = **opened;
+    /// Another program's window below the island (`mode` as the program takes it), once sway shows
+    /// it over the output.
+    std::unique_ptr<test::OtherProgramOnSway> openWindow(const QStringList& mode) {
+        auto window = std::make_unique<test::OtherProgramOnSway>(sway->waylandDisplay(), mode);
         EXPECT_TRUE(waitUntil([&] {
-            window.dispatch();
-            return window.shown();
+            auto shot = sway->screenshot();
+            return shot && farFromBackground(shot->pixelColor(100, 500));
         })) << "the window was never shown";
-        return std::move(*opened);
+        return window;
     }
 
     std::unique_ptr<SwaySession> sway;
@@ -292,16 +289,15 @@ TEST_P(IslandOnSway, FollowsTheLayoutClosedForAnActivityOnHoverAndInTheHUDPeek) 
 TEST_P(IslandOnSway, HidesWhileTheActiveWindowIsFullScreenAndComesBackAfter) {
     ASSERT_FALSE(shapeWhen([](QRect shape) { return !shape.isEmpty(); }).isEmpty())
         << "no island on the screen";
-    const auto window = openWindow();
-    ASSERT_TRUE(window);
+    const auto window = openWindow({"--accept"});
     const auto islandShows = [&](bool wanted, bool fullScreen) {
         return waitUntil([&] {
-            window->dispatch();
             auto shot = sway->screenshot();
-            return shot && window->fullScreen() == fullScreen && blackShape(*shot).isEmpty() != wanted;
+            return shot && (window->last("full screen ") == "on") == fullScreen &&
+                   blackShape(*shot).isEmpty() != wanted;
         });
     };
-    const std::string criteria = "[title=\"below the island\"] ";
+    const std::string criteria = "[title=\"drop target\"] ";
     // Tiled, the window leaves the island above it.
     ASSERT_TRUE(islandShows(true, false)) << "no island over the tiled window";
     ASSERT_TRUE(sway->command(criteria + "fullscreen enable"));
@@ -318,13 +314,9 @@ class KeptOverFullScreenOnSway : public IslandOnSway {
 TEST_P(KeptOverFullScreenOnSway, StaysOverAFullScreenWindowWhenTheUserAsks) {
     ASSERT_FALSE(shapeWhen([](QRect shape) { return !shape.isEmpty(); }).isEmpty())
         << "no island on the screen";
-    const auto window = openWindow();
-    ASSERT_TRUE(window);
-    ASSERT_TRUE(sway->command("[title=\"below the island\"] fullscreen enable"));
-    ASSERT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return window->fullScreen();
-    }));
+    const auto window = openWindow({"--accept"});
+    ASSERT_TRUE(sway->command("[title=\"drop target\"] fullscreen enable"));
+    ASSERT_TRUE(waitUntil([&] { return window->last("full screen ") == "on"; }));
     // The compositor tells the island as it tells the window; a hidden island would be gone by the
     // last of these screenshots.
     for (int shot = 0; shot < 5; ++shot) {
@@ -345,43 +337,24 @@ TEST_P(IslandOnSway, AFileDraggedOntoTheIslandJoinsTheShelf) {
     ASSERT_FALSE(closed.isEmpty()) << "no island on the screen";
     const auto file = home.path() / "dropped report.txt";
     std::ofstream{file} << "quarterly figures\n";
-    const auto window = openWindow();
-    ASSERT_TRUE(window);
-
     // A file manager's drag: pressed in its window, carried onto the island, let go there.
-    window->dragOnNextPress(
-        {{"text/uri-list",
-          "file://" + QUrl::toPercentEncoding(QString::fromStdString(file.string()), "/").toStdString() +
-              "\r\n"}});
+    const auto window = openWindow({"--file", QString::fromStdString(file.string())});
     ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
     ASSERT_TRUE(sway->command("seat - cursor press button1"));
-    ASSERT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return window->presses() == 1;
-    }));
+    ASSERT_TRUE(waitUntil([&] { return window->count("pressed") == 1; }));
     for (const int dx : {0, 2})
         ASSERT_TRUE(sway->command("seat - cursor set " + std::to_string(closed.center().x() + dx) + " " +
                                   std::to_string(closed.center().y())));
     // Taking it, the island opens on the shelf under the pointer.
-    const QRect open = shapeWhen(
-        [&](QRect shape) {
-            window->dispatch();
-            return shape.height() > 3 * closed.height();
-        },
-        blackShape);
+    const QRect open =
+        shapeWhen([&](QRect shape) { return shape.height() > 3 * closed.height(); }, blackShape);
     ASSERT_GT(open.height(), 3 * closed.height())
         << "the island did not open for the drag: " << describe(open);
     ASSERT_TRUE(sway->command("seat - cursor release button1"));
-    ASSERT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return linesWith("shelf added") > 0;
-    })) << "nothing joined the shelf: "
-        << island->errors();
+    ASSERT_TRUE(waitUntil([&] { return linesWith("shelf added") > 0; })) << "nothing joined the shelf";
     EXPECT_GT(linesWith("title=\"dropped report.txt\""), 0);
-    EXPECT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return window->dragEnded() == std::optional(true);
-    })) << "the drop was not finished";
+    EXPECT_TRUE(waitUntil([&] { return window->count("drag ended copied") == 1; }))
+        << "the drop was not finished";
 }
 
 // Hovering would open the island under the pointer on its way; a click opens it with the keyboard.
@@ -397,12 +370,8 @@ TEST_P(PasteOnSway, AClipChosenFromTheHistoryIsPastedIntoTheWindowInUse) {
     // A keyboard plugged in for the whole test, as a person's is: each `wtype` below adds one of its
     // own for its keys, and the seat keeps this one when they go.
     const auto keyboard = startBeside("wtype", {"-s", "120000"});
-    const auto window = openWindow();
-    ASSERT_TRUE(window);
-    ASSERT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return window->focused();
-    }));
+    const auto window = openWindow({"--field"});
+    ASSERT_TRUE(waitUntil([&] { return window->last("focus ") == "in"; }));
 
     // Two copies made elsewhere; the later one is what the clipboard holds.
     const auto first = startBeside("wl-copy", {"--foreground", "the first clip"});
@@ -416,17 +385,12 @@ TEST_P(PasteOnSway, AClipChosenFromTheHistoryIsPastedIntoTheWindowInUse) {
     // searched for and chosen with Enter.
     startIsland({"vantaquill://clipboard"});
     ASSERT_FALSE(HasFatalFailure());
-    ASSERT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return !window->focused();
-    })) << "the island did not take the keyboard";
+    ASSERT_TRUE(waitUntil([&] { return window->last("focus ") == "out"; }))
+        << "the island did not take the keyboard";
     ASSERT_TRUE(type({"first"}));
     ASSERT_TRUE(type({"-k", "Return"}));
-    EXPECT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return window->pasted() == "the first clip";
-    })) << "pasted: \""
-        << window->pasted() << "\" " << island->errors();
+    EXPECT_TRUE(waitUntil([&] { return window->last("text ") == "the first clip"; }))
+        << "pasted: \"" << window->last("text ").value_or("") << "\"";
     for (QProcess* helper : {second.get(), keyboard.get()}) {
         helper->kill();
         helper->waitForFinished(processTimeoutMs);
@@ -437,8 +401,7 @@ TEST_P(PasteOnSway, AShelfCardDraggedOutOfTheIslandLandsInAWindow) {
     const auto file = home.path() / "shelved notes.txt";
     std::ofstream{file} << "notes\n";
     ASSERT_TRUE(vantaquill({"shelf", "add", file.string()}));
-    const auto window = openWindow();
-    ASSERT_TRUE(window);
+    const auto window = openWindow({"--accept"});
     startIsland({"vantaquill://open?tab=shelf"});
     ASSERT_FALSE(HasFatalFailure());
     const QRect open = shapeWhen([](QRect shape) { return shape.height() > 150; }, blackShape);
@@ -472,18 +435,13 @@ TEST_P(PasteOnSway, AShelfCardDraggedOutOfTheIslandLandsInAWindow) {
         ASSERT_TRUE(sway->movePointer(10, 5));
     ASSERT_TRUE(pointer("set 600 500"));
     ASSERT_TRUE(sway->movePointer(10, 10));
-    ASSERT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return window->dragOver();
-    })) << "nothing was dragged over the window";
-    window->sync();
+    ASSERT_TRUE(waitUntil([&] { return window->count("drag entered") > 0; }))
+        << "nothing was dragged over the window";
     ASSERT_TRUE(pointer("release button1"));
-    ASSERT_TRUE(waitUntil([&] {
-        window->dispatch();
-        return !window->dropped().empty();
-    })) << "nothing was dropped on the window";
-    const QByteArray uri = QUrl::fromLocalFile(QString::fromStdString(file.string())).toEncoded();
-    EXPECT_EQ(window->dropped(), uri.toStdString() + "\r\n");
+    ASSERT_TRUE(waitUntil([&] { return window->last("dropped ").has_value(); }))
+        << "nothing was dropped on the window";
+    EXPECT_EQ(window->last("dropped "),
+              QUrl::fromLocalFile(QString::fromStdString(file.string())).toString().toStdString());
     // The card went where the user took it: the island, kept open through the drag, closes.
     const QRect after =
         shapeWhen([&](QRect shape) { return shape.height() < open.height() / 2; }, blackShape);

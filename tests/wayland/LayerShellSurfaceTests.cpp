@@ -1,5 +1,5 @@
+#include "tests/wayland/OtherProgramOnSway.hpp"
 #include "tests/wayland/SwaySession.hpp"
-#include "tests/wayland/TestWindow.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 #include "vantaquill/wayland/WaylandDataDevice.hpp"
 
@@ -116,6 +116,17 @@ class LayerShellSurfaceTest : public ::testing::Test {
         return image;
     }
 
+    /// Another program's window (`mode` as it takes it), once sway shows it over the output below
+    /// the island.
+    std::unique_ptr<test::OtherProgramOnSway> openWindow(const QStringList& mode) {
+        auto window = std::make_unique<test::OtherProgramOnSway>(sway->waylandDisplay(), mode);
+        EXPECT_TRUE(waitUntil([&] {
+            auto shot = sway->screenshot();
+            return shot && !near(shot->pixelColor(100, 300), backgroundColour);
+        })) << "the window was never shown";
+        return window;
+    }
+
     bool pointerEventArrives(Type type) {
         return waitUntil([&] {
             return std::ranges::any_of(pointerEvents,
@@ -184,20 +195,11 @@ TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointerAndClicksBesideIt
     show({200, 40});
     // The left half takes the pointer; the right half lets it through to what lies below.
     surface->setInputRegion(QRegion(0, 0, 100, 40));
-    const auto window = test::TestWindow::open(sway->waylandDisplay());
-    ASSERT_TRUE(window) << window.error();
-    const auto windowPresses = [&](int count) {
-        return waitUntil([&] {
-            (*window)->dispatch();
-            return (*window)->presses() == count;
-        });
-    };
     // The window is tiled over the whole output, under the island.
-    ASSERT_TRUE(waitUntil([&] {
-        (*window)->dispatch();
-        return (*window)->shown();
-    }));
-    screenshotShowing({100, 300}, Qt::darkGray);
+    const auto window = openWindow({"--accept"});
+    const auto windowPresses = [&](int count) {
+        return waitUntil([&] { return window->count("pressed") == count; });
+    };
     screenshotShowing({640, 20}, islandColour);
     const auto click = [&](int x, int y) {
         return sway->command("seat - cursor set " + std::to_string(x) + " " + std::to_string(y)) &&
@@ -287,13 +289,6 @@ TEST_F(LayerShellSurfaceTest, GoesToItsScreensOutputWhenThatOutputArrives) {
     expectColours(screenshotShowing({640, 20}, islandColour), {{{1280 + 640, 20}, backgroundColour}});
 }
 
-bool waitForWindow(test::TestWindow& window, const std::function<bool()>& condition) {
-    return waitUntil([&] {
-        window.dispatch();
-        return condition();
-    });
-}
-
 TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped) {
     struct Row {
         const char* name;
@@ -332,11 +327,6 @@ TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram) 
     start();
     show({200, 40});
     screenshotShowing({640, 20}, islandColour);
-    auto opened = test::TestWindow::open(sway->waylandDisplay());
-    ASSERT_TRUE(opened) << opened.error();
-    auto& window = **opened;
-    ASSERT_TRUE(waitForWindow(window, [&] { return window.shown(); }));
-
     std::vector<IslandSurface::DropEvent> drops;
     bool takes = true;
     surface->onDrop = [&](const IslandSurface::DropEvent& event) {
@@ -349,49 +339,47 @@ TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram) 
 
     struct Row {
         const char* name;
-        ClipFlavours flavours;
+        QStringList drags; ///< what the other program drags, as it takes it
         bool takes;
         std::vector<std::string> files;
         std::string text;
     };
     const std::vector<Row> rows = {
-        {"a file",
-         {{"text/uri-list", "file:///tmp/dropped%20file.txt\r\n"}, {"text/plain", "/tmp/dropped file.txt"}},
+        {"a file", {"--file", "/tmp/dropped file.txt"}, true, {"/tmp/dropped file.txt"}, ""},
+        {"a snippet",
+         {"--offer", "text/plain;charset=utf-8", "a dropped snippet"},
          true,
-         {"/tmp/dropped file.txt"},
-         ""},
-        {"a snippet", {{"text/plain;charset=utf-8", "a dropped snippet"}}, true, {}, "a dropped snippet"},
-        {"refused", {{"text/plain;charset=utf-8", "not wanted"}}, false, {}, "not wanted"},
-        {"nothing readable", {{"image/png", "\x89PNG"}}, true, {}, ""},
+         {},
+         "a dropped snippet"},
+        {"refused", {"--offer", "text/plain;charset=utf-8", "not wanted"}, false, {}, "not wanted"},
+        {"nothing readable", {"--offer", "image/png", "PNG bytes"}, true, {}, ""},
     };
-    int presses = 0;
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         drops.clear();
         takes = row.takes;
-        window.dragOnNextPress(row.flavours);
+        const auto window = openWindow(row.drags);
         ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
         ASSERT_TRUE(sway->command("seat - cursor press button1"));
-        ++presses;
-        ASSERT_TRUE(waitForWindow(window, [&] { return window.presses() == presses; }));
+        ASSERT_TRUE(waitUntil([&] { return window->count("pressed") == 1; }));
         // Over the island, then a little further on it, and let go.
         ASSERT_TRUE(sway->command("seat - cursor set 640 20"));
         const bool readable = !row.files.empty() || !row.text.empty();
         if (readable) {
-            ASSERT_TRUE(waitForWindow(window, [&] { return has(DropType::enter); }));
+            ASSERT_TRUE(waitUntil([&] { return has(DropType::enter); }));
             EXPECT_EQ(drops.front().files, row.files);
             EXPECT_EQ(drops.front().text, row.text);
             EXPECT_EQ(drops.front().position, QPointF(100, 20));
         }
         ASSERT_TRUE(sway->command("seat - cursor set 650 25"));
         if (readable && row.takes) {
-            ASSERT_TRUE(waitForWindow(window, [&] { return has(DropType::move); }));
+            ASSERT_TRUE(waitUntil([&] { return has(DropType::move); }));
         }
         ASSERT_TRUE(sway->command("seat - cursor release button1"));
-        ASSERT_TRUE(waitForWindow(window, [&] { return window.dragEnded().has_value(); }));
+        ASSERT_TRUE(waitUntil([&] { return window->last("drag ended ").has_value(); }));
         // Taken: the drop arrives and the other program hears the copy is done; otherwise it is
         // cancelled and the island sees no drop.
-        EXPECT_EQ(*window.dragEnded(), readable && row.takes);
+        EXPECT_EQ(window->last("drag ended "), readable && row.takes ? "copied" : "cancelled");
         EXPECT_EQ(has(DropType::drop), readable && row.takes);
         if (has(DropType::drop)) {
             EXPECT_EQ(drops.back().type, DropType::drop);
