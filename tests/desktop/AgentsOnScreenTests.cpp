@@ -55,13 +55,10 @@ protected:
 
     /// Runs Claude Code's hook with the fixture `payload` in the background; its result once it returns.
     std::future<e2e::CommandResult> hook(const std::string& payload) const {
-        return hookWith(e2e::readFixture("agents/payloads/" + payload));
-    }
-
-    std::future<e2e::CommandResult> hookWith(std::string input) const {
         auto environment = home.environment();
         environment["VANTAQUILL_PORT"] = std::to_string(island->port());
-        return std::async(std::launch::async, [environment, input = std::move(input)] {
+        const std::string input = e2e::readFixture("agents/payloads/" + payload);
+        return std::async(std::launch::async, [environment, input] {
             return e2e::run(e2e::builtProgram("vantaquill"), {"hook", "--agent", "claude-code"}, environment, input);
         });
     }
@@ -163,11 +160,7 @@ TEST_F(AgentsOnScreen, DenyWithATypedReasonSendsTheReasonToTheAgent) {
 // A PreToolUse request, held by the island and answered with the agent's input updated; the
 // section's other answers (plans, Always allow) are checked on its widgets in the panel's tests.
 TEST_F(AgentsOnScreen, AQuestionIsAnsweredWithTwoOptionsChosen) {
-    auto result = hookWith(R"({"session_id":"q-1","cwd":"/home/ada/src/lighthouse","hook_event_name":"PreToolUse",)"
-                           R"("tool_name":"AskUserQuestion","tool_input":{"questions":[{"question":"Which checks )"
-                           R"(should run?","header":"Checks","multiSelect":true,"options":[{"label":"Unit",)"
-                           R"("description":"fast"},{"label":"Lint","description":"style"},{"label":"E2E",)"
-                           R"("description":"slow"}]}]}})");
+    auto result = hook("claude-ask-user-question.json");
     ASSERT_TRUE(island->waitForLine("approval waiting id=", 20s)) << "the question never reached the island";
     ASSERT_GT(openOnTheRequest().height(), 150) << "the panel did not open";
     // The first option has the keyboard: tick it and the next; then on past the last option, the
