@@ -143,10 +143,9 @@ TEST(IslandFaces, ActionAtHitsEachDrawnButtonAndMissesBetweenThem) {
 
 TEST(IslandFaces, HUDLightsTheSegmentsOfItsLevel) {
     using Kind = brind::HUDEvent::Kind;
+    // How a level rounds to segments is HUDSteps' own, tested with it; the face lights that many.
     const std::tuple<Kind, std::optional<double>, bool, int> cases[] = {
         {Kind::volume, 0.5, false, 8},
-        {Kind::volume, 0.03, false, 0},
-        {Kind::volume, 0.04, false, 1},
         {Kind::brightness, 1.0, false, 16},
         {Kind::volume, 0.8, true, 0},
         {Kind::custom, std::nullopt, true, 0},
