@@ -36,7 +36,8 @@ protected:
     void copy(const std::string& type, const std::string& bytes, const std::string& selection = "clipboard") {
         const fs::path file = temporary.path() / "copied";
         std::ofstream(file, std::ios::binary) << bytes;
-        ASSERT_EQ(clipboardtest::display()->run({"xclip", "-selection", selection, "-t", type, "-i", file.string()}), 0);
+        ASSERT_EQ(
+            clipboardtest::display()->run({"xclip", "-selection", selection, "-t", type, "-i", file.string()}), 0);
     }
 
     // Waits for the store to record or skip one more copy.

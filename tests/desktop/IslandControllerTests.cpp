@@ -21,9 +21,9 @@ double measure(std::string_view text, double) { return 7.0 * text.size(); }
 
 brind::LiveActivity teaTimer() {
     return brind::LiveActivity::make("timer", "test", brind::ActivityPriority::normal,
-                                     brind::ActivityGlyph::symbol("timer"), brind::ActivityGlyph::text("4:05"),
-                                     "Tea", std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, false,
-                                     std::nullopt, true, {});
+                                     brind::ActivityGlyph::symbol("timer"),
+                                     brind::ActivityGlyph::text("4:05"), "Tea", std::nullopt, std::nullopt,
+                                     std::nullopt, std::nullopt, {}, false, std::nullopt, true, {});
 }
 
 /// Records what the controller asks of its surface.

@@ -219,7 +219,8 @@ TEST_P(IslandOnScreen, OutlineFollowsTheLayoutThroughClosedCompactAlertAndHUDAnd
     alert.title = "Deploy?";
     alert.priority = brind::ActivityPriority::critical;
     alert.actions = {brind::ActivityAction{"go", "Go", brind::ActivityAction::Role::normal, std::nullopt},
-                     brind::ActivityAction{"stop", "Stop", brind::ActivityAction::Role::destructive, std::nullopt}};
+                     brind::ActivityAction{"stop", "Stop", brind::ActivityAction::Role::destructive,
+                                           std::nullopt}};
     EXPECT_TRUE(showsOutline(onScreen(brind::IslandState::peek, IslandLayout::alertPeek(alert, layout)))) << "alert";
 
     // A flash lasts 1.6 s; flashing again keeps it up however slow the screenshots are.
