@@ -36,23 +36,14 @@ protected:
         qunsetenv("WAYLAND_DISPLAY");
     }
 
-    // Another client (wl-copy) takes the clipboard and offers `bytes` as `type`.
+    // Another client (wl-copy) takes the clipboard and offers `bytes` as `type`, or with `--primary`
+    // the primary selection.
     void copy(const QString& type, const QByteArray& bytes) {
         QProcess copier;
-        copier.start("wl-copy", {"--type", type});
+        copier.start("wl-copy", type == "--primary" ? QStringList{type} : QStringList{"--type", type});
         copier.write(bytes);
         copier.closeWriteChannel();
         // wl-copy leaves a child serving the clipboard and returns once it has taken it.
-        ASSERT_TRUE(clipboardtest::waitUntil([&] { return copier.state() == QProcess::NotRunning; }));
-        ASSERT_EQ(copier.exitCode(), 0) << copier.readAllStandardError().toStdString();
-    }
-
-    // Another client (wl-copy) takes the primary selection.
-    void select(const QByteArray& text) {
-        QProcess copier;
-        copier.start("wl-copy", {"--primary"});
-        copier.write(text);
-        copier.closeWriteChannel();
         ASSERT_TRUE(clipboardtest::waitUntil([&] { return copier.state() == QProcess::NotRunning; }));
         ASSERT_EQ(copier.exitCode(), 0) << copier.readAllStandardError().toStdString();
     }
@@ -122,7 +113,7 @@ TEST_F(WaylandClipboardWatcherTests, CopiesBackEveryFlavourWithoutRecordingItAga
 }
 
 TEST_F(WaylandClipboardWatcherTests, ThePrimarySelectionIsRecordedOnlyWhenAsked) {
-    select("selected but not wanted");
+    copy("--primary", "selected but not wanted");
     // Longer than the selection's settling time: had it been read, it would be in by now.
     clipboardtest::waitUntil([] { return false; }, std::chrono::milliseconds(3 * WaylandClipboardWatcher::primarySettleMs));
     copy("text/plain;charset=utf-8", "copied on purpose");
@@ -130,7 +121,7 @@ TEST_F(WaylandClipboardWatcherTests, ThePrimarySelectionIsRecordedOnlyWhenAsked)
     EXPECT_EQ(store->history().items().size(), 1u);
 
     watcher->setWatchPrimary(true);
-    select("selected with the pointer");
+    copy("--primary", "selected with the pointer");
     ASSERT_TRUE(heardCopy(1, skips));
     EXPECT_EQ(store->history().items().front().text, "selected with the pointer");
 }

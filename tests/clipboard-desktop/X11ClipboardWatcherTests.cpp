@@ -31,18 +31,13 @@ protected:
         watcher = std::make_unique<X11ClipboardWatcher>(*store);
     }
 
-    // Another application (xclip) takes the clipboard and offers `bytes` as `type`.
-    void copy(const std::string& type, const std::string& bytes) {
+    // Another application (xclip) takes the `selection` (the clipboard, or PRIMARY: text selected
+    // with the pointer) and offers `bytes` as `type`.
+    void copy(const std::string& type, const std::string& bytes, const std::string& selection = "clipboard") {
         const fs::path file = temporary.path() / "copied";
         std::ofstream(file, std::ios::binary) << bytes;
-        ASSERT_EQ(clipboardtest::display()->run({"xclip", "-selection", "clipboard", "-t", type, "-i", file.string()}), 0);
-    }
-
-    // Another application (xclip) takes the PRIMARY selection: text selected with the pointer.
-    void select(const std::string& text) {
-        const fs::path file = temporary.path() / "selected";
-        std::ofstream(file, std::ios::binary) << text;
-        ASSERT_EQ(clipboardtest::display()->run({"xclip", "-selection", "primary", "-i", file.string()}), 0);
+        ASSERT_EQ(
+            clipboardtest::display()->run({"xclip", "-selection", selection, "-t", type, "-i", file.string()}), 0);
     }
 
     // Waits for the store to record or skip one more copy.
@@ -160,7 +155,7 @@ TEST_F(X11ClipboardWatcherTests, CopiesBackWhatOthersCanPasteWithoutRecordingItA
 }
 
 TEST_F(X11ClipboardWatcherTests, ThePrimarySelectionIsRecordedOnlyWhenAskedAndOnceTheButtonIsUp) {
-    select("selected but not wanted");
+    copy("UTF8_STRING", "selected but not wanted", "primary");
     // Longer than the selection's settling time: had it been read, it would be in by now.
     clipboardtest::waitUntil([] { return false; }, std::chrono::milliseconds(3 * X11ClipboardWatcher::primarySettleMs));
     copy("UTF8_STRING", "copied on purpose");
@@ -170,7 +165,7 @@ TEST_F(X11ClipboardWatcherTests, ThePrimarySelectionIsRecordedOnlyWhenAskedAndOn
     watcher->setWatchPrimary(true);
     // A selection still being made with the button held is not read, however long it takes.
     ASSERT_EQ(clipboardtest::display()->run({"xdotool", "mousemove", "5", "5", "mousedown", "1"}), 0);
-    select("selected with the pointer");
+    copy("UTF8_STRING", "selected with the pointer", "primary");
     clipboardtest::waitUntil([] { return false; }, std::chrono::milliseconds(3 * X11ClipboardWatcher::primarySettleMs));
     EXPECT_EQ(store->history().items().size(), 1u);
     ASSERT_EQ(clipboardtest::display()->run({"xdotool", "mouseup", "1"}), 0);

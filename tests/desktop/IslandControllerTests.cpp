@@ -2,7 +2,6 @@
 
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
-#include "vantaquill/island/IslandFaces.hpp"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +15,16 @@ using brind::IslandState;
 using Pointer = IslandSurface::PointerEvent;
 
 constexpr double frameStep = 1.0 / 60;
+
+/// Text as wide as the faces would draw it, near enough for the layout.
+double measure(std::string_view text, double) { return 7.0 * text.size(); }
+
+brind::LiveActivity teaTimer() {
+    return brind::LiveActivity::make("timer", "test", brind::ActivityPriority::normal,
+                                     brind::ActivityGlyph::symbol("timer"),
+                                     brind::ActivityGlyph::text("4:05"), "Tea", std::nullopt, std::nullopt,
+                                     std::nullopt, std::nullopt, {}, false, std::nullopt, true, {});
+}
 
 /// Records what the controller asks of its surface.
 class RecordingSurface final : public IslandSurface {
@@ -38,9 +47,7 @@ protected:
 
     void makeController(IslandController::Settings settings) {
         controller.reset();
-        controller = std::make_unique<IslandController>(center, scheduler, surface,
-                                                        [](std::string_view text, double) { return 7.0 * text.size(); },
-                                                        settings);
+        controller = std::make_unique<IslandController>(center, scheduler, surface, measure, settings);
         center.onChange = [this](LiveActivityCenter::Change) { controller->refresh(); };
         controller->setLayout(input, QSizeF(window.width, window.height));
     }
@@ -128,45 +135,15 @@ TEST_F(IslandControllerTest, KeyboardGoingToAnotherWindowClosesOnlyAClickedOpenI
     EXPECT_EQ(controller->state(), IslandState::expanded);
 }
 
-TEST_F(IslandControllerTest, PressOnAnAlertButtonPerformsItsAction) {
-    std::vector<std::pair<std::string, std::string>> pressed;
-    center.onAction = [&](const std::string& activity, const std::string& action) { pressed.emplace_back(activity, action); };
-    auto alert = brind::LiveActivity::make("deploy", "test", brind::ActivityPriority::critical, {}, {}, "Deploy?",
-                                           std::nullopt, std::nullopt, std::nullopt, std::nullopt,
-                                           {{"go", "Go", brind::ActivityAction::Role::primary, std::nullopt}}, true,
-                                           std::nullopt, true, {});
-    center.post(alert);
-    settle();
-    ASSERT_EQ(controller->state(), IslandState::peek);
-    EXPECT_EQ(controller->scene().outline, expectedRect(IslandLayout::alertPeek(alert, input)));
-
-    // Wherever the face draws the button, pressing it runs the action; pressing elsewhere does not.
-    std::optional<QPointF> button;
-    const QRectF outline = controller->scene().outline;
-    for (double y = outline.top(); y < outline.bottom() && !button; y += 2)
-        for (double x = outline.left(); x < outline.right() && !button; x += 2)
-            if (IslandFaces::actionAt(controller->scene(), {x, y}) == "go")
-                button = QPointF(x, y);
-    ASSERT_TRUE(button.has_value()) << "the alert face shows no button";
-    controller->pointer({Pointer::Type::press, *button, Qt::LeftButton, {}});
-    ASSERT_EQ(pressed.size(), 1u);
-    EXPECT_EQ(pressed.front().first, "deploy");
-    EXPECT_EQ(pressed.front().second, "go");
-}
-
 TEST_F(IslandControllerTest, FramesRunOnlyUntilTheOutlineRestsAtTheLayoutsSize) {
     settle();
-    center.post(brind::LiveActivity::make("timer", "test", brind::ActivityPriority::normal,
-                                          brind::ActivityGlyph::symbol("timer"), brind::ActivityGlyph::text("4:05"),
-                                          "Tea", std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, false,
-                                          std::nullopt, true, {}));
+    center.post(teaTimer());
     EXPECT_TRUE(surface.framePending);
     const int frames = settle();
     EXPECT_GT(frames, 5);
     EXPECT_LT(frames, 600) << "the spring never came to rest";
     EXPECT_FALSE(controller->isAnimating());
-    const auto [leading, trailing] = IslandLayout::compactWings(&center.activities().front(), input,
-                                                                [](std::string_view text, double) { return 7.0 * text.size(); });
+    const auto [leading, trailing] = IslandLayout::compactWings(&center.activities().front(), input, measure);
     EXPECT_EQ(controller->scene().outline, expectedRect(IslandLayout::compact(input, leading, trailing)));
 
     // At rest, nothing that changes nothing asks for a frame.
@@ -184,14 +161,10 @@ TEST_F(IslandControllerTest, IdleWingsKeepTheIslandCompactUntilAnActivityTakesTh
     settle();
     EXPECT_EQ(controller->state(), IslandState::compact);
     EXPECT_EQ(controller->scene().top, wings);
-    const auto [leading, trailing] =
-        IslandLayout::compactWings(&wings, input, [](std::string_view text, double) { return 7.0 * text.size(); });
+    const auto [leading, trailing] = IslandLayout::compactWings(&wings, input, measure);
     EXPECT_EQ(controller->scene().outline, expectedRect(IslandLayout::compact(input, leading, trailing)));
 
-    center.post(brind::LiveActivity::make("timer", "test", brind::ActivityPriority::normal,
-                                          brind::ActivityGlyph::symbol("timer"), brind::ActivityGlyph::text("4:05"),
-                                          "Tea", std::nullopt, std::nullopt, std::nullopt, std::nullopt, {}, false,
-                                          std::nullopt, true, {}));
+    center.post(teaTimer());
     EXPECT_EQ(controller->scene().top->id, "timer");
     EXPECT_EQ(controller->scene().badge, std::nullopt) << "the wings' widgets are not a waiting activity";
     center.end("timer");

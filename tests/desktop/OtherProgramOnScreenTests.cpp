@@ -64,17 +64,21 @@ protected:
         return output;
     }
 
+    /// Moves the pressed pointer from `from` to `to` in `steps` small steps, as a hand would.
+    void dragAlong(QPoint from, QPoint to, int steps, std::chrono::milliseconds pause) const {
+        for (int step = 1; step <= steps; ++step) {
+            const QPoint at = from + (to - from) * step / steps;
+            display->run({"xdotool", "mousemove", std::to_string(at.x()), std::to_string(at.y())});
+            std::this_thread::sleep_for(pause);
+        }
+    }
+
     /// Starts the drag source's window at the lower left and drags from it to the island at the top
     /// centre, in small steps as a hand would.
     void dragToIsland(const std::string& option, const std::string& payload) {
         const auto output = startOther(source, 100, 500, {option, payload}, "drag source");
         display->run({"xdotool", "mousemove", "200", "600", "mousedown", "1"});
-        for (int step = 1; step <= 12; ++step) {
-            const int x = 200 + (720 - 200) * step / 12;
-            const int y = 600 + (40 - 600) * step / 12;
-            display->run({"xdotool", "mousemove", std::to_string(x), std::to_string(y)});
-            std::this_thread::sleep_for(60ms);
-        }
+        dragAlong({200, 600}, {720, 40}, 12, 60ms);
         // The island opens for the drag; a few moves over it let it settle before the drop.
         for (int wiggle = 0; wiggle < 6; ++wiggle) {
             display->run({"xdotool", "mousemove", std::to_string(716 + wiggle), "60"});
@@ -154,11 +158,7 @@ TEST_F(WithOtherProgram, AShakeOfADragOverTheOpenPanelBringsUpTheShelf) {
     display->run({"xdotool", "mousemove", "200", "600", "mousedown", "1"});
     // Up from below into the panel's lower part, far from the notch at the top.
     const QPoint over(panel->center().x(), panel->bottom() - 30);
-    for (int step = 1; step <= 10; ++step) {
-        display->run({"xdotool", "mousemove", std::to_string(200 + (over.x() - 200) * step / 10),
-                      std::to_string(600 + (over.y() - 600) * step / 10)});
-        std::this_thread::sleep_for(60ms);
-    }
+    dragAlong({200, 600}, over, 10, 60ms);
     // Quick swings of 140 pixels, in one xdotool so that they come as fast as a hand's.
     std::vector<std::string> shake{"xdotool"};
     for (int swing = 0; swing < 8; ++swing)
@@ -206,12 +206,7 @@ TEST_F(WithOtherProgram, AnEntryDraggedOutOfTheShelfGivesTheFileToAnotherProgram
     // From the entry's icon, away from its buttons, to the other program's window in small steps.
     const QPoint from(card->left() + 24, card->center().y());
     display->run({"xdotool", "mousemove", std::to_string(from.x()), std::to_string(from.y()), "mousedown", "1"});
-    for (int step = 1; step <= 12; ++step) {
-        const int x = from.x() + (1100 - from.x()) * step / 12;
-        const int y = from.y() + (600 - from.y()) * step / 12;
-        display->run({"xdotool", "mousemove", std::to_string(x), std::to_string(y)});
-        std::this_thread::sleep_for(80ms);
-    }
+    dragAlong(from, {1100, 600}, 12, 80ms);
     display->run({"xdotool", "mouseup", "1"});
     EXPECT_TRUE(waitForText(dropped, "dropped file://" + file.string())) << readFile(dropped);
 }
@@ -234,16 +229,8 @@ TEST_F(WithOtherProgram, AClipChosenFromTheHistoryIsPastedWhereTheUserWas) {
     EXPECT_TRUE(waitForText(typed, "text pasted from the history")) << readFile(typed);
 }
 
-TEST_F(WithOtherProgram, TheHotKeyOpensTheHistoryOverTheWindowInUseAndPastesThere) {
-    startIsland();
-    const auto typed = copyThenWorkInAField("chosen with the hot key");
-    display->run({"xdotool", "key", "super+shift+v"});
-    ASSERT_TRUE(openIsland()) << "the hot key did not open the island";
-    display->run({"xdotool", "key", "Return"});
-    EXPECT_TRUE(waitForText(typed, "text chosen with the hot key")) << readFile(typed);
-}
-
-TEST_F(WithOtherProgram, CtrlAndADigitPasteThatClipWhereTheUserWas) {
+// The hot key opens the history over the window in use; Ctrl and a digit paste that clip there.
+TEST_F(WithOtherProgram, TheHotKeyOpensTheHistoryAndCtrlAndADigitPasteThatClipWhereTheUserWas) {
     startIsland();
     EXPECT_EQ(std::system(("printf 'the older clip' | DISPLAY=" + display->name() + " xclip -selection clipboard -i")
                               .c_str()),

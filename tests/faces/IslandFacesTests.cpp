@@ -41,6 +41,8 @@ TEST(IslandFaces, EveryGlyphPaintsInsideItsWingBesideTheHousing) {
         {"missingApp", ActivityGlyph::appIcon("org.example.NotInstalled")},
         {"ring", ActivityGlyph::ring(0.4, brind::RGBA{0.2, 0.8, 0.3, 1})},
         {"text", ActivityGlyph::text("4:05")},
+        // Elided to the widest a text wing gets, nothing of it beyond.
+        {"longText", ActivityGlyph::text("Downloading holiday-photos-2026-final.zip")},
         {"visualiser", ActivityGlyph::visualiser()},
         {"spinner", ActivityGlyph::spinner()},
         {"dot", ActivityGlyph::dot(brind::RGBA{1, 0.6, 0, 1})},
@@ -62,20 +64,6 @@ TEST(IslandFaces, EveryGlyphPaintsInsideItsWingBesideTheHousing) {
             }
         }
     }
-}
-
-TEST(IslandFaces, LongTextGlyphIsElidedWithinItsWing) {
-    const IslandScene scene = compactWith(
-        activity(ActivityGlyph::text("Downloading holiday-photos-2026-final.zip"), ActivityGlyph::ring(0.7)),
-        housingInput());
-    ASSERT_EQ(scene.leadingWing, 150); // the widest a text wing gets
-    const QImage image = render(scene, 2, "compact-long-text");
-    const FaceLayout::Wings wings = FaceLayout::wings(scene);
-    EXPECT_GT(litPixels(image, wings.leading), 100);
-    const QRectF housing = FaceLayout::housing(scene);
-    EXPECT_EQ(
-        litPixels(image, QRectF(wings.leading.right(), 0, housing.right() - wings.leading.right(), 100)), 0);
-    EXPECT_EQ(paintedOutside(image, scene), 0);
 }
 
 TEST(IslandFaces, EveryFaceStaysInsideTheOutline) {
@@ -155,10 +143,9 @@ TEST(IslandFaces, ActionAtHitsEachDrawnButtonAndMissesBetweenThem) {
 
 TEST(IslandFaces, HUDLightsTheSegmentsOfItsLevel) {
     using Kind = brind::HUDEvent::Kind;
+    // How a level rounds to segments is HUDSteps' own, tested with it; the face lights that many.
     const std::tuple<Kind, std::optional<double>, bool, int> cases[] = {
         {Kind::volume, 0.5, false, 8},
-        {Kind::volume, 0.03, false, 0},
-        {Kind::volume, 0.04, false, 1},
         {Kind::brightness, 1.0, false, 16},
         {Kind::volume, 0.8, true, 0},
         {Kind::custom, std::nullopt, true, 0},

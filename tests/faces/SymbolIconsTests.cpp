@@ -12,20 +12,16 @@
 
 using vq::SymbolIcons;
 
+// The table itself is data; what is checked is how a name finds its entry.
 TEST(SymbolIcons, MapsSymbolNamesToFreedesktopIcons) {
     const std::pair<const char*, const char*> cases[] = {
+        // ".fill" only says the symbol is solid.
         {"speaker.slash.fill", "audio-volume-muted"},
-        {"speaker.wave.2.fill", "audio-volume-medium"},
-        {"sun.max.fill", "display-brightness"},
-        {"light.min", "keyboard-brightness"},
-        {"info.circle.fill", "dialog-information"},
         {"wifi.slash", "network-wireless-offline"},
-        {"battery.75percent", "battery-good"},
         // A family's longer name finds its nearest entry, not the family's.
         {"cloud.moon.rain.fill", "weather-showers-scattered"},
         {"cloud.sun.fill", "weather-few-clouds"},
         {"cloud.fill", "weather-overcast"},
-        {"doc.on.clipboard.fill", "edit-paste"},
     };
     for (const auto& [symbol, icon] : cases) {
         const QStringList names = SymbolIcons::themeNames(symbol);

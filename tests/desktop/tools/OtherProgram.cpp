@@ -1,8 +1,10 @@
-// The other program in the desktop tests: a window that starts a drag of one file (or one text) when
-// pressed, one that takes drops, or one with a text field. Usage: islandOtherProgram X Y (--file PATH
-// | --text TEXT | --accept | --field). It prints "ready" once shown, then "drag ended" when its drag is
-// over, "dropped " and the dropped URLs (or text) for each drop it takes, or "text " and the field's
-// text after each change.
+// The other program in the desktop tests, on X11 or (with QT_QPA_PLATFORM=wayland) on the Wayland
+// tests' sway: a window that starts a drag of one file, one text or one flavour of data when pressed,
+// one that takes drops, or one with a text field. Usage: islandOtherProgram X Y (--file PATH | --text
+// TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" once shown, "pressed" for each
+// press, "drag ended copied" (or "cancelled") when its drag is over, "drag entered" and "dropped "
+// with the dropped URLs (or text) for each drop it takes, "text " and the field's text after each
+// change, "focus in" and "focus out", "full screen on" and "full screen off".
 
 #include <QApplication>
 #include <QDragEnterEvent>
@@ -15,6 +17,7 @@
 #include <QWidget>
 
 #include <cstdio>
+#include <functional>
 #include <memory>
 
 namespace {
@@ -23,8 +26,7 @@ class DragSource final : public QWidget {
 public:
     // Pressing it starts a drag without taking the keyboard, as dragging from a desktop's files does,
     // so an island the user opened stays open under the drag.
-    explicit DragSource(QMimeData* (*make)(const QString&), QString payload)
-        : make_(make), payload_(std::move(payload)) {
+    explicit DragSource(std::function<QMimeData*()> make) : make_(std::move(make)) {
         setAttribute(Qt::WA_ShowWithoutActivating);
         setWindowFlag(Qt::WindowDoesNotAcceptFocus);
     }
@@ -32,15 +34,14 @@ public:
 protected:
     void mousePressEvent(QMouseEvent*) override {
         auto* drag = new QDrag(this);
-        drag->setMimeData(make_(payload_));
-        drag->exec(Qt::CopyAction);
-        std::puts("drag ended");
+        drag->setMimeData(make_());
+        const bool copied = drag->exec(Qt::CopyAction) == Qt::CopyAction;
+        std::puts(copied ? "drag ended copied" : "drag ended cancelled");
         std::fflush(stdout);
     }
 
 private:
-    QMimeData* (*make_)(const QString&);
-    QString payload_;
+    std::function<QMimeData*()> make_;
 };
 
 class DropTarget final : public QWidget {
@@ -48,7 +49,11 @@ public:
     DropTarget() { setAcceptDrops(true); }
 
 protected:
-    void dragEnterEvent(QDragEnterEvent* event) override { event->acceptProposedAction(); }
+    void dragEnterEvent(QDragEnterEvent* event) override {
+        event->acceptProposedAction();
+        std::puts("drag entered");
+        std::fflush(stdout);
+    }
     void dropEvent(QDropEvent* event) override {
         QStringList dropped;
         for (const QUrl& url : event->mimeData()->urls())
@@ -71,29 +76,42 @@ public:
     }
 };
 
-QMimeData* fileData(const QString& path) {
-    auto* data = new QMimeData;
-    data->setUrls({QUrl::fromLocalFile(path)});
-    return data;
-}
-
-QMimeData* textData(const QString& text) {
-    auto* data = new QMimeData;
-    data->setText(text);
-    return data;
-}
+/// Reports what happens to the window, whichever it is.
+class Reporter final : public QObject {
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        const char* line = nullptr;
+        if (event->type() == QEvent::MouseButtonPress)
+            line = "pressed";
+        else if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)
+            line = event->type() == QEvent::FocusIn ? "focus in" : "focus out";
+        else if (event->type() == QEvent::WindowStateChange)
+            line = static_cast<QWidget*>(watched)->isFullScreen() ? "full screen on" : "full screen off";
+        if (line) {
+            std::puts(line);
+            std::fflush(stdout);
+        }
+        return false;
+    }
+};
 
 } // namespace
 
 int main(int argc, char** argv) {
-    // The tests run on Qt's offscreen platform; this window belongs on their X server.
-    qputenv("QT_QPA_PLATFORM", "xcb");
+    // The tests run on Qt's offscreen platform; this window belongs on their X server unless they
+    // ask for their sway.
+    if (qgetenv("QT_QPA_PLATFORM") != "wayland")
+        qputenv("QT_QPA_PLATFORM", "xcb");
     QApplication application(argc, argv);
     const QStringList arguments = QApplication::arguments();
     const QString mode = arguments.value(3);
     const bool alone = arguments.size() == 4 && (mode == "--accept" || mode == "--field");
-    if (!alone && (arguments.size() != 5 || (mode != "--file" && mode != "--text"))) {
-        std::fputs("usage: islandOtherProgram X Y (--file PATH | --text TEXT | --accept | --field)\n", stderr);
+    const bool dragged = (arguments.size() == 5 && (mode == "--file" || mode == "--text")) ||
+                         (arguments.size() == 6 && mode == "--offer");
+    if (!alone && !dragged) {
+        std::fputs("usage: islandOtherProgram X Y (--file PATH | --text TEXT | --offer TYPE DATA | --accept | "
+                   "--field)\n",
+                   stderr);
         return 2;
     }
     std::unique_ptr<QWidget> window;
@@ -102,7 +120,18 @@ int main(int argc, char** argv) {
     else if (mode == "--field")
         window = std::make_unique<TextField>();
     else
-        window = std::make_unique<DragSource>(mode == "--file" ? fileData : textData, arguments[4]);
+        window = std::make_unique<DragSource>([&mode, &arguments] {
+            auto* data = new QMimeData;
+            if (mode == "--file")
+                data->setUrls({QUrl::fromLocalFile(arguments[4])});
+            else if (mode == "--text")
+                data->setText(arguments[4]);
+            else
+                data->setData(arguments[4], arguments[5].toUtf8());
+            return data;
+        });
+    Reporter reporter;
+    window->installEventFilter(&reporter);
     window->setWindowTitle(mode == "--accept" ? "drop target" : mode == "--field" ? "text field" : "drag source");
     window->setGeometry(arguments[1].toInt(), arguments[2].toInt(), 200, 200);
     window->show();
