@@ -135,11 +135,7 @@ TEST_F(WidgetsSectionTest, AStayAwakePresetRunsOutByItself) {
     scheduler.advance(14 * 60 + 30);
     EXPECT_EQ(card("Stay awake")->status(), "30s left") << "the time left moves while it shows";
 
-    // The mode is kept for the next start.
-    StayAwake restarted{scheduler, StayAwake::stateFile(folder.path()), [](const std::string&) {}};
-    EXPECT_EQ(restarted.mode(), stayAwake.mode());
-    restarted.setMode(brind::WidgetStayAwakeMode::off());
-
+    // Kept for the next start, and held from the desktop: tests/settings StayAwake.
     scheduler.advance(30);
     EXPECT_EQ(stayAwake.mode(), brind::WidgetStayAwakeMode::off());
     EXPECT_EQ(card("Stay awake")->status(), "Off");
