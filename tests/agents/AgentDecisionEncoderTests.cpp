@@ -20,12 +20,12 @@ TEST(AgentDecisionEncoder, WritesEachAgentsAnswer) {
         const std::optional<std::string> reason =
             row.contains("reason") ? std::optional(row["reason"].get<std::string>()) : std::nullopt;
         AgentHookEvent event;
-        event.agent = *agentKindNamed(row["agent"].get<std::string>());
+        event.agent = agentKindNamed(row["agent"].get<std::string>()).value();
         event.rawName = row["event"];
         event.sessionID = "s";
         const AgentDecision given = decision == "answers" ? D::allowUpdating(answers)
                                     : decision == "deny"  ? D::deny(reason)
-                                                          : *D::parse(decision);
+                                                          : D::parse(decision).value();
         const auto expected = row["output"].is_null() ? std::nullopt : std::optional(row["output"].dump());
         EXPECT_EQ(AgentDecisionEncoder::output(given, event), expected) << row.dump();
     }

@@ -72,7 +72,7 @@ TEST(AgentEventDecoder, DecodesEveryAgentsPayloads) {
             c.contains("payload") ? fixture("payloads/" + c["payload"].get<std::string>()) : c["body"].dump();
         const auto given = c.contains("name") ? std::optional(c["name"].get<std::string>()) : std::nullopt;
         const auto result =
-            AgentEventDecoder::decode(*agentKindNamed(c["as"].get<std::string>()), given, body, now);
+            AgentEventDecoder::decode(agentKindNamed(c["as"].get<std::string>()).value(), given, body, now);
         ASSERT_TRUE(result.has_value()) << body;
         EXPECT_EQ(fields(*result), c["event"]) << body;
     }
