@@ -52,34 +52,10 @@ TEST(AgentInteraction, ParsesQuestionsAndPlans) {
     EXPECT_FALSE(AgentInteraction::isInteractiveTool("exitplanmode"));
 }
 
-TEST(AgentQuestionAnswer, TogglesSingleAndMultipleChoicePicks) {
-    const std::vector<AgentQuestion> parsed = questions();
-    AgentQuestionAnswer::Picks picks;
-    AgentQuestionAnswer::toggle("pnpm", parsed[0], picks);
-    AgentQuestionAnswer::toggle("npm", parsed[0], picks);
-    EXPECT_EQ(picks["Which package manager?"], (std::vector<std::string>{"npm"}));
-    AgentQuestionAnswer::toggle("test", parsed[1], picks);
-    AgentQuestionAnswer::toggle("lint", parsed[1], picks);
-    AgentQuestionAnswer::toggle("typecheck", parsed[1], picks);
-    AgentQuestionAnswer::toggle("test", parsed[1], picks);
-    EXPECT_EQ(picks["Which checks should run?"], (std::vector<std::string>{"lint", "typecheck"}));
-}
-
-TEST(AgentQuestionAnswer, AddsAnswersToTheOriginalInput) {
-    const std::vector<AgentQuestion> parsed = questions();
-    const AgentQuestionAnswer::Picks picks = {
-        {"Which package manager?", {"pnpm"}},
-        {"Which checks should run?", {"typecheck", "lint"}},
-    };
-    // Labels follow the order of the options, whatever order they were picked in.
-    JSON expected = JSON::parse(questionInput);
-    expected["answers"] = {{"Which package manager?", "pnpm"},
-                           {"Which checks should run?", "lint, typecheck"}};
-    EXPECT_EQ(AgentQuestionAnswer::updatedInput(questionInput, parsed, picks),
-              AgentDecision::allowUpdating(expected));
-
-    // Questions with no pick are left out; an input that is not an object counts as empty.
-    EXPECT_EQ(AgentQuestionAnswer::updatedInput("not json", parsed, {{"Which package manager?", {}}}),
+// Picking and unpicking single and multiple choices, and answers in the order of the options
+// whatever order they were picked in, are proven through the Agents section in tests/panel.
+TEST(AgentQuestionAnswer, LeavesOutUnansweredQuestionsAndReadsABadInputAsEmpty) {
+    EXPECT_EQ(AgentQuestionAnswer::updatedInput("not json", questions(), {{"Which package manager?", {}}}),
               AgentDecision::allowUpdating({{"answers", JSON::object()}}));
 }
 

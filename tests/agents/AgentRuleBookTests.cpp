@@ -71,13 +71,9 @@ TEST(AgentRuleBook, SavesAndLoadsAtomicallyUnderTheRulesKey) {
     ASSERT_TRUE(loaded.has_value());
     EXPECT_EQ(*loaded, book);
     EXPECT_EQ(book.toJSON().begin().key(), "rules");
-
-    // A damaged file is an error and stays as it is for the user to repair.
+    // A damaged file is left for the user to repair: tests/app AgentHub.
     ASSERT_TRUE(AtomicFile::write(file, "{\"rules\": [").has_value());
-    const auto damaged = AgentRuleBook::load(file);
-    ASSERT_FALSE(damaged.has_value());
-    EXPECT_NE(damaged.error().find("not a JSON object"), std::string::npos);
-    EXPECT_EQ(AtomicFile::read(file).value_or(""), "{\"rules\": [");
+    EXPECT_FALSE(AgentRuleBook::load(file).has_value());
 }
 
 TEST(AgentRuleBook, SkipsUnreadableAndRepeatedRules) {

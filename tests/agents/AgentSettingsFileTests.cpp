@@ -40,19 +40,6 @@ TEST(AgentSettingsFile, BacksUpOnceAndGivesBackTheOriginalBytes) {
     EXPECT_EQ(AtomicFile::read(path).value_or(""), "{ \"a\": 1 }");
 }
 
-TEST(AgentSettingsFile, RemembersAMissingFileAndRemovesItAgain) {
-    brindtest::TemporaryFolder folder;
-    const auto path = folder.path() / "new/hooks.json";
-    EXPECT_EQ(AgentSettingsFile::edit(path, appending("{}")), AgentSettingsFile::Outcome::written);
-    EXPECT_EQ(AgentSettingsFile::original(path), std::optional<std::optional<std::string>>(std::optional<std::string>()));
-    const auto uninstall = [&](const std::optional<std::string>& current) {
-        return AgentSettingsFile::uninstalled(current, AgentSettingsFile::original(path), appending("{}"),
-                                              appending("unused"));
-    };
-    EXPECT_EQ(AgentSettingsFile::edit(path, uninstall), AgentSettingsFile::Outcome::removed);
-    EXPECT_FALSE(std::filesystem::exists(path));
-}
-
 // The user saves the file while the installer is computing its change: the change is computed
 // again from their bytes instead of replacing the file with an edit of the old ones.
 TEST(AgentSettingsFile, KeepsAnEditMadeWhileTheChangeWasComputed) {
@@ -69,20 +56,6 @@ TEST(AgentSettingsFile, KeepsAnEditMadeWhileTheChangeWasComputed) {
     EXPECT_EQ(AgentSettingsFile::edit(path, change), AgentSettingsFile::Outcome::written);
     EXPECT_EQ(calls, 2);
     EXPECT_EQ(AtomicFile::read(path).value_or(""), "users-edit+ours");
-}
-
-TEST(AgentSettingsFile, LeavesTheFileAloneWhenTheChangeFails) {
-    brindtest::TemporaryFolder folder;
-    const auto path = folder.path() / "settings.json";
-    ASSERT_TRUE(AtomicFile::write(path, "{broken"));
-    const auto refuse = [](const std::optional<std::string>&) -> Contents {
-        return std::unexpected(std::string("it is not valid JSON"));
-    };
-    const auto result = AgentSettingsFile::edit(path, refuse);
-    ASSERT_FALSE(result.has_value());
-    EXPECT_EQ(result.error(), "it is not valid JSON");
-    EXPECT_EQ(AtomicFile::read(path).value_or(""), "{broken");
-    EXPECT_FALSE(AgentSettingsFile::original(path).has_value());
 }
 
 TEST(AgentSettingsFile, EditsTheTargetOfASymbolicLink) {

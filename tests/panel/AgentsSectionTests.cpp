@@ -1,36 +1,24 @@
-#include "vantaquill/panel/agents/AgentsSection.hpp"
-
 #include "BrindKit/agents/AgentQuestionAnswer.hpp"
 #include "BrindKit/agents/AgentRuleBook.hpp"
+#include "tests/e2e/E2EProcess.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/AgentHub.hpp"
-#include "vantaquill/AgentWaitingActivity.hpp"
 #include "vantaquill/HeadlessDisplay.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/agents/AgentCountdownRing.hpp"
-#include "vantaquill/panel/ElidedLabel.hpp"
+#include "vantaquill/panel/agents/AgentsSection.hpp"
 
-#include "tests/support/TemporaryFolder.hpp"
-
-#include <QAbstractButton>
-#include <QCoreApplication>
 #include <QCheckBox>
 #include <QLineEdit>
-#include <QElapsedTimer>
-#include <QFileInfo>
-#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
-
 #include <asio.hpp>
 #include <gtest/gtest.h>
-
-#include <algorithm>
 #include <map>
-#include <optional>
-#include <string>
 
 namespace vq {
 
@@ -64,11 +52,12 @@ brind::AgentHookEvent bash(const std::string& command, brind::Date now) {
 // io_context this test runs, a real session tracker, a real rule book file and a real activity
 // centre, with a manual clock. The hub reports on the calling thread, as the main thread would.
 class AgentsSectionTest : public ::testing::Test {
-protected:
+  protected:
     AgentsSectionTest()
-        : display([](const std::string&) {}, [](const std::string&) {}),
-          center(scheduler),
-          hub(scheduler, folder.path(), display, center, [](std::function<void()> work) { work(); }, pruneInterval),
+        : display([](const std::string&) {}, [](const std::string&) {}), center(scheduler),
+          hub(
+              scheduler, folder.path(), display, center, [](std::function<void()> work) { work(); },
+              pruneInterval),
           section(hub, scheduler, QStringLiteral(BRIND_BIN_DIR "/vantaquill")) {
         hub.onChange = [this] { section.refresh(); };
         section.onCloseRequested = [this] { ++closeRequests; };
@@ -105,7 +94,8 @@ protected:
     void click(QAbstractButton* button) {
         ASSERT_NE(button, nullptr);
         // Near the left edge: check boxes and radio buttons answer only on their box and label.
-        QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(std::min(8, button->width() / 2), button->height() / 2));
+        QTest::mouseClick(button, Qt::LeftButton, {},
+                          QPoint(std::min(8, button->width() / 2), button->height() / 2));
         settle();
     }
 
@@ -126,11 +116,8 @@ TEST_F(AgentsSectionTest, AllowAnswersTheHeldCallAndTheIslandStopsWaiting) {
     hold(bash("git push origin main", scheduler.now()), "r1");
     EXPECT_TRUE(section.needsUser());
     EXPECT_EQ(section.shownRequest(), "r1");
-    // The compact and peek faces learn that an agent waits.
-    ASSERT_EQ(center.activities().size(), 1u);
-    EXPECT_EQ(center.activities().front().id, AgentWaitingActivity::activityID);
-    EXPECT_EQ(center.activities().front().title, "Claude Code needs approval");
-    ASSERT_TRUE(center.alerting());
+    // The compact and peek faces learn that an agent waits (the activity itself: tests/app AgentHub).
+    EXPECT_TRUE(center.alerting());
     // The full command is shown, not only the cut summary.
     EXPECT_EQ(find<QWidget>("agentSubject")->property("plainText").toString(), "git push origin main");
 
@@ -139,7 +126,6 @@ TEST_F(AgentsSectionTest, AllowAnswersTheHeldCallAndTheIslandStopsWaiting) {
     EXPECT_EQ(decisions.at("r1"), brind::AgentDecision::allow());
     EXPECT_FALSE(section.needsUser());
     EXPECT_EQ(section.shownRequest(), std::nullopt);
-    EXPECT_TRUE(center.activities().empty());
     EXPECT_EQ(closeRequests, 1);
     EXPECT_EQ(hub.tracker().sessions.at("claude.abc").status, brind::AgentSession::Status::working);
 }
@@ -191,7 +177,8 @@ TEST_F(AgentsSectionTest, QuestionsAnswerWithTheChosenLabelsAndTypedText) {
          {{{"question", "Which checks?"},
            {"header", "Checks"},
            {"multiSelect", true},
-           {"options", {{{"label", "Lint"}, {"description", "Style only"}}, {{"label", "Unit"}}, {{"label", "E2E"}}}}},
+           {"options",
+            {{{"label", "Lint"}, {"description", "Style only"}}, {{"label", "Unit"}}, {{"label", "E2E"}}}}},
           {{"question", "Where to deploy?"},
            {"options", {{{"label", "Staging"}}, {{"label", "Production"}}}}}}}};
     hold(claudeEvent("PreToolUse", "AskUserQuestion", input.dump(), std::nullopt, scheduler.now()), "q1");
@@ -233,19 +220,14 @@ TEST_F(AgentsSectionTest, QuestionsAnswerWithTheChosenLabelsAndTypedText) {
     EXPECT_EQ(decisions.at("q2"), brind::AgentDecision::allowUpdating(expected));
 }
 
-TEST_F(AgentsSectionTest, PlansAreApprovedOrSentBackWithFeedback) {
+TEST_F(AgentsSectionTest, PlansAreApprovedOrSentBack) {
     const std::string plan = brind::JSON{{"plan", "# Plan\n\n1. Add the cache\n2. Test it"}}.dump();
-    hold(claudeEvent("PreToolUse", "ExitPlanMode", plan, std::nullopt, scheduler.now()), "p1");
-    EXPECT_TRUE(find<QWidget>("agentPlan")->property("plainText").toString().contains("Add the cache"));
-    QTest::keyClicks(find<QLineEdit>("agentPlanFeedback"), "Skip the cache");
-    click(find("agentKeepPlanning"));
-    EXPECT_EQ(decisions.at("p1"),
-              brind::AgentDecision::deny(
-                  "The user reviewed the plan in vantaquill and wants changes before you start: Skip the cache"));
-
+    // Feedback typed in the field is sent back on screen, in tests/desktop.
     hold(claudeEvent("PreToolUse", "ExitPlanMode", plan, std::nullopt, scheduler.now()), "p2");
+    EXPECT_TRUE(find<QWidget>("agentPlan")->property("plainText").toString().contains("Add the cache"));
     click(find("agentKeepPlanning"));
-    EXPECT_EQ(decisions.at("p2"), brind::AgentDecision::deny(brind::AgentQuestionAnswer::keepPlanningReason(std::nullopt)));
+    EXPECT_EQ(decisions.at("p2"),
+              brind::AgentDecision::deny(brind::AgentQuestionAnswer::keepPlanningReason(std::nullopt)));
 
     hold(claudeEvent("PreToolUse", "ExitPlanMode", plan, std::nullopt, scheduler.now()), "p3");
     click(find("agentApprovePlan"));
@@ -258,7 +240,6 @@ TEST_F(AgentsSectionTest, RequestsQueueInArrivalOrderAndAnyCanBeShownFirst) {
     other.sessionID = "def";
     hold(other, "r2");
     EXPECT_EQ(section.shownRequest(), "r1");
-    EXPECT_EQ(center.activities().front().subtitle, "lighthouse · npm test · 1 more waiting");
 
     // The second session's row offers its request; showing it puts it first.
     auto showButtons = section.findChildren<QPushButton*>("agentShowRequest");
@@ -274,25 +255,6 @@ TEST_F(AgentsSectionTest, RequestsQueueInArrivalOrderAndAnyCanBeShownFirst) {
     EXPECT_FALSE(decisions.contains("r1"));
     EXPECT_EQ(section.shownRequest(), "r1");
     EXPECT_EQ(closeRequests, 0);
-}
-
-TEST_F(AgentsSectionTest, KeyboardStartsOnTheRequestsPrimaryAnswer) {
-    hold(bash("npm test", scheduler.now()), "r1");
-    EXPECT_EQ(section.focusWidget(), find("agentAllow"));
-    // The panel gives the keyboard to the section on opening; it lands on the same answer.
-    find("agentDeny")->setFocus();
-    section.setFocus();
-    EXPECT_EQ(section.focusWidget(), find("agentAllow"));
-    // Tab moves on to the next control and back; Space presses whichever button holds the focus.
-    QTest::keyClick(section.focusWidget(), Qt::Key_Tab);
-    EXPECT_NE(section.focusWidget(), find("agentAllow"));
-    QTest::keyClick(section.focusWidget(), Qt::Key_Backtab);
-    QTest::keyClick(section.focusWidget(), Qt::Key_Space);
-    settle();
-    EXPECT_EQ(decisions.at("r1"), brind::AgentDecision::allow());
-
-    QTest::keyClick(&section, Qt::Key_Escape);
-    EXPECT_EQ(closeRequests, 2);
 }
 
 TEST_F(AgentsSectionTest, CountdownRunsOnlyWhileTheSectionIsVisible) {
@@ -312,15 +274,8 @@ TEST_F(AgentsSectionTest, CountdownRunsOnlyWhileTheSectionIsVisible) {
 
 // Gemini CLI applies its own policy after an allow: the island offers only what changes anything.
 TEST_F(AgentsSectionTest, OffersOnlyTheAnswersThatChangeWhatTheAgentDoes) {
-    brind::AgentHookEvent event;
+    brind::AgentHookEvent event = claudeEvent("BeforeTool", "run_shell_command", "{}", "ls", scheduler.now());
     event.agent = brind::AgentKind::gemini;
-    event.kind = brind::AgentEventKind::preTool;
-    event.rawName = "BeforeTool";
-    event.sessionID = "g1";
-    event.cwd = "/home/ada/src/lighthouse";
-    event.toolName = "run_shell_command";
-    event.toolSummary = "ls";
-    event.date = scheduler.now();
     hold(event, "g1");
     EXPECT_FALSE(find("agentAllow"));
     EXPECT_FALSE(find("agentAlwaysAllow"));
@@ -331,35 +286,25 @@ TEST_F(AgentsSectionTest, OffersOnlyTheAnswersThatChangeWhatTheAgentDoes) {
 // The button runs the real `vantaquill jump` with what the hooks reported, here against a real
 // tmux server whose other window is in front.
 TEST_F(AgentsSectionTest, JumpToTerminalSelectsTheSessionsTmuxPane) {
-    if (!QFileInfo(QStringLiteral("/usr/bin/tmux")).isExecutable())
+    if (!std::filesystem::exists("/usr/bin/tmux"))
         GTEST_SKIP() << "tmux is not installed (scripts/setup installs it)";
-    const QString socket = QString::fromStdString((folder.path() / "tmux.sock").string());
-    const auto tmux = [&socket](QStringList arguments) {
-        QProcess process;
-        process.start(QStringLiteral("/usr/bin/tmux"), QStringList{"-S", socket, "-f", "/dev/null"} + arguments);
-        process.waitForFinished();
-        return QString::fromUtf8(process.readAllStandardOutput()).trimmed();
+    const std::string socket = (folder.path() / "tmux.sock").string();
+    const auto tmux = [&socket](std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {"-S", socket, "-f", "/dev/null"});
+        return e2e::run("/usr/bin/tmux", arguments, {}).out;
     };
+    const auto front = [&tmux] { return tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}); };
     tmux({"new-session", "-d", "-s", "work", "-x", "80", "-y", "24"});
-    const QString agentPane = tmux({"display-message", "-p", "-t", "work", "#{pane_id}"});
+    const std::string agentPane = front();
     tmux({"new-window", "-t", "work"});
-    const QString front = tmux({"display-message", "-p", "-t", "work", "#{pane_id}"});
-    ASSERT_NE(front, agentPane);
+    ASSERT_NE(front(), agentPane);
 
-    brind::AgentHookEvent event = bash("npm test", scheduler.now());
-    event.kind = brind::AgentEventKind::preTool;
-    event.terminalInfo = brind::AgentTerminalInfo{};
-    event.terminalInfo->tmuxSocket = socket.toStdString();
-    event.terminalInfo->tmuxPane = agentPane.toStdString();
+    brind::AgentHookEvent event = claudeEvent("PreToolUse", "Bash", "{}", "npm test", scheduler.now());
+    event.terminalInfo = brind::AgentTerminalInfo{{}, socket, agentPane.substr(0, agentPane.find('\n')), {}};
     hub.apply(event);
     settle();
     click(find("agentJump"));
-
-    QElapsedTimer waited;
-    waited.start();
-    while (tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}) != agentPane && waited.elapsed() < 10'000)
-        QTest::qWait(50);
-    EXPECT_EQ(tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}), agentPane);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return front() == agentPane; }, 10'000));
     tmux({"kill-server"});
 }
 

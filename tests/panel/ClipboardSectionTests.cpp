@@ -130,20 +130,34 @@ TEST_F(ClipboardSectionTests, EnterCopiesTheItemBackMarkedAsOurOwnFlashesCopiedA
     EXPECT_TRUE(section->searchField()->text().isEmpty()) << "the island opens again on the whole history";
 }
 
-TEST_F(ClipboardSectionTests, DownMovesIntoTheListWhereEnterCopiesTheChosenRow) {
-    copy("older");
+TEST_F(ClipboardSectionTests, KeysMoveBetweenFieldAndListAndEscapeClearsThenCloses) {
+    const auto older = copy("older");
     copy("newer");
     show();
     section->searchField()->setFocus();
 
     QTest::keyClick(section->searchField(), Qt::Key_Down);
     EXPECT_TRUE(section->list()->hasFocus());
-    QTest::keyClick(section->list(), Qt::Key_Down);
+    for (int press = 0; press < 4; ++press)
+        QTest::keyClick(section->list(), Qt::Key_Down);
+    EXPECT_EQ(section->list()->currentIndex().row(), 1) << "Down on the last row does not wrap round";
     QTest::keyClick(section->list(), Qt::Key_Enter);
     EXPECT_EQ(QGuiApplication::clipboard()->mimeData()->data("text/plain").toStdString(), "older");
-
     QTest::keyClick(section->list(), Qt::Key_Up);
     EXPECT_TRUE(section->searchField()->hasFocus()) << "Up from the first row goes back to the field";
+
+    QTest::keyClicks(section->searchField(), "old");
+    QTest::keyClick(section->searchField(), Qt::Key_P, Qt::ControlModifier);
+    EXPECT_TRUE(store.history().item(older.id)->pinned);
+    EXPECT_EQ(section->searchField()->text(), "old") << "Ctrl+P types nothing";
+
+    const int closes = closeRequests;
+    QTest::keyClick(section->searchField(), Qt::Key_Escape);
+    EXPECT_TRUE(section->searchField()->text().isEmpty());
+    EXPECT_EQ(closeRequests, closes) << "the first Escape only clears the search";
+    EXPECT_EQ(titles().size(), 2u);
+    QTest::keyClick(section->searchField(), Qt::Key_Escape);
+    EXPECT_EQ(closeRequests, closes + 1);
 }
 
 TEST_F(ClipboardSectionTests, CtrlAndADigitCopyThatRowBackFromTheFieldOrTheList) {
@@ -193,21 +207,6 @@ TEST_F(ClipboardSectionTests, CtrlAndADigitCopyThatRowBackFromTheFieldOrTheList)
     }
 }
 
-TEST_F(ClipboardSectionTests, ArrowsStopAtTheEndsAndCtrlPPinsFromTheField) {
-    const auto older = copy("older");
-    copy("newer");
-    show();
-    section->list()->setFocus();
-    for (int press = 0; press < 4; ++press)
-        QTest::keyClick(section->list(), Qt::Key_Down);
-    EXPECT_EQ(section->list()->currentIndex().row(), 1) << "Down on the last row does not wrap round";
-
-    QTest::keyClicks(section->searchField(), "old");
-    QTest::keyClick(section->searchField(), Qt::Key_P, Qt::ControlModifier);
-    EXPECT_TRUE(store.history().item(older.id)->pinned);
-    EXPECT_EQ(section->searchField()->text(), "old") << "Ctrl+P types nothing";
-}
-
 TEST_F(ClipboardSectionTests, ANewCopyTakesTheSelectionUnlessTheUserMovedIt) {
     copy("first");
     show();
@@ -219,18 +218,6 @@ TEST_F(ClipboardSectionTests, ANewCopyTakesTheSelectionUnlessTheUserMovedIt) {
     copy("third");
     ASSERT_EQ(titles(), (std::vector<std::string>{"third", "second", "first"}));
     EXPECT_EQ(section->list()->currentIndex().row(), 2) << "the chosen item stays chosen";
-}
-
-TEST_F(ClipboardSectionTests, EscapeClearsTheSearchFirstThenClosesTheIsland) {
-    copy("kept");
-    show();
-    QTest::keyClicks(section->searchField(), "nothing like it");
-    QTest::keyClick(section->searchField(), Qt::Key_Escape);
-    EXPECT_TRUE(section->searchField()->text().isEmpty());
-    EXPECT_EQ(closeRequests, 0);
-    EXPECT_EQ(titles(), (std::vector<std::string>{"kept"}));
-    QTest::keyClick(section->searchField(), Qt::Key_Escape);
-    EXPECT_EQ(closeRequests, 1);
 }
 
 TEST_F(ClipboardSectionTests, EachRowPinsUnpinsAndDeletes) {

@@ -1,12 +1,11 @@
-#include "vantaquill/panel/shelf/ShelfSection.hpp"
-
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/ShelfStore.hpp"
-#include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/ElidedLabel.hpp"
+#include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/shelf/ShelfEntryRow.hpp"
+#include "vantaquill/panel/shelf/ShelfSection.hpp"
 
 #include <QClipboard>
 #include <QDropEvent>
@@ -15,10 +14,8 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QTest>
-
-#include <gtest/gtest.h>
-
 #include <fstream>
+#include <gtest/gtest.h>
 
 namespace vq {
 namespace {
@@ -26,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 class ShelfSectionTests : public ::testing::Test {
-protected:
+  protected:
     brindtest::TemporaryFolder temporary{"vantaquill-shelf-section"};
     fs::path data = temporary.path() / "data";
     ManualScheduler scheduler;
@@ -67,51 +64,51 @@ protected:
     }
 };
 
-TEST_F(ShelfSectionTests, RemoveTakesTheEntryOffTheShelfAndOutOfItsFile) {
-    const std::string report = file("report.pdf");
-    const std::string notes = file("notes.txt");
-    store = std::make_unique<ShelfStore>(data);
-    store->addFiles({report}, scheduler.now());
-    store->addFiles({notes}, scheduler.now());
-    show();
-    ASSERT_EQ(names(), (std::vector<std::string>{"notes.txt", "report.pdf"}));
-
-    QTest::mouseClick(section->rows().front()->removeButton(), Qt::LeftButton);
-    EXPECT_EQ(names(), (std::vector<std::string>{"report.pdf"}));
-    ASSERT_EQ(store->library().entries.size(), 1u);
-    EXPECT_EQ(ShelfStore(data).library().entries, store->library().entries) << "the removal is saved";
-    EXPECT_TRUE(fs::exists(notes)) << "a file the user put on the shelf is never deleted";
-    EXPECT_EQ(closeRequests, 0);
-}
-
-TEST_F(ShelfSectionTests, RemovingDeletesOnlyFilesTheShelfMadeInsideItsFolder) {
+// Removing takes the entry off the shelf and out of its file; it deletes only a file the shelf made
+// inside its own folder, never one the user put there, nor one an edited file calls "owned" elsewhere.
+TEST_F(ShelfSectionTests, RemoveTakesTheEntryOffAndDeletesOnlyFilesTheShelfMade) {
     fs::create_directories(data);
     const std::string converted = (data / "converted.png").string();
     std::ofstream(converted) << "png";
     const std::string elsewhere = file("precious.txt");
+    const std::string notes = file("notes.txt");
     brind::ShelfLibrary library;
-    for (const auto& path : {converted, elsewhere})
-        library.entries.push_back({.id = brind::UUID::random(), .path = path, .title = fs::path(path).filename(),
-                                   .owned = true});
+    for (const auto& path : {converted, elsewhere, notes})
+        library.entries.push_back({.id = brind::UUID::random(),
+                                   .path = path,
+                                   .title = fs::path(path).filename(),
+                                   .owned = path != notes});
     ASSERT_TRUE(brind::AtomicFile::write(data / ShelfStore::fileName, library.encoded()));
     show();
+    ASSERT_EQ(names(), (std::vector<std::string>{"converted.png", "precious.txt", "notes.txt"}));
 
     for (int i = 0; i < 2; ++i)
         QTest::mouseClick(section->rows().front()->removeButton(), Qt::LeftButton);
-    EXPECT_TRUE(section->rows().empty());
+    EXPECT_EQ(names(), (std::vector<std::string>{"notes.txt"}));
+    EXPECT_EQ(ShelfStore(data).library().entries, store->library().entries) << "the removal is saved";
     EXPECT_FALSE(fs::exists(converted));
-    EXPECT_TRUE(fs::exists(elsewhere)) << "\"owned\" in an edited file must not delete files elsewhere";
+    EXPECT_TRUE(fs::exists(elsewhere));
+    QTest::mouseClick(section->rows().front()->removeButton(), Qt::LeftButton);
+    EXPECT_TRUE(section->rows().empty());
+    EXPECT_TRUE(fs::exists(notes));
+    EXPECT_EQ(closeRequests, 0);
 }
 
 TEST_F(ShelfSectionTests, OpenHandsFilesAndLinksToTheDesktopAndClosesTheIsland) {
     const std::string report = file("report.pdf");
     brind::ShelfLibrary library;
-    library.entries.push_back({.id = brind::UUID::random(), .kind = brind::ShelfEntry::Kind::text,
-                               .text = "a snippet", .title = "a snippet"});
-    library.entries.push_back({.id = brind::UUID::random(), .kind = brind::ShelfEntry::Kind::link,
-                               .text = "example.com/page", .title = "example.com"});
-    library.entries.push_back(
-        {.id = brind::UUID::random(), .kind = brind::ShelfEntry::Kind::file, .path = report, .title = "report.pdf"});
+    library.entries.push_back({.id = brind::UUID::random(),
+                               .kind = brind::ShelfEntry::Kind::text,
+                               .text = "a snippet",
+                               .title = "a snippet"});
+    library.entries.push_back({.id = brind::UUID::random(),
+                               .kind = brind::ShelfEntry::Kind::link,
+                               .text = "example.com/page",
+                               .title = "example.com"});
+    library.entries.push_back({.id = brind::UUID::random(),
+                               .kind = brind::ShelfEntry::Kind::file,
+                               .path = report,
+                               .title = "report.pdf"});
     fs::create_directories(data);
     ASSERT_TRUE(brind::AtomicFile::write(data / ShelfStore::fileName, library.encoded()));
     show();
@@ -120,7 +117,8 @@ TEST_F(ShelfSectionTests, OpenHandsFilesAndLinksToTheDesktopAndClosesTheIsland) 
     EXPECT_FALSE(section->rows()[0]->openButton()->isVisible()) << "a snippet has nothing to open";
     QTest::mouseClick(section->rows()[1]->openButton(), Qt::LeftButton);
     QTest::mouseClick(section->rows()[2]->openButton(), Qt::LeftButton);
-    EXPECT_EQ(opened, (std::vector<QUrl>{QUrl("http://example.com/page"), QUrl::fromLocalFile(QString::fromStdString(report))}));
+    EXPECT_EQ(opened, (std::vector<QUrl>{QUrl("http://example.com/page"),
+                                         QUrl::fromLocalFile(QString::fromStdString(report))}));
     EXPECT_EQ(closeRequests, 2);
 
     QTest::keyClick(section.get(), Qt::Key_Escape);
@@ -146,7 +144,8 @@ TEST_F(ShelfSectionTests, FilesDroppedOnTheSectionJoinTheShelf) {
     show();
     const std::string dropped = file("dropped.txt");
     QMimeData mime;
-    mime.setUrls({QUrl::fromLocalFile(QString::fromStdString(dropped)), QUrl("https://example.com/not-a-file"),
+    mime.setUrls({QUrl::fromLocalFile(QString::fromStdString(dropped)),
+                  QUrl("https://example.com/not-a-file"),
                   QUrl::fromLocalFile(QString::fromStdString((temporary.path() / "missing.txt").string()))});
     const QPointF point = section->rect().center();
     QDragEnterEvent enter(point.toPoint(), Qt::CopyAction, &mime, Qt::LeftButton, {});

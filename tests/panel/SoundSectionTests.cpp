@@ -1,72 +1,86 @@
-#include "vantaquill/panel/sound/SoundSection.hpp"
-
 #include "tests/providers/SoundServer.hpp"
 #include "vantaquill/panel/sound/SoundRow.hpp"
+#include "vantaquill/panel/sound/SoundSection.hpp"
 
 #include <QCoreApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QSlider>
 #include <QTest>
-
 #include <gtest/gtest.h>
-
 #include <sstream>
 
 namespace vq {
 namespace {
 
-constexpr int patience = 20000;
-
 void onMainThread(std::function<void()> function) {
     QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(function), Qt::QueuedConnection);
 }
 
+bool eventually(const std::function<bool()>& done) {
+    return QTest::qWaitFor(done, 20000);
+}
+
 class SoundView : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_TRUE(std::filesystem::exists("/usr/bin/pacat")) << "package pulseaudio-utils is missing";
         ASSERT_TRUE(server.running());
         ASSERT_TRUE(server.waitUntilReady()) << "PulseAudio did not start";
+        section.resize(480, 320);
     }
 
-    /// The block `pactl list sink-inputs` prints for the stream of `application`.
-    std::string streamAsServerHasIt(const std::string& application) const {
+    /// pacat playing silence for the application "Tuner" while the program lives.
+    std::unique_ptr<BackgroundProgram> play(std::vector<std::string> options = {}) const {
+        options.insert(options.begin(), {"--playback", "--property=application.name=Tuner"});
+        options.push_back("/dev/zero");
+        return std::make_unique<BackgroundProgram>(
+            "/usr/bin/pacat", options,
+            std::vector<std::string>{"HOME=" + home.path().string(),
+                                     "XDG_RUNTIME_DIR=" + home.path().string()});
+    }
+
+    /// Whether the block `pactl list sink-inputs` prints for the Tuner stream contains `text`.
+    bool tunerHas(const std::string& text) const {
         const auto all = server.control({"list", "sink-inputs"}).value_or("");
-        const auto named = all.find("application.name = \"" + application + "\"");
-        if (named == std::string::npos)
-            return {};
+        const auto named = all.find("application.name = \"Tuner\"");
         const auto start = all.rfind("Sink Input #", named);
-        return all.substr(start, named - start);
+        return named != std::string::npos && all.substr(start, named - start).find(text) != std::string::npos;
     }
 
-    /// The output button marked as the one in use.
-    static QString outputInUse(const SoundSection& section) {
-        for (QPushButton* button : section.outputButtons()) {
-            if (button->property("role").toString() == "primary")
-                return button->text();
-        }
+    /// The first column of the line of `pactl list short <what>` that contains `needle`.
+    std::string indexOf(const std::string& what, const std::string& needle) const {
+        std::istringstream lines(server.control({"list", "short", what}).value_or(""));
+        for (std::string line; std::getline(lines, line);)
+            if (line.find(needle) != std::string::npos)
+                return line.substr(0, line.find('\t'));
         return {};
     }
 
-    SoundRow* rowOf(const SoundSection& section, const QString& application) const {
-        for (auto* row : section.streamRows()) {
-            if (row->name() == application && row->isVisible())
+    /// The output button marked as the one in use.
+    QString outputInUse() const {
+        for (QPushButton* button : section.outputButtons())
+            if (button->property("role").toString() == "primary")
+                return button->text();
+        return {};
+    }
+
+    SoundRow* tuner() const {
+        for (auto* row : section.streamRows())
+            if (row->name() == "Tuner" && row->isVisible())
                 return row;
-        }
         return nullptr;
     }
 
     e2e::TemporaryHome home;
     SoundServer server{home};
     SessionOf session{{{"HOME", home.path().string()}, {"XDG_RUNTIME_DIR", home.path().string()}}};
+    SoundSection section{onMainThread};
 };
 
 TEST_F(SoundView, ApplicationsPlayingAreListedAndTheirLevelsSetOnTheServer) {
-    SoundSection section(onMainThread);
-    section.resize(480, 320);
     section.show();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return section.outputRow()->isVisible(); }, patience));
+    ASSERT_TRUE(eventually([&] { return section.outputRow()->isVisible(); }));
     EXPECT_EQ(section.outputRow()->name(), "Speakers");
     EXPECT_TRUE(section.findChild<QLabel*>("empty")->isVisible());
     // The island takes the section's height when told of a change: a new row must be in it then.
@@ -74,13 +88,9 @@ TEST_F(SoundView, ApplicationsPlayingAreListedAndTheirLevelsSetOnTheServer) {
     int heightTold = heightBefore;
     section.onChanged = [&] { heightTold = section.contentHeight(480); };
 
-    std::optional<BackgroundProgram> player;
-    player.emplace("/usr/bin/pacat",
-                   std::vector<std::string>{"--playback", "--property=application.name=Tuner",
-                                            "--stream-name=Test tone", "/dev/zero"},
-                   std::vector<std::string>{"HOME=" + home.path().string(), "XDG_RUNTIME_DIR=" + home.path().string()});
-    SoundRow* row = nullptr;
-    ASSERT_TRUE(QTest::qWaitFor([&] { return (row = rowOf(section, "Tuner")) != nullptr; }, patience));
+    auto player = play({"--stream-name=Test tone"});
+    ASSERT_TRUE(eventually([&] { return tuner() != nullptr; }));
+    SoundRow* row = tuner();
     EXPECT_FALSE(section.findChild<QLabel*>("empty")->isVisible());
     EXPECT_GT(heightTold, heightBefore);
     EXPECT_EQ(heightTold, section.contentHeight(480));
@@ -89,83 +99,57 @@ TEST_F(SoundView, ApplicationsPlayingAreListedAndTheirLevelsSetOnTheServer) {
 
     // The user's changes reach the server: the slider, then mute.
     row->slider()->setValue(30);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return streamAsServerHasIt("Tuner").find("/  30% /") != std::string::npos; },
-                                patience))
-        << streamAsServerHasIt("Tuner");
+    EXPECT_TRUE(eventually([&] { return tunerHas("/  30% /"); }));
     row->muteButton()->click();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return streamAsServerHasIt("Tuner").find("Mute: yes") != std::string::npos; },
-                                patience));
+    EXPECT_TRUE(eventually([&] { return tunerHas("Mute: yes"); }));
 
-    // A change made elsewhere moves the row.
-    const auto index = streamAsServerHasIt("Tuner").substr(std::string("Sink Input #").size());
-    ASSERT_TRUE(server.control({"set-sink-input-volume", index.substr(0, index.find('\n')), "70%"}));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return row->slider()->value() == 70; }, patience));
+    // A change made elsewhere (to the only stream) moves the row.
+    ASSERT_TRUE(server.control({"set-sink-input-volume", indexOf("sink-inputs", "\t"), "70%"}));
+    EXPECT_TRUE(eventually([&] { return row->slider()->value() == 70; }));
     EXPECT_TRUE(row->muteButton()->isChecked());
 
     // The output's own level.
     section.outputRow()->slider()->setValue(55);
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return server.control({"get-sink-volume", "speakers"}).value_or("").find("55%") != std::string::npos; },
-        patience));
+    EXPECT_TRUE(eventually([&] {
+        return server.control({"get-sink-volume", "speakers"}).value_or("").find("55%") != std::string::npos;
+    }));
 
     // The stream ends: its row goes.
     player.reset();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return rowOf(section, "Tuner") == nullptr; }, patience));
+    EXPECT_TRUE(eventually([&] { return tuner() == nullptr; }));
     EXPECT_TRUE(section.findChild<QLabel*>("empty")->isVisible());
 }
 
 TEST_F(SoundView, ChoosingAnOutputMakesItTheDefaultAndMovesWhatPlays) {
-    SoundSection section(onMainThread);
-    section.resize(480, 320);
     section.show();
     // The test server has two outputs, speakers in use.
-    ASSERT_TRUE(QTest::qWaitFor([&] { return section.outputChoice()->isVisible(); }, patience));
+    ASSERT_TRUE(eventually([&] { return section.outputChoice()->isVisible(); }));
     ASSERT_EQ(section.outputButtons().size(), 2u);
-    EXPECT_EQ(outputInUse(section), "Speakers");
+    EXPECT_EQ(outputInUse(), "Speakers");
 
-    BackgroundProgram player("/usr/bin/pacat",
-                             {"--playback", "--property=application.name=Tuner", "/dev/zero"},
-                             {"HOME=" + home.path().string(), "XDG_RUNTIME_DIR=" + home.path().string()});
-    ASSERT_TRUE(QTest::qWaitFor([&] { return rowOf(section, "Tuner") != nullptr; }, patience));
-    // `pactl list short sinks` prints "index<tab>name<tab>…" a line.
-    std::string headphonesIndex;
-    std::istringstream sinks(server.control({"list", "short", "sinks"}).value_or(""));
-    for (std::string line; std::getline(sinks, line);) {
-        if (line.find("\theadphones\t") != std::string::npos)
-            headphonesIndex = line.substr(0, line.find('\t'));
-    }
-    ASSERT_FALSE(headphonesIndex.empty());
-
-    for (QPushButton* button : section.outputButtons()) {
+    const auto player = play();
+    ASSERT_TRUE(eventually([&] { return tuner() != nullptr; }));
+    const std::string headphones = indexOf("sinks", "\theadphones\t");
+    ASSERT_FALSE(headphones.empty());
+    for (QPushButton* button : section.outputButtons())
         if (button->text() == "Headphones")
             button->click();
-    }
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return server.control({"get-default-sink"}).value_or("").find("headphones") != std::string::npos; },
-        patience));
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return streamAsServerHasIt("Tuner").find("Sink: " + headphonesIndex + "\n") != std::string::npos; },
-        patience))
-        << streamAsServerHasIt("Tuner");
-    EXPECT_TRUE(QTest::qWaitFor([&] { return section.outputRow()->name() == "Headphones"; }, patience));
-    EXPECT_EQ(outputInUse(section), "Headphones");
+    EXPECT_TRUE(eventually([&] {
+        return server.control({"get-default-sink"}).value_or("").find("headphones") != std::string::npos;
+    }));
+    EXPECT_TRUE(eventually([&] { return tunerHas("Sink: " + headphones + "\n"); }));
+    EXPECT_TRUE(eventually([&] { return section.outputRow()->name() == "Headphones"; }));
+    EXPECT_EQ(outputInUse(), "Headphones");
 
     // With one output left there is nothing to choose.
-    std::string speakersModule;
-    std::istringstream modules(server.control({"list", "short", "modules"}).value_or(""));
-    for (std::string line; std::getline(modules, line);) {
-        if (line.find("sink_name=speakers") != std::string::npos)
-            speakersModule = line.substr(0, line.find('\t'));
-    }
-    ASSERT_TRUE(server.control({"unload-module", speakersModule}));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !section.outputChoice()->isVisible(); }, patience));
+    ASSERT_TRUE(server.control({"unload-module", indexOf("modules", "sink_name=speakers")}));
+    EXPECT_TRUE(eventually([&] { return !section.outputChoice()->isVisible(); }));
 }
 
 TEST_F(SoundView, WithoutASoundServerTheViewSaysSo) {
     server.quit();
-    SoundSection section(onMainThread);
     section.show();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return section.findChild<QLabel*>("status")->isVisible(); }, patience));
+    EXPECT_TRUE(eventually([&] { return section.findChild<QLabel*>("status")->isVisible(); }));
     EXPECT_FALSE(section.outputRow()->isVisible());
 }
 
