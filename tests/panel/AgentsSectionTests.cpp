@@ -220,11 +220,17 @@ TEST_F(AgentsSectionTest, QuestionsAnswerWithTheChosenLabelsAndTypedText) {
     EXPECT_EQ(decisions.at("q2"), brind::AgentDecision::allowUpdating(expected));
 }
 
-TEST_F(AgentsSectionTest, PlansAreApprovedOrSentBack) {
+TEST_F(AgentsSectionTest, PlansAreApprovedOrSentBackWithFeedback) {
     const std::string plan = brind::JSON{{"plan", "# Plan\n\n1. Add the cache\n2. Test it"}}.dump();
-    // Feedback typed in the field is sent back on screen, in tests/desktop.
-    hold(claudeEvent("PreToolUse", "ExitPlanMode", plan, std::nullopt, scheduler.now()), "p2");
+    hold(claudeEvent("PreToolUse", "ExitPlanMode", plan, std::nullopt, scheduler.now()), "p1");
     EXPECT_TRUE(find<QWidget>("agentPlan")->property("plainText").toString().contains("Add the cache"));
+    QTest::keyClicks(find<QLineEdit>("agentPlanFeedback"), "Skip the cache");
+    click(find("agentKeepPlanning"));
+    EXPECT_EQ(decisions.at("p1"),
+              brind::AgentDecision::deny(
+                  "The user reviewed the plan in vantaquill and wants changes before you start: Skip the cache"));
+
+    hold(claudeEvent("PreToolUse", "ExitPlanMode", plan, std::nullopt, scheduler.now()), "p2");
     click(find("agentKeepPlanning"));
     EXPECT_EQ(decisions.at("p2"),
               brind::AgentDecision::deny(brind::AgentQuestionAnswer::keepPlanningReason(std::nullopt)));
