@@ -190,19 +190,9 @@ protected:
             server->addPage("/frame/" + suite.name, page);
             frames.push_back("http://" + suite.pageHost + ":" + std::to_string(server->port()) + "/frame/" + suite.name);
         }
-        // One frame after the other, so that the attempts never compete for connections.
-        pages->addPage("/", "<!doctype html><body><script>const frames = " + frames.dump() + R"(;
-(async () => {
-    for (const url of frames) {
-        await new Promise(resolve => {
-            window.onmessage = resolve;
-            const frame = document.createElement("iframe");
-            frame.src = url;
-            document.body.appendChild(frame);
-        });
-    }
-})();
-</script>)");
+        pages->addPage("/frames.js", fileText(std::string(BRIND_ATTACK_PAGES) + "/frames.js"));
+        pages->addPage("/", "<!doctype html><body><script>window.attackFrames = " + frames.dump() +
+                                ";</script><script src=\"/frames.js\"></script>");
 
         {
             HeadlessBrowser browser("http://127.0.0.1:" + pagePort + "/", "MAP rebind.test 127.0.0.1");
