@@ -15,13 +15,7 @@ namespace {
 
 LiveActivity activity(std::string id, ActivityPriority priority = ActivityPriority::normal,
                       bool alert = false) {
-    LiveActivity made;
-    made.id = std::move(id);
-    made.source = "test";
-    made.title = "Title";
-    made.priority = priority;
-    made.alert = alert;
-    return made;
+    return {.id = std::move(id), .source = "test", .priority = priority, .title = "Title", .alert = alert};
 }
 
 // Posts an alerting activity of its own at start; as the desktop's providers do, it may end it
