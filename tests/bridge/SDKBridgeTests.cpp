@@ -246,12 +246,9 @@ TEST_F(Bridge, HookCallsAnswerInTheAgentsOwnForm) {
     EXPECT_EQ(quiet.status, 200);
     EXPECT_EQ(quiet.body, "");
     EXPECT_FALSE(quiet.headers.contains("Content-Type"));
+    // Headers that could smuggle a shell command are dropped.
     ASSERT_EQ(delegate->agentEvents.size(), 1u);
-    ASSERT_TRUE(delegate->agentEvents[0].terminalInfo);
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->tty, "/dev/pts/3");
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->tmuxPane, std::nullopt);
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->processID, "4242");
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->kittyWindow, std::nullopt);
+    EXPECT_EQ(delegate->agentEvents[0].terminalInfo, (AgentTerminalInfo{.tty = "/dev/pts/3", .processID = "4242"}));
 
     const auto prompt = hook("cursor", R"({"hook_event_name":"beforeSubmitPrompt","conversation_id":"c"})");
     EXPECT_EQ(prompt.body, R"({"continue":true})");
