@@ -85,8 +85,11 @@ install(CODE "
     set(autostart_folder \"\${CMAKE_INSTALL_PREFIX}/etc/xdg/autostart\")
   endif()
   set(VANTAQUILL_ISLAND \"\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/vantaquill-island\")
-  configure_file(\"${VANTAQUILL_PACKAGING}/vantaquill.service.in\" \"${VANTAQUILL_STAGE}/unit/vantaquill.service\" @ONLY)
-  file(INSTALL DESTINATION \"\${unit_folder}\" TYPE FILE FILES \"${VANTAQUILL_STAGE}/unit/vantaquill.service\")
+  # A folder of each destination's own: installs into two prefixes at once never swap their units.
+  string(MD5 destination \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}\")
+  set(unit \"${VANTAQUILL_STAGE}/unit/\${destination}/vantaquill.service\")
+  configure_file(\"${VANTAQUILL_PACKAGING}/vantaquill.service.in\" \"\${unit}\" @ONLY)
+  file(INSTALL DESTINATION \"\${unit_folder}\" TYPE FILE FILES \"\${unit}\")
   file(INSTALL DESTINATION \"\${autostart_folder}\" TYPE FILE
        FILES \"${VANTAQUILL_PACKAGING}/vantaquill-autostart.desktop\" RENAME vantaquill.desktop)
   if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")

@@ -16,14 +16,10 @@ namespace {
 
 constexpr double pruneInterval = 3600;
 
-brind::AgentAllowRule npmTest() {
-    brind::AgentAllowRule rule;
-    rule.agent = brind::AgentKind::claudeCode;
-    rule.project = "/home/ada/src/lighthouse";
-    rule.tool = "Bash";
-    rule.commandPrefix = "npm test";
-    return rule;
-}
+const brind::AgentAllowRule npmTest{.agent = brind::AgentKind::claudeCode,
+                                    .project = "/home/ada/src/lighthouse",
+                                    .tool = "Bash",
+                                    .commandPrefix = "npm test"};
 
 // A hub over a data folder, reporting on the calling thread as the main thread would.
 struct Hub {
@@ -51,16 +47,16 @@ TEST(AgentHub, RulesAreKeptInTheRuleBookFile) {
     const auto file = folder.path() / brind::AgentRuleBook::fileName;
     {
         Hub first(folder.path());
-        EXPECT_TRUE(first.hub.addRule(npmTest()));
+        EXPECT_TRUE(first.hub.addRule(npmTest));
         EXPECT_EQ(first.changes, 1);
         // Adding the same rule again changes nothing.
-        EXPECT_TRUE(first.hub.addRule(npmTest()));
+        EXPECT_TRUE(first.hub.addRule(npmTest));
         EXPECT_EQ(first.changes, 1);
     }
     Hub second(folder.path());
     ASSERT_EQ(second.hub.rules().rules.size(), 1u);
     EXPECT_EQ(second.hub.broker().ruleBook(), second.hub.rules());
-    EXPECT_TRUE(second.hub.removeRule(npmTest().id()));
+    EXPECT_TRUE(second.hub.removeRule(npmTest.id()));
     EXPECT_TRUE(brind::AgentRuleBook::load(file)->rules.empty());
 }
 
@@ -73,7 +69,7 @@ TEST(AgentHub, ARuleBookThatCannotBeReadIsNeverOverwritten) {
     Hub hub(folder.path());
     ASSERT_EQ(hub.errors.size(), 1u);
 
-    const auto added = hub.hub.addRule(npmTest());
+    const auto added = hub.hub.addRule(npmTest);
     ASSERT_FALSE(added);
     EXPECT_NE(added.error().find("holds until vantaquill quits"), std::string::npos) << added.error();
     // The rule still holds for this run; the file is as the user left it.
@@ -85,14 +81,13 @@ TEST(AgentHub, AWaitingRequestIsShownAsOneActivityUntilAnswered) {
     brindtest::TemporaryFolder folder{"vq-agent-hub"};
     Hub hub(folder.path());
     asio::io_context io;
-    brind::AgentHookEvent event;
-    event.agent = brind::AgentKind::codex;
-    event.kind = brind::AgentEventKind::permissionRequest;
-    event.rawName = "PermissionRequest";
-    event.sessionID = "s1";
-    event.cwd = "/home/ada/src/lighthouse";
-    event.toolName = "Bash";
-    event.toolSummary = "make";
+    const brind::AgentHookEvent event{.agent = brind::AgentKind::codex,
+                                      .kind = brind::AgentEventKind::permissionRequest,
+                                      .rawName = "PermissionRequest",
+                                      .sessionID = "s1",
+                                      .cwd = "/home/ada/src/lighthouse",
+                                      .toolName = "Bash",
+                                      .toolSummary = "make"};
     for (const std::string id : {"r1", "r2"})
         asio::co_spawn(io, hub.hub.broker().request(event, 600, id, hub.scheduler.now()), asio::detached);
     io.poll();

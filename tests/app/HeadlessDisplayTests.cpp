@@ -7,11 +7,7 @@ using namespace vq;
 namespace {
 
 brind::LiveActivity activity(std::string id, std::string title) {
-    brind::LiveActivity made;
-    made.id = std::move(id);
-    made.source = "test";
-    made.title = std::move(title);
-    return made;
+    return {.id = std::move(id), .source = "test", .title = std::move(title)};
 }
 
 struct Recorder {

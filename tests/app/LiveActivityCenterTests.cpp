@@ -1,5 +1,6 @@
 #include "vantaquill/LiveActivityCenter.hpp"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
@@ -14,65 +15,65 @@ namespace {
 
 LiveActivity activity(std::string id, ActivityPriority priority = ActivityPriority::normal,
                       bool alert = false) {
-    LiveActivity made;
-    made.id = std::move(id);
-    made.source = "test";
-    made.title = "Title";
-    made.priority = priority;
-    made.alert = alert;
-    return made;
+    return {.id = std::move(id), .source = "test", .priority = priority, .title = "Title", .alert = alert};
 }
 
-class Recorder {
-  public:
-    explicit Recorder(LiveActivityCenter& center) {
-        center.onChange = [this](Change change) { changes.push_back(change); };
-    }
-    int count(Change change) const {
-        return static_cast<int>(std::count(changes.begin(), changes.end(), change));
-    }
-    std::vector<Change> changes;
-};
-
+// Posts an alerting activity of its own at start; as the desktop's providers do, it may end it
+// through the center as it stops.
 struct FakeProvider final : LiveActivityCenter::Provider {
-    FakeProvider(std::string name, std::vector<std::string>& log) : name(std::move(name)), log(log) {}
+    FakeProvider(std::string name, std::vector<std::string>& log,
+                 std::optional<Date> endsOwnAt = std::nullopt)
+        : name(std::move(name)), log(log), endsOwnAt(endsOwnAt) {}
     std::string id() const override { return name; }
-    void start(LiveActivityCenter& center) override {
+    void start(LiveActivityCenter& started) override {
+        center = &started;
         log.push_back("start " + name);
-        LiveActivity posted = activity(name + ".1");
+        LiveActivity posted = activity(name + ".1", ActivityPriority::important, true);
         posted.source = name;
-        center.post(posted);
+        posted.expiresAt = endsOwnAt;
+        started.post(posted);
     }
-    void stop() override { log.push_back("stop " + name); }
+    void stop() override {
+        log.push_back("stop " + name);
+        if (endsOwnAt)
+            center->end(name + ".1");
+    }
     std::string name;
     std::vector<std::string>& log;
+    std::optional<Date> endsOwnAt;
+    LiveActivityCenter* center = nullptr;
 };
 
 struct CenterTest : ::testing::Test {
+    CenterTest() {
+        center.onChange = [this](Change change) { changes.push_back(change); };
+    }
+    int count(Change change) const { return static_cast<int>(std::ranges::count(changes, change)); }
+
     ManualScheduler scheduler;
     LiveActivityCenter center{scheduler};
+    std::vector<Change> changes;
 };
 
 } // namespace
 
 TEST_F(CenterTest, PublishesTheOrderedListOnlyWhenItChanges) {
-    Recorder recorder(center);
     EXPECT_EQ(center.post(activity("a")), Result::inserted);
     EXPECT_EQ(center.post(activity("b", ActivityPriority::important)), Result::inserted);
     ASSERT_EQ(center.activities().size(), 2u);
     EXPECT_EQ(center.activities()[0].id, "b");
     EXPECT_EQ(center.activities()[1].postedAt, scheduler.now());
-    EXPECT_EQ(recorder.count(Change::activities), 2);
+    EXPECT_EQ(count(Change::activities), 2);
 
     EXPECT_EQ(center.post(activity("a")), Result::unchanged);
     EXPECT_FALSE(center.end("missing"));
     EXPECT_FALSE(center.dismiss("missing"));
-    EXPECT_EQ(recorder.count(Change::activities), 2);
+    EXPECT_EQ(count(Change::activities), 2);
 
     EXPECT_TRUE(center.dismiss("a"));
     // Suppressed by the dismissal: nothing stored, nothing to republish.
     EXPECT_EQ(center.post(activity("a")), Result::suppressed);
-    EXPECT_EQ(recorder.count(Change::activities), 3);
+    EXPECT_EQ(count(Change::activities), 3);
     EXPECT_EQ(center.activities().size(), 1u);
 }
 
@@ -150,7 +151,6 @@ TEST_F(CenterTest, UpdatesReAlertOnlyAtRaisedImportance) {
 }
 
 TEST_F(CenterTest, FlashReplacesTheHUDAndRestartsItsTime) {
-    Recorder recorder(center);
     HUDEvent volume;
     volume.kind = HUDEvent::Kind::volume;
     volume.value = 0.5;
@@ -164,7 +164,7 @@ TEST_F(CenterTest, FlashReplacesTheHUDAndRestartsItsTime) {
     EXPECT_TRUE(center.hud()) << "the second flash restarted the 1.6 s";
     scheduler.advance(0.6);
     EXPECT_FALSE(center.hud());
-    EXPECT_EQ(recorder.count(Change::hud), 3);
+    EXPECT_EQ(count(Change::hud), 3);
     EXPECT_EQ(scheduler.pendingCount(), 0u);
 }
 
@@ -298,36 +298,18 @@ TEST_F(CenterTest, EndAllRemovesOneSourceAndItsAlert) {
 }
 
 TEST(LiveActivityCenter, DroppingTheCenterStopsItsProvidersThenCancelsItsTimers) {
-    // A provider that ends its activity through the center as it stops, as the desktop's do.
-    struct EndsOnStop final : LiveActivityCenter::Provider {
-        EndsOnStop(int& stops, Date expires) : stops(stops), expires(expires) {}
-        std::string id() const override { return "media"; }
-        void start(LiveActivityCenter& started) override {
-            center = &started;
-            LiveActivity playing = activity("media.1", ActivityPriority::important, true);
-            playing.expiresAt = expires;
-            started.post(playing);
-        }
-        void stop() override {
-            ++stops;
-            center->end("media.1");
-        }
-        LiveActivityCenter* center = nullptr;
-        int& stops;
-        Date expires;
-    };
     ManualScheduler scheduler;
-    int stops = 0;
+    std::vector<std::string> log;
     int changesAfterDrop = 0;
     {
         LiveActivityCenter center(scheduler);
-        center.registerProvider(std::make_unique<EndsOnStop>(stops, scheduler.now() + 5));
+        center.registerProvider(std::make_unique<FakeProvider>("media", log, scheduler.now() + 5));
         center.start("media");
         center.flash(HUDEvent{});
         EXPECT_EQ(scheduler.pendingCount(), 3u);
         center.onChange = [&](LiveActivityCenter::Change) { ++changesAfterDrop; };
     }
-    EXPECT_EQ(stops, 1);
+    EXPECT_EQ(log, (std::vector<std::string>{"start media", "stop media"}));
     EXPECT_EQ(changesAfterDrop, 0);
     EXPECT_EQ(scheduler.pendingCount(), 0u);
     scheduler.advance(10);

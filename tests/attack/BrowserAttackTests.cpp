@@ -4,18 +4,22 @@
 // and that a page would read the answer if a server let it.
 
 #include "BrindKit/foundation/AtomicFile.hpp"
-#include "tests/attack/HeadlessBrowser.hpp"
 #include "tests/attack/PageServer.hpp"
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <set>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 using namespace vq::e2e;
 using namespace vq::attack;
@@ -51,6 +55,70 @@ std::string commandRequest(std::uint16_t port, const std::string& token, const s
                                  "\r\nContent-Type: application/json\r\nContent-Length: " +
                                  std::to_string(body.size()) + "\r\n\r\n" + body);
 }
+
+/// Debian's chromium, headless, in a fresh profile, showing one page until destroyed. It runs in a
+/// process group of its own, so that ending it ends its helper processes too.
+class HeadlessBrowser {
+public:
+    static constexpr const char* program = "/usr/bin/chromium";
+
+    HeadlessBrowser(const std::string& url, const std::string& resolverRules) {
+        // Without the background-networking switches chromium reaches for the network at start-up; as
+        // root it needs --no-sandbox.
+        std::vector<std::string> arguments = {program,
+                                              "--headless=new",
+                                              "--no-sandbox",
+                                              "--disable-gpu",
+                                              "--disable-quic",
+                                              "--no-first-run",
+                                              "--disable-background-networking",
+                                              "--disable-component-update",
+                                              "--disable-sync",
+                                              "--user-data-dir=" + (profile.path() / "profile").string(),
+                                              "--host-resolver-rules=" + resolverRules,
+                                              url};
+        std::vector<char*> pointers;
+        for (auto& argument : arguments)
+            pointers.push_back(argument.data());
+        pointers.push_back(nullptr);
+        const std::string errors = (profile.path() / "stderr").string();
+        const int pid = ::fork();
+        if (pid == 0) {
+            ::setpgid(0, 0);
+            const int sink = ::open("/dev/null", O_RDWR);
+            ::dup2(sink, STDIN_FILENO);
+            ::dup2(sink, STDOUT_FILENO);
+            ::dup2(::open(errors.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+            ::execv(program, pointers.data());
+            ::_exit(127);
+        }
+        if (pid > 0) {
+            ::setpgid(pid, pid); // also from here, so the group exists before the destructor can run
+            group = pid;
+        }
+    }
+    ~HeadlessBrowser() {
+        if (group <= 0)
+            return;
+        ::kill(-group, SIGTERM);
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+        while (::waitpid(group, nullptr, WNOHANG) == 0 && std::chrono::steady_clock::now() < deadline)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        // Helpers that outlived the browser process, or a browser that would not end, go with its group.
+        ::kill(-group, SIGKILL);
+        ::waitpid(group, nullptr, 0);
+    }
+    HeadlessBrowser(const HeadlessBrowser&) = delete;
+    HeadlessBrowser& operator=(const HeadlessBrowser&) = delete;
+
+    bool started() const { return group > 0; }
+    /// What the browser wrote on its standard error so far (for a failing test's message).
+    std::string diagnostics() const { return fileText(profile.path() / "stderr"); }
+
+private:
+    brindtest::TemporaryFolder profile{"vantaquill-chromium"};
+    int group = -1;
+};
 
 struct Suite {
     std::string name;
@@ -122,23 +190,12 @@ protected:
             server->addPage("/frame/" + suite.name, page);
             frames.push_back("http://" + suite.pageHost + ":" + std::to_string(server->port()) + "/frame/" + suite.name);
         }
-        // One frame after the other, so that the attempts never compete for connections.
-        pages->addPage("/", "<!doctype html><body><script>const frames = " + frames.dump() + R"(;
-(async () => {
-    for (const url of frames) {
-        await new Promise(resolve => {
-            window.onmessage = resolve;
-            const frame = document.createElement("iframe");
-            frame.src = url;
-            document.body.appendChild(frame);
-        });
-    }
-})();
-</script>)");
+        pages->addPage("/frames.js", fileText(std::string(BRIND_ATTACK_PAGES) + "/frames.js"));
+        pages->addPage("/", "<!doctype html><body><script>window.attackFrames = " + frames.dump() +
+                                ";</script><script src=\"/frames.js\"></script>");
 
         {
-            HeadlessBrowser browser("http://127.0.0.1:" + pagePort + "/",
-                                    {"--host-resolver-rules=MAP rebind.test 127.0.0.1"});
+            HeadlessBrowser browser("http://127.0.0.1:" + pagePort + "/", "MAP rebind.test 127.0.0.1");
             browserStarted = browser.started();
             for (const auto& text : pages->waitForReports(suites.size(), std::chrono::seconds(40)))
                 reports.push_back(json::parse(text, nullptr, false));

@@ -1,5 +1,7 @@
 #include "BrindKit/sdk/SDKBridge.hpp"
 
+#include "BrindKit/foundation/URL.hpp"
+
 #include <gtest/gtest.h>
 
 using namespace brind;
@@ -43,18 +45,10 @@ public:
 SDKHTTPRequest request(std::string method, std::string path, std::string body = {}, std::string token = {}) {
     SDKHTTPRequest request;
     request.method = std::move(method);
-    const auto question = path.find('?');
-    request.path = path.substr(0, question);
-    if (question != std::string::npos) {
-        const std::string query = path.substr(question + 1);
-        for (std::size_t start = 0; start < query.size();) {
-            const std::size_t end = std::min(query.find('&', start), query.size());
-            const std::string item = query.substr(start, end - start);
-            const std::size_t equals = item.find('=');
-            request.query[item.substr(0, equals)] = equals == std::string::npos ? "" : item.substr(equals + 1);
-            start = end + 1;
-        }
-    }
+    const auto url = URL::parse("http://127.0.0.1" + path).value();
+    request.path = url.path;
+    for (auto& [name, value] : url.queryItems())
+        request.query[name] = value;
     request.headers["host"] = "127.0.0.1:47829";
     if (!body.empty())
         request.headers["content-type"] = "application/json";
@@ -179,13 +173,13 @@ TEST_F(Bridge, ActivitiesLiveInTheClientsOwnNamespace) {
                                     token));
     EXPECT_EQ(reply.status, 200);
     EXPECT_EQ(reply.body, R"({"id":"sdk.lumetta.upload","ok":true})");
-    ASSERT_EQ(delegate->shown.size(), 1u);
-    const LiveActivity& activity = delegate->shown.front();
-    EXPECT_EQ(activity.id, "sdk.lumetta.upload");
-    EXPECT_EQ(activity.source, "sdk.lumetta");
-    EXPECT_EQ(activity.priority, ActivityPriority::important);
-    EXPECT_EQ(activity.expiresAt, now + 60);
-    EXPECT_EQ(activity.leading, (ActivityGlyph{ActivityGlyph::Symbol{"arrow.up", std::nullopt}}));
+    EXPECT_EQ(delegate->shown, (std::vector<LiveActivity>{{.id = "sdk.lumetta.upload",
+                                                            .source = "sdk.lumetta",
+                                                            .priority = ActivityPriority::important,
+                                                            .leading = ActivityGlyph::symbol("arrow.up"),
+                                                            .title = "Uploading",
+                                                            .expiresAt = now + 60,
+                                                            .postedAt = now}}));
 
     // An explicit leading glyph wins over the shorthand symbol.
     call(request("POST", "/v1/activities", R"({"id":"a","title":"A","symbol":"x","leading":{"text":"4:05"}})", token));
@@ -205,11 +199,8 @@ TEST_F(Bridge, ScopesAreEnforcedPerRoute) {
 TEST_F(Bridge, HUDBodiesUseTheClientsWords) {
     const std::string hudToken = auth.issue("flash", "Flash", {SDKScope::hud}, now);
     EXPECT_EQ(call(request("POST", "/v1/hud", R"({"kind":"volume","text":"Speakers","level":0.5})", hudToken)).status, 200);
-    ASSERT_EQ(delegate->huds.size(), 1u);
-    EXPECT_EQ(delegate->huds[0].kind, HUDEvent::Kind::volume);
-    EXPECT_EQ(delegate->huds[0].label, "Speakers");
-    EXPECT_EQ(delegate->huds[0].value, 0.5);
-    EXPECT_FALSE(delegate->huds[0].muted);
+    EXPECT_EQ(delegate->huds, std::vector{HUDEvent::make(HUDEvent::Kind::volume, 0.5, false, std::nullopt,
+                                                         "Speakers", std::nullopt)});
     const auto bad = call(request("POST", "/v1/hud", R"({"kind":"sparkles"})", hudToken));
     EXPECT_EQ(bad.body, R"({"error":"bad_hud","message":"Couldn't read the HUD. See docs/SDK.md."})");
 }
@@ -255,12 +246,9 @@ TEST_F(Bridge, HookCallsAnswerInTheAgentsOwnForm) {
     EXPECT_EQ(quiet.status, 200);
     EXPECT_EQ(quiet.body, "");
     EXPECT_FALSE(quiet.headers.contains("Content-Type"));
+    // Headers that could smuggle a shell command are dropped.
     ASSERT_EQ(delegate->agentEvents.size(), 1u);
-    ASSERT_TRUE(delegate->agentEvents[0].terminalInfo);
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->tty, "/dev/pts/3");
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->tmuxPane, std::nullopt);
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->processID, "4242");
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo->kittyWindow, std::nullopt);
+    EXPECT_EQ(delegate->agentEvents[0].terminalInfo, (AgentTerminalInfo{.tty = "/dev/pts/3", .processID = "4242"}));
 
     const auto prompt = hook("cursor", R"({"hook_event_name":"beforeSubmitPrompt","conversation_id":"c"})");
     EXPECT_EQ(prompt.body, R"({"continue":true})");

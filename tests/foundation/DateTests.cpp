@@ -38,10 +38,3 @@ TEST(Date, WritesWholeSecondsInUTCAndRoundTrips) {
     const Date moment{1709164800};
     EXPECT_EQ(Date::parseISO8601(moment.iso8601()), moment);
 }
-
-TEST(Date, ArithmeticWorksInSeconds) {
-    const Date start{100};
-    EXPECT_EQ(start + 2.5, Date{102.5});
-    EXPECT_DOUBLE_EQ(Date{110} - start, 10);
-    EXPECT_LT(start, start + 0.001);
-}

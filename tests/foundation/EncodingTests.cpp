@@ -29,22 +29,10 @@ TEST(Base64, URLFormSwapsAlphabetAndDropsPadding) {
     EXPECT_EQ(Base64::encodeURL(std::string(32, '\xfb')).size(), 43u);
 }
 
-TEST(SHA256, MatchesKnownDigests) {
+// The digest is nettle's; what is ours is the hexadecimal form and feeding the hasher in pieces.
+TEST(SHA256, WritesKnownDigestsInLowerCaseHex) {
     EXPECT_EQ(SHA256::hex(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
     EXPECT_EQ(SHA256::hex("abc"), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    EXPECT_EQ(SHA256::hex("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq"),
-              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
-    // Lengths around the block and padding boundaries.
-    const std::pair<std::size_t, const char*> lengths[] = {
-        {55, "d5e285683cd4efc02d021a5c62014694958901005d6f71e89e0989fac77e4072"},
-        {56, "04c26261370ee7541549d16dee320c723e3fd14671e66a099afe0a377c16888e"},
-        {63, "75220b47218278e656f2013bb8f0c455a25eaf01e86c64924e9d48d89776d6f2"},
-        {64, "7ce100971f64e7001e8fe5a51973ecdfe1ced42befe7ee8d5fd6219506b5393c"},
-        {119, "000b48d4edf0fa7bee3c6236ecd2785baa5db4eeb8bb54341b029e0d9fa5fb0c"},
-        {120, "13f05a0b594787f5ecd315edc96141bd3243203d1b7d4f0836f37308b276ba98"},
-    };
-    for (const auto& [length, digest] : lengths)
-        EXPECT_EQ(SHA256::hex(std::string(length, 'x')), digest) << length;
 }
 
 TEST(SHA256, PiecesHashAsTheirJoinedText) {

@@ -1,12 +1,11 @@
+#include "tests/desktop/VirtualDisplay.hpp"
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
 
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <fstream>
 #include <sys/stat.h>
-#include <thread>
 
 namespace vq::packagetest {
 namespace {
@@ -51,36 +50,16 @@ TEST(DoctorCommand, FindsThePrivateSessionBusAndAHookedAgent) {
 }
 
 TEST(DoctorCommand, ReportsAnXvfbDisplay) {
-    if (!std::filesystem::exists("/usr/bin/Xvfb"))
-        GTEST_SKIP() << "Xvfb (package xvfb) is not installed";
+    if (!desktop::VirtualDisplay::available())
+        GTEST_SKIP() << "Xvfb, ImageMagick's import or xdotool is missing; scripts/setup installs them";
     TemporaryHome home;
     PrivateSessionBus bus(home.path());
     ASSERT_TRUE(bus.running());
-    // -displayfd picks a free display number and writes it, so parallel tests never share one.
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    const pid_t xvfb = ::fork();
-    if (xvfb == 0) {
-        ::close(ready[0]);
-        const std::string descriptor = std::to_string(ready[1]);
-        ::execl("/usr/bin/Xvfb", "Xvfb", "-displayfd", descriptor.c_str(), "-screen", "0", "1440x900x24", "-nolisten",
-                "tcp", static_cast<char*>(nullptr));
-        ::_exit(127);
-    }
-    ::close(ready[1]);
-    std::string number;
-    char c;
-    while (::read(ready[0], &c, 1) == 1 && c != '\n')
-        number += c;
-    ::close(ready[0]);
-    ASSERT_FALSE(number.empty()) << "Xvfb did not start";
-
-    auto environment = home.environment();
-    environment["DISPLAY"] = ":" + number;
+    const desktop::VirtualDisplay display;
+    ASSERT_FALSE(display.name().empty()) << "Xvfb did not start";
+    auto environment = display.environmentFor(home.environment());
     environment["XDG_SESSION_TYPE"] = "x11";
     const auto result = run(builtProgram("vantaquill"), {"doctor"}, environment);
-    ::kill(xvfb, SIGTERM);
-    ::waitpid(xvfb, nullptr, 0);
     EXPECT_EQ(result.exitCode, 0) << result.out;
     EXPECT_TRUE(hasLine(result.out, "ok    session ")) << result.out;
     EXPECT_TRUE(hasLine(result.out, "ok    placement       X11 window")) << result.out;

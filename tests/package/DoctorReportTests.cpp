@@ -1,6 +1,8 @@
 #include "cli/DoctorProbe.hpp"
 #include "cli/DoctorReport.hpp"
 
+#include "BrindKit/foundation/AtomicFile.hpp"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -109,20 +111,16 @@ TEST(DoctorReport, AgentsFoundAndHooked) {
     EXPECT_EQ(checkNamed(report, "Cursor").summary, "not found (cursor-agent is not on PATH)");
 }
 
+// What wayland-info, xdpyinfo and dbus-send print.
 TEST(DoctorProbe, ReadsTheToolsOutput) {
-    EXPECT_EQ(DoctorProbe::waylandGlobals("interface: 'wl_compositor',                              version:  6, name:  1\n"
-                                          "interface: 'zwlr_layer_shell_v1',                        version:  4, name: 30\n"),
+    const auto output = [](const std::string& name) {
+        return brind::AtomicFile::read(std::string(BRIND_TEST_DATA) + "/doctor/" + name).value();
+    };
+    EXPECT_EQ(DoctorProbe::waylandGlobals(output("wayland-info.txt")),
               (std::set<std::string>{"wl_compositor", "zwlr_layer_shell_v1"}));
-    EXPECT_EQ(DoctorProbe::x11Extensions("vendor release number:    12101007\n"
-                                         "number of extensions:    3\n"
-                                         "    BIG-REQUESTS  (opcode: 133)\n"
-                                         "    RANDR  (opcode: 140, base event: 89, base error: 147)\n"
-                                         "    XFIXES  (opcode: 138, base event: 87, base error: 140)\n"
-                                         "default screen number:    0\n"),
+    EXPECT_EQ(DoctorProbe::x11Extensions(output("xdpyinfo.txt")),
               (std::set<std::string>{"BIG-REQUESTS", "RANDR", "XFIXES"}));
-    EXPECT_EQ(DoctorProbe::busNames("method return time=1 sender=org.freedesktop.DBus -> destination=:1.3 serial=3\n"
-                                    "   array [\n      string \"org.freedesktop.DBus\"\n      string \":1.3\"\n   ]\n"),
-              (std::set<std::string>{"org.freedesktop.DBus", ":1.3"}));
+    EXPECT_EQ(DoctorProbe::busNames(output("list-names.txt")), (std::set<std::string>{"org.freedesktop.DBus", ":1.3"}));
 }
 
 TEST(DoctorProbe, ToolThatIsMissingFailsOrHangsGivesNothing) {

@@ -45,23 +45,22 @@ protected:
     bool nothingDone() const { return delegate.shown.empty() && delegate.ended.empty() && delegate.shelved.empty() && views.empty(); }
 };
 
-TEST_F(URLCommandRunnerTest, NotificationWithoutTokenIsShownUnderTheURLSource) {
+TEST_F(URLCommandRunnerTest, NotificationsShowUnderTheURLSourceOrTheTokensClient) {
     ASSERT_TRUE(runner.run("vantaquill://notify?title=Hi&subtitle=there&symbol=star&progress=1.7", now));
-    ASSERT_EQ(delegate.shown.size(), 1u);
-    const auto& shown = delegate.shown.front();
-    EXPECT_EQ(shown.id, "url.notify");
-    EXPECT_EQ(shown.source, "url");
-    EXPECT_EQ(shown.title, "Hi");
-    EXPECT_EQ(shown.subtitle, "there");
-    EXPECT_EQ(shown.leading, brind::ActivityGlyph::symbol("star"));
-    EXPECT_EQ(shown.progress, 1.0);
-}
-
-TEST_F(URLCommandRunnerTest, NotificationWithTokenBelongsToItsClient) {
     ASSERT_TRUE(runner.run("vantaquill://notify?title=Deployed&token=" + lumetta, now));
-    ASSERT_EQ(delegate.shown.size(), 1u);
-    EXPECT_EQ(delegate.shown.front().id, "sdk.lumetta.url");
-    EXPECT_EQ(delegate.shown.front().source, "sdk.lumetta");
+    EXPECT_EQ(delegate.shown, (std::vector<brind::LiveActivity>{
+                                  {.id = "url.notify",
+                                   .source = "url",
+                                   .leading = brind::ActivityGlyph::symbol("star"),
+                                   .title = "Hi",
+                                   .subtitle = "there",
+                                   .progress = 1.0,
+                                   .postedAt = now},
+                                  {.id = "sdk.lumetta.url",
+                                   .source = "sdk.lumetta",
+                                   .title = "Deployed",
+                                   .postedAt = now},
+                              }));
 }
 
 TEST_F(URLCommandRunnerTest, EndAndShelfNeedTheirScope) {
@@ -93,15 +92,6 @@ TEST_F(URLCommandRunnerTest, RefusalsChangeNothing) {
         EXPECT_NE(result.error().find(why), std::string::npos) << url << ": " << result.error();
     }
     EXPECT_TRUE(nothingDone());
-}
-
-TEST_F(URLCommandRunnerTest, ViewsAreHandedToTheWindow) {
-    for (const char* url : {"vantaquill://open/shelf", "vantaquill://open", "vantaquill://settings?pane=agents",
-                            "VANTAQUILL://CLIPBOARD"})
-        EXPECT_TRUE(runner.run(url, now)) << url;
-    EXPECT_EQ(views, (std::vector<std::string>{"url open tab=\"shelf\"", "url open", "url settings pane=\"agents\"",
-                                               "url clipboard"}));
-    EXPECT_TRUE(delegate.shown.empty());
 }
 
 } // namespace

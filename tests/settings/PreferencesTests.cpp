@@ -1,15 +1,13 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/settings/Eventually.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/qt/Preferences.hpp"
 #include "vantaquill/settings/AutostartEntry.hpp"
 #include "vantaquill/settings/PreferenceCatalog.hpp"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 
 #include <gtest/gtest.h>
-
-#include <fstream>
 
 namespace vq {
 namespace {
@@ -83,14 +81,6 @@ TEST_F(PreferencesFile, EveryKeyReadsItsDefaultFromAnEmptyFile) {
     EXPECT_FALSE(preferences->value("island.noSuchKey").isValid());
 }
 
-bool waitFor(const std::function<bool()>& condition) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition() && timer.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-    return condition();
-}
-
 TEST_F(PreferencesFile, ChangesReachTheListenersFromSetAndFromEditsByHand) {
     write("island.hoverDelay=0.5\n");
     const auto preferences = open();
@@ -108,11 +98,11 @@ TEST_F(PreferencesFile, ChangesReachTheListenersFromSetAndFromEditsByHand) {
 
     // The same length as the store's own write a moment ago: only the content tells them apart.
     write("island.hoverDelay=2.5\n");
-    ASSERT_TRUE(waitFor([&] { return changes == 2; })) << "an edit by hand was not noticed";
+    ASSERT_TRUE(eventually([&] { return changes == 2; })) << "an edit by hand was not noticed";
     EXPECT_DOUBLE_EQ(preferences->island().hoverDelay, 2.5);
 
     write("island.hoverDelay=2.5\nisland.clickToOpen=false\n");
-    ASSERT_TRUE(waitFor([&] { return changes == 3; })) << "a second edit by hand was not noticed";
+    ASSERT_TRUE(eventually([&] { return changes == 3; })) << "a second edit by hand was not noticed";
     EXPECT_FALSE(preferences->island().clickToOpen);
 }
 
@@ -122,7 +112,8 @@ TEST_F(PreferencesFile, AFolderThatDoesNotExistYetIsMadeSoEditsByHandAreFollowed
     int changes = 0;
     preferences.onChange([&] { ++changes; });
     ASSERT_TRUE(brind::AtomicFile::write(missing, "[General]\nisland.clickToOpen=false\n"));
-    ASSERT_TRUE(waitFor([&] { return changes == 1; })) << "a file written by hand into a new folder was not noticed";
+    ASSERT_TRUE(eventually([&] { return changes == 1; }))
+        << "a file written by hand into a new folder was not noticed";
     EXPECT_FALSE(preferences.island().clickToOpen);
     EXPECT_TRUE(logged.empty());
 }

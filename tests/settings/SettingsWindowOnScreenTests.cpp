@@ -4,10 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <QString>
+#include <QSettings>
 
 #include <chrono>
-#include <fstream>
 #include <thread>
 
 namespace vq::desktop {
@@ -18,16 +17,9 @@ using namespace std::chrono_literals;
 constexpr auto windowName = "vantaquill settings";
 
 std::optional<double> hoverDelayIn(const std::filesystem::path& file) {
-    const auto text = brind::AtomicFile::read(file);
-    if (!text)
-        return std::nullopt;
-    constexpr std::string_view key = "island.hoverDelay=";
-    const auto at = text->find(key);
-    if (at == std::string::npos)
-        return std::nullopt;
+    const QSettings settings(QString::fromStdString(file.string()), QSettings::IniFormat);
     bool ok = false;
-    const double value = QString::fromStdString(text->substr(at + key.size(), text->find('\n', at) - at - key.size()))
-                             .toDouble(&ok);
+    const double value = settings.value("island.hoverDelay").toDouble(&ok);
     return ok ? std::optional(value) : std::nullopt;
 }
 
@@ -49,6 +41,18 @@ protected:
 
     std::filesystem::path preferencesFile() const { return home.path() / ".config/vantaquill/vantaquill.conf"; }
 
+    /// Moves the settings window below the island (whose black the screenshots measure in the top
+    /// rows), with `more` xdotool commands on it; the island's bounds.
+    std::optional<QRect> moveWindowAndFindIsland(std::vector<std::string> more = {}) const {
+        std::vector<std::string> command = {"search",     "--sync", "--name", windowName,
+                                            "windowmove", "%1",     "0",      "430"};
+        command.insert(command.end(), more.begin(), more.end());
+        EXPECT_EQ(xdotool(command), 0) << "no window named \"" << windowName << "\"";
+        std::optional<QRect> island;
+        waitForScreen(*display, [&](const QImage& shot) { return (island = blackBounds(shot)).has_value(); });
+        return island;
+    }
+
     /// xdotool, given at most 15 s (a search that waits for a window that never comes would hang).
     int xdotool(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {"timeout", "15", "xdotool"});
@@ -61,14 +65,8 @@ protected:
 };
 
 TEST_F(SettingsWindowOnScreen, TypingAHoverDelayWritesTheFileAndTheRunningIslandWaitsThatLong) {
-    // The window is found by its title, then moved below the island (whose black the screenshots
-    // measure in the top rows) and given the keyboard, which starts in the Island section's first field.
-    ASSERT_EQ(xdotool({"search", "--sync", "--name", windowName, "windowmove", "%1", "0", "430", "windowfocus",
-                       "--sync", "%1"}),
-              0)
-        << "no window named \"" << windowName << "\"";
-    std::optional<QRect> closed;
-    waitForScreen(*display, [&](const QImage& shot) { return (closed = blackBounds(shot)).has_value(); });
+    // The window gets the keyboard, which starts in the Island section's first field.
+    const auto closed = moveWindowAndFindIsland({"windowfocus", "--sync", "%1"});
     ASSERT_TRUE(closed) << "no island on the screen";
     // The window shows the current delay before anything is typed.
     EXPECT_FALSE(hoverDelayIn(preferencesFile()));
@@ -101,9 +99,7 @@ TEST_F(SettingsWindowOnScreen, TypingAHoverDelayWritesTheFileAndTheRunningIsland
 }
 
 TEST_F(SettingsWindowOnScreen, AnEditByHandShowsInTheRunningIsland) {
-    ASSERT_EQ(xdotool({"search", "--sync", "--name", windowName, "windowmove", "%1", "0", "430"}), 0);
-    std::optional<QRect> closed;
-    waitForScreen(*display, [&](const QImage& shot) { return (closed = blackBounds(shot)).has_value(); });
+    const auto closed = moveWindowAndFindIsland();
     ASSERT_TRUE(closed) << "no island on the screen";
 
     // Opening on hover switched off by hand: resting on the island leaves it closed; a click opens it.

@@ -1,11 +1,10 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/settings/Eventually.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/settings/SettingsWindow.hpp"
 
 #include <QCheckBox>
-#include <QCoreApplication>
 #include <QDoubleSpinBox>
-#include <QElapsedTimer>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -14,14 +13,6 @@
 
 namespace vq {
 namespace {
-
-brind::SDKClient client(std::string appID, std::string name) {
-    brind::SDKClient made;
-    made.appID = std::move(appID);
-    made.name = std::move(name);
-    made.scopes = {brind::SDKScope::activities};
-    return made;
-}
 
 struct SettingsWindowForm : ::testing::Test {
     SettingsWindowForm() {
@@ -37,7 +28,9 @@ struct SettingsWindowForm : ::testing::Test {
 
     brindtest::TemporaryFolder folder{"vantaquill-window"};
     Preferences preferences{file(), [](const std::string&) {}};
-    std::vector<brind::SDKClient> clients{client("cli", "vantaquill CLI"), client("builds", "Build watcher")};
+    std::vector<brind::SDKClient> clients{
+        {.appID = "cli", .name = "vantaquill CLI", .scopes = {brind::SDKScope::activities}},
+        {.appID = "builds", .name = "Build watcher", .scopes = {brind::SDKScope::activities}}};
     std::vector<std::string> revoked;
     SettingsWindow::Services services;
 };
@@ -57,11 +50,8 @@ TEST_F(SettingsWindowForm, FieldsWriteTheFileAndFollowEditsByHand) {
     EXPECT_NE(text->find("island.clickToOpen=false"), std::string::npos) << *text;
 
     ASSERT_TRUE(brind::AtomicFile::write(file(), "[General]\nisland.hoverDelay=1.25\n"));
-    QElapsedTimer timer;
-    timer.start();
-    while (delay->value() != 1.25 && timer.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-    EXPECT_DOUBLE_EQ(delay->value(), 1.25) << "an edit by hand did not reach the form";
+    EXPECT_TRUE(eventually([&] { return delay->value() == 1.25; }))
+        << "an edit by hand did not reach the form";
     EXPECT_TRUE(click->isChecked()) << "the key removed by hand shows its default again";
 }
 
@@ -72,10 +62,7 @@ TEST_F(SettingsWindowForm, ThisDesktopPaneShowsTheDoctorsReportOrWhyItCouldNotRu
         window.showPane("desktop");
         auto* report = window.findChild<QPlainTextEdit*>("desktopReport");
         EXPECT_TRUE(report && report->isVisible());
-        QElapsedTimer timer;
-        timer.start();
-        while (report && report->toPlainText().startsWith("Checking") && timer.elapsed() < 20000)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        EXPECT_TRUE(report && eventually([&] { return !report->toPlainText().startsWith("Checking"); }));
         return report ? report->toPlainText() : QString();
     };
     const QString missing = services.command;

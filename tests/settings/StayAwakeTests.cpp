@@ -1,34 +1,18 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/desktop/VirtualDisplay.hpp"
+#include "tests/settings/Eventually.hpp"
 #include "tests/support/SystemServiceMock.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/settings/StayAwake.hpp"
 
 #include <QCoreApplication>
 #include <algorithm>
-#include <chrono>
 #include <csignal>
-#include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <thread>
 
 namespace vq {
 namespace {
-
-using namespace std::chrono_literals;
-
-bool eventually(const std::function<bool()>& done) {
-    const auto deadline = std::chrono::steady_clock::now() + 15s;
-    while (std::chrono::steady_clock::now() < deadline) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        if (done())
-            return true;
-        std::this_thread::sleep_for(50ms);
-    }
-    return false;
-}
 
 /// Whether logind, as the mock on `bus` serves it, lists an inhibitor of ours.
 bool inhibited(const std::string& bus) {
@@ -39,40 +23,17 @@ bool inhibited(const std::string& bus) {
                .out.find("\"vantaquill\"") != std::string::npos;
 }
 
-/// A desktop idle inhibitor served by python3-dbusmock from a template written here, whose methods
-/// note every call in `record`: "Inhibit <cookie> <arguments joined by |>", "<release> <cookie>".
+/// A desktop idle inhibitor, served by python3-dbusmock from the template in tests/data/stay-awake,
+/// which notes every call; and the arguments the island is expected to pass to its Inhibit.
 struct DesktopService {
     std::string name;
-    std::string path;
-    std::string inhibitSignature;
     std::string release;
-    /// The arguments the island is expected to pass to Inhibit.
     std::string arguments;
-
-    std::filesystem::path writeTemplate(const std::filesystem::path& folder,
-                                        const std::filesystem::path& record) const {
-        const auto file = folder / (name + ".py");
-        std::ofstream(file)
-            << "import dbus\n"
-            << "BUS_NAME = '" << name << "'\nMAIN_OBJ = '" << path << "'\nMAIN_IFACE = '" << name
-            << "'\nSYSTEM_BUS = False\n"
-            << "def load(mock, parameters):\n"
-            << "    mock.AddMethods(MAIN_IFACE, [\n"
-            << "        ('Inhibit', '" << inhibitSignature << "', 'u', "
-            << "\"ret = dbus.UInt32(__import__('random').randint(1, 2**31)); open('" << record.string()
-            << "', 'a').write('Inhibit %d %s\\\\n' % (ret, '|'.join(str(a) for a in args)))\"),\n"
-            << "        ('" << release << "', 'u', '', \"open('" << record.string() << "', 'a').write('"
-            << release << " %d\\\\n' % args[0])\"),\n"
-            << "    ])\n";
-        return file;
-    }
 };
 
 const DesktopService desktopServices[] = {
-    {"org.gnome.SessionManager", "/org/gnome/SessionManager", "susu", "Uninhibit",
-     "io.vantaquill.Island|0|Stay awake is on|8"},
-    {"org.freedesktop.ScreenSaver", "/org/freedesktop/ScreenSaver", "ss", "UnInhibit",
-     "vantaquill|Stay awake is on"},
+    {"org.gnome.SessionManager", "Uninhibit", "io.vantaquill.Island|0|Stay awake is on|8"},
+    {"org.freedesktop.ScreenSaver", "UnInhibit", "vantaquill|Stay awake is on"},
 };
 
 std::vector<std::string> lines(const std::filesystem::path& file) {
@@ -83,6 +44,20 @@ std::vector<std::string> lines(const std::filesystem::path& file) {
     return result;
 }
 
+/// Points the buses QtDBus connects to at private ones until destroyed.
+struct BusAddresses {
+    BusAddresses(const std::string& system, const std::string& session) {
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", QByteArray::fromStdString(system));
+        qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(session));
+    }
+    ~BusAddresses() {
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", previousSystem);
+        qputenv("DBUS_SESSION_BUS_ADDRESS", previousSession);
+    }
+    QByteArray previousSystem = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    QByteArray previousSession = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+};
+
 /// logind from python3-dbusmock's template on a private bus standing in for the system bus (its
 /// `Inhibit` hands out a descriptor and forgets the inhibitor when that closes, as logind does),
 /// and the desktops' idle inhibitors on a private session bus.
@@ -92,7 +67,8 @@ class StayAwakeServices : public ::testing::Test {
         ASSERT_TRUE(SystemServiceMock::installed()) << "python3-dbusmock is missing";
         ASSERT_TRUE(system.running()) << "logind's mock did not start";
         for (const auto& service : desktopServices) {
-            const auto file = service.writeTemplate(folder.path(), record(service)).string();
+            const auto file = (folder.path() / (service.name + ".py")).string();
+            std::filesystem::copy_file(BRIND_TEST_DATA "/stay-awake/idle-inhibitor.py", file);
             // The first starts the bus, the next ones join it.
             const bool served = desktop ? desktop->serve(service.name, file)
                                         : (desktop = std::make_unique<SystemServiceMock>(
@@ -100,14 +76,7 @@ class StayAwakeServices : public ::testing::Test {
                                               ->running();
             ASSERT_TRUE(served) << service.name << " did not start";
         }
-        previousSystem = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-        previousSession = qgetenv("DBUS_SESSION_BUS_ADDRESS");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", QByteArray::fromStdString(system.address()));
-        qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(desktop->address()));
-    }
-    void TearDown() override {
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", previousSystem);
-        qputenv("DBUS_SESSION_BUS_ADDRESS", previousSession);
+        buses.emplace(system.address(), desktop->address());
     }
 
     std::filesystem::path record(const DesktopService& service) const {
@@ -122,7 +91,7 @@ class StayAwakeServices : public ::testing::Test {
     brindtest::TemporaryFolder folder{"vq-stay-awake"};
     SystemServiceMock system{folder.path() / "system", "org.freedesktop.login1", "logind"};
     std::unique_ptr<SystemServiceMock> desktop;
-    QByteArray previousSystem, previousSession;
+    std::optional<BusAddresses> buses;
     ManualScheduler scheduler;
     std::vector<std::string> log;
 };
@@ -174,15 +143,11 @@ TEST_F(StayAwakeServices, EveryInhibitorTakenIsHandedBackHoweverStayAwakeEnds) {
         }
         for (const auto& service : desktopServices) {
             ASSERT_TRUE(eventually([&] { return lines(record(service)).size() == 2; })) << service.name;
+            // The cookie handed back is the one handed out.
             const auto calls = lines(record(service));
-            std::istringstream taken(calls[0]);
-            std::string method, arguments;
-            std::uint32_t cookie = 0;
-            taken >> method >> cookie;
-            std::getline(taken >> std::ws, arguments);
-            EXPECT_EQ(method, "Inhibit");
-            EXPECT_EQ(arguments, service.arguments);
-            EXPECT_EQ(calls[1], service.release + " " + std::to_string(cookie)) << service.name;
+            const std::string cookie = calls[1].substr(calls[1].find(' ') + 1);
+            EXPECT_EQ(calls[0], "Inhibit " + cookie + " " + service.arguments);
+            EXPECT_EQ(calls[1], service.release + " " + cookie);
         }
         // Asked at the same moment as the desktops, so logind has answered by now too.
         EXPECT_TRUE(eventually([&] { return !inhibited(system.address()); }))
@@ -204,13 +169,10 @@ TEST(StayAwakeWithoutServices, SaysOnceWhatItCannotHoldAndHoldsNothing) {
     brindtest::TemporaryFolder folder{"vq-stay-awake"};
     packagetest::PrivateSessionBus bus{folder.path()};
     ASSERT_TRUE(bus.running());
-    const QByteArray previousSystem = qgetenv("DBUS_SYSTEM_BUS_ADDRESS");
-    const QByteArray previousSession = qgetenv("DBUS_SESSION_BUS_ADDRESS");
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
-    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
     ManualScheduler scheduler;
     std::vector<std::string> log;
     {
+        const BusAddresses buses(bus.address(), bus.address());
         StayAwake stayAwake(scheduler, StayAwake::stateFile(folder.path()),
                             [&log](const std::string& line) { log.push_back(line); });
         for (int turn = 0; turn < 2; ++turn) {
@@ -221,8 +183,6 @@ TEST(StayAwakeWithoutServices, SaysOnceWhatItCannotHoldAndHoldsNothing) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 200);
         EXPECT_FALSE(stayAwake.isOn());
     }
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", previousSystem);
-    qputenv("DBUS_SESSION_BUS_ADDRESS", previousSession);
     ASSERT_EQ(log.size(), 2u) << ::testing::PrintToString(log);
     // The two answers come in either order.
     std::sort(log.begin(), log.end());

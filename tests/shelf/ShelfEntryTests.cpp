@@ -1,5 +1,7 @@
 #include "BrindKit/shelf/ShelfEntry.hpp"
 
+#include "tests/shelf/ShelfEntries.hpp"
+
 #include <gtest/gtest.h>
 
 using brind::Date;
@@ -9,27 +11,15 @@ using brind::UUID;
 
 namespace {
 
-ShelfEntry file(std::optional<std::string> path) {
-    ShelfEntry entry;
-    entry.id = UUID::random();
-    entry.kind = ShelfEntry::Kind::file;
-    entry.path = std::move(path);
-    return entry;
-}
+using brindtest::textEntry;
 
-ShelfEntry textEntry(ShelfEntry::Kind kind, std::optional<std::string> text) {
-    ShelfEntry entry;
-    entry.id = UUID::random();
-    entry.kind = kind;
-    entry.text = std::move(text);
-    return entry;
-}
+brind::ShelfEntry file(std::optional<std::string> path) { return brindtest::fileEntry(std::move(path)); }
 
 } // namespace
 
 TEST(ShelfEntry, DerivesFileURLAndLowerCasedExtension) {
     EXPECT_EQ(file("/home/ana/Report Q1.PDF").fileURL(), "file:///home/ana/Report%20Q1.PDF");
-    EXPECT_EQ(textEntry(ShelfEntry::Kind::text, "hi").fileURL(), std::nullopt);
+    EXPECT_EQ(textEntry("hi").fileURL(), std::nullopt);
 
     const std::vector<std::pair<std::string, std::string>> extensions = {
         {"/tmp/Report.PDF", "pdf"}, {"/tmp/archive.tar.gz", "gz"}, {"/tmp/.profile", ""},
@@ -38,7 +28,7 @@ TEST(ShelfEntry, DerivesFileURLAndLowerCasedExtension) {
     for (const auto& [path, extension] : extensions)
         EXPECT_EQ(file(path).fileExtension(), extension) << path;
 
-    auto link = textEntry(ShelfEntry::Kind::link, "https://example.com/a.pdf");
+    auto link = textEntry("https://example.com/a.pdf", ShelfEntry::Kind::link);
     link.path = "/tmp/a.pdf";
     EXPECT_EQ(link.fileExtension(), "") << "only file entries have an extension";
 }
@@ -74,10 +64,10 @@ TEST(ShelfEntry, ComparesContentByKindTextAndStandardisedPath) {
     EXPECT_FALSE(file(std::nullopt).sameContent(file(std::nullopt)))
         << "a file without a path is never the same as another";
 
-    EXPECT_TRUE(textEntry(Kind::text, "hello").sameContent(textEntry(Kind::text, "hello")));
-    EXPECT_TRUE(textEntry(Kind::link, std::nullopt).sameContent(textEntry(Kind::link, std::nullopt)));
-    EXPECT_FALSE(textEntry(Kind::text, "hello").sameContent(textEntry(Kind::text, std::nullopt)));
-    EXPECT_FALSE(textEntry(Kind::text, "https://a.com").sameContent(textEntry(Kind::link, "https://a.com")));
+    EXPECT_TRUE(textEntry("hello").sameContent(textEntry("hello")));
+    EXPECT_TRUE(textEntry(std::nullopt, Kind::link).sameContent(textEntry(std::nullopt, Kind::link)));
+    EXPECT_FALSE(textEntry("hello").sameContent(textEntry(std::nullopt)));
+    EXPECT_FALSE(textEntry("https://a.com").sameContent(textEntry("https://a.com", Kind::link)));
 }
 
 TEST(ShelfEntry, StandardisesPathsWithoutTheDisk) {

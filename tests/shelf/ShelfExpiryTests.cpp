@@ -1,5 +1,7 @@
 #include "BrindKit/shelf/ShelfExpiry.hpp"
 
+#include "tests/shelf/ShelfEntries.hpp"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -12,13 +14,7 @@ namespace {
 
 constexpr double hour = 3600;
 
-ShelfEntry entry(Date addedAt, bool pinned = false) {
-    ShelfEntry entry;
-    entry.id = brind::UUID::random();
-    entry.addedAt = addedAt;
-    entry.pinned = pinned;
-    return entry;
-}
+ShelfEntry entry(Date addedAt, bool pinned = false) { return brindtest::fileEntry("/e", addedAt, pinned); }
 
 } // namespace
 
