@@ -143,14 +143,16 @@ TEST_F(LyricsCache, FetchAsksOnceThenSavesAndLaterAnswersFromTheCache) {
 
 TEST_F(LyricsCache, FetchFailuresGiveNoLyricsAndAreAskedAgainNextTime) {
     using enum LyricsStore::FetchStage;
-    const std::vector<std::tuple<LyricsStore::TransportResult, LyricsStore::FetchStage>> failures = {
-        {std::unexpected(std::string("connection refused")), transport},
-        {LyricsStore::Response{404, R"({"message": "not found"})"}, response},
-        {LyricsStore::Response{200, R"({"syncedLyrics": null, "plainLyrics": "words"})"}, response},
-        {LyricsStore::Response{200, "<html>"}, response},
+    // The reason is what the island's log says.
+    const std::vector<std::tuple<LyricsStore::TransportResult, LyricsStore::FetchStage, std::string>> failures = {
+        {std::unexpected(std::string("connection refused")), transport, "connection refused"},
+        {LyricsStore::Response{404, R"({"message": "not found"})"}, response, "a status other than 200"},
+        {LyricsStore::Response{200, R"({"syncedLyrics": null, "plainLyrics": "words"})"}, response, "no synced lyrics"},
+        {LyricsStore::Response{200, "<html>"}, response, "not a JSON object"},
+        {LyricsStore::Response{200, R"({"syncedLyrics": "no time tags here"})"}, response, "have no timed line"},
     };
     const LyricsStore store(folder);
-    for (const auto& [answer, stage] : failures) {
+    for (const auto& [answer, stage, reason] : failures) {
         FakeLyricsService service;
         FetchRecorder recorder;
         store.fetch(paperBoats, service.call(), recorder.completion());
@@ -158,7 +160,7 @@ TEST_F(LyricsCache, FetchFailuresGiveNoLyricsAndAreAskedAgainNextTime) {
         ASSERT_EQ(recorder.results.size(), 1u);
         ASSERT_FALSE(recorder.results[0].has_value());
         EXPECT_EQ(recorder.results[0].error().stage, stage);
-        EXPECT_FALSE(recorder.results[0].error().reason.empty());
+        EXPECT_NE(recorder.results[0].error().reason.find(reason), std::string::npos) << reason;
         // A failure leaves no file behind, so the next fetch asks the service again.
         EXPECT_FALSE(fs::exists(store.cacheFile("Mira Holloway", "Paper Boats")));
         store.fetch(paperBoats, service.call(), recorder.completion());
