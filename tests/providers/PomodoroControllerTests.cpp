@@ -61,11 +61,9 @@ TEST_F(PomodoroControllerTest, PhasesFollowTheClockAndTheActivityShowsThem) {
     EXPECT_EQ(shown(), nullptr) << "a timer nobody started is not in the island";
     EXPECT_FALSE(std::filesystem::exists(file())) << "nor on disk";
 
+    // What the activity shows in each state is in the widget's own tests; here, that it is shown and kept.
     controller->toggle();
     ASSERT_NE(shown(), nullptr);
-    EXPECT_EQ(shown()->title, "Focus");
-    EXPECT_EQ(shown()->source, "widgets.pomodoro");
-    EXPECT_EQ(shown()->actions.at(0).label, "Pause");
     EXPECT_TRUE(controller->isTicking());
 
     scheduler.advance(30);
