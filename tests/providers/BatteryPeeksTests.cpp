@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
@@ -84,45 +85,32 @@ TEST(BatteryPeeks, PostsPowerChangesFullAndLowOnly) {
     }
 }
 
-void write(const std::filesystem::path& file, const std::string& text) {
-    std::filesystem::create_directories(file.parent_path());
-    std::ofstream(file) << text << "\n";
+/// A device of the power-supply class: its files and their contents.
+void device(const std::filesystem::path& folder, const std::map<std::string, std::string>& files) {
+    std::filesystem::create_directories(folder);
+    for (const auto& [name, text] : files)
+        std::ofstream(folder / name) << text << "\n";
 }
 
 TEST(BatteryProvider, PowerSupplyFolderAddsTheSystemsBatteriesAndSkipsDevices) {
     brindtest::TemporaryFolder folder;
     const auto root = folder.path();
     EXPECT_FALSE(BatteryProvider::readPowerSupply(root / "missing").present);
-    write(root / "AC/type", "Mains");
-    write(root / "AC/online", "1");
+    device(root / "AC", {{"type", "Mains"}, {"online", "1"}});
     EXPECT_FALSE(BatteryProvider::readPowerSupply(root).present) << "a charger alone is no battery";
 
     // A wireless mouse's battery belongs to the mouse.
-    write(root / "hidpp_battery_0/type", "Battery");
-    write(root / "hidpp_battery_0/scope", "Device");
-    write(root / "hidpp_battery_0/capacity", "5");
-    write(root / "hidpp_battery_0/status", "Discharging");
-    write(root / "BAT0/type", "Battery");
-    write(root / "BAT0/status", "Charging");
-    write(root / "BAT0/energy_now", "30000000");
-    write(root / "BAT0/energy_full", "40000000");
-    write(root / "BAT0/power_now", "25500000");
-    write(root / "BAT0/time_to_full_now", "1800");
-    BatteryPeeks::Reading charging;
-    charging.present = true;
-    charging.percent = 75;
-    charging.power = Power::charging;
-    charging.secondsToFull = 1800;
-    charging.watts = 25.5;
-    EXPECT_EQ(BatteryProvider::readPowerSupply(root), charging);
+    device(root / "hidpp_battery_0",
+           {{"type", "Battery"}, {"scope", "Device"}, {"capacity", "5"}, {"status", "Discharging"}});
+    device(root / "BAT0", {{"type", "Battery"}, {"status", "Charging"}, {"energy_now", "30000000"},
+                           {"energy_full", "40000000"}, {"power_now", "25500000"}, {"time_to_full_now", "1800"}});
+    EXPECT_EQ(BatteryProvider::readPowerSupply(root),
+              reading(75, Power::charging, std::nullopt, 1800, 25.5));
 
     // Two batteries: the energies add up, one discharging means the computer runs on battery, and
     // their own times no longer say anything about the whole.
-    write(root / "BAT1/type", "Battery");
-    write(root / "BAT1/status", "Discharging");
-    write(root / "BAT1/energy_now", "1000000");
-    write(root / "BAT1/energy_full", "2000000");
-    write(root / "BAT1/capacity", "50");
+    device(root / "BAT1", {{"type", "Battery"}, {"status", "Discharging"}, {"energy_now", "1000000"},
+                           {"energy_full", "2000000"}, {"capacity", "50"}});
     const auto two = BatteryProvider::readPowerSupply(root);
     EXPECT_TRUE(two.present);
     EXPECT_EQ(two.power, Power::battery);
