@@ -1,12 +1,14 @@
-#include "tests/e2e/E2EProcess.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/e2e/E2EFixture.hpp"
+#include "tests/providers/IslandConsole.hpp"
 #include "tests/support/SystemServiceMock.hpp"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,17 +20,12 @@ using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
 
-constexpr auto patience = 20s;
-
 void writeFile(const std::filesystem::path& file, const std::string& text) {
     std::ofstream(file) << text << "\n";
 }
 
 std::string readFile(const std::filesystem::path& file) {
-    std::ifstream in(file);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return brind::AtomicFile::read(file).value_or("");
 }
 
 /// A stand-in for the kernel's device classes: one device with its files in raw units.
@@ -61,31 +58,15 @@ protected:
         return e2e::run(e2e::builtProgram("vantaquill"), arguments, home.environment());
     }
 
-    static int flashes(const IslandProcess& island, const std::string& text) {
-        int count = 0;
-        for (const auto& line : island.lines())
-            count += line.find("hud shown kind=" + text) != std::string::npos ? 1 : 0;
-        return count;
+    static long flashes(const IslandProcess& island, const std::string& text) {
+        return std::ranges::count_if(island.lines(), [&](const std::string& line) {
+            return line.find("hud shown kind=" + text) != std::string::npos;
+        });
     }
 
     TemporaryHome home;
     std::filesystem::path sysClass = home.path() / "sys";
 };
-
-// logind writes the device's files when a session asks it to; the mock does the same, so the island
-// hears its own change come back, as it does from the kernel.
-constexpr const char* logindSetBrightness = R"(
-root = '%ROOT%'
-session = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1')
-session.AddSession('auto', 'seat0', dbus.UInt32(1000), 'tester', True, dbus_interface='org.freedesktop.DBus.Mock')
-auto = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1/session/auto')
-auto.AddMethod('org.freedesktop.login1.Session', 'SetBrightness', 'ssu', '',
-    "import os\n"
-    "folder = os.path.join('" + root + "', args[0], args[1])\n"
-    "open(os.path.join(folder, 'brightness'), 'w').write('%d\\n' % args[2])\n"
-    "open(os.path.join(folder, 'actual_brightness'), 'w').write('%d\\n' % args[2])\n",
-    dbus_interface='org.freedesktop.DBus.Mock')
-)";
 
 TEST_F(HUDLevels, BacklightAndKeyboardLEDAreSetThroughLogindAndFollowed) {
     // The firmware's backlight is used before the panel's raw one.
@@ -96,9 +77,8 @@ TEST_F(HUDLevels, BacklightAndKeyboardLEDAreSetThroughLogindAndFollowed) {
     writeFile(led / "brightness_hw_changed", "0");
     SystemServiceMock logind(home.path() / "system", "org.freedesktop.login1", "logind");
     ASSERT_TRUE(logind.running()) << "the logind mock did not start";
-    std::string script = logindSetBrightness;
-    script.replace(script.find("%ROOT%"), 6, sysClass.string());
-    const auto prepared = logind.script(script);
+    const auto prepared =
+        logind.script("root = '" + sysClass.string() + "'\n" + e2e::readFixture("hud/logind-set-brightness.py"));
     ASSERT_EQ(prepared.exitCode, 0) << prepared.err;
     const auto island = startIsland(logind);
     ASSERT_NE(island->port(), 0);
@@ -131,17 +111,7 @@ TEST_F(HUDLevels, BacklightAndKeyboardLEDAreSetThroughLogindAndFollowed) {
 TEST_F(HUDLevels, UPowersKeyboardLightIsSteppedAndFollowed) {
     SystemServiceMock upower(home.path() / "system", "org.freedesktop.UPower", "upower");
     ASSERT_TRUE(upower.running()) << "the UPower mock did not start";
-    // The template has no keyboard light: added here as UPower offers it, at 3 of 10.
-    const auto prepared = upower.script(R"(
-interface = 'org.freedesktop.UPower.KbdBacklight'
-main = bus.get_object('org.freedesktop.UPower', '/org/freedesktop/UPower')
-main.AddObject('/org/freedesktop/UPower/KbdBacklight', interface, {'Level': dbus.Int32(3)}, [
-    ('GetMaxBrightness', '', 'i', 'ret = 10'),
-    ('GetBrightness', '', 'i', 'ret = self.Get("' + interface + '", "Level")'),
-    ('SetBrightness', 'i', '', 'self.Set("' + interface + '", "Level", args[0]); '
-                               'self.EmitSignal("' + interface + '", "BrightnessChanged", "i", [args[0]])'),
-], dbus_interface='org.freedesktop.DBus.Mock')
-)");
+    const auto prepared = upower.script(e2e::readFixture("hud/upower-keyboard-light.py"));
     ASSERT_EQ(prepared.exitCode, 0) << prepared.err;
     const auto island = startIsland(upower);
     ASSERT_NE(island->port(), 0);

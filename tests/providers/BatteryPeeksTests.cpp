@@ -1,7 +1,11 @@
 #include "vantaquill/providers/BatteryPeeks.hpp"
+#include "tests/support/TemporaryFolder.hpp"
+#include "vantaquill/providers/BatteryProvider.hpp"
 
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <gtest/gtest.h>
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -33,17 +37,8 @@ struct Story {
 
 TEST(BatteryPeeks, PostsPowerChangesFullAndLowOnly) {
     const std::vector<Story> stories{
-        {"the first reading is only the baseline",
-         {{0, reading(80, Power::battery, 7200), "", ""}}},
-        {"unplugging gives the system's estimate",
-         {{0, reading(80, Power::charging), "", ""},
-          {1, reading(80, Power::battery, 11400), "Battery 80%", "About 3 h 10 min left"}}},
-        {"unplugging without any estimate says so",
-         {{0, reading(80, Power::full), "", ""},
-          {1, reading(80, Power::battery), "Battery 80%", "On battery \u00B7 estimating time left"}}},
-        {"plugging in names the power and the time to full",
-         {{0, reading(40, Power::battery), "", ""},
-          {1, reading(40, Power::charging, {}, 3900, 67.4), "Battery 40%", "67 W adapter \u00B7 1 h 5 min to full"}}},
+        // Unplugging with the system's estimate or none, plugging in with watts and time to full and the
+        // first reading as a mere baseline are seen through the real island in SystemPeeks.
         {"plugging into a charger that does not charge",
          {{0, reading(40, Power::battery), "", ""}, {1, reading(40, Power::pluggedIdle), "Battery 40%", "Not charging"}}},
         {"charging more, then full",
@@ -88,6 +83,39 @@ TEST(BatteryPeeks, PostsPowerChangesFullAndLowOnly) {
             EXPECT_TRUE(peek->expiresAt);
         }
     }
+}
+
+/// A device of the power-supply class: its files and their contents.
+void device(const std::filesystem::path& folder, const std::map<std::string, std::string>& files) {
+    std::filesystem::create_directories(folder);
+    for (const auto& [name, text] : files)
+        std::ofstream(folder / name) << text << "\n";
+}
+
+TEST(BatteryProvider, PowerSupplyFolderAddsTheSystemsBatteriesAndSkipsDevices) {
+    brindtest::TemporaryFolder folder;
+    const auto root = folder.path();
+    EXPECT_FALSE(BatteryProvider::readPowerSupply(root / "missing").present);
+    device(root / "AC", {{"type", "Mains"}, {"online", "1"}});
+    EXPECT_FALSE(BatteryProvider::readPowerSupply(root).present) << "a charger alone is no battery";
+
+    // A wireless mouse's battery belongs to the mouse.
+    device(root / "hidpp_battery_0",
+           {{"type", "Battery"}, {"scope", "Device"}, {"capacity", "5"}, {"status", "Discharging"}});
+    device(root / "BAT0", {{"type", "Battery"}, {"status", "Charging"}, {"energy_now", "30000000"},
+                           {"energy_full", "40000000"}, {"power_now", "25500000"}, {"time_to_full_now", "1800"}});
+    EXPECT_EQ(BatteryProvider::readPowerSupply(root),
+              reading(75, Power::charging, std::nullopt, 1800, 25.5));
+
+    // Two batteries: the energies add up, one discharging means the computer runs on battery, and
+    // their own times no longer say anything about the whole.
+    device(root / "BAT1", {{"type", "Battery"}, {"status", "Discharging"}, {"energy_now", "1000000"},
+                           {"energy_full", "2000000"}, {"capacity", "50"}});
+    const auto two = BatteryProvider::readPowerSupply(root);
+    EXPECT_TRUE(two.present);
+    EXPECT_EQ(two.power, Power::battery);
+    EXPECT_NEAR(two.percent, 100.0 * 31000000 / 42000000, 1e-9);
+    EXPECT_FALSE(two.secondsToFull);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "tests/e2e/E2EProcess.hpp"
-#include "tests/package/PrivateSessionBus.hpp"
+#include "tests/providers/IslandConsole.hpp"
 #include "tests/support/BackgroundProgram.hpp"
 #include "tests/support/SystemServiceMock.hpp"
 #include "vantaquill/providers/DownloadsProvider.hpp"
@@ -20,8 +20,6 @@ namespace {
 using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
-
-constexpr auto patience = 20s;
 
 TEST(DownloadFolder, UserDirsLinesAreReadAsTheShellWould) {
     const std::filesystem::path home = "/home/ada";
@@ -153,30 +151,10 @@ TEST_F(Downloads, APreallocatedFileShowsItsShareAndACancelledOneEnds) {
 TEST_F(Downloads, ShowInFolderAsksTheFileManagerToSelectTheFile) {
     if (!SystemServiceMock::installed())
         GTEST_SKIP() << "python3-dbusmock is missing; scripts/setup installs it";
-    packagetest::PrivateSessionBus bus(home.path());
-    ASSERT_TRUE(bus.running());
-    const std::string name = "org.freedesktop.FileManager1";
-    BackgroundProgram fileManager(SystemServiceMock::python,
-                                  {"-m", "dbusmock", name, "/org/freedesktop/FileManager1", name},
-                                  {"DBUS_SESSION_BUS_ADDRESS=" + bus.address(), "PATH=/usr/bin:/bin"});
-    const auto ask = [&bus](const std::string& script) {
-        return e2e::run(SystemServiceMock::python,
-                        {"-c", "import dbus\nbus = dbus.bus.BusConnection('" + bus.address() +
-                                   "')\nmanager = bus.get_object('org.freedesktop.FileManager1', "
-                                   "'/org/freedesktop/FileManager1')\n" +
-                                   script},
-                        {{"PATH", "/usr/bin:/bin"}});
-    };
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (bus.askBus("NameHasOwner", name).out.find("boolean true") == std::string::npos &&
-           std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(100ms);
-    const auto added =
-        ask("manager.AddMethod('', 'ShowItems', 'ass', '', '', dbus_interface='org.freedesktop.DBus.Mock')");
-    ASSERT_EQ(added.exitCode, 0) << added.err;
-    auto environment = home.environment();
-    environment["DBUS_SESSION_BUS_ADDRESS"] = bus.address();
-    IslandProcess island({"--headless", "--port", "0"}, environment);
+    SystemServiceMock fileManager(home.path(), "org.freedesktop.FileManager1",
+                                  std::string(BRIND_TEST_DATA) + "/providers/filemanager_template.py");
+    ASSERT_TRUE(fileManager.running());
+    IslandProcess island(home);
     ASSERT_NE(island.port(), 0) << island.errors();
 
     append(folder / "photo.jpg.crdownload", 1000);
@@ -188,12 +166,14 @@ TEST_F(Downloads, ShowInFolderAsksTheFileManagerToSelectTheFile) {
 
     const std::string expected = "file://" + (folder / "photo.jpg").string();
     std::string calls;
-    while (calls.find(expected) == std::string::npos && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(100ms);
-        calls = ask("print([(str(c[1]), [str(a) for a in c[2][0]]) for c in "
-                    "manager.GetCalls(dbus_interface='org.freedesktop.DBus.Mock')])")
+    eventually([&] {
+        calls = fileManager
+                    .script("fm = bus.get_object('org.freedesktop.FileManager1', '/org/freedesktop/FileManager1')\n"
+                            "print([(str(c[1]), [str(a) for a in c[2][0]]) for c in "
+                            "fm.GetCalls(dbus_interface='org.freedesktop.DBus.Mock')])")
                     .out;
-    }
+        return calls.find(expected) != std::string::npos;
+    });
     EXPECT_EQ(calls, "[('ShowItems', ['" + expected + "'])]\n");
 }
 

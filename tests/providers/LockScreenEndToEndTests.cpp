@@ -1,5 +1,6 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
+#include "tests/providers/IslandConsole.hpp"
 #include "tests/support/SystemServiceMock.hpp"
 
 #include <gtest/gtest.h>
@@ -20,8 +21,6 @@ using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
 
-constexpr auto patience = 20s;
-
 /// The lines the lock drew, in order: its phases and its activity.
 std::vector<std::string> lockLines(const IslandProcess& island) {
     std::vector<std::string> seen;
@@ -34,9 +33,7 @@ std::vector<std::string> lockLines(const IslandProcess& island) {
 
 /// Waits until the lock has drawn `count` lines; all of them, however many there are then.
 std::vector<std::string> waitForLockLines(const IslandProcess& island, std::size_t count) {
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (lockLines(island).size() < count && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(50ms);
+    eventually([&] { return lockLines(island).size() >= count; }, 50ms);
     return lockLines(island);
 }
 
@@ -88,11 +85,10 @@ protected:
     /// The island subscribes without waiting at start: locks until it has seen the lock (a second
     /// lock while locked changes nothing), then expects just the lock's first lines.
     static void lockUntilSeen(const IslandProcess& island, const std::function<void()>& lock) {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (lockLines(island).empty() && std::chrono::steady_clock::now() < deadline) {
+        eventually([&] {
             lock();
-            std::this_thread::sleep_for(300ms);
-        }
+            return !lockLines(island).empty();
+        }, 300ms);
         EXPECT_EQ(waitForLockLines(island, 2), lockedLines) << island.errors();
     }
 
@@ -102,22 +98,12 @@ protected:
     packagetest::PrivateSessionBus sessionBus{home.path()};
 };
 
-TEST_F(LockScreen, LogindsLockedHintLocksAndTheLockOpensOnUnlock) {
+// Locked through logind's LockedHint, unlocked and locked again during the animation, then unlocked.
+TEST_F(LockScreen, LogindsLockedHintLocksAndLockingAgainDuringTheAnimationKeepsItLocked) {
     const auto island = startIsland();
     ASSERT_NE(island->port(), 0) << island->errors();
     lockUntilSeen(*island, [this] { lockedHint({true}); });
-    EXPECT_NE(island->waitForLine("id=lock.screen source=lock priority=critical title=\"Locked\"", patience), std::nullopt);
-
-    lockedHint({false});
-    const auto expected = joined({lockedLines, unlockLines});
-    EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
-    EXPECT_NE(island->waitForLine("id=lock.screen source=lock priority=critical title=\"Unlocked\"", patience), std::nullopt);
-}
-
-TEST_F(LockScreen, LockingAgainDuringTheAnimationClosesTheLockAndTheOldTimerDoesNothing) {
-    const auto island = startIsland();
-    ASSERT_NE(island->port(), 0) << island->errors();
-    lockUntilSeen(*island, [this] { lockedHint({true}); });
+    EXPECT_TRUE(island->waitForLine("id=lock.screen source=lock priority=critical title=\"Locked\"", patience));
 
     // Unlocked and locked again at once: well within the time the opened lock is held.
     lockedHint({false, true});
@@ -131,6 +117,7 @@ TEST_F(LockScreen, LockingAgainDuringTheAnimationClosesTheLockAndTheOldTimerDoes
     lockedHint({false});
     const auto expected = joined({relocked, unlockLines});
     EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
+    EXPECT_TRUE(island->waitForLine("id=lock.screen source=lock priority=critical title=\"Unlocked\"", patience));
 }
 
 TEST_F(LockScreen, AScreenSaversActiveChangedLocksToo) {
@@ -156,15 +143,13 @@ TEST_F(LockScreen, AScreenSaversActiveChangedLocksToo) {
 }
 
 TEST_F(LockScreen, SwitchedOffNothingIsShown) {
-    const auto preferences = home.path() / ".config/vantaquill/vantaquill.conf";
-    std::filesystem::create_directories(preferences.parent_path());
-    std::ofstream(preferences) << "[General]\nactivities.lockScreen=false\n";
+    writePreferences(home, "activities.lockScreen=false\n");
     const auto island = startIsland();
     ASSERT_NE(island->port(), 0) << island->errors();
     // The same lock is seen once switched on: before that, nothing.
     lockedHint({true});
     EXPECT_EQ(island->waitForLine("lock phase=", 2s), std::nullopt);
-    std::ofstream(preferences) << "[General]\nactivities.lockScreen=true\n";
+    writePreferences(home, "activities.lockScreen=true\n");
     EXPECT_NE(island->waitForLine("lock phase=locked", patience), std::nullopt) << island->errors();
 }
 

@@ -1,23 +1,23 @@
-#include "tests/e2e/E2EProcess.hpp"
+#include "tests/e2e/E2EFixture.hpp"
+#include "tests/providers/IslandConsole.hpp"
 #include "tests/support/SystemServiceMock.hpp"
-
-#include <gtest/gtest.h>
-
-#include <fcntl.h>
-#include <linux/if.h>
-#include <linux/if_tun.h>
-#include <sched.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include "vantaquill/providers/NetlinkNetwork.hpp"
 
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
+#include <linux/if.h>
+#include <linux/if_tun.h>
 #include <memory>
+#include <sched.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace vq {
@@ -26,8 +26,6 @@ namespace {
 using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
-
-constexpr auto patience = 20s;
 
 /// One change made to a mocked service and the line the island shows for it.
 struct Step {
@@ -44,60 +42,47 @@ protected:
         std::filesystem::create_directories(sysClass);
     }
 
-    std::unique_ptr<IslandProcess> startIsland(const SystemServiceMock& system) const {
+    std::unique_ptr<IslandProcess> startIsland(const std::string& systemBus) const {
         auto environment = home.environment();
-        environment["DBUS_SYSTEM_BUS_ADDRESS"] = system.address();
+        environment["DBUS_SYSTEM_BUS_ADDRESS"] = systemBus;
         return std::make_unique<IslandProcess>(
             std::vector<std::string>{"--headless", "--port", "0", "--sys-class", sysClass.string()}, environment);
     }
 
-    static void play(const SystemServiceMock& system, IslandProcess& island, const std::string& prelude,
+    /// Runs `python` after the service's script in tests/data/providers.
+    static void change(const SystemServiceMock& system, const std::string& service, const std::string& python) {
+        const auto done = system.script(e2e::readFixture("providers/" + service + ".py") + python);
+        ASSERT_EQ(done.exitCode, 0) << done.err;
+    }
+
+    static void play(const SystemServiceMock& system, IslandProcess& island, const std::string& service,
                      const std::vector<Step>& steps) {
         for (const Step& step : steps) {
             SCOPED_TRACE(step.change);
-            const auto done = system.script(prelude + step.python);
-            ASSERT_EQ(done.exitCode, 0) << done.err;
-            const auto line = island.waitForLine(step.shown, patience);
-            ASSERT_TRUE(line) << "never shown: " << step.shown << "\n" << island.errors();
+            ASSERT_NO_FATAL_FAILURE(change(system, service, step.python));
+            ASSERT_TRUE(island.waitForLine(step.shown, patience)) << "never shown: " << step.shown << "\n"
+                                                                  << island.errors();
         }
-    }
-
-    static bool anyLine(const IslandProcess& island, const std::string& text) {
-        for (const auto& line : island.lines()) {
-            if (line.find(text) != std::string::npos)
-                return true;
-        }
-        return false;
     }
 
     TemporaryHome home;
     std::filesystem::path sysClass = home.path() / "sys";
 };
 
-constexpr const char* upowerPrelude = R"(
-upower = dbus.Interface(bus.get_object('org.freedesktop.UPower', '/org/freedesktop/UPower'), 'org.freedesktop.DBus.Mock')
-display = '/org/freedesktop/UPower/devices/DisplayDevice'
-def change(**properties):
-    upower.SetDeviceProperties(display, properties)
-)";
-
 TEST_F(SystemPeeks, UPowersBatteryDrainsChargesAndFills) {
     SystemServiceMock upower(home.path() / "system", "org.freedesktop.UPower", "upower");
     ASSERT_TRUE(upower.running()) << "the UPower mock did not start";
     // Plugged in at 85 %: the island's baseline, which shows nothing.
-    const auto prepared = upower.script(std::string(upowerPrelude) +
-                                        "upower.SetupDisplayDevice(2, 1, 85.0, 42.5, 50.0, 20.0, 0, 1800, True, '', 1)");
-    ASSERT_EQ(prepared.exitCode, 0) << prepared.err;
-    const auto settings = home.path() / ".config/vantaquill/vantaquill.conf";
-    std::filesystem::create_directories(settings.parent_path());
-    std::ofstream(settings) << "[General]\nactivities.battery=true\n";
-    const auto island = startIsland(upower);
+    ASSERT_NO_FATAL_FAILURE(
+        change(upower, "upower", "upower.SetupDisplayDevice(2, 1, 85.0, 42.5, 50.0, 20.0, 0, 1800, True, '', 1)"));
+    writePreferences(home, "activities.battery=true\n");
+    const auto island = startIsland(upower.address());
     ASSERT_NE(island->port(), 0);
     // The baseline is read without waiting at start; give it a moment before the first change.
     std::this_thread::sleep_for(1s);
-    EXPECT_FALSE(anyLine(*island, "source=battery"));
+    EXPECT_FALSE(sawLine(*island, "source=battery"));
 
-    play(upower, *island, upowerPrelude,
+    play(upower, *island, "upower",
          {{"unplugged", "change(State=dbus.UInt32(2), Percentage=80.0, TimeToFull=dbus.Int64(0), "
                         "TimeToEmpty=dbus.Int64(11400), EnergyRate=9.5)",
            R"(id=battery source=battery priority=normal title="Battery 80%" subtitle="About 3 h 10 min left" progress=0.80)"},
@@ -109,14 +94,14 @@ TEST_F(SystemPeeks, UPowersBatteryDrainsChargesAndFills) {
            R"(title="Battery 100%" subtitle="Fully charged" progress=1.00)"}});
 
     // Switched off, unplugging shows nothing; switched on again, the battery is followed afresh.
-    std::ofstream(settings) << "[General]\nactivities.battery=false\n";
+    writePreferences(home, "activities.battery=false\n");
     std::this_thread::sleep_for(1s);
-    ASSERT_EQ(upower.script(std::string(upowerPrelude) + "change(State=dbus.UInt32(2), Percentage=99.0)").exitCode, 0);
+    ASSERT_NO_FATAL_FAILURE(change(upower, "upower", "change(State=dbus.UInt32(2), Percentage=99.0)"));
     std::this_thread::sleep_for(1500ms);
-    EXPECT_FALSE(anyLine(*island, R"(title="Battery 99%")"));
-    std::ofstream(settings) << "[General]\nactivities.battery=true\n";
+    EXPECT_FALSE(sawLine(*island, R"(title="Battery 99%")"));
+    writePreferences(home, "activities.battery=true\n");
     std::this_thread::sleep_for(1s);
-    play(upower, *island, upowerPrelude,
+    play(upower, *island, "upower",
          {{"plugged in after the switch", "change(State=dbus.UInt32(1), TimeToFull=dbus.Int64(600))",
            R"(title="Battery 99%" subtitle="10 min to full")"}});
 }
@@ -133,94 +118,48 @@ TEST_F(SystemPeeks, KernelBatteryIsReadWithoutUPowerAndADesktopWithoutOneStaysQu
     write("type", "Battery");
     write("capacity", "64");
     write("status", "Charging");
-    const auto island = startIsland(bus);
+    const auto island = startIsland(bus.address());
     ASSERT_NE(island->port(), 0);
     std::this_thread::sleep_for(1s);
     write("status", "Discharging");
     ASSERT_TRUE(island->waitForLine(R"(title="Battery 64%" subtitle="On battery · estimating time left")", patience))
         << island->errors();
     EXPECT_EQ(island->stop(), 0);
-    EXPECT_NE(island->errors().find("UPower is not running; the battery is read from"), std::string::npos)
-        << island->errors();
+    EXPECT_TRUE(saidOnce(island->errors(), "UPower is not running; the battery is read from"));
 
     // No battery at all: one quiet line and no peek.
     std::filesystem::remove_all(sysClass / "power_supply");
-    const auto bare = startIsland(bus);
+    const auto bare = startIsland(bus.address());
     ASSERT_NE(bare->port(), 0);
     // Its standard error is read once it has stopped: give the bus's answer time to arrive first.
     std::this_thread::sleep_for(2s);
     EXPECT_EQ(bare->stop(), 0);
-    const std::string said = "so there are no battery peeks";
-    const std::string errors = bare->errors();
-    EXPECT_NE(errors.find(said), std::string::npos) << errors;
-    EXPECT_EQ(errors.find(said), errors.rfind(said)) << errors;
-    EXPECT_FALSE(anyLine(*bare, "source=battery"));
+    EXPECT_TRUE(saidOnce(bare->errors(), "so there are no battery peeks"));
+    EXPECT_FALSE(sawLine(*bare, "source=battery"));
 }
-
-constexpr const char* networkPrelude = R"(
-nm = dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', '/org/freedesktop/NetworkManager'),
-                    'org.freedesktop.DBus.Mock')
-manager = '/org/freedesktop/NetworkManager'
-wlan = manager + '/Devices/wlan0'
-def online(connected):
-    nm.SetConnectivity(dbus.UInt32(4 if connected else 1))
-    nm.SetGlobalConnectionState(dbus.UInt32(70 if connected else 20))
-def join(name):
-    nm.SetProperty(wlan, 'org.freedesktop.NetworkManager.Device.Wireless', 'ActiveAccessPoint',
-                   dbus.ObjectPath(manager + '/AccessPoint/' + name, variant_level=1))
-    nm.AddActiveConnection([wlan], manager + '/Settings/' + name, '/', name, dbus.UInt32(2))
-    online(True)
-def leave(name):
-    nm.RemoveActiveConnection(wlan, manager + '/ActiveConnection/' + name)
-)";
 
 TEST_F(SystemPeeks, NetworkManagersWifiVPNAndHotspot) {
     SystemServiceMock nm(home.path() / "system", "org.freedesktop.NetworkManager", "networkmanager");
     ASSERT_TRUE(nm.running()) << "the NetworkManager mock did not start";
-    // A laptop with Wi-Fi in reach of a home network and a phone, a WireGuard tunnel and a VPN
-    // configured, nothing connected yet. The template has neither the metered flag nor the device's
-    // access point: added as NetworkManager has them.
-    const auto prepared = nm.script(std::string(networkPrelude) + R"(
-nm.AddWiFiDevice('wlan0', 'wlan0', dbus.UInt32(30))
-nm.AddAccessPoint(wlan, 'home', 'Home', '00:11:22:33:44:55', dbus.UInt32(2), dbus.UInt32(2437), dbus.UInt32(54000), dbus.Byte(80), dbus.UInt32(0))
-nm.AddAccessPoint(wlan, 'pixel', 'Pixel', '00:11:22:33:44:66', dbus.UInt32(2), dbus.UInt32(5180), dbus.UInt32(54000), dbus.Byte(60), dbus.UInt32(0))
-nm.AddWiFiConnection(wlan, 'home', 'Home', '')
-nm.AddWiFiConnection(wlan, 'pixel', 'Pixel', '')
-settings = dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', manager + '/Settings'),
-                          'org.freedesktop.NetworkManager.Settings')
-settings.AddConnection({'connection': {'type': 'wireguard', 'id': 'wg0'}})
-settings.AddConnection({'connection': {'type': 'vpn', 'id': 'Office'}})
-nm.AddProperty('org.freedesktop.NetworkManager', 'Metered', dbus.UInt32(4))
-dbus.Interface(bus.get_object('org.freedesktop.NetworkManager', wlan), 'org.freedesktop.DBus.Mock').AddProperty(
-    'org.freedesktop.NetworkManager.Device.Wireless', 'ActiveAccessPoint', dbus.ObjectPath('/'))
-online(False)
-)");
-    ASSERT_EQ(prepared.exitCode, 0) << prepared.err;
-    std::filesystem::create_directories(home.path() / ".config/vantaquill");
-    std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf") << "[General]\nactivities.network.ssid=true\n";
-    const auto island = startIsland(nm);
+    ASSERT_NO_FATAL_FAILURE(change(nm, "networkmanager", "laptop()"));
+    writePreferences(home, "activities.network.ssid=true\n");
+    const auto island = startIsland(nm.address());
     ASSERT_NE(island->port(), 0);
     // Nothing is shown while the network settles after start.
     std::this_thread::sleep_for(4s);
 
-    play(nm, *island, networkPrelude,
+    play(nm, *island, "networkmanager",
          {{"joined the home network", "join('home')",
            R"(id=network.wifi source=network priority=normal title="Joined Home")"},
           {"lost it, and the internet with it", "leave('home'); online(False)", R"(title="Wi-Fi disconnected")"},
           {"back home", "join('home')", R"(title="Joined Home")"},
-          {"WireGuard up", "nm.AddActiveConnection(dbus.Array([], signature='s'), manager + '/Settings/0', '/', 'wg', dbus.UInt32(2))",
-           R"(id=network.vpn source=network priority=normal title="VPN connected")"},
-          {"WireGuard down", "nm.RemoveActiveConnection(wlan, manager + '/ActiveConnection/wg')",
-           R"(title="VPN disconnected")"},
-          {"a VPN up", "nm.AddActiveConnection(dbus.Array([], signature='s'), manager + '/Settings/1', '/', 'office', dbus.UInt32(2))",
-           R"(title="VPN connected")"},
-          {"moved to the phone's hotspot",
-           "leave('home'); "
-           "nm.SetProperty(manager, 'org.freedesktop.NetworkManager', 'Metered', dbus.UInt32(3, variant_level=1)); "
-           "join('pixel')",
+          {"WireGuard up", "tunnel(0, 'wg')", R"(id=network.vpn source=network priority=normal title="VPN connected")"},
+          {"WireGuard down", "leave('wg')", R"(title="VPN disconnected")"},
+          {"a VPN up", "tunnel(1, 'office')", R"(title="VPN connected")"},
+          {"moved to the phone's hotspot", "leave('home'); metered(3); join('pixel')",
            R"(id=network.hotspot source=network priority=normal title="Hotspot · Pixel")"}});
     // The Wi-Fi that went away explains the lost internet; no second peek says so.
-    EXPECT_FALSE(anyLine(*island, "No internet"));
+    EXPECT_FALSE(sawLine(*island, "No internet"));
 }
 
 // Without NetworkManager the island reads the kernel's links and routes. The test runs in a network
@@ -248,10 +187,8 @@ TEST_F(SystemPeeks, KernelRoutesWithoutNetworkManager) {
         ASSERT_TRUE(ip("link set veth1 up") && ip("link set veth0 up") && ip("addr add 10.9.0.2/24 dev veth0"));
         ASSERT_TRUE(ip("link add veth2 type veth peer name veth3") && ip("link set veth3 up") &&
                     ip("link set veth2 up") && ip("addr add 10.9.1.2/24 dev veth2"));
-        auto environment = home.environment();
-        environment["DBUS_SYSTEM_BUS_ADDRESS"] = "unix:path=" + (home.path() / "no-bus").string();
-        IslandProcess island(std::vector<std::string>{"--headless", "--port", "0", "--sys-class", sysClass.string()},
-                             environment);
+        const auto started = startIsland("unix:path=" + (home.path() / "no-bus").string());
+        IslandProcess& island = *started;
         ASSERT_NE(island.port(), 0);
         // Nothing is shown while the network settles after start.
         std::this_thread::sleep_for(4s);
@@ -276,11 +213,45 @@ TEST_F(SystemPeeks, KernelRoutesWithoutNetworkManager) {
         ::close(tun);
         EXPECT_TRUE(island.waitForLine(R"(title="VPN disconnected")", patience));
         EXPECT_EQ(island.stop(), 0);
-        EXPECT_NE(island.errors().find("network peeks follow the kernel's links and routes"), std::string::npos)
-            << island.errors();
+        EXPECT_TRUE(saidOnce(island.errors(), "network peeks follow the kernel's links and routes"));
     }).join();
     if (!skipped.empty())
         GTEST_SKIP() << skipped;
+}
+
+TEST(NetlinkNetwork, LinksAndDefaultRoutesMakeASnapshot) {
+    using Kind = brind::NetworkInterface::Kind;
+    using Link = NetlinkNetwork::Link;
+    const Link loopback{1, {"lo", Kind::loopback}, true};
+    const Link wired{2, {"enp3s0", std::nullopt}, true};
+    const Link wireless{3, {"wlp2s0", std::nullopt}, true};
+    const Link wireguard{4, {"wg0", Kind::wireguard}, true};
+    const Link wiredDown{2, {"enp3s0", std::nullopt}, false};
+    const auto isWireless = [](const std::string& name) { return name.starts_with("wl"); };
+    struct Case {
+        const char* name;
+        std::vector<Link> links;
+        std::vector<int> defaults;
+        brind::NetworkSnapshot expected;
+    };
+    const auto path = [](bool online, bool wifi, bool vpn, bool linkUp) {
+        brind::NetworkSnapshot snapshot;
+        snapshot.online = online;
+        snapshot.wifi = wifi;
+        snapshot.vpn = vpn;
+        snapshot.linkUp = linkUp;
+        return snapshot;
+    };
+    const std::vector<Case> cases{
+        {"only the loopback", {loopback}, {}, path(false, false, false, false)},
+        {"a cable without a default route", {loopback, wired}, {}, path(false, false, false, true)},
+        {"a cable that is down", {loopback, wiredDown}, {2}, path(false, false, false, false)},
+        {"Wi-Fi carries the default route", {loopback, wired, wireless}, {3}, path(true, true, false, true)},
+        {"the cable carries it while Wi-Fi is also up", {loopback, wired, wireless}, {2}, path(true, false, false, true)},
+        {"a tunnel over Wi-Fi carries it", {loopback, wireless, wireguard}, {4}, path(true, true, true, true)},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(NetlinkNetwork::snapshot(c.links, c.defaults, isWireless), c.expected) << c.name;
 }
 
 } // namespace

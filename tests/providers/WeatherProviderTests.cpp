@@ -1,7 +1,8 @@
 #include "vantaquill/providers/WeatherProvider.hpp"
 
 #include "BrindKit/foundation/JSON.hpp"
-#include "tests/e2e/E2EProcess.hpp"
+#include "tests/e2e/E2EFixture.hpp"
+#include "tests/providers/IslandConsole.hpp"
 #include "tests/support/LoopbackHTTPServer.hpp"
 #include "tests/support/SystemServiceMock.hpp"
 #include "tests/support/TemporaryFolder.hpp"
@@ -13,7 +14,6 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -26,22 +26,9 @@ namespace {
 using namespace std::chrono_literals;
 using brind::WidgetTemperatureUnit;
 
-constexpr auto patience = 20s;
-
 // Answers in the services' own shape: units beside the values, a null where a model ran out.
-const std::string lisbonForecast =
-    R"({"latitude":38.72,"longitude":-9.14,"generationtime_ms":0.05,"utc_offset_seconds":0,"timezone":"Europe/Lisbon",)"
-    R"("current_units":{"time":"iso8601","interval":"seconds","temperature_2m":"°C","weather_code":"wmo code"},)"
-    R"("current":{"time":"2026-11-25T12:00","interval":900,"temperature_2m":17.6,"apparent_temperature":16.9,)"
-    R"("weather_code":2,"is_day":1,"wind_speed_10m":11.3},)"
-    R"("daily":{"time":["2026-11-25","2026-11-26","2026-11-27"],"weather_code":[2,61,null],)"
-    R"("temperature_2m_max":[18.9,16.2,null],"temperature_2m_min":[12.1,11.4,10.0],)"
-    R"("precipitation_probability_max":[5,70,null]}})";
-const std::string lisbonPlaces =
-    R"({"results":[{"id":2267057,"name":"Lisbon","latitude":38.71667,"longitude":-9.13333,"feature_code":"PPLC",)"
-    R"("country_code":"PT","country":"Portugal","admin1":"Lisbon"},)"
-    R"({"id":4969398,"name":"Lisbon","latitude":44.0312,"longitude":-70.1045,"country":"United States",)"
-    R"("admin1":"Maine","admin2":"Androscoggin"}],"generationtime_ms":0.4})";
+const std::string lisbonForecast = e2e::readFixture("providers/lisbon-forecast.json");
+const std::string lisbonPlaces = e2e::readFixture("providers/lisbon-places.json");
 const brind::WidgetPlace lisbon{.name = "Lisbon", .region = "Lisbon", .country = "Portugal", .latitude = 38.71667,
                                 .longitude = -9.13333};
 
@@ -61,9 +48,8 @@ protected:
 
     /// A provider on a bus that is not there, unless a test gives one.
     std::unique_ptr<WeatherProvider> make(WeatherSettings with, std::string bus = "unix:path=/nonexistent/bus") {
-        auto made = std::make_unique<WeatherProvider>(scheduler, file, std::move(with),
-                                                      [this](const std::string& line) { logs.push_back(line); }, bus);
-        return made;
+        return std::make_unique<WeatherProvider>(scheduler, file, std::move(with),
+                                                 [this](const std::string& line) { logs.push_back(line); }, bus);
     }
 
     static bool pumpUntil(const std::function<bool()>& done) {
@@ -174,34 +160,13 @@ TEST_F(WeatherTest, AFailedFetchKeepsThePreviousForecastAndTriesAgainLater) {
     EXPECT_GT(provider->current()->forecast.fetchedAt, before.forecast.fetchedAt);
 }
 
-// GeoClue as the desktop runs it: a client per application that reports a location once started.
-const std::string geoClueTemplate = R"(import dbus
-BUS_NAME = 'org.freedesktop.GeoClue2'
-MAIN_OBJ = '/org/freedesktop/GeoClue2/Manager'
-MAIN_IFACE = 'org.freedesktop.GeoClue2.Manager'
-SYSTEM_BUS = True
-CLIENT = '/org/freedesktop/GeoClue2/Client/1'
-
-def load(mock, parameters):
-    mock.AddMethod(MAIN_IFACE, 'GetClient', '', 'o', 'ret = dbus.ObjectPath("%s")' % CLIENT)
-    mock.AddObject(CLIENT, 'org.freedesktop.GeoClue2.Client',
-                   {'DesktopId': '', 'RequestedAccuracyLevel': dbus.UInt32(0), 'Active': False}, [
-        ('Start', '', '', 'self.Set("org.freedesktop.GeoClue2.Client", "Active", True); '
-                          'self.EmitSignal("org.freedesktop.GeoClue2.Client", "LocationUpdated", "oo", '
-                          '[dbus.ObjectPath("/"), dbus.ObjectPath("/org/freedesktop/GeoClue2/Location/1")])'),
-        ('Stop', '', '', 'self.Set("org.freedesktop.GeoClue2.Client", "Active", False)'),
-    ])
-    mock.AddObject('/org/freedesktop/GeoClue2/Location/1', 'org.freedesktop.GeoClue2.Location',
-                   {'Latitude': 40.4165, 'Longitude': -3.70256, 'Accuracy': 5000.0, 'Description': 'Madrid'}, [])
-)";
-
 // The system bus as a desktop has it: logind, NetworkManager and GeoClue.
 TEST_F(WeatherTest, FollowsTheLocationWakingAndTheNetworkComingBack) {
     if (!SystemServiceMock::installed())
         GTEST_SKIP() << "python3-dbusmock is not installed";
-    const auto geoClue = folder.path() / "geoclue_template.py";
-    std::ofstream(geoClue) << geoClueTemplate;
-    SystemServiceMock system(folder.path() / "bus", "org.freedesktop.GeoClue2", geoClue.string());
+    // GeoClue as the desktop runs it: a client per application that reports a location once started.
+    SystemServiceMock system(folder.path() / "bus", "org.freedesktop.GeoClue2",
+                             std::string(BRIND_TEST_DATA) + "/providers/geoclue_template.py");
     ASSERT_TRUE(system.running());
     ASSERT_TRUE(system.serve("org.freedesktop.login1", "logind"));
     ASSERT_TRUE(system.serve("org.freedesktop.NetworkManager", "networkmanager"));
@@ -244,54 +209,31 @@ TEST_F(WeatherTest, FollowsTheLocationWakingAndTheNetworkComingBack) {
     EXPECT_TRUE(pumpUntil([&] { return client("Active") == "0\n"; }));
 }
 
-} // namespace
-} // namespace vq
-
-namespace vq {
-namespace {
-
-std::string everyLine(const e2e::IslandProcess& island) {
-    std::string all;
-    for (const auto& line : island.lines())
-        all += line + "\n";
-    return all;
-}
-
-// The real island, headless: its console says what the weather and the wings show.
+// The real island, headless: its console says what the weather and the wings show. A second run,
+// after the service has gone (nothing listens), shows the forecast from disk and says why.
 TEST(WeatherEndToEnd, TheIslandFetchesShowsTheWeatherInAWingAndStartsOfflineFromDisk) {
     e2e::TemporaryHome home;
-    const auto configure = [&home](const std::string& service) {
-        const auto folder = home.path() / ".config" / "vantaquill";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "vantaquill.conf")
-            << "[General]\nwidgets.weather.city=Lisbon\nwidgets.weather.forecastHost=\"" << service
-            << "\"\nwidgets.weather.geocodingHost=\"" << service
-            << "\"\nwidgets.wings.enabled=true\nwidgets.wings.leading=date\nwidgets.wings.trailing=weather\n";
-    };
-    {
-        LoopbackHTTPServer server;
-        server.answer("/v1/search", 200, lisbonPlaces);
-        server.answer("/v1/forecast", 200, lisbonForecast);
-        configure(server.url());
+    LoopbackHTTPServer server;
+    server.answer("/v1/search", 200, lisbonPlaces);
+    server.answer("/v1/forecast", 200, lisbonForecast);
+    for (const auto& [service, from] : {std::pair<std::string, std::string>{server.url(), "network"},
+                                        {"http://127.0.0.1:9", "disk"}}) {
+        SCOPED_TRACE(from);
+        writePreferences(home, "widgets.weather.city=Lisbon\nwidgets.weather.forecastHost=\"" + service +
+                                   "\"\nwidgets.weather.geocodingHost=\"" + service +
+                                   "\"\nwidgets.wings.enabled=true\nwidgets.wings.leading=date\n"
+                                   "widgets.wings.trailing=weather\n");
         e2e::IslandProcess island(home);
         ASSERT_NE(island.port(), 0) << island.errors();
         EXPECT_TRUE(island.waitForLine(R"(weather place="Lisbon, Portugal" temperature=17.60 unit="celsius" )"
-                                       R"(condition="Partly cloudy" from="network")",
+                                       R"(condition="Partly cloudy" from=")" + from + "\"",
                                        patience));
-        EXPECT_TRUE(island.waitForLine(R"(trailing="18°")", patience)) << everyLine(island);
-        island.stop();
+        EXPECT_TRUE(eventually([&] {
+            return sawLine(island, R"(wings shown leading=")") && sawLine(island, R"(trailing="18°")");
+        }));
+        if (from == "disk")
+            EXPECT_TRUE(island.waitForLine(R"(weather failed message="Couldn't fetch the weather: )", patience));
     }
-    // The service is gone (nothing listens): the forecast on disk shows, and the failure is said.
-    configure("http://127.0.0.1:9");
-    e2e::IslandProcess island(home);
-    ASSERT_NE(island.port(), 0) << island.errors();
-    EXPECT_TRUE(island.waitForLine(R"(weather place="Lisbon, Portugal" temperature=17.60 unit="celsius" )"
-                                   R"(condition="Partly cloudy" from="disk")",
-                                   patience));
-    EXPECT_TRUE(island.waitForLine(R"(weather failed message="Couldn't fetch the weather: )", patience));
-    EXPECT_NE(everyLine(island).find(R"(wings shown leading=")"), std::string::npos) << everyLine(island);
-    EXPECT_NE(everyLine(island).find(R"(trailing="18°")"), std::string::npos) << everyLine(island);
-    island.stop();
 }
 
 } // namespace

@@ -49,16 +49,6 @@ constexpr LockSequencer::Show show{};
 constexpr LockSequencer::Relock relock{};
 constexpr LockSequencer::Teardown teardown{};
 
-TEST(LockSequencer, FullLockAndUnlockCycle) {
-    play({lock(show, LockPhase::locked, 1), lock(none, LockPhase::locked, 1),
-          unlock(S{Step::collapse, 0.85, 2}, LockPhase::unlocking, 2), unlock(none, LockPhase::unlocking, 2),
-          fire(Step::collapse, 2, S{Step::teardown, 0.5, 2}, LockPhase::collapsing, 2),
-          fire(Step::teardown, 2, teardown, LockPhase::hidden, 2),
-          // A second session starts over from hidden.
-          lock(show, LockPhase::locked, 3)},
-         LockTiming::forReduceMotion(false));
-}
-
 TEST(LockSequencer, RelockMakesEarlierTimersHarmless) {
     // With reduce motion on, the hold and the collapse are shorter.
     play({lock(show, LockPhase::locked, 1), unlock(S{Step::collapse, 0.5, 2}, LockPhase::unlocking, 2),
@@ -75,14 +65,17 @@ TEST(LockSequencer, RelockMakesEarlierTimersHarmless) {
          LockTiming::forReduceMotion(true));
 }
 
-TEST(LockSequencer, CallsThatDoNotFitThePhaseDoNothing) {
-    play({unlock(none, LockPhase::hidden, 0), lock(show, LockPhase::locked, 1),
+TEST(LockSequencer, FullCycleWhereCallsThatDoNotFitThePhaseDoNothing) {
+    play({unlock(none, LockPhase::hidden, 0), lock(show, LockPhase::locked, 1), lock(none, LockPhase::locked, 1),
           fire(Step::collapse, 1, none, LockPhase::locked, 1),
-          unlock(S{Step::collapse, 0.85, 2}, LockPhase::unlocking, 2),
+          unlock(S{Step::collapse, 0.85, 2}, LockPhase::unlocking, 2), unlock(none, LockPhase::unlocking, 2),
           fire(Step::teardown, 2, none, LockPhase::unlocking, 2),
           fire(Step::collapse, 3, none, LockPhase::unlocking, 2),
           fire(Step::collapse, 2, S{Step::teardown, 0.5, 2}, LockPhase::collapsing, 2),
-          fire(Step::collapse, 2, none, LockPhase::collapsing, 2), unlock(none, LockPhase::collapsing, 2)});
+          fire(Step::collapse, 2, none, LockPhase::collapsing, 2), unlock(none, LockPhase::collapsing, 2),
+          fire(Step::teardown, 2, teardown, LockPhase::hidden, 2),
+          // A second session starts over from hidden.
+          lock(show, LockPhase::locked, 3)});
 }
 
 TEST(LockSequencer, ResetTearsDownAndInvalidatesTimers) {

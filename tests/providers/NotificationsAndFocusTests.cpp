@@ -1,14 +1,17 @@
 #include "tests/e2e/E2EFixture.hpp"
-#include "tests/support/PipeWireSession.hpp"
+#include "tests/providers/IslandConsole.hpp"
 #include "tests/support/SystemServiceMock.hpp"
-
-#include <gtest/gtest.h>
+#include "vantaquill/providers/MirroredNotification.hpp"
+#include "vantaquill/providers/NotificationMirror.hpp"
+#include "vantaquill/providers/ScreenShareWatcher.hpp"
 
 #include <chrono>
 #include <cstdlib>
+#include <dbus/dbus.h>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -20,7 +23,6 @@ namespace {
 using namespace std::chrono_literals;
 using e2e::statusOf;
 
-constexpr auto patience = 20s;
 const std::string notificationsObject =
     "bus.get_object('org.freedesktop.Notifications', '/org/freedesktop/Notifications')";
 
@@ -72,13 +74,6 @@ protected:
         ASSERT_EQ(statusOf(reply), 200) << reply;
     }
 
-    bool sawLineWith(const std::string& text) const {
-        for (const auto& line : island->lines())
-            if (line.find(text) != std::string::npos)
-                return true;
-        return false;
-    }
-
     SystemServiceMock desktop{home.path(), "org.freedesktop.Notifications", "notification_daemon"};
 };
 
@@ -116,7 +111,6 @@ TEST_F(DesktopNotifications, AreMirroredWithTheirBodyKeptOffTheDisk) {
 
 TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
     // The desktop's do not disturb, and the status menu's pause (the preference it writes).
-    const std::filesystem::path preferencesFile = home.path() / ".config/vantaquill/vantaquill.conf";
     struct Way {
         std::string name;
         std::function<void(bool)> focus;
@@ -127,9 +121,9 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
         {"dnd", [this](bool on) { setInhibited(on); }, "focus on desktopDoNotDisturb=true paused=false",
          "focus off desktopDoNotDisturb=false paused=false"},
         {"pause",
-         [&](bool on) {
-             std::ofstream(preferencesFile) << "[General]\nactivities.notifications.mirror=true\nactivities.paused="
-                                            << (on ? "true" : "false") << "\n";
+         [this](bool on) {
+             writePreferences(home, std::string("activities.notifications.mirror=true\nactivities.paused=") +
+                                        (on ? "true\n" : "false\n"));
          },
          "focus on desktopDoNotDisturb=false paused=true", "focus off desktopDoNotDisturb=false paused=false"},
     };
@@ -145,11 +139,11 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
         postAlerting(way.name + "-deploy", "critical");
         // The island handles posts in order, so by the critical one's alert the others have had theirs.
         ASSERT_TRUE(island->waitForLine("alert shown id=sdk.cli." + way.name + "-deploy"));
-        EXPECT_TRUE(sawLineWith("activity shown id=sdk.cli." + way.name + "-chat"));
+        EXPECT_TRUE(sawLine(*island, "activity shown id=sdk.cli." + way.name + "-chat"));
         for (const std::string& quiet : {"alert shown id=sdk.cli." + way.name + "-chat",
                                         "alert shown id=sdk.cli." + way.name + "-digest",
                                         "alert shown id=notifications.chat-" + way.name})
-            EXPECT_FALSE(sawLineWith(quiet)) << quiet;
+            EXPECT_FALSE(sawLine(*island, quiet)) << quiet;
 
         way.focus(false);
         ASSERT_TRUE(island->waitForLine(way.off, patience));
@@ -178,52 +172,101 @@ TEST(GNOMEDoNotDisturb, BannersSwitchedOffFocusTheIsland) {
     ASSERT_TRUE(island.waitForLine("focus on desktopDoNotDisturb=true paused=false", patience)) << island.errors();
 
     // The monitor may still be starting when the test first switches: switch until it is heard.
-    std::optional<std::string> heard;
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (!heard && std::chrono::steady_clock::now() < deadline) {
-        ASSERT_EQ(setBanners(true).exitCode, 0);
-        heard = island.waitForLine("focus off desktopDoNotDisturb=false paused=false", 1s);
-        if (!heard) {
-            ASSERT_EQ(setBanners(false).exitCode, 0);
-        }
-    }
-    EXPECT_TRUE(heard) << island.errors();
+    EXPECT_TRUE(eventually([&] {
+        EXPECT_EQ(setBanners(true).exitCode, 0);
+        if (island.waitForLine("focus off desktopDoNotDisturb=false paused=false", 1s))
+            return true;
+        EXPECT_EQ(setBanners(false).exitCode, 0);
+        return false;
+    }, 0ms)) << island.errors();
     EXPECT_EQ(island.errors().find("do not disturb is not followed"), std::string::npos) << island.errors();
 }
 
-/// The real island, and a real PipeWire in its home.
-class ScreenSharing : public e2e::IslandTest {
-protected:
-    void SetUp() override {
-        if (!PipeWireDaemon::installed())
-            GTEST_SKIP() << "pipewire is needed";
-        e2e::IslandTest::SetUp();
+// What notify-send writes is read in the end-to-end tests; here, what a misbehaving sender writes.
+TEST(NotificationMirror, RefusesCallsItCannotRead) {
+    const auto call = [](const char* member) {
+        return std::unique_ptr<DBusMessage, decltype(&dbus_message_unref)>(
+            dbus_message_new_method_call("org.freedesktop.Notifications", "/org/freedesktop/Notifications",
+                                         "org.freedesktop.Notifications", member),
+            &dbus_message_unref);
+    };
+    EXPECT_FALSE(NotificationMirror::read(call("CloseNotification").get()));
+    const auto notify = call("Notify");
+    const char* only = "just a summary";
+    dbus_message_append_args(notify.get(), DBUS_TYPE_STRING, &only, DBUS_TYPE_INVALID);
+    const auto refused = NotificationMirror::read(notify.get());
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error(), "Notify with arguments (s), not (susssasa{sv}i)");
+}
+
+TEST(MirroredNotification, BecomesOneAlertingActivityPerApplication) {
+    const brind::Date now{1'000'000};
+    const auto noImage = [](const std::string&) -> std::optional<std::string> { return std::nullopt; };
+    struct Case {
+        MirroredNotification notification;
+        std::string id;
+        brind::ActivityPriority priority;
+        std::string title;
+        std::optional<std::string> subtitle;
+        brind::ActivityGlyph leading;
+        double seconds;
+    };
+    const Case cases[] = {
+        {{.appName = "Thunderbird Mail", .appIcon = "mail-unread", .summary = "Ada", .body = "<b>Lunch</b> &amp; tea?\n\n Yes"},
+         "notifications.thunderbird-mail", brind::ActivityPriority::normal, "Ada", "Lunch & tea? Yes",
+         brind::ActivityGlyph::symbol("mail-unread"), MirroredNotification::usualSeconds},
+        {{.appName = "", .summary = "", .urgency = 0, .desktopEntry = "org.example.Clock", .expireTimeout = 2500},
+         "notifications.unnamed", brind::ActivityPriority::ambient, "Notification", std::nullopt,
+         brind::ActivityGlyph::appIcon("org.example.Clock"), 2.5},
+        {{.appName = "Power", .summary = "Battery low", .urgency = 2, .expireTimeout = 600000},
+         "notifications.power", brind::ActivityPriority::critical, "Battery low", std::nullopt,
+         brind::ActivityGlyph::symbol("dialog-information"), MirroredNotification::longestSeconds},
+        {{.appName = "Power", .summary = "Battery low", .urgency = 2, .expireTimeout = 0},
+         "notifications.power", brind::ActivityPriority::critical, "Battery low", std::nullopt,
+         brind::ActivityGlyph::symbol("dialog-information"), MirroredNotification::criticalSeconds},
+    };
+    for (const Case& c : cases) {
+        const auto activity = c.notification.activity(now, noImage);
+        EXPECT_EQ(activity.id, c.id);
+        EXPECT_EQ(activity.source, "notifications");
+        EXPECT_EQ(activity.priority, c.priority) << c.id;
+        EXPECT_EQ(activity.title, c.title);
+        EXPECT_EQ(activity.subtitle, c.subtitle);
+        EXPECT_EQ(activity.leading, c.leading) << c.id;
+        EXPECT_EQ(activity.expiresAt, now + c.seconds) << c.id;
+        EXPECT_TRUE(activity.alert);
+        EXPECT_EQ(activity.trailing.isNone(), c.notification.appName.empty());
     }
 
-    std::unique_ptr<PipeWireDaemon> pipewire;
-};
+    // An image path (hint, file URI or path as the icon) is read for the leading slot; one that
+    // cannot be read falls back to the icon name.
+    const auto image = [](const std::string& path) -> std::optional<std::string> {
+        return path == "/icons/ada.png" ? std::optional<std::string>("PNG") : std::nullopt;
+    };
+    EXPECT_EQ((MirroredNotification{.appIcon = "file:///icons/ada.png"}.activity(now, image).leading),
+              brind::ActivityGlyph::image("PNG"));
+    EXPECT_EQ((MirroredNotification{.appIcon = "mail", .imagePath = "/icons/ada.png"}.activity(now, image).leading),
+              brind::ActivityGlyph::image("PNG"));
+    EXPECT_EQ((MirroredNotification{.appIcon = "mail", .imagePath = "/icons/gone.png"}.activity(now, image).leading),
+              brind::ActivityGlyph::symbol("mail"));
+    EXPECT_EQ(MirroredNotification::plainBody("a < b &lt;c&gt; <a href=\"x\">link</a>&unknown;"),
+              "a < b <c> link &unknown;");
+}
 
-TEST_F(ScreenSharing, HidesTheIslandWhileAScreenCastStreamRuns) {
-    ASSERT_EQ(command({"notify", "--id", "build", "--title", "Building"}).exitCode, 0);
-    ASSERT_TRUE(island->waitForLine("island state=compact"));
-    // PipeWire starting after the island (a session whose sound server comes up later) is found again.
-    pipewire = std::make_unique<PipeWireDaemon>(home.path());
-    ASSERT_TRUE(pipewire->running()) << "PipeWire did not start";
-
-    CaptureStream capture(home.path());
-    ASSERT_TRUE(capture.connected);
-    ASSERT_TRUE(island->waitForLine("screen shared=true", patience)) << island->errors();
-    EXPECT_TRUE(island->waitForLine("island state=closed"));
-
-    capture.end();
-    ASSERT_TRUE(island->waitForLine("screen shared=false", patience));
-    EXPECT_TRUE(island->waitForLine("island state=compact"));
-    island->stop();
-    const std::string errors = island->errors();
-    const std::string missing = "does not hide while the screen is shared: PipeWire, which carries every screen "
-                                "capture on Wayland, does not answer";
-    EXPECT_NE(errors.find(missing), std::string::npos) << errors;
-    EXPECT_EQ(errors.find(missing), errors.rfind(missing)) << "said once: " << errors;
+TEST(ScreenShareWatcher, CountsProgramVideoSourcesButNotCameras) {
+    using Properties = std::map<std::string, std::string, std::less<>>;
+    const std::pair<Properties, bool> cases[] = {
+        {{{"media.class", "Video/Source"}, {"node.name", "xdpw_stream"}}, true},
+        {{{"media.class", "Stream/Output/Video"}, {"node.name", "gnome-shell-screencast"}}, true},
+        {{{"media.class", "Video/Source"}, {"device.id", "41"}, {"node.name", "v4l2_input.pci-0000_00_14.0"}}, false},
+        {{{"media.class", "Video/Source"}, {"media.role", "Camera"}}, false},
+        {{{"media.class", "Stream/Input/Video"}, {"node.name", "obs"}}, false},
+        {{{"media.class", "Audio/Source"}}, false},
+        {{}, false},
+    };
+    for (const auto& [properties, capture] : cases)
+        EXPECT_EQ(ScreenShareWatcher::isScreenCapture(properties), capture)
+            << (properties.empty() ? std::string("(none)") : properties.begin()->second);
 }
 
 } // namespace

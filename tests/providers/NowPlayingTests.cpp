@@ -1,19 +1,20 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
+#include "tests/providers/IslandConsole.hpp"
 #include "tests/support/BackgroundProgram.hpp"
 #include "tests/support/LoopbackHTTPServer.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
 #include "vantaquill/providers/MediaController.hpp"
+#include "vantaquill/providers/MediaPlayback.hpp"
+#include "vantaquill/providers/MediaPlayerChoice.hpp"
 
 #include <QCoreApplication>
-
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <gtest/gtest.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,8 +25,8 @@ namespace {
 using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
+using Status = MediaPlayback::Status;
 
-constexpr auto patience = 20s;
 const std::string mprisScript = "/usr/lib/mpv-mpris/mpris.so";
 const std::string playerName = "org.mpris.MediaPlayer2.mpv";
 
@@ -83,9 +84,7 @@ protected:
     }
 
     void useLyricsService(const std::string& url) const {
-        const auto folder = home.path() / ".config" / "vantaquill";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "vantaquill.conf") << "[General]\nmedia.lyricsHost=\"" << url << "\"\n";
+        writePreferences(home, "media.lyricsHost=\"" + url + "\"\n");
     }
 
     std::string property(const std::string& name) const {
@@ -97,13 +96,7 @@ protected:
     }
 
     bool waitForStatus(const std::string& status) const {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (property("PlaybackStatus").find('"' + status + '"') != std::string::npos)
-                return true;
-            std::this_thread::sleep_for(100ms);
-        }
-        return false;
+        return eventually([&] { return property("PlaybackStatus").find('"' + status + '"') != std::string::npos; });
     }
 
     std::filesystem::path cachedLyrics() const {
@@ -169,43 +162,27 @@ TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
     EXPECT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
 }
 
+// An HTTP error is an answer too, and the service's status reaches the log. Each kind of answer
+// without lyrics, and the reason given for it, is in the lyrics store's tests.
 TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
-    struct Case {
-        int status;
-        std::string body;
-        std::string reason;
-    };
-    const std::vector<Case> cases = {
-        {404, R"({"message":"Track not found"})", "a status other than 200"},
-        {200, "<html>not json</html>", "not a JSON object"},
-        {200, R"({"syncedLyrics":null,"plainLyrics":"words"})", "no synced lyrics"},
-        {200, R"({"syncedLyrics":"no time tags here"})", "no timed line"},
-    };
-    for (const auto& test : cases) {
-        SCOPED_TRACE(test.body);
-        LoopbackHTTPServer lyrics(test.status, test.body);
-        useLyricsService(lyrics.url());
-        IslandProcess island(home);
-        ASSERT_NE(island.port(), 0);
-        Player player(home, bus.address(), {track});
-        ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (lyrics.requests().empty() && std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(50ms);
-        EXPECT_EQ(lyrics.requests().size(), 1u);
-        // The answer is judged once it arrives; a player that quits first takes its question with it.
-        while (island.errors().find("no lyrics for The Band - Test Tone: ") == std::string::npos &&
-               std::chrono::steady_clock::now() < deadline)
-            std::this_thread::sleep_for(50ms);
-        player.quit();
-        ASSERT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
-        island.stop();
-        EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: "), std::string::npos) << island.errors();
-        EXPECT_NE(island.errors().find(test.reason), std::string::npos) << island.errors();
-        for (const auto& line : island.lines())
-            EXPECT_EQ(line.find("subtitle=\"First"), std::string::npos) << line;
-        EXPECT_FALSE(std::filesystem::exists(cachedLyrics()));
-    }
+    LoopbackHTTPServer lyrics(404, R"({"message":"Track not found"})");
+    useLyricsService(lyrics.url());
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0);
+    Player player(home, bus.address(), {track});
+    ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
+    EXPECT_TRUE(eventually([&] { return lyrics.requests().size() == 1; }));
+    // The answer is judged once it arrives; a player that quits first takes its question with it.
+    eventually([&] { return island.errors().find("no lyrics for The Band - Test Tone: ") != std::string::npos; });
+    player.quit();
+    ASSERT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
+    island.stop();
+    EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: the lyrics service answered with a status "
+                                   "other than 200"),
+              std::string::npos)
+        << island.errors();
+    EXPECT_FALSE(sawLine(island, "subtitle=\"First"));
+    EXPECT_FALSE(std::filesystem::exists(cachedLyrics()));
 }
 
 TEST_F(NowPlaying, ServiceThatDoesNotAnswerInTimeLeavesTheArtists) {
@@ -223,8 +200,7 @@ TEST_F(NowPlaying, ServiceThatDoesNotAnswerInTimeLeavesTheArtists) {
     EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: the lyrics service did not answer in time"),
               std::string::npos)
         << island.errors();
-    for (const auto& line : island.lines())
-        EXPECT_EQ(line.find("Too late"), std::string::npos) << line;
+    EXPECT_FALSE(sawLine(island, "Too late"));
 }
 
 // The panel's card reads the controller itself: what plays, told when it changes, and its buttons.
@@ -232,14 +208,10 @@ TEST_F(NowPlaying, TheControllerTellsWhatPlaysAndTakesButtons) {
     int argc = 0;
     QCoreApplication application(argc, nullptr);
     const auto pumpUntil = [](const std::function<bool()>& done) {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (std::chrono::steady_clock::now() < deadline) {
+        return eventually([&] {
             QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-            if (done())
-                return true;
-            std::this_thread::sleep_for(20ms);
-        }
-        return false;
+            return done();
+        }, 20ms);
     };
     const QByteArray previousBus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
     qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
@@ -275,16 +247,116 @@ TEST(ProvidersWithoutTheirService, EachSaysSoOnceAndTheIslandKeepsRunning) {
     // libpulse finds no server while it connects, at start; an answer on the console comes after it.
     ASSERT_TRUE(island.sendInput("dismiss nothing\n"));
     ASSERT_TRUE(island.waitForLine("console refused", patience));
+    // Asked for anyway, the volume HUD answers with the reason.
+    const auto volume = e2e::run(e2e::builtProgram("vantaquill"),
+                                 {"--port", std::to_string(island.port()), "hud", "volume", "up"}, home.environment());
+    EXPECT_EQ(volume.exitCode, 1);
+    EXPECT_EQ(volume.err, "vantaquill: No sound server answers (PulseAudio, or PipeWire's pulse server), so the volume "
+                          "cannot be set. (503 hud_unavailable)\n");
+    EXPECT_EQ(island.waitForLine("hud shown", 500ms), std::nullopt);
     EXPECT_EQ(island.stop(), 0);
     const std::string errors = island.errors();
     const std::vector<std::string> toldOnce{
         "no session bus, so no now playing", "no sound server (PulseAudio, or PipeWire's pulse server), so no volume HUD",
         "so the microphone is not watched", "no download folder at " + (home.path() / "Downloads").string(),
-        "so no Bluetooth peeks"};
-    for (const auto& line : toldOnce) {
-        ASSERT_NE(errors.find(line), std::string::npos) << errors;
-        EXPECT_EQ(errors.find(line), errors.rfind(line)) << line;
-    }
+        "so no Bluetooth peeks",
+        "does not hide while the screen is shared: PipeWire, which carries every screen capture on Wayland, "
+        "does not answer"};
+    for (const auto& line : toldOnce)
+        EXPECT_TRUE(saidOnce(errors, line));
+}
+
+MediaPlayback player(std::string name, Status status, double changedAt) {
+    MediaPlayback playback;
+    playback.busName = "org.mpris.MediaPlayer2." + std::move(name);
+    playback.status = status;
+    playback.changedAt = brind::Date{changedAt};
+    return playback;
+}
+
+TEST(MediaPlayerChoice, PlayingBeatsPausedAndTheLatestChangeWins) {
+    struct Case {
+        const char* what;
+        std::vector<MediaPlayback> players;
+        std::optional<std::size_t> chosen;
+    };
+    const std::vector<Case> cases = {
+        {"nobody", {}, std::nullopt},
+        {"stopped players are not shown", {player("a", Status::stopped, 5)}, std::nullopt},
+        {"playing beats a later pause",
+         {player("a", Status::paused, 9), player("b", Status::playing, 1)}, 1},
+        {"the later of two playing",
+         {player("a", Status::playing, 3), player("b", Status::playing, 7)}, 1},
+        {"the later of two paused",
+         {player("a", Status::paused, 8), player("b", Status::paused, 2)}, 0},
+        {"a tie goes to the smaller name",
+         {player("b", Status::playing, 4), player("a", Status::playing, 4)}, 1},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(MediaPlayerChoice::choose(test.players), test.chosen) << test.what;
+}
+
+TEST(MediaPlayerChoice, FollowsPlayersButNotTheProxyOrOtherNames) {
+    EXPECT_TRUE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.mpv"));
+    EXPECT_TRUE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.vlc.instance42"));
+    EXPECT_FALSE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.playerctld"));
+    EXPECT_FALSE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2."));
+    EXPECT_FALSE(MediaPlayerChoice::isPlayer("org.freedesktop.Notifications"));
+}
+
+TEST(MediaPlayback, PositionRunsOnAtTheRateWhilePlayingAndStaysInsideTheTrack) {
+    MediaPlayback playback = player("a", Status::playing, 0);
+    EXPECT_EQ(playback.position(brind::Date{10}), std::nullopt) << "no report yet";
+    playback.anchorPosition = 4;
+    playback.anchoredAt = brind::Date{100};
+    playback.rate = 1.5;
+    playback.length = 20;
+    EXPECT_DOUBLE_EQ(*playback.position(brind::Date{102}), 7);
+    EXPECT_DOUBLE_EQ(*playback.position(brind::Date{200}), 20) << "never past the length";
+    EXPECT_DOUBLE_EQ(*playback.position(brind::Date{90}), 4) << "a clock behind the report adds nothing";
+
+    // A pause keeps what was played before it and then stands still.
+    playback.anchor(brind::Date{104});
+    playback.status = Status::paused;
+    EXPECT_DOUBLE_EQ(*playback.position(brind::Date{150}), 10);
+}
+
+TEST(MediaPlayback, StatusNamesAreThePlayersOwn) {
+    for (const auto status : {Status::playing, Status::paused, Status::stopped})
+        EXPECT_EQ(mediaPlaybackStatusNamed(name(status)), status);
+    EXPECT_EQ(mediaPlaybackStatusNamed("playing"), std::nullopt);
+}
+
+// Its id, title and lyric line are read from the island's console in the tests above.
+TEST(MediaActivity, ShowsTheTrackAndTheButtonsThePlayerOffers) {
+    MediaPlayback playback = player("mpv", Status::playing, 0);
+    playback.desktopEntry = "mpv";
+    playback.identity = "mpv Media Player";
+    playback.title = "Test Tone";
+    playback.artists = {"Band", "", "Guest"};
+    playback.canPause = true;
+    playback.canPlay = true;
+    playback.canGoNext = true;
+
+    auto activity = MediaActivity::make(playback, std::nullopt);
+    EXPECT_EQ(activity.leading, brind::ActivityGlyph::appIcon("mpv"));
+    EXPECT_EQ(activity.trailing, brind::ActivityGlyph::visualiser());
+    EXPECT_EQ(activity.subtitle, "Band, Guest");
+    ASSERT_EQ(activity.actions.size(), 2u);
+    EXPECT_EQ(activity.actions[0].id, "pause");
+    EXPECT_EQ(activity.actions[1].id, "next");
+
+    playback.status = Status::paused;
+    playback.title.clear();
+    playback.desktopEntry.clear();
+    playback.canGoPrevious = true;
+    activity = MediaActivity::make(playback, std::nullopt);
+    EXPECT_EQ(activity.title, "mpv Media Player") << "an untitled track is named after its player";
+    EXPECT_EQ(activity.leading, brind::ActivityGlyph::symbol("music.note"));
+    EXPECT_EQ(activity.trailing, brind::ActivityGlyph::symbol("pause.fill"));
+    ASSERT_EQ(activity.actions.size(), 3u);
+    EXPECT_EQ(activity.actions[0].id, "previous");
+    EXPECT_EQ(activity.actions[1].id, "play");
 }
 
 } // namespace

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "tests/e2e/E2EProcess.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+
+namespace vq {
+
+/// How long a test waits for the island, or a service beside it, to answer.
+inline constexpr std::chrono::seconds patience{20};
+
+/// Asks `done` every `every` until it holds or `patience` runs out; whether it held.
+inline bool eventually(const std::function<bool()>& done,
+                       std::chrono::milliseconds every = std::chrono::milliseconds(100)) {
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(every);
+    }
+    return true;
+}
+
+/// Whether a line printed so far contains `text`. Unlike `waitForLine`, it neither waits nor moves on.
+inline bool sawLine(const e2e::IslandProcess& island, const std::string& text) {
+    for (const auto& line : island.lines())
+        if (line.find(text) != std::string::npos)
+            return true;
+    return false;
+}
+
+/// A missing service is said in one line, once: `text` is in `errors` exactly one time.
+inline testing::AssertionResult saidOnce(const std::string& errors, const std::string& text) {
+    const auto first = errors.find(text);
+    if (first == std::string::npos)
+        return testing::AssertionFailure() << "never said \"" << text << "\" in:\n" << errors;
+    if (errors.rfind(text) != first)
+        return testing::AssertionFailure() << "said \"" << text << "\" more than once in:\n" << errors;
+    return testing::AssertionSuccess();
+}
+
+/// Writes `home`'s preferences: the lines of the [General] section, each ending in "\n".
+inline void writePreferences(const e2e::TemporaryHome& home, const std::string& lines) {
+    const auto file = home.path() / ".config/vantaquill/vantaquill.conf";
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file) << "[General]\n" << lines;
+}
+
+} // namespace vq
