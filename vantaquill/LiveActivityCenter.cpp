@@ -172,6 +172,10 @@ void LiveActivityCenter::clearAlert() {
 }
 
 void LiveActivityCenter::settle() {
+    if (batchDepth_ > 0) {
+        settleHeld_ = true;
+        return;
+    }
     if (alerting_ && !queue_.activity(alerting_->id))
         clearAlert();
     publish();

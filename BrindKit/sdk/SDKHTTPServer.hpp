@@ -45,9 +45,8 @@ public:
     /// The router: called once per complete request on the server's thread.
     using Handler = std::function<asio::awaitable<SDKRouteResult>(SDKHTTPRequest, std::shared_ptr<SDKConnection>)>;
     /// Answers a request at once when it can, on the server's thread, before `Handler` is tried:
-    /// nothing means the request needs the handler (it waits for something). The request is only
-    /// moved from when an answer is returned.
-    using ImmediateHandler = std::function<std::optional<SDKRouteResult>(SDKHTTPRequest&)>;
+    /// nothing means the request needs the handler (it waits for something).
+    using ImmediateHandler = std::function<std::optional<SDKRouteResult>(const SDKHTTPRequest&)>;
     using Executor = asio::io_context::executor_type;
 
     /// Why `start` failed.
