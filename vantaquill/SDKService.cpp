@@ -33,7 +33,12 @@ void SDKService::queueActivityChange(ActivityChange change) {
         wake = pending.empty();
         pending.push_back(std::move(change));
     }
-    if (wake)
+    if (!wake)
+        return;
+    // The change is queued already, in order; only the wake waits for the reply to be sent.
+    if (wakeLater)
+        wakeLater([this] { onMain([this] { applyActivityChanges(); }); });
+    else
         onMain([this] { applyActivityChanges(); });
 }
 

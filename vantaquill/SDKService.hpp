@@ -48,6 +48,12 @@ public:
     /// Set once at start, before the server runs.
     void setHUDKeys(HUDKeys keys) { hudKeys = std::move(keys); }
 
+    /// Runs a function later on the calling (SDK) thread, once the request in hand is answered.
+    using Later = std::function<void(std::function<void()>)>;
+    /// Set once at start, before the server runs: the main thread is then woken for queued activity
+    /// changes only after the SDK thread has sent its reply, so the client does not wait for the wake.
+    void setWakeLater(Later later) { wakeLater = std::move(later); }
+
 private:
     /// An activity to show, one to end, or every activity whose id starts with a prefix to end.
     struct ActivityChange {
@@ -72,6 +78,7 @@ private:
     AgentEventHandler agentEvents;
     ConsentQueue* consents;
     HUDKeys hudKeys;
+    Later wakeLater;
     std::mutex pendingLock; // guards `pending`
     std::vector<ActivityChange> pending;
 };

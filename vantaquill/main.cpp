@@ -531,6 +531,7 @@ int main(int argc, char** argv) {
             return bridge.handle(std::move(request), std::move(connection));
         },
         [&bridge](const brind::SDKHTTPRequest& request) { return bridge.answerNow(request); });
+    service->setWakeLater([&server](std::function<void()> work) { asio::post(server.executor(), std::move(work)); });
     if (auto started = server.start(options->port); !started) {
         printError("vantaquill: Couldn't start: " + started.error().message());
         return exitStartFailure;

@@ -52,8 +52,14 @@ TEST(SDKService, HandsABurstOfActivityChangesToTheMainThreadAtOnceAndInOrder) {
     EXPECT_EQ(ids, (std::vector<std::string>{"sdk.a.late Late", "sdk.a.up Uploaded"}));
     EXPECT_EQ(lines.size(), 2u); // one display pass: each activity shown once, in its last state
 
-    // Once the queue is empty the next request wakes the main thread again.
+    // Once the queue is empty the next request wakes the main thread again; with a deferral, only
+    // once the SDK thread gets to it (after its reply).
+    std::vector<std::function<void()>> sdkThread;
+    service.setWakeLater([&](std::function<void()> work) { sdkThread.push_back(std::move(work)); });
     service.endActivity("sdk.a.late");
+    EXPECT_EQ(mainThread.size(), 1u);
+    ASSERT_EQ(sdkThread.size(), 1u);
+    sdkThread.front()();
     ASSERT_EQ(mainThread.size(), 2u);
     mainThread.back()();
     ASSERT_EQ(center.activities().size(), 1u);
