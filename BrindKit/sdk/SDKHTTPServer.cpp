@@ -245,14 +245,21 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     }
 
     // Sends the final response; the socket closes 50 ms after it is written, or at once when the
-    // peer has already finished sending.
+    // peer has already finished sending. The end of the server's sending goes out right behind the
+    // response, so the client sees the response end without waiting, and the connection's
+    // TIME_WAIT stays on this side, as with any server that closes first: left to clients that open
+    // thousands of connections a second, it exhausted their ports. The socket is still read to the
+    // peer's close, so unread bytes never turn the close into a reset that could cut the response.
     void finish(const SDKHTTPResponse& response) {
         enqueue(response.serialized(), [this] {
             responseSent = true;
-            if (peerFinished)
+            if (peerFinished) {
                 close();
-            else
-                closeAt(Clock::now() + lingerAfterResponse);
+                return;
+            }
+            std::error_code ignored;
+            socket.shutdown(tcp::socket::shutdown_send, ignored);
+            closeAt(Clock::now() + lingerAfterResponse);
         });
     }
 
