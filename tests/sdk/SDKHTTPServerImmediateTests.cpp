@@ -3,6 +3,9 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <stdexcept>
@@ -45,6 +48,23 @@ struct Peer {
     int fd;
     bool connected = false;
 };
+
+// Whether /proc/net/tcp holds a connection in TIME_WAIT (state 06) whose local port is `port`.
+bool timeWaitOnPort(std::uint16_t port) {
+    std::ifstream table("/proc/net/tcp");
+    std::string line;
+    std::getline(table, line);
+    char wanted[8];
+    std::snprintf(wanted, sizeof wanted, ":%04X", port);
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::string slot, local, remote, state;
+        fields >> slot >> local >> remote >> state;
+        if (state == "06" && local.ends_with(wanted))
+            return true;
+    }
+    return false;
+}
 
 std::string replyTo(const std::string& path) {
     return SDKHTTPResponse::json(200, JSON{{"path", path}}).serialized();
@@ -110,4 +130,28 @@ TEST(SDKHTTPServerImmediate, KeepsEveryConnectionsOwnDeadline) {
     // The first connection still has its own time: it is answered.
     patient.send("GET /patient HTTP/1.1\r\n\r\n");
     EXPECT_EQ(patient.readToClose(), replyTo("/patient"));
+}
+
+// The server ends its sending right behind the response: a client that reads the response and then
+// closes gets the end at once, and the TIME_WAIT of the connection stays with the server (as with a
+// server that closes first), not with a client that may open thousands of connections a second.
+TEST(SDKHTTPServerImmediate, EndsItsSideFirstSoTimeWaitStaysWithTheServer) {
+    SDKHTTPServer server(
+        [](SDKHTTPRequest request, std::shared_ptr<SDKConnection>) -> asio::awaitable<SDKRouteResult> {
+            co_return SDKRouteResult::response(SDKHTTPResponse::json(200, JSON{{"path", request.path}}));
+        });
+    ASSERT_TRUE(server.start(0).has_value());
+    {
+        // Like wrk or curl: read up to the end of the body, then close at once.
+        Peer peer(server.port());
+        peer.send("GET /done HTTP/1.1\r\n\r\n");
+        const std::string expected = replyTo("/done");
+        std::string reply(expected.size(), '\0');
+        ASSERT_EQ(::recv(peer.fd, reply.data(), reply.size(), MSG_WAITALL), static_cast<ssize_t>(reply.size()));
+        EXPECT_EQ(reply, expected);
+    }
+    bool found = false;
+    for (int i = 0; i < 1000 && !(found = timeWaitOnPort(server.port())); ++i)
+        std::this_thread::sleep_for(5ms);
+    EXPECT_TRUE(found);
 }
