@@ -42,22 +42,32 @@ std::string HeadlessDisplay::describe(const brind::HUDEvent& hud) {
 }
 
 void HeadlessDisplay::activitiesChanged(const std::vector<brind::LiveActivity>& activities) {
-    std::map<std::string, brind::LiveActivity> now;
-    for (const auto& activity : activities)
-        now.emplace(activity.id, activity);
-    for (const auto& [id, activity] : shown) {
-        if (!now.contains(id))
-            write("activity ended id=" + id);
+    // Only activities that are new or changed are copied: with hundreds of SDK clients' activities,
+    // copying the whole list on every change was most of the main thread's work per request.
+    const std::uint64_t pass = ++passes;
+    for (const auto& activity : activities) {
+        if (const auto found = shown.find(activity.id); found != shown.end())
+            found->second.seen = pass;
+    }
+    for (auto entry = shown.begin(); entry != shown.end();) {
+        if (entry->second.seen == pass) {
+            ++entry;
+            continue;
+        }
+        write("activity ended id=" + entry->first);
+        entry = shown.erase(entry);
     }
     // In the island's order, so that the first line names the activity the compact island shows.
     for (const auto& activity : activities) {
         const auto before = shown.find(activity.id);
-        if (before == shown.end())
+        if (before == shown.end()) {
             write("activity shown " + describe(activity));
-        else if (!before->second.sameContent(activity))
+            shown.emplace(activity.id, Shown{activity, pass});
+        } else if (!before->second.activity.sameContent(activity)) {
             write("activity updated " + describe(activity));
+            before->second.activity = activity;
+        }
     }
-    shown = std::move(now);
 }
 
 void HeadlessDisplay::alertChanged(const std::optional<brind::LiveActivity>& alerting) {

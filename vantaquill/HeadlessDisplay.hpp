@@ -4,6 +4,7 @@
 #include "BrindKit/island/IslandState.hpp"
 #include "BrindKit/island/LiveActivity.hpp"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -41,7 +42,13 @@ public:
 private:
     Writer write;
     Writer writeError;
-    std::map<std::string, brind::LiveActivity> shown;
+    /// What was last written for each activity, and the pass (`passes`) that last saw it listed.
+    struct Shown {
+        brind::LiveActivity activity;
+        std::uint64_t seen = 0;
+    };
+    std::map<std::string, Shown, std::less<>> shown;
+    std::uint64_t passes = 0;
     std::optional<std::string> alertID;
     std::optional<brind::IslandState> lastState;
 };

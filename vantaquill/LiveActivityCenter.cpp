@@ -172,6 +172,10 @@ void LiveActivityCenter::clearAlert() {
 }
 
 void LiveActivityCenter::settle() {
+    if (batchDepth_ > 0) {
+        settleHeld_ = true;
+        return;
+    }
     if (alerting_ && !queue_.activity(alerting_->id))
         clearAlert();
     publish();
@@ -179,10 +183,19 @@ void LiveActivityCenter::settle() {
 }
 
 void LiveActivityCenter::publish() {
-    auto ordered = queue_.ordered();
-    if (ordered == activities_)
+    // Compared in place and copied only where the list differs: with hundreds of activities a full
+    // copy on every post was most of the main thread's work for an SDK request.
+    const auto order = queue_.orderedInPlace();
+    bool changed = order.size() != activities_.size();
+    for (std::size_t i = 0; !changed && i < order.size(); ++i)
+        changed = !(*order[i] == activities_[i]);
+    if (!changed)
         return;
-    activities_ = std::move(ordered);
+    activities_.resize(order.size());
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        if (!(*order[i] == activities_[i]))
+            activities_[i] = *order[i];
+    }
     notify(Change::activities);
 }
 

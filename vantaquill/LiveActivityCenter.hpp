@@ -66,6 +66,23 @@ class LiveActivityCenter {
     double hudDuration = defaultHUDDuration;
     double alertDuration = defaultAlertDuration;
 
+    /// While one lives, posts and ends change the queue at once but the list is republished (and
+    /// the listeners told) only when the last one ends: a burst of SDK requests handled in one turn of
+    /// the main loop costs one republish instead of one per request. Alerts are not held back.
+    class Batch {
+      public:
+        explicit Batch(LiveActivityCenter& center) : center(center) { ++center.batchDepth_; }
+        ~Batch() {
+            if (--center.batchDepth_ == 0 && std::exchange(center.settleHeld_, false))
+                center.settle();
+        }
+        Batch(const Batch&) = delete;
+        Batch& operator=(const Batch&) = delete;
+
+      private:
+        LiveActivityCenter& center;
+    };
+
     /// Posts at the current time; the result is what the queue did (the SDK reports it).
     brind::ActivityQueue::PostResult post(brind::LiveActivity activity);
     bool end(std::string_view id);
@@ -122,6 +139,8 @@ class LiveActivityCenter {
     std::unique_ptr<Scheduler::Timer> alertTimer_;
     std::set<std::string, std::less<>> startedProviders_;
     brind::ActivityInterruption::Focus focus_;
+    int batchDepth_ = 0;
+    bool settleHeld_ = false;
 };
 
 } // namespace vq

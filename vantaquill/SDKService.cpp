@@ -15,23 +15,63 @@ SDKService::SDKService(MainThread mainThread, LiveActivityCenter& center, ShelfS
 }
 
 void SDKService::showActivity(brind::LiveActivity activity) {
-    onMain([this, activity = std::move(activity)]() mutable { center.post(std::move(activity)); });
+    queueActivityChange({ActivityChange::Kind::show, std::move(activity), {}});
 }
 
 void SDKService::endActivity(std::string id) {
-    onMain([this, id = std::move(id)] { center.end(id); });
+    queueActivityChange({ActivityChange::Kind::end, {}, std::move(id)});
 }
 
 void SDKService::endActivities(std::string prefix) {
-    onMain([this, prefix = std::move(prefix)] {
-        std::vector<std::string> ids;
-        for (const auto& activity : center.activities()) {
-            if (activity.id.starts_with(prefix))
-                ids.push_back(activity.id);
+    queueActivityChange({ActivityChange::Kind::endPrefix, {}, std::move(prefix)});
+}
+
+void SDKService::queueActivityChange(ActivityChange change) {
+    bool wake = false;
+    {
+        std::lock_guard guard(pendingLock);
+        wake = pending.empty();
+        pending.push_back(std::move(change));
+    }
+    if (!wake)
+        return;
+    // The change is queued already, in order; only the wake waits for the reply to be sent.
+    if (wakeLater)
+        wakeLater([this] { onMain([this] { applyActivityChanges(); }); });
+    else
+        onMain([this] { applyActivityChanges(); });
+}
+
+void SDKService::applyActivityChanges() {
+    std::vector<ActivityChange> changes;
+    {
+        std::lock_guard guard(pendingLock);
+        changes.swap(pending);
+    }
+    // Under load many requests arrive while the main thread is busy; the activity list is then
+    // sorted, compared and shown once for all of them rather than once each.
+    LiveActivityCenter::Batch batch(center);
+    for (auto& change : changes) {
+        switch (change.kind) {
+        case ActivityChange::Kind::show:
+            center.post(std::move(change.activity));
+            break;
+        case ActivityChange::Kind::end:
+            center.end(change.id);
+            break;
+        case ActivityChange::Kind::endPrefix: {
+            // The queue itself, since the published list waits for the end of the batch.
+            std::vector<std::string> ids;
+            for (const auto& [id, activity] : center.queue().items()) {
+                if (id.starts_with(change.id))
+                    ids.push_back(id);
+            }
+            for (const auto& id : ids)
+                center.end(id);
+            break;
         }
-        for (const auto& id : ids)
-            center.end(id);
-    });
+        }
+    }
 }
 
 void SDKService::showHUD(brind::HUDEvent event) {

@@ -9,6 +9,9 @@
 
 #include <expected>
 #include <functional>
+#include <mutex>
+#include <string>
+#include <vector>
 
 namespace vq {
 
@@ -45,7 +48,25 @@ public:
     /// Set once at start, before the server runs.
     void setHUDKeys(HUDKeys keys) { hudKeys = std::move(keys); }
 
+    /// Runs a function later on the calling (SDK) thread, once the request in hand is answered.
+    using Later = std::function<void(std::function<void()>)>;
+    /// Set once at start, before the server runs: the main thread is then woken for queued activity
+    /// changes only after the SDK thread has sent its reply, so the client does not wait for the wake.
+    void setWakeLater(Later later) { wakeLater = std::move(later); }
+
 private:
+    /// An activity to show, one to end, or every activity whose id starts with a prefix to end.
+    struct ActivityChange {
+        enum class Kind { show, end, endPrefix } kind;
+        brind::LiveActivity activity;
+        std::string id; ///< the id, or the prefix
+    };
+    /// Queues a change for the main thread, in arrival order. Only the first change of an empty queue
+    /// wakes the main thread: changes that arrive before it has run go with that wake.
+    void queueActivityChange(ActivityChange change);
+    /// On the main thread: applies every queued change in one batch of the center.
+    void applyActivityChanges();
+
     /// Says on the display how a question in the island's prompt was settled.
     void settled(const ConsentQueue::Request& request, ConsentQueue::Outcome outcome);
 
@@ -57,6 +78,9 @@ private:
     AgentEventHandler agentEvents;
     ConsentQueue* consents;
     HUDKeys hudKeys;
+    Later wakeLater;
+    std::mutex pendingLock; // guards `pending`
+    std::vector<ActivityChange> pending;
 };
 
 } // namespace vq

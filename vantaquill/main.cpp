@@ -526,9 +526,12 @@ int main(int argc, char** argv) {
         bridge.publishAction(activityID, actionID);
     });
 
-    brind::SDKHTTPServer server([&bridge](brind::SDKHTTPRequest request, std::shared_ptr<brind::SDKConnection> connection) {
-        return bridge.handle(std::move(request), std::move(connection));
-    });
+    brind::SDKHTTPServer server(
+        [&bridge](brind::SDKHTTPRequest request, std::shared_ptr<brind::SDKConnection> connection) {
+            return bridge.handle(std::move(request), std::move(connection));
+        },
+        [&bridge](const brind::SDKHTTPRequest& request) { return bridge.answerNow(request); });
+    service->setWakeLater([&server](std::function<void()> work) { asio::post(server.executor(), std::move(work)); });
     if (auto started = server.start(options->port); !started) {
         printError("vantaquill: Couldn't start: " + started.error().message());
         return exitStartFailure;

@@ -68,11 +68,11 @@ void appendQuotedText(std::string& out, std::string_view text, bool nlohmannForm
     out.push_back('"');
 }
 
-void appendString(std::string& out, const std::string& text) {
+void appendString(std::string& out, std::string_view text) {
     if (Text::isValidUTF8(text))
         appendQuotedText(out, text, true);
     else
-        out += dumped(JSON(text)); // ill-formed bytes become U+FFFD exactly as nlohmann replaces them
+        out += dumped(JSON(std::string(text))); // ill-formed bytes become U+FFFD exactly as nlohmann replaces them
 }
 
 template <typename Integer>
@@ -149,6 +149,10 @@ std::string pretty(const JSON& value) {
 
 void appendQuoted(std::string& out, std::string_view text) {
     appendQuotedText(out, text, false);
+}
+
+void appendCompactString(std::string& out, std::string_view text) {
+    appendString(out, text);
 }
 
 } // namespace JSONText

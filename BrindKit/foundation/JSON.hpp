@@ -22,6 +22,10 @@ std::expected<JSON, std::string> parse(std::string_view text);
 /// Compact text with sorted keys; "/" is not escaped and ill-formed UTF-8 is replaced, never thrown.
 std::string compact(const JSON& value);
 
+/// Appends `text` as a JSON string exactly as `compact` writes a string value, so a caller can write
+/// a small object of known keys (in sorted order) without building one.
+void appendCompactString(std::string& out, std::string_view text);
+
 /// Two-space indented text with sorted keys, for files people may read.
 std::string pretty(const JSON& value);
 

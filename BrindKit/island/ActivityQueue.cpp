@@ -94,14 +94,19 @@ std::vector<std::string> ActivityQueue::endAll(std::string_view source) {
     return removeWhere(items_, [source](const LiveActivity& activity) { return activity.source == source; });
 }
 
-std::vector<LiveActivity> ActivityQueue::ordered() const {
-    // Sort pointers, then copy each activity once.
+std::vector<const LiveActivity*> ActivityQueue::orderedInPlace() const {
     std::vector<const LiveActivity*> order;
     order.reserve(items_.size());
     for (const auto& entry : items_)
         order.push_back(&entry.second);
     std::sort(order.begin(), order.end(),
               [](const LiveActivity* a, const LiveActivity* b) { return leads(*a, *b); });
+    return order;
+}
+
+std::vector<LiveActivity> ActivityQueue::ordered() const {
+    // Sort pointers, then copy each activity once.
+    const std::vector<const LiveActivity*> order = orderedInPlace();
 
     std::vector<LiveActivity> list;
     list.reserve(order.size());

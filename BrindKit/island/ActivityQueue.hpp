@@ -51,6 +51,9 @@ class ActivityQueue {
 
     /// Priority descending, then first posted first, then id ascending.
     std::vector<LiveActivity> ordered() const;
+    /// The same order, as pointers into the queue (valid until it next changes): for a caller that
+    /// copies only what differs from its own list.
+    std::vector<const LiveActivity*> orderedInPlace() const;
 
     std::optional<LiveActivity> top() const;
     std::size_t count() const { return items_.size(); }

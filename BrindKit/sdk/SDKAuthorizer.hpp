@@ -5,6 +5,8 @@
 #include "BrindKit/sdk/SDKClient.hpp"
 #include "BrindKit/sdk/SDKScope.hpp"
 
+#include <array>
+#include <cstdint>
 #include <expected>
 #include <functional>
 #include <map>
@@ -75,11 +77,21 @@ public:
     std::optional<SDKClient> owner(std::string_view ofActivity) const;
 
 private:
+    /// A stored digest in binary, beside the client it belongs to: the form `authorize` compares.
+    struct StoredDigest {
+        std::array<std::uint64_t, 4> words{};
+        bool readable = false; ///< false for a stored text that is not 64 lower-case hex digits: never matches
+        std::string appID;
+    };
+
     std::vector<SDKClient> sortedLocked() const;
+    /// Rebuilds `digests` from `clients`; called whenever a client is added or removed.
+    void indexLocked();
     void report(std::vector<SDKClient> clients) const;
 
     mutable std::mutex lock;
     std::map<std::string, SDKClient, std::less<>> clients;
+    std::vector<StoredDigest> digests;
     ChangeHandler onChange;
 };
 

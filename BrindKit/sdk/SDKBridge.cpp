@@ -57,19 +57,21 @@ std::shared_ptr<SDKBridgeDelegate> SDKBridge::delegateOrNull() const {
 }
 
 asio::awaitable<SDKRouteResult> SDKBridge::handle(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
-    if (auto refusal = SDKRequestGuard::check(request, port()))
-        co_return respond(std::move(*refusal));
+    if (auto answer = answerNow(request))
+        co_return std::move(*answer);
     co_return co_await route(std::move(request), std::move(connection));
 }
 
-SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
-    const std::vector<std::string> segments = request.segments();
-    if (segments.empty() || segments.front() != "v1")
-        co_return respond(notFound());
-    const std::string& method = request.method;
-    const std::size_t count = segments.size();
-    const auto is = [&](std::string_view wantedMethod, std::initializer_list<std::string_view> rest) {
-        if (method != wantedMethod || count != rest.size() + 1)
+namespace {
+
+// A request's method and path, matched against the route table.
+struct RouteKey {
+    const std::string& method;
+    const std::vector<std::string>& segments;
+
+    // `method` and the segments after "v1".
+    bool is(std::string_view wantedMethod, std::initializer_list<std::string_view> rest) const {
+        if (method != wantedMethod || segments.size() != rest.size() + 1)
             return false;
         std::size_t index = 1;
         for (const auto part : rest) {
@@ -77,32 +79,66 @@ SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKCo
                 return false;
         }
         return true;
-    };
+    }
+    bool isDeleteActivity() const {
+        return method == "DELETE" && segments.size() == 3 && segments[1] == "activities";
+    }
+};
 
-    if (is("GET", {"status"}))
-        co_return status();
-    if (is("POST", {"register"}))
-        co_return co_await registerClient(request);
-    if (is("POST", {"agents", "hook"}))
-        co_return co_await agentHook(request);
-    if (method == "DELETE" && count == 2 && segments[1] == "activities")
-        co_return respond(SDKHTTPResponse::error(404, "not_found", "DELETE /v1/activities/<id>"));
+} // namespace
+
+// Everything that never waits is answered here, on the server's thread, without a coroutine: the
+// guard's refusals, unknown paths, the status, activities, and every refusal of a token, scope or
+// rate. The routes that wait (registration, hooks, streams, the HUD, the shelf, agent events) are
+// left to `route`, untouched: they are authorised there, so that a request is charged once.
+std::optional<SDKRouteResult> SDKBridge::answerNow(const SDKHTTPRequest& request) {
+    if (auto refusal = SDKRequestGuard::check(request, port()))
+        return respond(std::move(*refusal));
+    const std::vector<std::string> segments = request.segments();
+    if (segments.empty() || segments.front() != "v1")
+        return respond(notFound());
+    const RouteKey key{request.method, segments};
+    if (key.is("GET", {"status"}))
+        return status();
+    if (key.is("POST", {"register"}) || key.is("POST", {"agents", "hook"}) || key.is("GET", {"events"}) ||
+        key.is("POST", {"hud"}) || key.is("POST", {"shelf"}) || key.is("POST", {"agents", "event"}))
+        return std::nullopt;
+    if (request.method == "DELETE" && segments.size() == 2 && segments[1] == "activities")
+        return respond(SDKHTTPResponse::error(404, "not_found", "DELETE /v1/activities/<id>"));
+    const bool deleting = key.isDeleteActivity();
+    if (!deleting && !key.is("POST", {"activities"}))
+        return respond(notFound());
 
     SDKClient client;
-    if (is("GET", {"events"})) {
+    if (auto refusal = authorize(request, SDKScope::activities, client))
+        return respond(std::move(*refusal));
+    if (deleting)
+        return deleteActivity(URL::percentDecode(segments[2]), client);
+    return postActivity(request, client);
+}
+
+// The routes that may wait; `answerNow` has already passed the request through the guard.
+SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
+    const std::vector<std::string> segments = request.segments();
+    const RouteKey key{request.method, segments};
+    if (key.is("POST", {"register"}))
+        co_return co_await registerClient(request);
+    if (key.is("POST", {"agents", "hook"}))
+        co_return co_await agentHook(request);
+
+    SDKClient client;
+    if (key.is("GET", {"events"})) {
         if (auto refusal = authorize(request, std::nullopt, client))
             co_return respond(std::move(*refusal));
         co_return co_await openStream(client, std::move(connection));
     }
 
     std::optional<SDKScope> scope;
-    if (is("POST", {"activities"}) || (method == "DELETE" && count == 3 && segments[1] == "activities"))
-        scope = SDKScope::activities;
-    else if (is("POST", {"hud"}))
+    if (key.is("POST", {"hud"}))
         scope = SDKScope::hud;
-    else if (is("POST", {"shelf"}))
+    else if (key.is("POST", {"shelf"}))
         scope = SDKScope::shelf;
-    else if (is("POST", {"agents", "event"}))
+    else if (key.is("POST", {"agents", "event"}))
         scope = SDKScope::agents;
     if (!scope)
         co_return respond(notFound());
@@ -110,18 +146,16 @@ SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKCo
         co_return respond(std::move(*refusal));
 
     switch (*scope) {
-    case SDKScope::activities:
-        if (method == "DELETE")
-            co_return deleteActivity(URL::percentDecode(segments[2]), client);
-        co_return postActivity(request, client);
     case SDKScope::hud:
         co_return co_await postHUD(request);
     case SDKScope::shelf:
         co_return co_await postShelf(request);
     case SDKScope::agents:
         co_return co_await agentEvent(request);
+    case SDKScope::activities:
+        break;
     }
-    std::unreachable();
+    co_return respond(notFound());
 }
 
 std::optional<SDKHTTPResponse> SDKBridge::authorize(const SDKHTTPRequest& request,

@@ -78,6 +78,12 @@ public:
     /// The server's handler.
     asio::awaitable<SDKRouteResult> handle(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection);
 
+    /// The answer to a request that needs no waiting (the guard's and the authoriser's refusals,
+    /// unknown paths, the status, posting and ending activities), or nothing when the request must
+    /// go to `handle`. Runs on the server's thread as `SDKHTTPServer`'s immediate handler, so those
+    /// requests cost no coroutine; `handle` gives the same answers for them.
+    std::optional<SDKRouteResult> answerNow(const SDKHTTPRequest& request);
+
     /// Whether a hook event waits for the user: a permission request for a tool that does more than
     /// read (every tool with `approveEveryTool`), while approvals are enabled; or, while questions are
     /// answered in the island, a question or plan tool call whose input reads as one.

@@ -22,6 +22,14 @@ bool isValidLocalID(std::string_view id) {
     return true;
 }
 
+// {"id": id, "ok": true}, written as text.
+SDKHTTPResponse okWithID(std::string_view id) {
+    std::string body = R"({"id":)";
+    JSONText::appendCompactString(body, id);
+    body += R"(,"ok":true})";
+    return SDKHTTPResponse::raw(200, std::move(body), "application/json");
+}
+
 } // namespace
 
 std::string SDKBridge::activityID(std::string_view appID, std::string_view localID) {
@@ -61,9 +69,9 @@ SDKRouteResult SDKBridge::postActivity(const SDKHTTPRequest& request, const SDKC
     const auto target = delegateOrNull();
     if (!target)
         return respond(unavailable());
-    const std::string id = decoded->id;
+    SDKHTTPResponse reply = okWithID(decoded->id);
     target->showActivity(std::move(*decoded));
-    return respond(SDKHTTPResponse::json(200, JSON{{"ok", true}, {"id", id}}));
+    return respond(std::move(reply));
 }
 
 SDKRouteResult SDKBridge::deleteActivity(const std::string& localID, const SDKClient& client) {
@@ -72,9 +80,10 @@ SDKRouteResult SDKBridge::deleteActivity(const std::string& localID, const SDKCl
     const auto target = delegateOrNull();
     if (!target)
         return respond(unavailable());
-    const std::string id = activityID(client.appID, localID);
-    target->endActivity(id);
-    return respond(SDKHTTPResponse::json(200, JSON{{"ok", true}, {"id", id}}));
+    std::string id = activityID(client.appID, localID);
+    SDKHTTPResponse reply = okWithID(id);
+    target->endActivity(std::move(id));
+    return respond(std::move(reply));
 }
 
 } // namespace brind

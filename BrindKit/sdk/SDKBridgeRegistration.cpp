@@ -9,11 +9,24 @@ namespace brind {
 using namespace SDKBridgeRoute;
 
 SDKRouteResult SDKBridge::status() const {
-    const Config current = config();
-    JSON body{{"ok", true}, {"app", "vantaquill"}, {"version", current.version}, {"port", port()}};
-    if (!current.surface.empty())
-        body["surface"] = JSON{{"kind", current.surface}, {"reason", current.surfaceReason}};
-    return respond(SDKHTTPResponse::json(200, body));
+    // Scripts poll this route: the reply is written as text, keys in the sorted order every JSON
+    // reply has, rather than built as an object first.
+    std::string body = R"({"app":"vantaquill","ok":true,"port":)";
+    {
+        std::lock_guard guard(lock);
+        body += std::to_string(_port);
+        if (!_config.surface.empty()) {
+            body += R"(,"surface":{"kind":)";
+            JSONText::appendCompactString(body, _config.surface);
+            body += R"(,"reason":)";
+            JSONText::appendCompactString(body, _config.surfaceReason);
+            body += '}';
+        }
+        body += R"(,"version":)";
+        JSONText::appendCompactString(body, _config.version);
+    }
+    body += '}';
+    return respond(SDKHTTPResponse::raw(200, std::move(body), "application/json"));
 }
 
 SDKBridge::Result SDKBridge::registerClient(const SDKHTTPRequest& request) {

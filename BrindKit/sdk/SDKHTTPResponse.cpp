@@ -22,7 +22,13 @@ SDKHTTPResponse SDKHTTPResponse::json(int status, const JSON& object) {
 }
 
 SDKHTTPResponse SDKHTTPResponse::error(int status, std::string_view code, std::string_view message) {
-    return json(status, JSON{{"error", code}, {"message", message}});
+    // The text `json` would write for the object, without building it: every refusal goes this way.
+    std::string body = R"({"error":)";
+    JSONText::appendCompactString(body, code);
+    body += R"(,"message":)";
+    JSONText::appendCompactString(body, message);
+    body += '}';
+    return raw(status, std::move(body), "application/json");
 }
 
 SDKHTTPResponse SDKHTTPResponse::raw(int status, std::string body, std::optional<std::string> contentType) {

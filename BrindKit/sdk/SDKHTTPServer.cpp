@@ -3,9 +3,6 @@
 #include "BrindKit/sdk/SDKHTTPParser.hpp"
 #include "BrindKit/sdk/SDKHTTPResponse.hpp"
 
-#include <asio/experimental/as_tuple.hpp>
-#include <asio/experimental/awaitable_operators.hpp>
-
 #include <array>
 #include <chrono>
 #include <deque>
@@ -21,14 +18,10 @@ using asio::ip::tcp;
 
 // Reads ask for up to this much at a time.
 constexpr std::size_t receiveChunkBytes = 65536;
-// Bytes that arrive after the request are read only to notice the peer closing, never parsed.
-constexpr std::size_t drainChunkBytes = 4096;
 // After a response, the client gets this long to read it before the socket is closed.
 constexpr auto lingerAfterResponse = std::chrono::milliseconds(50);
 // When accepting fails for want of descriptors, pause instead of spinning on the error.
 constexpr auto acceptRetryDelay = std::chrono::milliseconds(50);
-
-const auto useTuple = asio::experimental::as_tuple(asio::use_awaitable);
 
 SDKHTTPResponse parseErrorResponse(SDKHTTPParseError error) {
     const auto status = [error] {
@@ -47,11 +40,6 @@ SDKHTTPResponse parseErrorResponse(SDKHTTPParseError error) {
     return SDKHTTPResponse::error(status, "bad_request", "Malformed request.");
 }
 
-// The peer went away (or the server closed the socket) before a complete request arrived.
-struct PeerGone {};
-
-using ReadOutcome = std::variant<SDKHTTPRequest, SDKHTTPParseError, PeerGone>;
-
 } // namespace
 
 struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
@@ -61,13 +49,175 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     };
 
     Session(SDKHTTPServer& server, tcp::socket socket, std::uint64_t id)
-        : server(server), socket(std::move(socket)), linger(this->socket.get_executor()), id(id) {}
+        : server(server), socket(std::move(socket)), id(id) {}
 
     // Everything below runs on the server's thread only.
 
+    // Closes the connection when `moment` passes (the idle limit, or the wait after a response);
+    // `Clock::time_point::max()` means never.
+    void closeAt(Clock::time_point moment) {
+        deadline = moment;
+        if (moment != Clock::time_point::max())
+            server.sweepBy(moment);
+    }
+
+    // Reads what has arrived, into the parser, until a request is complete; waits for the socket
+    // when nothing more is there.
+    void receive() {
+        while (!closed) {
+            std::error_code error;
+            const std::size_t count =
+                socket.read_some(asio::buffer(server.receiveBuffer.get(), receiveChunkBytes), error);
+            if (error == asio::error::would_block) {
+                whenReadable(&Session::receive);
+                return;
+            }
+            // The peer finished sending, or the socket failed, before the request was complete:
+            // dropped without a response.
+            if (error) {
+                close();
+                return;
+            }
+            auto fed = parser.feed(std::string_view(server.receiveBuffer.get(), count));
+            if (!fed) {
+                closeAt(Clock::time_point::max());
+                watch();
+                finish(parseErrorResponse(fed.error()));
+                return;
+            }
+            if (*fed) {
+                received(std::move(**fed));
+                return;
+            }
+        }
+    }
+
+    // Hands a complete request to the handlers; from here on it is never timed out.
+    void received(SDKHTTPRequest request) {
+        closeAt(Clock::time_point::max());
+        if (server.immediate) {
+            std::optional<SDKRouteResult> answer;
+            try {
+                answer = server.immediate(request);
+            } catch (...) {
+                answer = internalError();
+            }
+            if (answer) {
+                settle(std::move(*answer));
+                watch();
+                return;
+            }
+        }
+        // A held request (a hook waiting for the user, a consent prompt) learns from the watch that
+        // its client has gone.
+        watch();
+        auto self = shared_from_this();
+        asio::co_spawn(socket.get_executor(), answer(self, std::move(request)),
+                       [self](std::exception_ptr failure) {
+                           if (failure)
+                               self->close();
+                       });
+    }
+
+    asio::awaitable<void> answer(std::shared_ptr<Session> self, SDKHTTPRequest request) {
+        SDKRouteResult result = co_await server.runHandler(std::move(request), connection);
+        self->settle(std::move(result));
+    }
+
+    void settle(SDKRouteResult result) {
+        if (closed)
+            return;
+        if (auto* response = std::get_if<SDKRouteResult::Response>(&result.kind)) {
+            finish(response->response);
+            return;
+        }
+        streaming = true;
+        if (peerFinished)
+            close();
+    }
+
+    static SDKRouteResult internalError() {
+        return SDKRouteResult::response(
+            SDKHTTPResponse::error(500, "internal_error", "The request couldn't be handled."));
+    }
+
+    // Runs `next` once the socket has something to read (or has failed); at once when it already has.
+    void whenReadable(void (Session::*next)()) {
+        socket.async_wait(tcp::socket::wait_read, [self = shared_from_this(), next](std::error_code error) {
+            if (self->closed)
+                return;
+            if (error) {
+                self->close();
+                return;
+            }
+            ((*self).*next)();
+        });
+    }
+
+    // Once the request is read, the socket is read only to notice the peer: a reset closes the
+    // connection (so a held request or a stream learns its client is gone); an orderly end of the
+    // peer's sending is remembered, and ends a stream or a finished response at once. Bytes that
+    // arrive after the request are dropped.
+    void watch() {
+        if (watching || closed)
+            return;
+        watching = true;
+        whenReadable(&Session::drain);
+    }
+
+    void drain() {
+        while (!closed) {
+            std::error_code error;
+            socket.read_some(asio::buffer(server.receiveBuffer.get(), receiveChunkBytes), error);
+            if (!error)
+                continue;
+            if (error == asio::error::would_block) {
+                whenReadable(&Session::drain);
+                return;
+            }
+            if (error == asio::error::eof) {
+                peerFinished = true;
+                if (streaming || responseSent)
+                    close();
+                return;
+            }
+            close();
+            return;
+        }
+    }
+
+    // Bytes a handler sends on its own (an event stream): small writes in a row, so they go out
+    // without waiting for the previous one to be acknowledged.
+    void push(std::string bytes) {
+        if (closed)
+            return;
+        if (!noDelay) {
+            noDelay = true;
+            std::error_code ignored;
+            socket.set_option(tcp::no_delay(true), ignored);
+        }
+        enqueue(std::move(bytes), {});
+    }
+
+    // Writes at once what the socket takes; the rest, and anything queued behind it, goes out
+    // asynchronously in order.
     void enqueue(std::string bytes, std::function<void()> then) {
         if (closed)
             return;
+        if (!writing) {
+            std::error_code error;
+            const std::size_t written = socket.write_some(asio::buffer(bytes), error);
+            if (error && error != asio::error::would_block) {
+                close();
+                return;
+            }
+            if (!error && written == bytes.size()) {
+                if (then)
+                    then();
+                return;
+            }
+            bytes.erase(0, error ? 0 : written);
+        }
         outbox.push_back(Outgoing{std::move(bytes), std::move(then)});
         if (!writing)
             writeNext();
@@ -95,16 +245,21 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     }
 
     // Sends the final response; the socket closes 50 ms after it is written, or at once when the
-    // peer has already finished sending.
+    // peer has already finished sending. The end of the server's sending goes out right behind the
+    // response, so the client sees the response end without waiting, and the connection's
+    // TIME_WAIT stays on this side, as with any server that closes first: left to clients that open
+    // thousands of connections a second, it exhausted their ports. The socket is still read to the
+    // peer's close, so unread bytes never turn the close into a reset that could cut the response.
     void finish(const SDKHTTPResponse& response) {
-        enqueue(response.serialized(), [self = shared_from_this()] {
-            self->responseSent = true;
-            if (self->peerFinished) {
-                self->close();
+        enqueue(response.serialized(), [this] {
+            responseSent = true;
+            if (peerFinished) {
+                close();
                 return;
             }
-            self->linger.expires_after(lingerAfterResponse);
-            self->linger.async_wait([self](std::error_code) { self->close(); });
+            std::error_code ignored;
+            socket.shutdown(tcp::socket::shutdown_send, ignored);
+            closeAt(Clock::now() + lingerAfterResponse);
         });
     }
 
@@ -112,46 +267,27 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
         if (closed)
             return;
         closed = true;
+        deadline = Clock::time_point::max();
         std::error_code ignored;
         socket.close(ignored);
-        linger.cancel();
         server.forget(id);
         connection->markClosed();
     }
 
-    // Watches the socket once the request is read: a reset closes the connection (so a held
-    // request or a stream learns its client is gone); an orderly end of the peer's sending is
-    // remembered, and ends a stream or a finished response at once.
-    asio::awaitable<void> watchPeer() {
-        auto self = shared_from_this();
-        std::array<char, drainChunkBytes> sink; // only ever written by the socket
-        while (!closed) {
-            const auto [error, count] = co_await socket.async_read_some(asio::buffer(sink), useTuple);
-            if (!error)
-                continue;
-            if (error == asio::error::eof && !closed) {
-                peerFinished = true;
-                if (streaming || responseSent)
-                    close();
-                co_return;
-            }
-            close();
-            co_return;
-        }
-    }
-
     SDKHTTPServer& server;
     tcp::socket socket;
-    asio::steady_timer linger;
     std::uint64_t id;
     SDKHTTPParser parser;
     std::shared_ptr<SDKConnection> connection;
     std::deque<Outgoing> outbox;
+    Clock::time_point deadline = Clock::time_point::max();
     bool writing = false;
     bool closed = false;
     bool peerFinished = false;
     bool responseSent = false;
     bool streaming = false;
+    bool watching = false;
+    bool noDelay = false;
 };
 
 std::string SDKHTTPServer::StartError::message() const {
@@ -160,8 +296,10 @@ std::string SDKHTTPServer::StartError::message() const {
     return "Couldn't start: " + std::get<Failed>(kind).text;
 }
 
-SDKHTTPServer::SDKHTTPServer(Handler handler)
-    : handler(std::move(handler)), context(std::make_unique<asio::io_context>(1)) {
+SDKHTTPServer::SDKHTTPServer(Handler handler, ImmediateHandler immediate)
+    : handler(std::move(handler)), immediate(std::move(immediate)), context(std::make_unique<asio::io_context>(1)),
+      receiveBuffer(std::make_unique_for_overwrite<char[]>(receiveChunkBytes)),
+      sweeper(std::make_unique<asio::steady_timer>(*context)) {
     work.emplace(context->get_executor());
     thread = std::thread([this] { context->run(); });
 }
@@ -172,6 +310,7 @@ SDKHTTPServer::~SDKHTTPServer() {
     context->stop();
     thread.join();
     // Suspended handlers die with the context, while everything they might touch still exists.
+    sweeper.reset();
     context.reset();
 }
 
@@ -205,7 +344,7 @@ std::expected<void, SDKHTTPServer::StartError> SDKHTTPServer::start(std::uint16_
     listener = acceptor;
     boundPort.store(local.port());
     running.store(true);
-    asio::co_spawn(*context, acceptLoop(std::move(acceptor)), asio::detached);
+    asio::post(*context, [this, acceptor = std::move(acceptor)] { acceptNext(acceptor); });
     return {};
 }
 
@@ -241,6 +380,8 @@ void SDKHTTPServer::shutdownOnThread() {
         std::lock_guard guard(lock);
         connections.clear();
     }
+    sweeper->cancel();
+    sweepAt = Clock::time_point::max();
     boundPort.store(0);
     running.store(false);
 }
@@ -259,25 +400,32 @@ void SDKHTTPServer::forget(std::uint64_t sessionID) {
     connections.erase(sessionID);
 }
 
-asio::awaitable<void> SDKHTTPServer::acceptLoop(std::shared_ptr<tcp::acceptor> acceptor) {
-    asio::steady_timer pause(acceptor->get_executor());
-    while (acceptor->is_open()) {
-        auto [error, socket] = co_await acceptor->async_accept(useTuple);
+void SDKHTTPServer::acceptNext(const std::shared_ptr<tcp::acceptor>& acceptor) {
+    // Each accept is first tried at once, so a backlog of connections is taken one after the other
+    // without waiting; only an empty backlog waits for the listener to be ready again.
+    auto socket = std::make_shared<tcp::socket>(*context);
+    auto peer = std::make_shared<tcp::endpoint>();
+    acceptor->async_accept(*socket, *peer, [this, acceptor, socket, peer](std::error_code error) {
         if (!error) {
-            admit(std::move(socket));
-            continue;
+            admit(std::move(*socket), *peer);
+            acceptNext(acceptor);
+            return;
         }
         if (error == asio::error::operation_aborted || !acceptor->is_open())
-            co_return;
-        pause.expires_after(acceptRetryDelay);
-        co_await pause.async_wait(useTuple);
-    }
+            return;
+        if (error == asio::error::connection_aborted) {
+            acceptNext(acceptor);
+            return;
+        }
+        // Out of descriptors, most likely: pause instead of spinning on the error.
+        auto pause = std::make_shared<asio::steady_timer>(*context, acceptRetryDelay);
+        pause->async_wait([this, acceptor, pause](std::error_code) { acceptNext(acceptor); });
+    });
 }
 
-void SDKHTTPServer::admit(tcp::socket socket) {
+void SDKHTTPServer::admit(tcp::socket socket, const tcp::endpoint& peer) {
     std::error_code error;
-    const auto peer = socket.remote_endpoint(error);
-    if (error || !peer.address().is_loopback()) {
+    if (!peer.address().is_loopback()) {
         socket.close(error);
         return;
     }
@@ -292,7 +440,6 @@ void SDKHTTPServer::admit(tcp::socket socket) {
         session = std::make_shared<Session>(*this, std::move(socket), nextSessionID++);
         connections.emplace(session->id, session);
     }
-    session->socket.set_option(tcp::no_delay(true), error);
 
     const std::weak_ptr<Session> weak = session;
     const Executor executor = context->get_executor();
@@ -301,7 +448,7 @@ void SDKHTTPServer::admit(tcp::socket socket) {
             // Inline on the server's thread keeps a handler's sends in order with its response.
             asio::dispatch(executor, [weak, bytes = std::move(bytes)]() mutable {
                 if (const auto alive = weak.lock())
-                    alive->enqueue(std::move(bytes), {});
+                    alive->push(std::move(bytes));
             });
         },
         [weak, executor] {
@@ -311,69 +458,48 @@ void SDKHTTPServer::admit(tcp::socket socket) {
                     alive->close();
             });
         });
+    // Reads and writes are made when the socket is ready and must never block the thread.
+    if (session->socket.non_blocking(true, error); error) {
+        session->close();
+        return;
+    }
 
-    asio::co_spawn(executor, serve(session), [session](std::exception_ptr failure) {
-        if (failure)
-            session->close();
+    session->closeAt(Clock::now() + std::chrono::duration_cast<Clock::duration>(
+                                        std::chrono::duration<double>(readTimeoutSeconds.load())));
+    session->receive();
+}
+
+void SDKHTTPServer::sweepBy(Clock::time_point deadline) {
+    if (deadline >= sweepAt)
+        return;
+    sweepAt = deadline;
+    // Moving the timer cancels the wait already pending; that one then ends with an error and does
+    // nothing, since this one sweeps.
+    sweeper->expires_at(deadline);
+    sweeper->async_wait([this](std::error_code error) {
+        if (!error)
+            sweep();
     });
 }
 
-namespace {
-
-asio::awaitable<ReadOutcome> readRequest(tcp::socket& socket, SDKHTTPParser& parser) {
-    // Left uninitialised: clearing 64 KiB per connection is measurable at thousands of requests a second.
-    const auto chunk = std::make_unique_for_overwrite<char[]>(receiveChunkBytes);
-    while (true) {
-        const auto [error, count] =
-            co_await socket.async_read_some(asio::buffer(chunk.get(), receiveChunkBytes), useTuple);
-        // The peer finished sending, or the socket failed, before the request was complete.
-        if (error)
-            co_return PeerGone{};
-        auto fed = parser.feed(std::string_view(chunk.get(), count));
-        if (!fed)
-            co_return fed.error();
-        if (*fed)
-            co_return std::move(**fed);
+void SDKHTTPServer::sweep() {
+    sweepAt = Clock::time_point::max();
+    const auto now = Clock::now();
+    std::vector<std::shared_ptr<Session>> expired;
+    auto next = Clock::time_point::max();
+    {
+        std::lock_guard guard(lock);
+        for (const auto& [id, session] : connections) {
+            if (session->deadline <= now)
+                expired.push_back(session);
+            else
+                next = std::min(next, session->deadline);
+        }
     }
-}
-
-// Ends without throwing when the request wins and the wait is cancelled: an exception there, thrown
-// and rethrown through the race, cost more than reading and answering a whole request.
-asio::awaitable<void> expire(asio::steady_timer& timer) {
-    [[maybe_unused]] const auto [error] = co_await timer.async_wait(useTuple);
-}
-
-} // namespace
-
-asio::awaitable<void> SDKHTTPServer::serve(std::shared_ptr<Session> session) {
-    using namespace asio::experimental::awaitable_operators;
-
-    asio::steady_timer watchdog(session->socket.get_executor());
-    watchdog.expires_after(std::chrono::duration_cast<asio::steady_timer::duration>(
-        std::chrono::duration<double>(readTimeoutSeconds.load())));
-    // The operators flatten the read's variant: request, parse error, peer gone, or the watchdog.
-    auto outcome = co_await (readRequest(session->socket, session->parser) || expire(watchdog));
-    if (std::holds_alternative<std::monostate>(outcome) || std::holds_alternative<PeerGone>(outcome)) {
-        // Idle too long, or gone before finishing: dropped without a response.
+    for (const auto& session : expired)
         session->close();
-        co_return;
-    }
-    asio::co_spawn(session->socket.get_executor(), session->watchPeer(), asio::detached);
-    if (const auto* error = std::get_if<SDKHTTPParseError>(&outcome)) {
-        session->finish(parseErrorResponse(*error));
-        co_return;
-    }
-
-    SDKRouteResult result = co_await runHandler(std::get<SDKHTTPRequest>(std::move(outcome)), session->connection);
-    if (session->closed)
-        co_return;
-    if (auto* response = std::get_if<SDKRouteResult::Response>(&result.kind)) {
-        session->finish(response->response);
-        co_return;
-    }
-    session->streaming = true;
-    if (session->peerFinished)
-        session->close();
+    if (next != Clock::time_point::max())
+        sweepBy(next);
 }
 
 asio::awaitable<SDKRouteResult> SDKHTTPServer::runHandler(SDKHTTPRequest request,

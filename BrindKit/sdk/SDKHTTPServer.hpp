@@ -7,6 +7,7 @@
 #include <asio.hpp>
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <expected>
@@ -35,10 +36,17 @@ namespace brind {
 /// 400/413/411 response and a handler that throws with 500; neither affects other connections.
 /// After a response the server waits 50 ms so that the client can read it, then closes, or closes
 /// at once when the peer has already closed its side.
+///
+/// The connections are driven by readiness callbacks rather than coroutines, and every deadline
+/// (the read time-out, the 50 ms after a response) is kept by one timer for the whole server: a
+/// request costs no timer system calls and no coroutine frames unless its handler has to wait.
 class SDKHTTPServer {
 public:
     /// The router: called once per complete request on the server's thread.
     using Handler = std::function<asio::awaitable<SDKRouteResult>(SDKHTTPRequest, std::shared_ptr<SDKConnection>)>;
+    /// Answers a request at once when it can, on the server's thread, before `Handler` is tried:
+    /// nothing means the request needs the handler (it waits for something).
+    using ImmediateHandler = std::function<std::optional<SDKRouteResult>(const SDKHTTPRequest&)>;
     using Executor = asio::io_context::executor_type;
 
     /// Why `start` failed.
@@ -68,7 +76,7 @@ public:
     static constexpr std::size_t defaultMaxConnections = 64;
 
     /// A stopped server; its thread is already running so that `executor()` is usable at once.
-    explicit SDKHTTPServer(Handler handler);
+    explicit SDKHTTPServer(Handler handler, ImmediateHandler immediate = {});
 
     /// Stops, then ends the thread. Objects bound to `executor()` (timers, channels) must be
     /// destroyed before the server.
@@ -106,18 +114,31 @@ public:
 
 private:
     struct Session;
+    using Clock = std::chrono::steady_clock;
 
-    asio::awaitable<void> acceptLoop(std::shared_ptr<asio::ip::tcp::acceptor> acceptor);
-    void admit(asio::ip::tcp::socket socket);
-    asio::awaitable<void> serve(std::shared_ptr<Session> session);
+    void acceptNext(const std::shared_ptr<asio::ip::tcp::acceptor>& acceptor);
+    void admit(asio::ip::tcp::socket socket, const asio::ip::tcp::endpoint& peer);
     asio::awaitable<SDKRouteResult> runHandler(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection);
     void forget(std::uint64_t sessionID);
     void shutdownOnThread();
+    /// Makes sure the sweep runs no later than `deadline`.
+    void sweepBy(Clock::time_point deadline);
+    /// Closes every connection whose deadline has passed and waits for the next deadline.
+    void sweep();
 
     Handler handler;
+    ImmediateHandler immediate;
     std::unique_ptr<asio::io_context> context;
     std::optional<asio::executor_work_guard<Executor>> work;
     std::thread thread;
+
+    // Server thread only. Reads go through this one buffer: each is a synchronous read made when the
+    // socket is ready, and its bytes are copied into the connection's parser before anything else runs.
+    std::unique_ptr<char[]> receiveBuffer;
+    // One timer keeps every connection's deadline: it is armed for the earliest one, and only moved
+    // when a new deadline comes before it.
+    std::unique_ptr<asio::steady_timer> sweeper;
+    Clock::time_point sweepAt = Clock::time_point::max();
 
     std::mutex lifecycle;              // serialises start and stop
     std::shared_ptr<asio::ip::tcp::acceptor> listener; // touched only under `lifecycle`, closed on the server's thread

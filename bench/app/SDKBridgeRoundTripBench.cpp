@@ -61,9 +61,11 @@ void postActivityRoundTrip(benchmark::State& state) {
     auto delegate = std::make_shared<DiscardingDelegate>();
     bridge.setDelegate(delegate);
     const std::string token = auth.issue("bench", "Bench", {SDKScope::activities}, Date::now());
-    SDKHTTPServer server([&bridge](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
-        return bridge.handle(std::move(request), std::move(connection));
-    });
+    SDKHTTPServer server(
+        [&bridge](SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
+            return bridge.handle(std::move(request), std::move(connection));
+        },
+        [&bridge](const SDKHTTPRequest& request) { return bridge.answerNow(request); });
     if (!server.start(0)) {
         state.SkipWithError("the server did not start");
         return;

@@ -17,6 +17,9 @@ Rounds are interleaved (nginx, status, activities, nginx, ...) ROUNDS times (def
 connection count in CONNECTIONS (default "1 8 32"), DURATION seconds (default 3) each; the figures are the
 medians over the rounds of wrk's p50, p99 and requests per second.
 
+BEFORE=<another build dir> also starts that build's island (its own home, the same clients) and
+interleaves its two cases with the others, so that a change is compared under the same load.
+
 Usage: bench/app/sdk-vs-nginx.py [build-dir]"""
 
 import hashlib
@@ -35,8 +38,9 @@ build = sys.argv[1] if len(sys.argv) > 1 else "build/default"
 rounds = int(os.environ.get("ROUNDS", "3"))
 seconds = int(os.environ.get("DURATION", "3"))
 connection_counts = [int(n) for n in os.environ.get("CONNECTIONS", "1 8 32").split()]
-client_count = int(os.environ.get("CLIENTS", "512"))
+client_count = int(os.environ.get("CLIENTS", "1024"))
 keep_alive = os.environ.get("KEEPALIVE") == "1"
+before = os.environ.get("BEFORE")
 
 for program in ("nginx", "wrk"):
     if not shutil.which(program) and not os.path.exists("/usr/sbin/" + program):
@@ -97,8 +101,8 @@ http {{
     return port
 
 
-def start_island():
-    home = os.path.join(work, "home")
+def start_island(build, name="home"):
+    home = os.path.join(work, name)
     data = os.path.join(home, ".local/share/vantaquill")
     os.makedirs(data)
     os.chmod(data, 0o700)
@@ -116,7 +120,7 @@ def start_island():
                    "XDG_DATA_HOME": os.path.join(home, ".local/share")}
     # Its output goes to a file: the headless island prints every change, and a pipe nobody reads
     # would stop it.
-    log = os.path.join(work, "island.log")
+    log = os.path.join(work, name + ".log")
     with open(log, "w") as output:
         processes.append(subprocess.Popen(
             [os.path.join(build, "bin/vantaquill-island"), "--headless", "--port", "0"],
@@ -172,7 +176,7 @@ def wrk(url, connections, script=None, close=True):
 
 try:
     nginx_port = start_nginx()
-    island_port, tokens = start_island()
+    island_port, tokens = start_island(build)
     script = lua_script(tokens)
     cases = {
         "nginx static file": lambda c: wrk(f"http://127.0.0.1:{nginx_port}/status.json", c, close=not keep_alive),
@@ -180,9 +184,14 @@ try:
         "POST /v1/activities": lambda c: wrk(f"http://127.0.0.1:{island_port}/v1/activities", c, script,
                                              close=False),
     }
+    if before:
+        before_port, _ = start_island(before, "home-before")
+        cases["GET /v1/status, before"] = lambda c: wrk(f"http://127.0.0.1:{before_port}/v1/status", c)
+        cases["POST /v1/activities, before"] = lambda c: wrk(f"http://127.0.0.1:{before_port}/v1/activities", c,
+                                                             script, close=False)
     print(f"wrk, {seconds} s per run, {rounds} interleaved rounds, medians; "
           f"nginx {'keeps its connections' if keep_alive else 'with Connection: close'}; {client_count} clients")
-    print(f"{'case':<22}{'conns':>6}{'p50 ms':>9}{'p99 ms':>9}{'req/s':>10}{'non-2xx':>9}{'p50/nginx':>11}")
+    print(f"{'case':<30}{'conns':>6}{'p50 ms':>9}{'p99 ms':>9}{'req/s':>10}{'non-2xx':>9}{'p50/nginx':>11}")
     for connections in connection_counts:
         results = {name: [] for name in cases}
         for _ in range(rounds):
@@ -191,7 +200,7 @@ try:
         reference = statistics.median(r["p50"] for r in results["nginx static file"])
         for name, runs in results.items():
             p50 = statistics.median(r["p50"] for r in runs)
-            print(f"{name:<22}{connections:>6}{p50:>9.3f}{statistics.median(r['p99'] for r in runs):>9.3f}"
+            print(f"{name:<30}{connections:>6}{p50:>9.3f}{statistics.median(r['p99'] for r in runs):>9.3f}"
                   f"{statistics.median(r['rps'] for r in runs):>10.0f}{sum(r['refused'] for r in runs):>9}"
                   f"{p50 / reference:>11.2f}")
 finally:
