@@ -19,7 +19,8 @@ constexpr double pruneInterval = 3600;
 const brind::AgentAllowRule npmTest{.agent = brind::AgentKind::claudeCode,
                                     .project = "/home/ada/src/lighthouse",
                                     .tool = "Bash",
-                                    .commandPrefix = "npm test"};
+                                    .commandPrefix = "npm test",
+                                    .createdAt = {}};
 
 // A hub over a data folder, reporting on the calling thread as the main thread would.
 struct Hub {
@@ -81,13 +82,14 @@ TEST(AgentHub, AWaitingRequestIsShownAsOneActivityUntilAnswered) {
     brindtest::TemporaryFolder folder{"vq-agent-hub"};
     Hub hub(folder.path());
     asio::io_context io;
-    const brind::AgentHookEvent event{.agent = brind::AgentKind::codex,
-                                      .kind = brind::AgentEventKind::permissionRequest,
-                                      .rawName = "PermissionRequest",
-                                      .sessionID = "s1",
-                                      .cwd = "/home/ada/src/lighthouse",
-                                      .toolName = "Bash",
-                                      .toolSummary = "make"};
+    brind::AgentHookEvent event;
+    event.agent = brind::AgentKind::codex;
+    event.kind = brind::AgentEventKind::permissionRequest;
+    event.rawName = "PermissionRequest";
+    event.sessionID = "s1";
+    event.cwd = "/home/ada/src/lighthouse";
+    event.toolName = "Bash";
+    event.toolSummary = "make";
     for (const std::string id : {"r1", "r2"})
         asio::co_spawn(io, hub.hub.broker().request(event, 600, id, hub.scheduler.now()), asio::detached);
     io.poll();
