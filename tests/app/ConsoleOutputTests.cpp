@@ -54,10 +54,11 @@ TEST(ConsoleOutput, AReaderThatStopsReadingNeverStopsTheIslandAndLosesOnlyWholeL
     std::string note;
     for (std::size_t end; (end = received.find('\n', start)) != std::string::npos; start = end + 1) {
         const std::string got = received.substr(start, end - start);
-        if (got.starts_with("("))
+        if (got.starts_with("(")) {
             note = got;
-        else if (got != "after")
+        } else if (got != "after") {
             EXPECT_EQ(got, std::to_string(whole++) + " " + line) << "a line arrived cut or out of order";
+        }
     }
     EXPECT_EQ(start, received.size()) << "the output ends inside a line";
     ASSERT_LT(whole, static_cast<std::size_t>(lines));

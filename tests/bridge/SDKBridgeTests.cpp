@@ -248,7 +248,10 @@ TEST_F(Bridge, HookCallsAnswerInTheAgentsOwnForm) {
     EXPECT_FALSE(quiet.headers.contains("Content-Type"));
     // Headers that could smuggle a shell command are dropped.
     ASSERT_EQ(delegate->agentEvents.size(), 1u);
-    EXPECT_EQ(delegate->agentEvents[0].terminalInfo, (AgentTerminalInfo{.tty = "/dev/pts/3", .processID = "4242"}));
+    AgentTerminalInfo terminal;
+    terminal.tty = "/dev/pts/3";
+    terminal.processID = "4242";
+    EXPECT_EQ(delegate->agentEvents[0].terminalInfo, terminal);
 
     const auto prompt = hook("cursor", R"({"hook_event_name":"beforeSubmitPrompt","conversation_id":"c"})");
     EXPECT_EQ(prompt.body, R"({"continue":true})");
@@ -311,4 +314,61 @@ TEST_F(Bridge, EventStreamsHearHelloActionsAndGoAwayOnDisconnect) {
     EXPECT_EQ(bridge.subscriberCount(), 0u);
     io.restart();
     io.run(); // the keep-alive loop ends once the stream has closed
+}
+
+
+TEST_F(Bridge, AnswersWhatNeedsNoWaitingAsHandleDoesAndLeavesTheRestUntouched) {
+    // A client that may also flash the HUD, whose rate the test counts from the start.
+    const std::string client = auth.issue("wirebird", "Wirebird", {SDKScope::activities, SDKScope::hud}, now);
+    const std::string activity = R"({"id":"up","title":"Uploading"})";
+    const std::vector<SDKHTTPRequest> immediate{
+        request("GET", "/v1/status"),
+        request("GET", "/v2/status"),
+        request("POST", "/v1/activities", activity, client),
+        request("POST", "/v1/activities", activity, "not-a-token"),
+        request("POST", "/v1/activities", "{", client),
+        request("DELETE", "/v1/activities/up", {}, client),
+        request("DELETE", "/v1/activities", {}, client),
+        request("PUT", "/v1/activities", activity, client),
+    };
+    for (const auto& sent : immediate) {
+        SCOPED_TRACE(sent.method + " " + sent.path);
+        const auto now = bridge.answerNow(sent);
+        ASSERT_TRUE(now);
+        EXPECT_EQ(std::get<SDKRouteResult::Response>(now->kind).response, call(sent));
+    }
+    EXPECT_EQ(delegate->shown.size() + delegate->ended.size(), 4u); // posted and ended once by each of the two ways
+
+    auto fromBrowser = request("POST", "/v1/hud", R"({"kind":"custom","text":"Hi"})", client);
+    fromBrowser.headers["origin"] = "https://example.com";
+    ASSERT_TRUE(bridge.answerNow(fromBrowser));
+    EXPECT_EQ(std::get<SDKRouteResult::Response>(bridge.answerNow(fromBrowser)->kind).response.status, 403);
+
+    // The waiting routes are left alone, and so are charged to the client's rate only once, by
+    // `handle`: a burst of 40 is allowed, the 41st is not.
+    const auto hud = request("POST", "/v1/hud", R"({"kind":"custom","text":"Hi"})", client);
+    for (const auto& waiting : {hud, request("POST", "/v1/register", "{}"), request("GET", "/v1/events", {}, client),
+                                request("POST", "/v1/agents/hook", "{}")})
+        EXPECT_FALSE(bridge.answerNow(waiting)) << waiting.path;
+    // The authorised activity requests above cost six of the 40; asking about the HUD cost nothing.
+    for (int i = 0; i < 34; ++i)
+        ASSERT_EQ(call(hud).status, 200) << i;
+    EXPECT_EQ(call(hud).status, 429);
+    EXPECT_EQ(delegate->huds.size(), 34u);
+}
+
+TEST_F(Bridge, StatusWrittenAsTextIsTheJSONOfItsObject) {
+    for (const std::string reason : {"plain", "a \"quoted\" \\ reason\nwith\tcontrols \x01 and é", "broken \xC3("}) {
+        auto config = bridge.config();
+        config.surface = "x11";
+        config.surfaceReason = reason;
+        config.version = "2.0\u2028";
+        bridge.setConfig(config);
+        const JSON expected{{"ok", true},
+                            {"app", "vantaquill"},
+                            {"version", config.version},
+                            {"port", 47829},
+                            {"surface", JSON{{"kind", "x11"}, {"reason", reason}}}};
+        EXPECT_EQ(call(request("GET", "/v1/status")), SDKHTTPResponse::json(200, expected)) << reason;
+    }
 }

@@ -231,8 +231,9 @@ TEST(WeatherEndToEnd, TheIslandFetchesShowsTheWeatherInAWingAndStartsOfflineFrom
         EXPECT_TRUE(eventually([&] {
             return sawLine(island, R"(wings shown leading=")") && sawLine(island, R"(trailing="18°")");
         }));
-        if (from == "disk")
+        if (from == "disk") {
             EXPECT_TRUE(island.waitForLine(R"(weather failed message="Couldn't fetch the weather: )", patience));
+        }
     }
 }
 

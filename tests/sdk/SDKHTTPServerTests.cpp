@@ -4,11 +4,15 @@
 #include <arpa/inet.h>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
 #include <future>
 #include <gtest/gtest.h>
 #include <memory>
 #include <netinet/in.h>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <thread>
@@ -133,6 +137,27 @@ bool eventually(Condition condition) {
     for (int i = 0; i < 1000 && !condition(); ++i)
         std::this_thread::sleep_for(5ms);
     return condition();
+}
+
+// Whether /proc/net/tcp holds a connection in TIME_WAIT (state 06) whose local port is `port`.
+bool timeWaitOnPort(std::uint16_t port) {
+    std::ifstream table("/proc/net/tcp");
+    std::string line;
+    std::getline(table, line);
+    char wanted[8];
+    std::snprintf(wanted, sizeof wanted, ":%04X", port);
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        std::string slot, local, remote, state;
+        fields >> slot >> local >> remote >> state;
+        if (state == "06" && local.ends_with(wanted))
+            return true;
+    }
+    return false;
+}
+
+std::string replyTo(const std::string& path) {
+    return SDKHTTPResponse::json(200, JSON{{"path", path}}).serialized();
 }
 
 } // namespace
@@ -303,4 +328,84 @@ TEST(SDKHTTPServer, ShutsDownWhileAHandlerIsStillWaiting) {
     server.reset();
     EXPECT_EQ(client.read(), closedAfter(""));
     EXPECT_TRUE(held->isClosed());
+}
+
+
+TEST(SDKHTTPServer, AnswersAtOnceWhatItCanAndHandsTheRestToTheHandler) {
+    std::atomic<int> handled = 0;
+    SDKHTTPServer server(
+        [&](SDKHTTPRequest request, std::shared_ptr<SDKConnection>) -> asio::awaitable<SDKRouteResult> {
+            ++handled;
+            co_return SDKRouteResult::response(SDKHTTPResponse::json(200, JSON{{"path", request.path}}));
+        },
+        [](const SDKHTTPRequest& request) -> std::optional<SDKRouteResult> {
+            if (request.path == "/throws")
+                throw std::runtime_error("no answer");
+            if (request.path != "/now")
+                return std::nullopt;
+            return SDKRouteResult::response(SDKHTTPResponse::json(200, JSON{{"path", "/now"}}));
+        });
+    ASSERT_TRUE(server.start(0).has_value());
+
+    EXPECT_EQ(exchange(server.port(), "GET /now HTTP/1.1\r\n\r\n").bytes, replyTo("/now"));
+    EXPECT_EQ(handled.load(), 0);
+    EXPECT_EQ(exchange(server.port(), "GET /later HTTP/1.1\r\n\r\n").bytes, replyTo("/later"));
+    EXPECT_EQ(handled.load(), 1);
+    EXPECT_EQ(exchange(server.port(), "GET /throws HTTP/1.1\r\n\r\n").bytes,
+              SDKHTTPResponse::error(500, "internal_error", "The request couldn't be handled.").serialized());
+    EXPECT_EQ(handled.load(), 1);
+}
+
+// Every deadline is kept by one timer: a connection whose deadline comes before the one the timer
+// waits for must still be closed on time, and one answered meanwhile must not be.
+TEST(SDKHTTPServer, KeepsEveryConnectionsOwnDeadline) {
+    SDKHTTPServer server(
+        [](SDKHTTPRequest request, std::shared_ptr<SDKConnection>) -> asio::awaitable<SDKRouteResult> {
+            co_return SDKRouteResult::response(SDKHTTPResponse::json(200, JSON{{"path", request.path}}));
+        });
+    ASSERT_TRUE(server.start(0).has_value());
+    server.setReadTimeout(5);
+    Client patient(server.port());
+    Client answered(server.port());
+    // Both taken in (their time set) before the limit changes.
+    for (int i = 0; i < 1000 && server.connectionCount() < 2; ++i)
+        std::this_thread::sleep_for(5ms);
+    server.setReadTimeout(0.3);
+    const auto start = std::chrono::steady_clock::now();
+    Client hasty(server.port());
+    ASSERT_TRUE(patient.connected && answered.connected && hasty.connected);
+    answered.send("GET /in-time HTTP/1.1\r\n\r\n");
+
+    EXPECT_EQ(hasty.read().bytes, "");
+    const auto waited = std::chrono::steady_clock::now() - start;
+    EXPECT_GE(waited, 300ms);
+    EXPECT_LT(waited, 4s); // long before the first connection's five seconds
+    EXPECT_EQ(answered.read().bytes, replyTo("/in-time"));
+    // The first connection still has its own time: it is answered.
+    patient.send("GET /patient HTTP/1.1\r\n\r\n");
+    EXPECT_EQ(patient.read().bytes, replyTo("/patient"));
+}
+
+// The server ends its sending right behind the response: a client that reads the response and then
+// closes gets the end at once, and the TIME_WAIT of the connection stays with the server (as with a
+// server that closes first), not with a client that may open thousands of connections a second.
+TEST(SDKHTTPServer, EndsItsSideFirstSoTimeWaitStaysWithTheServer) {
+    SDKHTTPServer server(
+        [](SDKHTTPRequest request, std::shared_ptr<SDKConnection>) -> asio::awaitable<SDKRouteResult> {
+            co_return SDKRouteResult::response(SDKHTTPResponse::json(200, JSON{{"path", request.path}}));
+        });
+    ASSERT_TRUE(server.start(0).has_value());
+    {
+        // Like wrk or curl: read up to the end of the body, then close at once.
+        Client peer(server.port());
+        peer.send("GET /done HTTP/1.1\r\n\r\n");
+        const std::string expected = replyTo("/done");
+        std::string reply(expected.size(), '\0');
+        ASSERT_EQ(::recv(peer.fd, reply.data(), reply.size(), MSG_WAITALL), static_cast<ssize_t>(reply.size()));
+        EXPECT_EQ(reply, expected);
+    }
+    bool found = false;
+    for (int i = 0; i < 1000 && !(found = timeWaitOnPort(server.port())); ++i)
+        std::this_thread::sleep_for(5ms);
+    EXPECT_TRUE(found);
 }

@@ -29,8 +29,10 @@ struct SettingsWindowForm : ::testing::Test {
     brindtest::TemporaryFolder folder{"vantaquill-window"};
     Preferences preferences{file(), [](const std::string&) {}};
     std::vector<brind::SDKClient> clients{
-        {.appID = "cli", .name = "vantaquill CLI", .scopes = {brind::SDKScope::activities}},
-        {.appID = "builds", .name = "Build watcher", .scopes = {brind::SDKScope::activities}}};
+        {.appID = "cli", .name = "vantaquill CLI", .scopes = {brind::SDKScope::activities}, .tokenHash = {},
+         .createdAt = {}, .lastSeen = {}},
+        {.appID = "builds", .name = "Build watcher", .scopes = {brind::SDKScope::activities}, .tokenHash = {},
+         .createdAt = {}, .lastSeen = {}}};
     std::vector<std::string> revoked;
     SettingsWindow::Services services;
 };
