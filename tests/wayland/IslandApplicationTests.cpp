@@ -427,6 +427,12 @@ TEST_P(PasteOnSway, AShelfCardDraggedOutOfTheIslandLandsInAWindow) {
     ASSERT_TRUE(sway->movePointer(10, 10));
     ASSERT_TRUE(waitUntil([&] { return window->count("drag entered") > 0; }))
         << "nothing was dragged over the window";
+    // Released only once the window has taken a motion sent after it took the drag: by then its
+    // answer to the drag has reached sway, which otherwise cancels a drop nobody accepted yet.
+    const auto moves = window->count("drag moved");
+    ASSERT_TRUE(sway->movePointer(5, 5));
+    ASSERT_TRUE(waitUntil([&] { return window->count("drag moved") > moves; }))
+        << "the window took no motion of the drag";
     ASSERT_TRUE(pointer("release button1"));
     ASSERT_TRUE(waitUntil([&] { return window->last("dropped ").has_value(); }))
         << "nothing was dropped on the window";

@@ -2,9 +2,9 @@
 // tests' sway: a window that starts a drag of one file, one text or one flavour of data when pressed,
 // one that takes drops, or one with a text field. Usage: islandOtherProgram X Y (--file PATH | --text
 // TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" once shown, "pressed" for each
-// press, "drag ended copied" (or "cancelled") when its drag is over, "drag entered" and "dropped "
-// with the dropped URLs (or text) for each drop it takes, "text " and the field's text after each
-// change, "focus in" and "focus out", "full screen on" and "full screen off".
+// press, "drag ended copied" (or "cancelled") when its drag is over, "drag entered", "drag moved"
+// and "dropped " with the dropped URLs (or text) for each drop it takes, "text " and the field's
+// text after each change, "focus in" and "focus out", "full screen on" and "full screen off".
 
 #include <QApplication>
 #include <QDragEnterEvent>
@@ -52,6 +52,11 @@ protected:
     void dragEnterEvent(QDragEnterEvent* event) override {
         event->acceptProposedAction();
         std::puts("drag entered");
+        std::fflush(stdout);
+    }
+    void dragMoveEvent(QDragMoveEvent* event) override {
+        event->acceptProposedAction();
+        std::puts("drag moved");
         std::fflush(stdout);
     }
     void dropEvent(QDropEvent* event) override {
