@@ -109,24 +109,12 @@ void soundEvent(pa_context* context, pa_subscription_event_type_t type, uint32_t
 
 void soundStateChanged(pa_context* context, void* userdata) {
     auto* listener = static_cast<Listener*>(userdata);
-    switch (pa_context_get_state(context)) {
-    case PA_CONTEXT_READY:
-        pa_operation_unref(
-            pa_context_subscribe(context,
-                                 static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT |
-                                                                     PA_SUBSCRIPTION_MASK_SOURCE),
-                                 nullptr, nullptr));
+    const auto settled = PulseConnection::settle(
+        context, static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SOURCE_OUTPUT | PA_SUBSCRIPTION_MASK_SOURCE));
+    if (settled == PulseConnection::Settled::up)
         readRecorders(context, listener);
-        return listener->tell(true);
-    case PA_CONTEXT_FAILED:
-    case PA_CONTEXT_TERMINATED:
-        return listener->tell(false);
-    case PA_CONTEXT_UNCONNECTED:
-    case PA_CONTEXT_CONNECTING:
-    case PA_CONTEXT_AUTHORIZING:
-    case PA_CONTEXT_SETTING_NAME:
-        return;
-    }
+    if (settled)
+        listener->tell(settled == PulseConnection::Settled::up);
 }
 
 std::string joined(const std::vector<std::string>& names) {

@@ -33,4 +33,21 @@ bool PulseConnection::connect(pa_context_notify_cb_t state, void* userdata, pa_c
     return started_;
 }
 
+std::optional<PulseConnection::Settled> PulseConnection::settle(pa_context* context, pa_subscription_mask_t events) {
+    switch (pa_context_get_state(context)) {
+    case PA_CONTEXT_READY:
+        pa_operation_unref(pa_context_subscribe(context, events, nullptr, nullptr));
+        return Settled::up;
+    case PA_CONTEXT_FAILED:
+    case PA_CONTEXT_TERMINATED:
+        return Settled::lost;
+    case PA_CONTEXT_UNCONNECTED:
+    case PA_CONTEXT_CONNECTING:
+    case PA_CONTEXT_AUTHORIZING:
+    case PA_CONTEXT_SETTING_NAME:
+        break;
+    }
+    return std::nullopt;
+}
+
 } // namespace vq

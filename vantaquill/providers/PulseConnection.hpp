@@ -4,6 +4,8 @@
 #include <pulse/subscribe.h>
 #include <pulse/thread-mainloop.h>
 
+#include <optional>
+
 namespace vq {
 
 /// One connection to the session's sound server (PulseAudio, or PipeWire's pulse server) with a
@@ -26,6 +28,12 @@ public:
     bool connect(pa_context_notify_cb_t state, void* userdata, pa_context_subscribe_cb_t events = nullptr);
 
     pa_context* context() const { return context_; }
+
+    /// For a state callback: the connection is up and `events` can be asked for; it failed or the
+    /// server went away; or nothing yet (still connecting).
+    enum class Settled { up, lost };
+    /// Asks for `events` on the connection when it is up; what the state came to, if it came to one.
+    static std::optional<Settled> settle(pa_context* context, pa_subscription_mask_t events);
     pa_threaded_mainloop* loop() const { return loop_; }
 
     /// Holds the connection's lock while it lives.

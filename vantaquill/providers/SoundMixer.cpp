@@ -118,23 +118,13 @@ void eventArrived(pa_context* context, pa_subscription_event_type_t, uint32_t, v
 
 void contextChanged(pa_context* context, void* userdata) {
     auto* shared = static_cast<Shared*>(userdata);
-    switch (pa_context_get_state(context)) {
-    case PA_CONTEXT_READY:
-        pa_operation_unref(pa_context_subscribe(
-            context,
-            static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SINK_INPUT |
-                                                PA_SUBSCRIPTION_MASK_SERVER),
-            nullptr, nullptr));
-        return shared->read(context);
-    case PA_CONTEXT_FAILED:
-    case PA_CONTEXT_TERMINATED:
-        return shared->post(noServer());
-    case PA_CONTEXT_UNCONNECTED:
-    case PA_CONTEXT_CONNECTING:
-    case PA_CONTEXT_AUTHORIZING:
-    case PA_CONTEXT_SETTING_NAME:
-        return;
-    }
+    const auto settled = PulseConnection::settle(
+        context, static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SINK_INPUT |
+                                                     PA_SUBSCRIPTION_MASK_SERVER));
+    if (settled == PulseConnection::Settled::up)
+        shared->read(context);
+    else if (settled == PulseConnection::Settled::lost)
+        shared->post(noServer());
 }
 
 } // namespace

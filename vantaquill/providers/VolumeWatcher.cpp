@@ -90,22 +90,12 @@ void eventArrived(pa_context* context, pa_subscription_event_type_t type, uint32
 
 void contextChanged(pa_context* context, void* userdata) {
     const auto* callbacks = static_cast<const Callbacks*>(userdata);
-    switch (pa_context_get_state(context)) {
-    case PA_CONTEXT_READY:
-        pa_operation_unref(pa_context_subscribe(
-            context, static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SERVER),
-            nullptr, nullptr));
+    const auto settled = PulseConnection::settle(
+        context, static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SERVER));
+    if (settled == PulseConnection::Settled::up)
         pa_operation_unref(pa_context_get_server_info(context, serverRead, userdata));
-        return callbacks->tell(true);
-    case PA_CONTEXT_FAILED:
-    case PA_CONTEXT_TERMINATED:
-        return callbacks->tell(false);
-    case PA_CONTEXT_UNCONNECTED:
-    case PA_CONTEXT_CONNECTING:
-    case PA_CONTEXT_AUTHORIZING:
-    case PA_CONTEXT_SETTING_NAME:
-        return;
-    }
+    if (settled)
+        callbacks->tell(settled == PulseConnection::Settled::up);
 }
 
 } // namespace
