@@ -18,8 +18,6 @@ Usage: bench/app/sdk-request-cost.py [build-dir]   (MODE=instructions|syscalls|b
 KEEP=<folder> keeps the callgrind dumps there for callgrind_annotate)"""
 
 import glob
-import hashlib
-import json
 import os
 import re
 import shutil
@@ -30,6 +28,8 @@ import sys
 import tempfile
 import time
 
+import benchisland
+
 build = sys.argv[1] if len(sys.argv) > 1 else "build/default"
 client_count = int(os.environ.get("CLIENTS", "64"))
 request_count = int(os.environ.get("REQUESTS", "300"))
@@ -38,36 +38,9 @@ activity = b'{"id":"bench","title":"Uploading report.pdf","subtitle":"42 of 80 M
 
 
 def start_island(work, wrapper, settle):
-    home = os.path.join(work, "home")
-    data = os.path.join(home, ".local/share/vantaquill")
-    os.makedirs(data)
-    os.chmod(data, 0o700)
-    os.makedirs(os.path.join(home, ".config"))
-    now = time.time()
-    tokens = [f"vq_cost_client_{n}" for n in range(client_count)]
-    clients = [{"appID": f"cost-{n}", "name": f"Cost client {n}", "scopes": ["activities"],
-                "tokenHash": hashlib.sha256(token.encode()).hexdigest(),
-                "createdAt": now, "lastSeen": now} for n, token in enumerate(tokens)]
-    with open(os.path.join(data, "sdk-clients.json"), "w") as file:
-        json.dump(clients, file)
-    environment = {"PATH": "/usr/bin:/bin", "HOME": home, "XDG_RUNTIME_DIR": work,
-                   "XDG_CONFIG_HOME": os.path.join(home, ".config"),
-                   "XDG_DATA_HOME": os.path.join(home, ".local/share")}
-    log = os.path.join(work, "island.log")
-    with open(log, "w") as output:
-        process = subprocess.Popen(wrapper + [os.path.join(build, "bin/vantaquill-island"), "--headless",
-                                              "--port", "0"],
-                                   env=environment, stdout=output, stderr=subprocess.DEVNULL)
-    deadline = time.monotonic() + 120
-    while time.monotonic() < deadline:
-        with open(log) as output:
-            found = re.search(r"Listening on 127\.0\.0\.1:(\d+)", output.read())
-        if found:
-            time.sleep(settle)  # the providers' own start-up work is over before anything is counted
-            return process, int(found.group(1)), tokens
-        time.sleep(0.1)
-    process.kill()
-    sys.exit("the island did not start")
+    process, port, tokens = benchisland.start(build, work, client_count, ["activities"], wrapper, timeout=120)
+    time.sleep(settle)  # the providers' own start-up work is over before anything is counted
+    return process, port, tokens
 
 
 def request(port, method, path, token=None, body=b""):

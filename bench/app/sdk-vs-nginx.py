@@ -22,7 +22,6 @@ interleaves its two cases with the others, so that a change is compared under th
 
 Usage: bench/app/sdk-vs-nginx.py [build-dir]"""
 
-import hashlib
 import json
 import os
 import re
@@ -33,6 +32,8 @@ import subprocess
 import sys
 import tempfile
 import time
+
+import benchisland
 
 build = sys.argv[1] if len(sys.argv) > 1 else "build/default"
 rounds = int(os.environ.get("ROUNDS", "3"))
@@ -102,37 +103,11 @@ http {{
 
 
 def start_island(build, name="home"):
-    home = os.path.join(work, name)
-    data = os.path.join(home, ".local/share/vantaquill")
-    os.makedirs(data)
-    os.chmod(data, 0o700)
-    os.makedirs(os.path.join(home, ".config"))
-    now = time.time()
-    tokens = [f"vq_bench_client_{n}" for n in range(client_count)]
-    clients = [{"appID": f"bench-{n}", "name": f"Bench client {n}",
-                "scopes": ["activities", "hud", "shelf", "agents"],
-                "tokenHash": hashlib.sha256(token.encode()).hexdigest(),
-                "createdAt": now, "lastSeen": now} for n, token in enumerate(tokens)]
-    with open(os.path.join(data, "sdk-clients.json"), "w") as file:
-        json.dump(clients, file)
-    environment = {"PATH": "/usr/bin:/bin", "HOME": home, "XDG_RUNTIME_DIR": work,
-                   "XDG_CONFIG_HOME": os.path.join(home, ".config"),
-                   "XDG_DATA_HOME": os.path.join(home, ".local/share")}
-    # Its output goes to a file: the headless island prints every change, and a pipe nobody reads
-    # would stop it.
-    log = os.path.join(work, name + ".log")
-    with open(log, "w") as output:
-        processes.append(subprocess.Popen(
-            [os.path.join(build, "bin/vantaquill-island"), "--headless", "--port", "0"],
-            env=environment, stdout=output, stderr=subprocess.DEVNULL))
-    deadline = time.monotonic() + 20
-    while time.monotonic() < deadline:
-        with open(log) as output:
-            found = re.search(r"Listening on 127\.0\.0\.1:(\d+)", output.read())
-        if found:
-            return int(found.group(1)), tokens
-        time.sleep(0.05)
-    sys.exit("the island did not start")
+    folder = os.path.join(work, name)
+    os.makedirs(folder)
+    process, port, tokens = benchisland.start(build, folder, client_count, ["activities", "hud", "shelf", "agents"])
+    processes.append(process)
+    return port, tokens
 
 
 def lua_script(tokens):
