@@ -185,7 +185,7 @@ void LiveActivityCenter::settle() {
 void LiveActivityCenter::publish() {
     // Compared in place and copied only where the list differs: with hundreds of activities a full
     // copy on every post was most of the main thread's work for an SDK request.
-    const auto order = queue_.orderedInPlace();
+    const auto order = queue_.orderedPointers();
     bool changed = order.size() != activities_.size();
     for (std::size_t i = 0; !changed && i < order.size(); ++i)
         changed = !(*order[i] == activities_[i]);

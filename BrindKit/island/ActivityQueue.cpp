@@ -94,7 +94,7 @@ std::vector<std::string> ActivityQueue::endAll(std::string_view source) {
     return removeWhere(items_, [source](const LiveActivity& activity) { return activity.source == source; });
 }
 
-std::vector<const LiveActivity*> ActivityQueue::orderedInPlace() const {
+std::vector<const LiveActivity*> ActivityQueue::orderedPointers() const {
     std::vector<const LiveActivity*> order;
     order.reserve(items_.size());
     for (const auto& entry : items_)
@@ -106,7 +106,7 @@ std::vector<const LiveActivity*> ActivityQueue::orderedInPlace() const {
 
 std::vector<LiveActivity> ActivityQueue::ordered() const {
     // Sort pointers, then copy each activity once.
-    const std::vector<const LiveActivity*> order = orderedInPlace();
+    const std::vector<const LiveActivity*> order = orderedPointers();
 
     std::vector<LiveActivity> list;
     list.reserve(order.size());

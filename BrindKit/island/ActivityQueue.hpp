@@ -53,7 +53,7 @@ class ActivityQueue {
     std::vector<LiveActivity> ordered() const;
     /// The same order, as pointers into the queue (valid until it next changes): for a caller that
     /// copies only what differs from its own list.
-    std::vector<const LiveActivity*> orderedInPlace() const;
+    std::vector<const LiveActivity*> orderedPointers() const;
 
     std::optional<LiveActivity> top() const;
     std::size_t count() const { return items_.size(); }
