@@ -11,12 +11,10 @@
 #include "vantaquill/island/faces/FaceFonts.hpp"
 
 #include <QBuffer>
-#include <QDir>
 #include <QImage>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPainterPathStroker>
-
 #include <string>
 #include <utility>
 
@@ -61,10 +59,6 @@ inline brind::IslandLayout::Input floatingInput() {
     return input;
 }
 
-inline double measure(std::string_view text, double size) {
-    return FaceFonts::semiboldWidth(text, size);
-}
-
 /// A settled scene of `state` with the outline size the layout gives: the wings of `top` in compact,
 /// the alert peek for `alert`, the plain peek for a HUD, the expanded island with its header.
 inline IslandScene settledScene(brind::IslandState state, const brind::IslandLayout::Input& input,
@@ -74,7 +68,7 @@ inline IslandScene settledScene(brind::IslandState state, const brind::IslandLay
     scene.floating = input.floating;
     scene.housing = input.floating ? QSizeF() : QSizeF(input.metrics.size.width, input.metrics.size.height);
     const auto [leading, trailing] =
-        IslandLayout::compactWings(scene.top ? &*scene.top : nullptr, input, measure);
+        IslandLayout::compactWings(scene.top ? &*scene.top : nullptr, input, FaceFonts::semiboldWidth);
     scene.leadingWing = leading;
     scene.trailingWing = trailing;
     scene.headerHeight = IslandLayout::headerHeight(input);
@@ -95,9 +89,8 @@ inline IslandScene settledScene(brind::IslandState state, const brind::IslandLay
     return scene;
 }
 
-/// Transparent surface, black outline, faces on top (unclipped). Set FACES_IMAGES to a folder to
-/// keep the images for a look.
-inline QImage render(const IslandScene& scene, double scale = 1, const std::string& name = {}) {
+/// Transparent surface, black outline, faces on top (unclipped).
+inline QImage render(const IslandScene& scene, double scale = 1) {
     QImage image((surfaceSize * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(scale);
     image.fill(Qt::transparent);
@@ -106,18 +99,6 @@ inline QImage render(const IslandScene& scene, double scale = 1, const std::stri
     painter.fillPath(IslandView::outlinePath(scene), Qt::black);
     IslandFaces::paint(painter, scene);
     painter.end();
-    if (const QString folder = qEnvironmentVariable("FACES_IMAGES"); !folder.isEmpty() && !name.empty()) {
-        // The island over a grey desktop, cropped to it.
-        const QRectF around = scene.outline.adjusted(-16, -std::min(16.0, scene.outline.top()), 16, 16);
-        QImage shown((around.size() * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
-        shown.fill(QColor(120, 128, 140));
-        QPainter composer(&shown);
-        composer.drawImage(QRectF(shown.rect()), image,
-                           QRectF(around.topLeft() * scale, around.size() * scale));
-        composer.end();
-        shown.save(QDir(folder).filePath(QString::fromStdString(name) + QStringLiteral("@") +
-                                         QString::number(scale) + QStringLiteral(".png")));
-    }
     return image;
 }
 
