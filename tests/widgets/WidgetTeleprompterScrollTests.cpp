@@ -16,7 +16,7 @@ TEST(WidgetTeleprompterScroll, ClampsTheSpeedEverywhere) {
     }
 }
 
-TEST(WidgetTeleprompterScroll, ScrollsWithTimeWithinTheText) {
+TEST(WidgetTeleprompterScroll, ScrollsWithTimeWithinTheTextAndOnlyWhenItOverflows) {
     Scroll scroll(40, 1000, 200);
     scroll.play(Date{10});
     EXPECT_EQ(scroll.offset(Date{15}), 200);
@@ -28,14 +28,13 @@ TEST(WidgetTeleprompterScroll, ScrollsWithTimeWithinTheText) {
 
     scroll.pause(Date{12.5});
     EXPECT_EQ(scroll.offset(Date{999}), 100);
-}
 
-TEST(WidgetTeleprompterScroll, ShortTextNeverScrollsOrFinishes) {
-    Scroll scroll(100, 150, 400);
-    scroll.play(Date{0});
-    EXPECT_EQ(scroll.offset(Date{50}), 0);
-    EXPECT_EQ(scroll.progress(Date{50}), 0);
-    EXPECT_FALSE(scroll.isFinished(Date{50}));
+    // A text shorter than the view never scrolls or finishes.
+    Scroll shortText(100, 150, 400);
+    shortText.play(Date{0});
+    EXPECT_EQ(shortText.offset(Date{50}), 0);
+    EXPECT_EQ(shortText.progress(Date{50}), 0);
+    EXPECT_FALSE(shortText.isFinished(Date{50}));
 }
 
 TEST(WidgetTeleprompterScroll, PlayRestartsAFinishedTextAndIgnoresARunningOne) {

@@ -1,6 +1,9 @@
+#include "BrindKit/widgets/WidgetSideKind.hpp"
 #include "BrindKit/widgets/WidgetWingLayout.hpp"
 
 #include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 using namespace brind;
 using Kind = WidgetSideKind;
@@ -89,4 +92,15 @@ TEST(WidgetWingLayout, StoredFormKeepsKnownKindsAndTheRules) {
     EXPECT_EQ(*read, WidgetWingLayout({Kind::cpu, Kind::gpu}, {Kind::weather}));
     EXPECT_EQ(WidgetWingLayout::fromJSON(JSON::parse(R"({"leading": "cpu"})")), WidgetWingLayout());
     EXPECT_EQ(WidgetWingLayout::fromJSON(JSON::array()), std::nullopt);
+}
+
+TEST(WidgetSideKind, NamesRoundTripAndOnlySystemKindsUseStats) {
+    std::vector<std::string> statsKinds;
+    for (const auto kind : allWidgetSideKinds) {
+        EXPECT_EQ(widgetSideKindNamed(name(kind)), kind);
+        if (usesStats(kind))
+            statsKinds.emplace_back(name(kind));
+    }
+    EXPECT_EQ(statsKinds, (std::vector<std::string>{"cpu", "memory", "gpu", "network", "disk", "battery"}));
+    EXPECT_EQ(widgetSideKindNamed("CPU"), std::nullopt);
 }

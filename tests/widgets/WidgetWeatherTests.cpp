@@ -1,15 +1,21 @@
 #include "BrindKit/foundation/URL.hpp"
+#include "BrindKit/widgets/WidgetForecast.hpp"
 #include "BrindKit/widgets/WidgetOpenMeteo.hpp"
+#include "BrindKit/widgets/WidgetPlace.hpp"
+#include "BrindKit/widgets/WidgetTemperatureUnit.hpp"
+#include "BrindKit/widgets/WidgetWeatherCode.hpp"
 #include "tests/support/DecimalCommaLocale.hpp"
 
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
+#include <unordered_set>
 
 using namespace brind;
 using Day = WidgetForecast::Day;
 using ErrorKind = WidgetOpenMeteo::DecodeError::Kind;
+namespace WeatherCode = brind::WidgetWeatherCode;
 
 namespace {
 
@@ -179,4 +185,100 @@ TEST(WidgetOpenMeteo, AgreesWithRecordedServiceAnswers) {
                            {"Antarctica", std::nullopt, std::nullopt, -78.15856, 16.40626},
                            {"\xC3\x8Ele MacMurdo", std::nullopt, std::nullopt, -48.89824, 69.41539},
                            {"Atlantic Point", "Maine", "United States", 44.09647, -69.10087}}));
+}
+
+TEST(WidgetForecast, IsFreshForLessThanItsMaximumAgeAndNotFromTheFuture) {
+    WidgetForecast forecast;
+    forecast.fetchedAt = Date{10000};
+    const std::vector<std::pair<double, bool>> ages = {
+        {0, true}, {1799.999, true}, {1800, false}, {-60, true}, {-60.001, false},
+    };
+    for (const auto& [age, fresh] : ages)
+        EXPECT_EQ(forecast.isFresh(Date{10000 + age}, 1800), fresh) << age;
+}
+
+TEST(WidgetForecast, RoundTripsThroughItsStoredForm) {
+    WidgetForecast forecast;
+    forecast.temperature = 12.5;
+    forecast.apparent = 11;
+    forecast.code = 61;
+    forecast.isDay = false;
+    forecast.days = {{"2026-04-01", 61, 14, 7, 80}, {"2026-04-02", 3, 15.5, 6.25, std::nullopt}};
+    forecast.fetchedAt = Date{1775000000.25};
+    const JSON json = forecast.json();
+    EXPECT_FALSE(json.contains("windSpeed"));
+    EXPECT_FALSE(json["days"][1].contains("precipitationChance"));
+    EXPECT_EQ(json["fetchedAt"], 1775000000.25);
+    EXPECT_EQ(WidgetForecast::fromJSON(json), forecast);
+    EXPECT_EQ(forecast.today(), forecast.days[0]);
+
+    EXPECT_EQ(WidgetForecast::fromJSON(JSON::parse(R"({"temperature": 1, "code": 2})")), std::nullopt);
+    const auto partial = WidgetForecast::fromJSON(
+        JSON::parse(R"({"temperature": 1, "code": 2, "fetchedAt": 3, "days": [{"date": "2026-01-01"}, 7]})"));
+    ASSERT_TRUE(partial);
+    EXPECT_TRUE(partial->isDay);
+    EXPECT_TRUE(partial->days.empty());
+    EXPECT_EQ(partial->today(), std::nullopt);
+}
+
+TEST(WidgetPlace, DisplayNameLeavesOutEmptyAndRepeatedParts) {
+    const std::vector<std::pair<WidgetPlace, std::string>> cases = {
+        {{"Zürich", "Zurich", "Switzerland", 0, 0}, "Zürich, Zurich, Switzerland"},
+        {{"Berlin", "Berlin", "Germany", 0, 0}, "Berlin, Germany"},
+        {{"Monaco", std::nullopt, "Monaco", 0, 0}, "Monaco"},
+        {{"Springfield", "", "United States", 0, 0}, "Springfield, United States"},
+        {{"Reykjavík", "Capital Region", std::nullopt, 0, 0}, "Reykjavík, Capital Region"},
+        {{"", "Utrecht", "Netherlands", 0, 0}, "Utrecht, Netherlands"},
+        {{"Paris", "Texas", "Texas", 0, 0}, "Paris, Texas"},
+    };
+    for (const auto& [place, name] : cases)
+        EXPECT_EQ(place.displayName(), name) << name;
+}
+
+TEST(WidgetPlace, RoundTripsAndHashesOverAllFields) {
+    const WidgetPlace place{"Tórshavn", "Streymoy", "Faroe Islands", 62.01, -6.77};
+    EXPECT_EQ(WidgetPlace::fromJSON(place.json()), place);
+    const WidgetPlace bare{"Null Island", std::nullopt, std::nullopt, 0, 0};
+    EXPECT_FALSE(bare.json().contains("region"));
+    EXPECT_EQ(WidgetPlace::fromJSON(bare.json()), bare);
+    EXPECT_EQ(WidgetPlace::fromJSON(JSON::parse(R"({"name": "x", "latitude": 1})")), std::nullopt);
+    EXPECT_EQ(WidgetPlace::fromJSON(JSON::parse(R"({"name": 5, "latitude": 1, "longitude": 2})")),
+              std::nullopt);
+
+    EXPECT_EQ((std::unordered_set<WidgetPlace>{place, bare, place}.size()), 2u);
+    WidgetPlace moved = place;
+    moved.longitude = -6.78;
+    EXPECT_NE(std::hash<WidgetPlace>{}(moved), std::hash<WidgetPlace>{}(place));
+}
+
+TEST(WidgetWeatherCode, LabelsAndSymbolsFollowTheWMOTable) {
+    // Every day/night pair, a label shared by codes of different weather, and codes outside the table.
+    const std::vector<std::tuple<int, std::string, std::string, std::string>> cases = {
+        {0, "Clear", "sun.max.fill", "moon.stars.fill"},
+        {1, "Mostly clear", "sun.min.fill", "moon.fill"},
+        {2, "Partly cloudy", "cloud.sun.fill", "cloud.moon.fill"},
+        {66, "Freezing rain", "cloud.rain.fill", "cloud.rain.fill"},
+        {67, "Freezing rain", "cloud.heavyrain.fill", "cloud.heavyrain.fill"},
+        {81, "Showers", "cloud.sun.rain.fill", "cloud.moon.rain.fill"},
+        {100, "\u2014", "questionmark.circle", "questionmark.circle"},
+        {4, "\u2014", "questionmark.circle", "questionmark.circle"},
+    };
+    for (const auto& [code, label, day, night] : cases) {
+        EXPECT_EQ(WeatherCode::label(code), label) << code;
+        EXPECT_EQ(WeatherCode::symbol(code, true), day) << code;
+        EXPECT_EQ(WeatherCode::symbol(code, false), night) << code;
+    }
+}
+
+TEST(WidgetWeatherCode, TintsTellDayFromNightAndWeatherFromWeather) {
+    EXPECT_NE(WeatherCode::tint(0, true), WeatherCode::tint(0, false));
+    EXPECT_NE(WeatherCode::tint(0, true), WeatherCode::tint(63, true));
+    EXPECT_NE(WeatherCode::tint(73, true), WeatherCode::tint(95, true));
+    EXPECT_EQ(WeatherCode::tint(100, true), WeatherCode::tint(-1, false)) << "unknown codes share one colour";
+}
+
+TEST(WidgetTemperatureUnit, NamesRoundTripAndUnknownNamesAreRefused) {
+    for (const auto unit : {WidgetTemperatureUnit::celsius, WidgetTemperatureUnit::fahrenheit})
+        EXPECT_EQ(widgetTemperatureUnitNamed(name(unit)), unit);
+    EXPECT_EQ(widgetTemperatureUnitNamed("kelvin"), std::nullopt);
 }
