@@ -1,4 +1,5 @@
 #include "vantaquill/panel/PanelHost.hpp"
+#include "vantaquill/panel/PanelStyle.hpp"
 
 #include <QCoreApplication>
 #include <QLabel>
@@ -7,7 +8,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
-
 #include <gtest/gtest.h>
 
 namespace vq {
@@ -17,7 +17,7 @@ using Pointer = IslandSurface::PointerEvent;
 
 /// A section made of the controls the real ones use: a field, a button, a long scrolling list.
 class SampleSection final : public PanelSection {
-public:
+  public:
     explicit SampleSection(QString name) : name(std::move(name)) {
         auto* column = new QVBoxLayout(this);
         field = new QLineEdit;
@@ -52,7 +52,7 @@ public:
 };
 
 class PanelHostTest : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         first = new SampleSection("First");
         second = new SampleSection("Second");
@@ -78,28 +78,34 @@ protected:
 
 // Keys reaching the focused control (typed text, Tab, Return and Space pressing, Escape handed back
 // to close the island) are proven through the real island in tests/desktop AgentsOnScreen.
-TEST_F(PanelHostTest, PointerReachesTheWidgetUnderItAndTheSectionButtonsSwitch) {
+TEST_F(PanelHostTest, PointerAndWheelReachTheWidgetUnderThemAndTheSectionButtonsSwitch) {
+    int repaints = 0;
+    host.onRepaint = [&] { ++repaints; };
     click(centreOf(first->button));
     EXPECT_EQ(first->clicks, 1);
     // A click on a field gives it the keyboard, as on any window.
     click(centreOf(first->field));
     EXPECT_EQ(host.panel().focusWidget(), first->field);
+    QCoreApplication::processEvents();
+    repaints = 0;
+    first->field->setText("changed");
+    QCoreApplication::processEvents();
+    EXPECT_GT(repaints, 0) << "a change in the panel asks for a frame";
+
+    QScrollBar* bar = first->scroll->verticalScrollBar();
+    ASSERT_GT(bar->maximum(), 0);
+    host.pointer({Pointer::Type::scroll, centreOf(first->scroll), Qt::NoButton, QPoint(0, -240)});
+    EXPECT_GT(bar->value(), 0);
 
     const auto tabs = host.panel().findChildren<QPushButton*>();
-    const auto secondTab = std::ranges::find_if(tabs, [](QPushButton* tab) { return tab->text() == "Second"; });
+    const auto secondTab =
+        std::ranges::find_if(tabs, [](QPushButton* tab) { return tab->text() == "Second"; });
     ASSERT_NE(secondTab, tabs.end());
     click(centreOf(*secondTab));
     EXPECT_EQ(host.panel().current(), second);
     // A click beside every control does nothing.
     click({-50, -50});
     EXPECT_EQ(first->clicks + second->clicks, 1);
-}
-
-TEST_F(PanelHostTest, TheWheelScrollsTheListUnderThePointer) {
-    QScrollBar* bar = first->scroll->verticalScrollBar();
-    ASSERT_GT(bar->maximum(), 0);
-    host.pointer({Pointer::Type::scroll, centreOf(first->scroll), Qt::NoButton, QPoint(0, -240)});
-    EXPECT_GT(bar->value(), 0);
 }
 
 TEST_F(PanelHostTest, HeightFollowsTheShownSectionAndOpeningPrefersWhatWaits) {
@@ -117,24 +123,24 @@ TEST_F(PanelHostTest, HeightFollowsTheShownSectionAndOpeningPrefersWhatWaits) {
     first->setWaiting(true);
     host.opening();
     EXPECT_EQ(host.panel().current(), first);
-}
 
-TEST_F(PanelHostTest, AClosedIslandHidesThePanelSoSectionsStopTheirTimers) {
-    EXPECT_TRUE(first->isVisible());
+    // A closed island hides the panel, so that sections stop their timers.
     host.closed();
     EXPECT_FALSE(first->isVisible());
     host.opening();
     EXPECT_TRUE(first->isVisible());
 }
 
-TEST_F(PanelHostTest, AChangeInThePanelAsksForAFrame) {
-    int repaints = 0;
-    host.onRepaint = [&] { ++repaints; };
-    QCoreApplication::processEvents();
-    repaints = 0;
-    first->field->setText("changed");
-    QCoreApplication::processEvents();
-    EXPECT_GT(repaints, 0);
+// Text must stay legible on the island's black in every state a control can be in.
+TEST(PanelStyle, TextContrastsWithTheIslandInEveryGroup) {
+    const QPalette palette = PanelStyle::palette();
+    for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled}) {
+        for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+            const QColor colour = palette.color(group, role);
+            EXPECT_GT(colour.lightnessF(), 0.55) << int(group) << " " << int(role);
+        }
+    }
+    EXPECT_EQ(palette.color(QPalette::Active, QPalette::Window), QColor(Qt::black));
 }
 
 } // namespace
