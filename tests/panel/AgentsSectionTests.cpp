@@ -1,6 +1,6 @@
 #include "BrindKit/agents/AgentQuestionAnswer.hpp"
 #include "BrindKit/agents/AgentRuleBook.hpp"
-#include "tests/e2e/E2EProcess.hpp"
+#include "tests/e2e/E2EFixture.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/AgentHub.hpp"
 #include "vantaquill/HeadlessDisplay.hpp"
@@ -112,24 +112,6 @@ class AgentsSectionTest : public ::testing::Test {
 
 } // namespace
 
-TEST_F(AgentsSectionTest, AllowAnswersTheHeldCallAndTheIslandStopsWaiting) {
-    hold(bash("git push origin main", scheduler.now()), "r1");
-    EXPECT_TRUE(section.needsUser());
-    EXPECT_EQ(section.shownRequest(), "r1");
-    // The compact and peek faces learn that an agent waits (the activity itself: tests/app AgentHub).
-    EXPECT_TRUE(center.alerting());
-    // The full command is shown, not only the cut summary.
-    EXPECT_EQ(find<QWidget>("agentSubject")->property("plainText").toString(), "git push origin main");
-
-    click(find("agentAllow"));
-
-    EXPECT_EQ(decisions.at("r1"), brind::AgentDecision::allow());
-    EXPECT_FALSE(section.needsUser());
-    EXPECT_EQ(section.shownRequest(), std::nullopt);
-    EXPECT_EQ(closeRequests, 1);
-    EXPECT_EQ(hub.tracker().sessions.at("claude.abc").status, brind::AgentSession::Status::working);
-}
-
 TEST_F(AgentsSectionTest, AlwaysAllowKeepsTheRuleAndAnswersTheNextMatchingCallUnseen) {
     hold(bash("git push origin main", scheduler.now()), "r1");
     EXPECT_EQ(find<ElidedLabel>("agentSuggestedRule")->text(),
@@ -172,15 +154,7 @@ TEST_F(AgentsSectionTest, DenySendsTheTypedReasonOrNone) {
 }
 
 TEST_F(AgentsSectionTest, QuestionsAnswerWithTheChosenLabelsAndTypedText) {
-    const brind::JSON input{
-        {"questions",
-         {{{"question", "Which checks?"},
-           {"header", "Checks"},
-           {"multiSelect", true},
-           {"options",
-            {{{"label", "Lint"}, {"description", "Style only"}}, {{"label", "Unit"}}, {{"label", "E2E"}}}}},
-          {{"question", "Where to deploy?"},
-           {"options", {{{"label", "Staging"}}, {{"label", "Production"}}}}}}}};
+    const brind::JSON input = brind::JSON::parse(e2e::readFixture("agents/panel-two-questions.json"));
     hold(claudeEvent("PreToolUse", "AskUserQuestion", input.dump(), std::nullopt, scheduler.now()), "q1");
     // No rule may answer a question, and Answer waits for every question.
     EXPECT_FALSE(find("agentAlwaysAllow"));
@@ -226,9 +200,10 @@ TEST_F(AgentsSectionTest, PlansAreApprovedOrSentBackWithFeedback) {
     EXPECT_TRUE(find<QWidget>("agentPlan")->property("plainText").toString().contains("Add the cache"));
     QTest::keyClicks(find<QLineEdit>("agentPlanFeedback"), "Skip the cache");
     click(find("agentKeepPlanning"));
-    EXPECT_EQ(decisions.at("p1"),
-              brind::AgentDecision::deny(
-                  "The user reviewed the plan in vantaquill and wants changes before you start: Skip the cache"));
+    EXPECT_EQ(
+        decisions.at("p1"),
+        brind::AgentDecision::deny(
+            "The user reviewed the plan in vantaquill and wants changes before you start: Skip the cache"));
 
     hold(claudeEvent("PreToolUse", "ExitPlanMode", plan, std::nullopt, scheduler.now()), "p2");
     click(find("agentKeepPlanning"));
@@ -240,17 +215,21 @@ TEST_F(AgentsSectionTest, PlansAreApprovedOrSentBackWithFeedback) {
     EXPECT_EQ(decisions.at("p3"), brind::AgentDecision::allow());
 }
 
-TEST_F(AgentsSectionTest, RequestsQueueInArrivalOrderAndAnyCanBeShownFirst) {
-    hold(bash("npm test", scheduler.now()), "r1");
+TEST_F(AgentsSectionTest, RequestsQueueInArrivalOrderAndAllowAnswersTheHeldCall) {
+    hold(bash("git push origin main", scheduler.now()), "r1");
     brind::AgentHookEvent other = bash("make", scheduler.now());
     other.sessionID = "def";
     hold(other, "r2");
+    EXPECT_TRUE(section.needsUser());
     EXPECT_EQ(section.shownRequest(), "r1");
+    // The compact and peek faces learn that an agent waits (the activity itself: tests/app AgentHub).
+    EXPECT_TRUE(center.alerting());
+    // The full command is shown, not only the cut summary.
+    EXPECT_EQ(find<QWidget>("agentSubject")->property("plainText").toString(), "git push origin main");
 
     // The second session's row offers its request; showing it puts it first.
-    auto showButtons = section.findChildren<QPushButton*>("agentShowRequest");
     QPushButton* show = nullptr;
-    for (auto* button : showButtons) {
+    for (auto* button : section.findChildren<QPushButton*>("agentShowRequest")) {
         if (button->isVisible())
             show = button;
     }
@@ -261,6 +240,13 @@ TEST_F(AgentsSectionTest, RequestsQueueInArrivalOrderAndAnyCanBeShownFirst) {
     EXPECT_FALSE(decisions.contains("r1"));
     EXPECT_EQ(section.shownRequest(), "r1");
     EXPECT_EQ(closeRequests, 0);
+
+    click(find("agentAllow"));
+    EXPECT_EQ(decisions.at("r1"), brind::AgentDecision::allow());
+    EXPECT_FALSE(section.needsUser());
+    EXPECT_EQ(section.shownRequest(), std::nullopt);
+    EXPECT_EQ(closeRequests, 1);
+    EXPECT_EQ(hub.tracker().sessions.at("claude.abc").status, brind::AgentSession::Status::working);
 }
 
 TEST_F(AgentsSectionTest, CountdownRunsOnlyWhileTheSectionIsVisible) {

@@ -1,11 +1,10 @@
-#include "vantaquill/panel/clipboard/ClipboardSection.hpp"
-
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/clipboard/ClipFlavourMapping.hpp"
 #include "vantaquill/clipboard/ClipboardStore.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/clipboard/ClipListModel.hpp"
+#include "vantaquill/panel/clipboard/ClipboardSection.hpp"
 
 #include <QClipboard>
 #include <QGuiApplication>
@@ -15,7 +14,6 @@
 #include <QListView>
 #include <QMimeData>
 #include <QTest>
-
 #include <gtest/gtest.h>
 
 namespace vq {
@@ -30,7 +28,7 @@ brind::ClipSnapshot textCopy(const std::string& text, std::optional<std::string>
 }
 
 class ClipboardSectionTests : public ::testing::Test {
-protected:
+  protected:
     brindtest::TemporaryFolder temporary{"vantaquill-clipboard-section"};
     ManualScheduler scheduler;
     LiveActivityCenter center{scheduler};
@@ -72,24 +70,38 @@ protected:
     }
 };
 
-TEST_F(ClipboardSectionTests, TypingFiltersAtOnceWithPinnedMatchesFirst) {
+TEST_F(ClipboardSectionTests, TypingFiltersAtOnceAndEnterCopiesTheBestMatchBackMarkedAsOurOwn) {
     const auto older = copy("apple pie");
     copy("banana split");
-    copy("apple juice");
+    const auto juice = copy("apple juice");
     copy("cherry");
     store.setPinned(older.id, true);
     show();
     EXPECT_EQ(titles(), (std::vector<std::string>{"apple pie", "cherry", "apple juice", "banana split"}));
 
     QTest::keyClicks(section->searchField(), "apple");
-    EXPECT_EQ(titles(), (std::vector<std::string>{"apple pie", "apple juice"}));
-    QTest::keyClicks(section->searchField(), " j");
-    EXPECT_EQ(titles(), (std::vector<std::string>{"apple juice"}));
-
+    EXPECT_EQ(titles(), (std::vector<std::string>{"apple pie", "apple juice"})) << "pinned matches first";
     QTest::keyClicks(section->searchField(), "zzz");
     EXPECT_TRUE(titles().empty());
     EXPECT_TRUE(section->emptyHint()->isVisible());
-    EXPECT_TRUE(section->emptyHint()->text().contains("apple jzzz"));
+    EXPECT_TRUE(section->emptyHint()->text().contains("applezzz"));
+    for (int press = 0; press < 3; ++press)
+        QTest::keyClick(section->searchField(), Qt::Key_Backspace);
+    QTest::keyClicks(section->searchField(), " j");
+    EXPECT_EQ(titles(), (std::vector<std::string>{"apple juice"}));
+
+    QTest::keyClick(section->searchField(), Qt::Key_Return);
+    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(data, nullptr);
+    EXPECT_EQ(data->data("text/plain").toStdString(), "apple juice");
+    EXPECT_EQ(data->data(QString::fromUtf8(ClipFlavourMapping::ownMarkerMimeType)).toStdString(),
+              juice.id.string());
+    ASSERT_TRUE(center.hud());
+    EXPECT_EQ(center.hud()->label, "Copied");
+    EXPECT_EQ(center.hud()->kind, brind::HUDEvent::Kind::custom);
+    EXPECT_EQ(closeRequests, 1);
+    EXPECT_EQ(store.history().items().front().id, juice.id) << "a copied item moves to the front";
+    EXPECT_TRUE(section->searchField()->text().isEmpty()) << "the island opens again on the whole history";
 }
 
 TEST_F(ClipboardSectionTests, AConcealedItemIsMaskedAndNeverFoundByItsContent) {
@@ -108,26 +120,6 @@ TEST_F(ClipboardSectionTests, AConcealedItemIsMaskedAndNeverFoundByItsContent) {
 
     QTest::keyClicks(section->searchField(), "hunter");
     EXPECT_EQ(titles(), (std::vector<std::string>{"hunter green"}));
-}
-
-TEST_F(ClipboardSectionTests, EnterCopiesTheItemBackMarkedAsOurOwnFlashesCopiedAndCloses) {
-    const auto first = copy("first line");
-    copy("second line");
-    show();
-
-    QTest::keyClicks(section->searchField(), "first");
-    QTest::keyClick(section->searchField(), Qt::Key_Return);
-
-    const QMimeData* data = QGuiApplication::clipboard()->mimeData();
-    ASSERT_NE(data, nullptr);
-    EXPECT_EQ(data->data("text/plain").toStdString(), "first line");
-    EXPECT_EQ(data->data(QString::fromUtf8(ClipFlavourMapping::ownMarkerMimeType)).toStdString(), first.id.string());
-    ASSERT_TRUE(center.hud());
-    EXPECT_EQ(center.hud()->label, "Copied");
-    EXPECT_EQ(center.hud()->kind, brind::HUDEvent::Kind::custom);
-    EXPECT_EQ(closeRequests, 1);
-    EXPECT_EQ(store.history().items().front().id, first.id) << "a copied item moves to the front";
-    EXPECT_TRUE(section->searchField()->text().isEmpty()) << "the island opens again on the whole history";
 }
 
 TEST_F(ClipboardSectionTests, KeysMoveBetweenFieldAndListAndEscapeClearsThenCloses) {
@@ -193,13 +185,15 @@ TEST_F(ClipboardSectionTests, CtrlAndADigitCopyThatRowBackFromTheFieldOrTheList)
         section->searchField()->setText(QString::fromStdString(test.query));
         QGuiApplication::clipboard()->clear();
         const int closesBefore = closeRequests;
-        QWidget* target = test.where == Where::field ? static_cast<QWidget*>(section->searchField()) : section->list();
+        QWidget* target =
+            test.where == Where::field ? static_cast<QWidget*>(section->searchField()) : section->list();
         QTest::keyClick(target, test.key, test.modifiers);
         const std::string label = test.query + " / " + QKeySequence(test.key).toString().toStdString();
         if (!test.copied) {
             EXPECT_EQ(closeRequests, closesBefore) << label;
             EXPECT_TRUE(QGuiApplication::clipboard()->text().isEmpty()) << label;
-            EXPECT_EQ(section->searchField()->text().toStdString(), test.query) << "the digit is not typed: " << label;
+            EXPECT_EQ(section->searchField()->text().toStdString(), test.query)
+                << "the digit is not typed: " << label;
             continue;
         }
         EXPECT_EQ(QGuiApplication::clipboard()->text().toStdString(), *test.copied) << label;
@@ -207,17 +201,25 @@ TEST_F(ClipboardSectionTests, CtrlAndADigitCopyThatRowBackFromTheFieldOrTheList)
     }
 }
 
-TEST_F(ClipboardSectionTests, ANewCopyTakesTheSelectionUnlessTheUserMovedIt) {
-    copy("first");
+TEST_F(ClipboardSectionTests, AnEmptyHistorySaysWhatWouldAppearAndANewCopyTakesTheSelection) {
     show();
+    EXPECT_FALSE(section->list()->isVisible());
+    ASSERT_TRUE(section->emptyHint()->isVisible());
+    EXPECT_TRUE(section->emptyHint()->text().contains("you copy appear here"));
+    EXPECT_GT(section->contentHeight(640), section->searchField()->height());
+
+    copy("first");
+    EXPECT_TRUE(section->list()->isVisible());
+    EXPECT_FALSE(section->emptyHint()->isVisible());
     copy("second");
     EXPECT_EQ(section->list()->currentIndex().row(), 0) << "Enter takes the newest copy";
 
+    // Unless the user moved the selection: the chosen item stays chosen.
     section->list()->setFocus();
     QTest::keyClick(section->list(), Qt::Key_Down);
     copy("third");
     ASSERT_EQ(titles(), (std::vector<std::string>{"third", "second", "first"}));
-    EXPECT_EQ(section->list()->currentIndex().row(), 2) << "the chosen item stays chosen";
+    EXPECT_EQ(section->list()->currentIndex().row(), 2);
 }
 
 TEST_F(ClipboardSectionTests, EachRowPinsUnpinsAndDeletes) {
@@ -240,18 +242,6 @@ TEST_F(ClipboardSectionTests, EachRowPinsUnpinsAndDeletes) {
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, pointOf(0, ClipItemDelegate::Part::body));
     EXPECT_EQ(QGuiApplication::clipboard()->mimeData()->data("text/plain").toStdString(), "older");
     EXPECT_EQ(closeRequests, 1);
-}
-
-TEST_F(ClipboardSectionTests, AnEmptyHistorySaysWhatWouldAppear) {
-    show();
-    EXPECT_FALSE(section->list()->isVisible());
-    ASSERT_TRUE(section->emptyHint()->isVisible());
-    EXPECT_TRUE(section->emptyHint()->text().contains("you copy appear here"));
-    EXPECT_GT(section->contentHeight(640), section->searchField()->height());
-
-    copy("now something");
-    EXPECT_TRUE(section->list()->isVisible());
-    EXPECT_FALSE(section->emptyHint()->isVisible());
 }
 
 } // namespace

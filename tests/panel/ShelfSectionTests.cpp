@@ -125,11 +125,16 @@ TEST_F(ShelfSectionTests, OpenHandsFilesAndLinksToTheDesktopAndClosesTheIsland) 
     EXPECT_EQ(closeRequests, 3);
 }
 
+// A long name ends in an ellipsis inside its row, its extension still shown.
 TEST_F(ShelfSectionTests, CopyPutsTheFileOnTheClipboardAsAFileAndAPath) {
-    const std::string report = file("report.pdf");
+    const std::string report = file(std::string(120, 'a') + ".pdf");
     store = std::make_unique<ShelfStore>(data);
     store->addFiles({report}, scheduler.now());
     show();
+    const ElidedLabel* name = section->rows().front()->nameLabel();
+    EXPECT_LT(name->geometry().right(), section->rows().front()->openButton()->geometry().left());
+    EXPECT_TRUE(name->shownText().contains(QChar(0x2026)));
+    EXPECT_TRUE(name->shownText().endsWith(".pdf"));
 
     QTest::mouseClick(section->rows().front()->copyButton(), Qt::LeftButton);
     const QMimeData* copied = QGuiApplication::clipboard()->mimeData();
@@ -140,8 +145,13 @@ TEST_F(ShelfSectionTests, CopyPutsTheFileOnTheClipboardAsAFileAndAPath) {
     EXPECT_EQ(copied->text().toStdString(), report);
 }
 
+// An empty shelf says how files get there; files dropped on it join.
 TEST_F(ShelfSectionTests, FilesDroppedOnTheSectionJoinTheShelf) {
     show();
+    ASSERT_TRUE(section->emptyHint()->isVisible());
+    EXPECT_TRUE(section->emptyHint()->text().contains("vantaquill shelf add FILE"));
+    EXPECT_TRUE(section->emptyHint()->text().contains("Drop files"));
+
     const std::string dropped = file("dropped.txt");
     QMimeData mime;
     mime.setUrls({QUrl::fromLocalFile(QString::fromStdString(dropped)),
@@ -157,27 +167,7 @@ TEST_F(ShelfSectionTests, FilesDroppedOnTheSectionJoinTheShelf) {
     ASSERT_EQ(store->library().entries.size(), 1u) << "only files that exist join";
     EXPECT_EQ(store->library().entries.front().path, dropped);
     EXPECT_EQ(names(), (std::vector<std::string>{"dropped.txt"}));
-}
-
-TEST_F(ShelfSectionTests, AnEmptyShelfSaysHowFilesGetThere) {
-    show();
-    ASSERT_TRUE(section->emptyHint()->isVisible());
-    EXPECT_TRUE(section->emptyHint()->text().contains("vantaquill shelf add FILE"));
-    EXPECT_TRUE(section->emptyHint()->text().contains("Drop files"));
-
-    store->addFiles({file("first.txt")}, scheduler.now());
     EXPECT_FALSE(section->emptyHint()->isVisible());
-    EXPECT_EQ(names(), (std::vector<std::string>{"first.txt"}));
-}
-
-TEST_F(ShelfSectionTests, LongNamesEndInAnEllipsisInsideTheirRow) {
-    store = std::make_unique<ShelfStore>(data);
-    store->addFiles({file(std::string(120, 'a') + ".pdf")}, scheduler.now());
-    show();
-    const ElidedLabel* name = section->rows().front()->nameLabel();
-    EXPECT_LT(name->geometry().right(), section->rows().front()->openButton()->geometry().left());
-    EXPECT_TRUE(name->shownText().contains(QChar(0x2026)));
-    EXPECT_TRUE(name->shownText().endsWith(".pdf")) << "the extension stays visible";
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/widgets/WidgetPlace.hpp"
+#include "tests/e2e/E2EFixture.hpp"
 #include "tests/support/LoopbackHTTPServer.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
@@ -162,23 +163,6 @@ TEST_F(WidgetsSectionTest, PomodoroControlsDriveTheTimer) {
     EXPECT_TRUE(center.activities().empty());
 }
 
-TEST_F(WidgetsSectionTest, StatisticsAreSampledOnlyWhileTheSectionShows) {
-    scheduler.advance(10);
-    EXPECT_FALSE(stats.isRunning()) << "a hidden section reads nothing";
-    section.show();
-    EXPECT_TRUE(stats.isRunning());
-    scheduler.advance(2 * StatsSampler::interval);
-    EXPECT_EQ(stats.cpu().count(), 2u);
-    EXPECT_TRUE(texts("Statistics").contains(QRegularExpression("CPU \\d+%")))
-        << texts("Statistics").toStdString();
-    EXPECT_TRUE(texts("Statistics").contains(" of ")) << "memory in use of all memory";
-
-    section.hide();
-    EXPECT_FALSE(stats.isRunning());
-    EXPECT_EQ(stats.cpu().count(), 0u);
-    EXPECT_TRUE(texts("Statistics").contains("Paused"));
-}
-
 TEST_F(WidgetsSectionTest, AStayAwakePresetRunsOutByItself) {
     section.show();
     EXPECT_EQ(card("Stay awake")->status(), "Off");
@@ -200,14 +184,18 @@ TEST_F(WidgetsSectionTest, AStayAwakePresetRunsOutByItself) {
     EXPECT_EQ(stayAwake.mode(), brind::WidgetStayAwakeMode::off());
 }
 
-TEST_F(WidgetsSectionTest, TheTeleprompterScrollsOnlyWhilePlaying) {
+TEST_F(WidgetsSectionTest, TheTeleprompterReadsATypedFileAndScrollsOnlyWhilePlaying) {
     section.show();
     auto* prompter = child<TeleprompterCard>(&section);
     auto* editor = prompter->findChild<QPlainTextEdit*>();
-    QString script;
+    auto* path = prompter->findChild<QLineEdit*>();
+    std::string script;
     for (int line = 1; line <= 40; ++line)
-        script += QStringLiteral("Line %1 of a talk that is much longer than the view.\n").arg(line);
-    editor->setPlainText(script);
+        script += "Line " + std::to_string(line) + " of a talk that is much longer than the view.\n";
+    ASSERT_TRUE(brind::AtomicFile::write(folder.path() / "talk.txt", script));
+    QTest::keyClicks(path, QString::fromStdString((folder.path() / "talk.txt").string()));
+    QTest::keyClick(path, Qt::Key_Return);
+    EXPECT_EQ(editor->toPlainText().toStdString(), script);
     EXPECT_FALSE(prompter->isDrawingFrames());
 
     QTest::mouseClick(button("Teleprompter", "Play"), Qt::LeftButton);
@@ -235,24 +223,12 @@ TEST_F(WidgetsSectionTest, TheTeleprompterScrollsOnlyWhilePlaying) {
     QTest::mouseClick(button("Teleprompter", "Play"), Qt::LeftButton);
     EXPECT_TRUE(prompter->scroll().isRunning());
     EXPECT_FALSE(prompter->isDrawingFrames());
-}
-
-TEST_F(WidgetsSectionTest, TheTeleprompterReadsATypedFilePath) {
-    section.show();
-    auto* prompter = child<TeleprompterCard>(&section);
-    auto* path = prompter->findChild<QLineEdit*>();
-    const auto file = folder.path() / "talk.txt";
-    ASSERT_TRUE(brind::AtomicFile::write(file, "Good evening, everyone."));
-    QTest::keyClicks(path, QString::fromStdString(file.string()));
-    QTest::keyClick(path, Qt::Key_Return);
-    EXPECT_EQ(prompter->findChild<QPlainTextEdit*>()->toPlainText(), "Good evening, everyone.");
 
     path->clear();
     QTest::keyClicks(path, QString::fromStdString((folder.path() / "missing.txt").string()));
     QTest::keyClick(path, Qt::Key_Return);
     EXPECT_TRUE(texts("Teleprompter").contains("Couldn't read")) << texts("Teleprompter").toStdString();
-    EXPECT_EQ(prompter->findChild<QPlainTextEdit*>()->toPlainText(), "Good evening, everyone.")
-        << "a failed load keeps the text";
+    EXPECT_EQ(editor->toPlainText(), "Short.") << "a failed load keeps the text";
 }
 
 TEST_F(WidgetsSectionTest, EmptyCardsSayWhatWouldAppearAndTheStoredForecastShows) {
@@ -370,12 +346,25 @@ TEST_F(WeatherAndWingsTest, WingsShowTheirWidgetsOnlyWhileNoActivityHasThem) {
     wings.apply(false, {});
     EXPECT_FALSE(stats.isRunning());
     EXPECT_EQ(scheduler.pendingCount(), 0u) << "nothing reads the kernel's files, nothing waits";
+
+    // The section alone: sampled while it shows, paused when hidden.
+    section.show();
+    EXPECT_TRUE(stats.isRunning());
+    scheduler.advance(2 * StatsSampler::interval);
+    EXPECT_EQ(stats.cpu().count(), 2u);
+    EXPECT_TRUE(texts("Statistics").contains(QRegularExpression("CPU \\d+%")))
+        << texts("Statistics").toStdString();
+    EXPECT_TRUE(texts("Statistics").contains(" of ")) << "memory in use of all memory";
+    section.hide();
+    EXPECT_FALSE(stats.isRunning());
+    EXPECT_EQ(stats.cpu().count(), 0u);
+    EXPECT_TRUE(texts("Statistics").contains("Paused"));
 }
 
 TEST_F(WeatherAndWingsTest, TheWeatherCardSearchesACityAndShowsItsForecast) {
     server.answer(
         "/v1/forecast", 200,
-        R"({"timezone":"Europe/Madrid","current":{"temperature_2m":9.2,"weather_code":0,"is_day":1},)"
+        R"({"timezone":"Europe/Lisbon","current":{"temperature_2m":9.2,"weather_code":0,"is_day":1},)"
         R"("daily":{"time":["2026-11-25"],"weather_code":[0],"temperature_2m_max":[14.0],)"
         R"("temperature_2m_min":[3.5]}})");
     WidgetsSection withWeather{{.scheduler = scheduler,
@@ -405,44 +394,35 @@ TEST_F(WeatherAndWingsTest, TheWeatherCardSearchesACityAndShowsItsForecast) {
         });
     };
 
-    struct Search {
-        const char* name;
-        int status;
-        std::string answer;
-        QString shown;
+    const std::tuple<const char*, int, const char*, QString> searches[] = {
+        {"Nowhere", 200, "weather/places_empty.json", "No place called “Nowhere”."},
+        {"Lisbon", 400, "weather/error_body.json",
+         "Couldn't search: The weather service refused the request: Longitude must be in range of -180 to "
+         "180°. "
+         "Given: 512.0."},
+        {"Lisbon", 200, "weather/places_results.json", "Lisboa, Portugal"},
     };
-    const std::vector<Search> searches = {
-        {"Nowhere", 200, R"({"generationtime_ms":0.13})", "No place called “Nowhere”."},
-        {"Madrid", 400, R"({"error":true,"reason":"Parameter count must be between 1 and 100."})",
-         "Couldn't search: The weather service refused the request: Parameter count must be between 1 and "
-         "100."},
-        {"Madrid", 200,
-         R"({"results":[{"id":3117735,"name":"Madrid","latitude":40.4165,"longitude":-3.70256,"country":"Spain",)"
-         R"("admin1":"Madrid"},{"name":"Madrid","latitude":41.88,"longitude":-93.82,"country":"United States",)"
-         R"("admin1":"Iowa"}],"generationtime_ms":0.3})",
-         "Madrid, Spain"},
-    };
-    for (const auto& each : searches) {
-        SCOPED_TRACE(each.shown.toStdString());
-        server.answer("/v1/search", each.status, each.answer);
+    for (const auto& [name, status, answer, shown] : searches) {
+        SCOPED_TRACE(shown.toStdString());
+        server.answer("/v1/search", status, e2e::readFixture(answer));
         search->clear();
-        QTest::keyClicks(search, each.name);
+        QTest::keyClicks(search, name);
         QTest::keyClick(search, Qt::Key_Return);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return shows(each.shown); }, 20000));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return shows(shown); }, 20000));
     }
     QPushButton* result = nullptr;
     for (auto* button : withWeather.findChildren<QPushButton*>())
-        if (button->text() == "Madrid, Spain")
+        if (button->text() == "Lisboa, Portugal")
             result = button;
     ASSERT_NE(result, nullptr);
     QTest::mouseClick(result, Qt::LeftButton);
     ASSERT_TRUE(stored.has_value());
-    EXPECT_EQ(stored->country, "Spain");
+    EXPECT_EQ(stored->country, "Portugal");
     EXPECT_EQ(weather.settings().chosenPlace(), stored);
     EXPECT_TRUE(QTest::qWaitFor([&] { return shows("9°C  Clear"); }, 20000));
-    EXPECT_NE(server.requestsFor("/v1/forecast").back().find("latitude=40.4165"), std::string::npos);
+    EXPECT_NE(server.requestsFor("/v1/forecast").back().find("latitude=38.7200"), std::string::npos);
     EXPECT_FALSE(std::ranges::any_of(withWeather.findChildren<QPushButton*>(), [](QPushButton* button) {
-        return button->isVisibleTo(button->window()) && button->text() == "Madrid, Spain";
+        return button->isVisibleTo(button->window()) && button->text() == "Lisboa, Portugal";
     })) << "the matches go once one is chosen";
 }
 
