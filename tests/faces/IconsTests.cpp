@@ -131,17 +131,7 @@ TEST(SymbolIcons, MapsSymbolNamesToFreedesktopIcons) {
 
 TEST(SymbolIcons, RecoloursThemeIconsAndDrawsTheRest) {
     // A theme whose one icon is drawn dark, as themes draw symbolic icons for light backgrounds.
-    const brindtest::TemporaryFolder folder("faces-theme");
-    const QString root = QString::fromStdString(folder.path().string()) + QStringLiteral("/icons");
-    ASSERT_TRUE(QDir().mkpath(root + QStringLiteral("/FacesTest/status")));
-    write(root + QStringLiteral("/FacesTest/index.theme"),
-          "[Icon Theme]\nName=FacesTest\nDirectories=status\n\n"
-          "[status]\nSize=24\nType=Scalable\nMinSize=8\nMaxSize=512\n");
-    QImage dark(24, 24, QImage::Format_ARGB32);
-    dark.fill(Qt::transparent);
-    QPainter(&dark).fillRect(QRect(4, 4, 16, 16), QColor(0x2e, 0x34, 0x36));
-    ASSERT_TRUE(dark.save(root + QStringLiteral("/FacesTest/status/audio-volume-medium-symbolic.png")));
-
+    const QString root = QStringLiteral(BRIND_TEST_DATA "/faces/icons");
     const QString previousName = QIcon::themeName();
     const QStringList previousPaths = QIcon::themeSearchPaths();
     QIcon::setThemeSearchPaths({root});
