@@ -3,9 +3,8 @@
 #include "tests/providers/IslandConsole.hpp"
 #include "tests/providers/SoundServer.hpp"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
+#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <thread>
@@ -19,7 +18,7 @@ using desktop::VirtualDisplay;
 
 /// The real island with its X11 window on a private X server, beside a real PulseAudio.
 class HUDKeysOnX11 : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         if (!VirtualDisplay::available())
             GTEST_SKIP() << "Xvfb, ImageMagick's import or xdotool is missing; scripts/setup installs them";
@@ -30,11 +29,10 @@ protected:
         ASSERT_FALSE(display->name().empty()) << "Xvfb did not start";
     }
 
-    void startIsland() {
-        auto environment = display->environmentFor(home.environment());
-        island = std::make_unique<e2e::IslandProcess>(std::vector<std::string>{"--surface", "x11", "--port", "0"},
-                                                      environment);
-        ASSERT_NE(island->port(), 0) << "the island did not start";
+    std::unique_ptr<e2e::IslandProcess> startIsland() const {
+        return std::make_unique<e2e::IslandProcess>(
+            std::vector<std::string>{"--surface", "x11", "--port", "0"},
+            display->environmentFor(home.environment()));
     }
 
     int key(const std::string& keys) const { return display->run({"timeout", "15", "xdotool", "key", keys}); }
@@ -44,11 +42,11 @@ protected:
     e2e::TemporaryHome home;
     SoundServer sound{home};
     std::unique_ptr<VirtualDisplay> display;
-    std::unique_ptr<e2e::IslandProcess> island;
 };
 
-TEST_F(HUDKeysOnX11, TheVolumeKeysReachTheIslandWithTheirModifiers) {
-    startIsland();
+TEST_F(HUDKeysOnX11, TheVolumeKeysReachTheIslandWithTheirModifiersUnlessAnotherClientHoldsThem) {
+    const auto island = startIsland();
+    ASSERT_NE(island->port(), 0) << "the island did not start";
     // The grab is made at start; the first press may race it, so the test presses until one lands.
     std::optional<std::string> flashed;
     for (int tries = 0; tries < 20 && !flashed; ++tries) {
@@ -56,7 +54,8 @@ TEST_F(HUDKeysOnX11, TheVolumeKeysReachTheIslandWithTheirModifiers) {
         flashed = island->waitForLine("hud shown kind=volume", 1s);
     }
     ASSERT_TRUE(flashed.has_value()) << island->errors();
-    EXPECT_NE(flashed->find("value=0.56 muted=false symbol=speaker.wave.2.fill label=\"Speakers\""), std::string::npos)
+    EXPECT_NE(flashed->find("value=0.56 muted=false symbol=speaker.wave.2.fill label=\"Speakers\""),
+              std::string::npos)
         << *flashed;
     EXPECT_NE(volume().find("36864 /  56%"), std::string::npos) << volume();
 
@@ -72,21 +71,19 @@ TEST_F(HUDKeysOnX11, TheVolumeKeysReachTheIslandWithTheirModifiers) {
     EXPECT_NE(volume().find("35840 /  55%"), std::string::npos) << volume();
 
     ASSERT_EQ(key("XF86AudioMute"), 0);
-    ASSERT_TRUE(island->waitForLine("hud shown kind=volume value=0.55 muted=true symbol=speaker.slash.fill", patience));
+    ASSERT_TRUE(island->waitForLine("hud shown kind=volume value=0.55 muted=true symbol=speaker.slash.fill",
+                                    patience));
     EXPECT_NE(sound.control({"get-sink-mute", "speakers"}).value_or("").find("yes"), std::string::npos);
-}
 
-TEST_F(HUDKeysOnX11, KeysAnotherClientHoldsAreLeftToIt) {
-    // The first island holds the keys, as a desktop that binds them would; a second one is refused
-    // the grabs and says so once.
-    startIsland();
-    auto environment = display->environmentFor(home.environment());
-    e2e::IslandProcess second(std::vector<std::string>{"--surface", "x11", "--port", "0"}, environment);
-    ASSERT_NE(second.port(), 0);
-    second.stop();
-    EXPECT_TRUE(saidOnce(second.errors(), "already takes"));
-    EXPECT_TRUE(saidOnce(second.errors(),
-                         "the desktop already takes XF86AudioRaiseVolume, XF86AudioLowerVolume, XF86AudioMute"));
+    // Keys another client holds are left to it: the island holds them, as a desktop that binds them
+    // would, and a second one is refused the grabs and says so once.
+    const auto second = startIsland();
+    ASSERT_NE(second->port(), 0);
+    second->stop();
+    EXPECT_TRUE(saidOnce(second->errors(), "already takes"));
+    EXPECT_TRUE(
+        saidOnce(second->errors(),
+                 "the desktop already takes XF86AudioRaiseVolume, XF86AudioLowerVolume, XF86AudioMute"));
 }
 
 } // namespace
