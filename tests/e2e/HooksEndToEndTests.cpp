@@ -97,36 +97,15 @@ class Hooks : public IslandTest {
 } // namespace
 
 // Each agent's installed entry reaches the island. Events that want no decision are answered at
-// once with nothing or the agent's own "go on"; Claude Code's permission request is allowed by the
-// standing rule (waiting would end in a time-out, which Claude Code hears as nothing at all).
+// once with nothing or the agent's own "go on".
 TEST_F(Hooks, EveryAgentsEntryReachesTheIsland) {
-    struct Case {
-        const char* file;
-        const char* event;
-        std::string input;
-        std::string out;
-        const char* line; ///< a line the island writes, where it writes one
-    };
-    const Case cases[] = {
-        {".claude/settings.json", "SessionStart", payload("claude-session-start.json"), "",
-         "agent session key=claude.8f3c2a1e"},
-        {".claude/settings.json", "PreToolUse", payload("claude-pre-tool-use.json"), "", "summary="},
-        {".claude/settings.json", "PermissionRequest", payload("claude-permission-request.json"), allowed,
-         nullptr},
-        {".gemini/settings.json", "BeforeTool", payload("gemini-before-tool.json"), "",
-         "agent session key=gemini.c2b9e6f4"},
-        {".cursor/hooks.json", "stop", payload("cursor-stop.json"), "", "agent session key=cursor.5e8a1c7d"},
-        {".cursor/hooks.json", "beforeSubmitPrompt",
-         R"({"conversation_id":"c1","hook_event_name":"beforeSubmitPrompt","prompt":"hi"})",
-         R"({"continue":true})", "agent session key=cursor.c1"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.event);
-        const auto result = entry(c.file, c.event, c.input);
+    for (const auto& row : brind::JSON::parse(readFixture("e2e/hook-entries.json"))) {
+        SCOPED_TRACE(row["event"]);
+        const auto result = entry(row["file"], row["event"], payload(row["payload"]));
         EXPECT_EQ(result.exitCode, 0) << result.err;
-        EXPECT_EQ(result.out, c.out) << result.err;
-        if (c.line) {
-            EXPECT_TRUE(island->waitForLine(c.line));
+        EXPECT_EQ(result.out, row["out"].get<std::string>()) << result.err;
+        if (row.contains("line")) {
+            EXPECT_TRUE(island->waitForLine(row["line"]));
         }
     }
 
@@ -222,32 +201,16 @@ TEST(HooksWithoutIsland, EveryWayOfWritingTheCommandLineIsReadAsBefore) {
     auto environment = home.environment();
     environment["VANTAQUILL_PORT"] = "1"; // nothing listens on port 1
     const std::string shell = payload("cursor-before-shell-execution.json");
-    struct Case {
-        std::vector<std::string> arguments;
-        int exitCode;
-        const char* out;
-        const char* err; ///< a part of stderr
-    };
-    const Case cases[] = {
-        {{"hook", "--agent", "cursor"}, 0, R"({"permission":"ask"})", ""},
-        {{"--port", "1", "hook", "--agent", "cursor"}, 0, R"({"permission":"ask"})", ""},
-        {{"--port=1", "hook", "--agent=cursor", "--event", "beforeShellExecution"},
-         0,
-         R"({"permission":"ask"})",
-         ""},
-        {{"--port", "1", "hook", "--event", "beforeShellExecution"}, 2, "", "--agent is required"},
-        {{"--port", "1", "hook", "--agent", "cursor", "--timeout", "3"}, 2, "", "--timeout"},
-        {{"--port", "0", "hook", "--agent", "cursor"}, 2, "", "--port"},
-        {{"--port", "1", "hook", "--agent", "cursor", "--help"}, 0, "", ""},
-    };
-    for (const auto& c : cases) {
-        const auto result = run(builtProgram("vantaquill"), c.arguments, environment, shell);
-        const std::string line = testing::PrintToString(c.arguments);
-        EXPECT_EQ(result.exitCode, c.exitCode) << line << result.err;
-        if (c.exitCode == 0 && *c.out) {
-            EXPECT_EQ(result.out, c.out) << line;
+    // Each row: the arguments, the exit code, the whole standard output where given and a part of
+    // standard error.
+    for (const auto& row : brind::JSON::parse(readFixture("e2e/hook-command-lines.json"))) {
+        const auto result = run(builtProgram("vantaquill"), row["arguments"].get<std::vector<std::string>>(),
+                                environment, shell);
+        EXPECT_EQ(result.exitCode, row["exit"].get<int>()) << row["arguments"] << result.err;
+        if (row.contains("out")) {
+            EXPECT_EQ(result.out, row["out"].get<std::string>()) << row["arguments"];
         }
-        EXPECT_NE(result.err.find(c.err), std::string::npos) << line << result.err;
+        EXPECT_TRUE(result.err.contains(row.value("err", ""))) << row["arguments"] << result.err;
     }
 
     // Agents pay the command's start-up on every tool use: the Unicode and crypto libraries were
