@@ -15,22 +15,18 @@ std::string fixture(const std::string& name) {
 
 } // namespace
 
-TEST(AgentCodexNotify, ChainsTheUsersProgramAndGivesItBack) {
+// Installing again and removing (which gives the user's program back) are proven on the real file
+// by tests/e2e HooksInstall.
+TEST(AgentCodexNotify, ChainsTheUsersProgram) {
     const std::string text = fixture("codex-config.toml");
     const auto installed = AgentCodexNotify::installed(text, ours);
     ASSERT_TRUE(installed.has_value()) << installed.error();
-    EXPECT_NE(installed->find("notify = [\"/home/me/.local/bin/vantaquill\", \"hook\", \"--agent\", \"codex\", \"--\", "
-                              "\"python3\", \"/home/me/.codex/notify.py\"]\n\n[mcp_servers.docs]"),
+    EXPECT_NE(installed->find(
+                  "notify = [\"/home/me/.local/bin/vantaquill\", \"hook\", \"--agent\", \"codex\", \"--\", "
+                  "\"python3\", \"/home/me/.codex/notify.py\"]\n\n[mcp_servers.docs]"),
               std::string::npos)
         << *installed;
     EXPECT_TRUE(installed->starts_with("# Codex configuration\nmodel = \"gpt-5-codex\"\n"));
-    // Installing again (an upgrade) keeps one chain, not two.
-    EXPECT_EQ(AgentCodexNotify::installed(*installed, ours), installed);
-    const auto removed = AgentCodexNotify::removed(*installed);
-    ASSERT_TRUE(removed.has_value());
-    const auto notify = AgentCodexNotify::find(*removed);
-    ASSERT_TRUE(notify && *notify);
-    EXPECT_EQ((*notify)->program, (std::vector<std::string>{"python3", "/home/me/.codex/notify.py"}));
 }
 
 TEST(AgentCodexNotify, AddsAndRemovesALineWhenThereWasNone) {

@@ -1,5 +1,5 @@
 #include "BrindKit/agents/AgentDecisionEncoder.hpp"
-#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/sdk/TestData.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,10 +10,8 @@ using D = AgentDecision;
 // What each agent reads from the answer printed for each decision, byte for byte (compact, keys in
 // order), or nothing where printing would change nothing or mislead the agent; notes say why.
 TEST(AgentDecisionEncoder, WritesEachAgentsAnswer) {
-    const auto text = AtomicFile::read(std::string(BRIND_TEST_DATA) + "/agents/decision-answers.json");
-    ASSERT_TRUE(text.has_value());
     const JSON answers = {{"questions", JSON::array()}, {"answers", {{"Which/where?", "src/a"}}}};
-    const JSON rows = JSON::parse(*text);
+    const JSON rows = brindtest::testTable("agents/decision-answers.json");
     ASSERT_EQ(rows.size(), 44u);
     for (const JSON& row : rows) {
         const std::string decision = row["decision"];
@@ -31,19 +29,6 @@ TEST(AgentDecisionEncoder, WritesEachAgentsAnswer) {
     }
 }
 
-TEST(AgentDecisionEncoder, FallsBackWithoutBlockingWhenTheAppIsAway) {
-    const auto fallback = [](AgentKind agent, std::string_view name) {
-        return AgentDecisionEncoder::unreachableFallback(agent, name);
-    };
-    EXPECT_EQ(fallback(AgentKind::cursor, "beforeShellExecution"), R"({"permission":"ask"})");
-    EXPECT_EQ(fallback(AgentKind::cursor, "beforeMCPExecution"), R"({"permission":"ask"})");
-    EXPECT_EQ(fallback(AgentKind::cursor, "beforeSubmitPrompt"), R"({"continue":true})");
-    EXPECT_EQ(fallback(AgentKind::cursor, "stop"), "");
-    for (const AgentKind agent :
-         {AgentKind::claudeCode, AgentKind::codex, AgentKind::gemini, AgentKind::generic})
-        EXPECT_EQ(fallback(agent, "beforeShellExecution"), "");
-}
-
 TEST(AgentDecision, ParsesLabelsIgnoringCase) {
     EXPECT_EQ(D::parse("Allow"), D::allow());
     EXPECT_EQ(D::parse("APPROVE"), D::allow());
@@ -59,26 +44,23 @@ TEST(AgentDecision, ParsesLabelsIgnoringCase) {
     EXPECT_EQ(D::none().label(), "none");
 }
 
-TEST(AgentDecisionEncoder, OffersOnlyAnswersThatChangeWhatTheAgentDoes) {
-    struct Case {
-        AgentKind agent;
-        const char* rawName;
-        AgentDecisionEncoder::Meaningful meaningful;
-    };
-    const Case cases[] = {
-        {AgentKind::claudeCode, "PermissionRequest", {true, true, false}},
-        {AgentKind::claudeCode, "PreToolUse", {true, true, true}},
-        {AgentKind::codex, "PermissionRequest", {true, true, false}},
-        // Gemini applies its own policy after an "allow": only a denial has an effect.
-        {AgentKind::gemini, "BeforeTool", {false, true, false}},
-        {AgentKind::gemini, "AfterTool", {false, false, false}},
-        {AgentKind::cursor, "beforeShellExecution", {true, true, true}},
-        {AgentKind::cursor, "stop", {false, false, false}},
-    };
-    for (const Case& c : cases) {
+// Offers only answers that change what the agent does, and falls back without blocking when the
+// application is away.
+TEST(AgentDecisionEncoder, OffersMeaningfulAnswersAndFallsBackWhenTheAppIsAway) {
+    for (const JSON& row : brindtest::testTable("agents/decision-meaning.json")) {
+        SCOPED_TRACE(row.dump());
         AgentHookEvent event;
-        event.agent = c.agent;
-        event.rawName = c.rawName;
-        EXPECT_EQ(AgentDecisionEncoder::meaningful(event), c.meaningful) << c.rawName;
+        event.agent = agentKindNamed(row["agent"].get<std::string>()).value();
+        event.rawName = row["event"];
+        if (row.contains("meaningful")) {
+            const JSON& m = row["meaningful"];
+            EXPECT_EQ(
+                AgentDecisionEncoder::meaningful(event),
+                (AgentDecisionEncoder::Meaningful{m[0].get<bool>(), m[1].get<bool>(), m[2].get<bool>()}));
+        }
+        if (row.contains("unreachable")) {
+            EXPECT_EQ(AgentDecisionEncoder::unreachableFallback(event.agent, event.rawName),
+                      row["unreachable"]);
+        }
     }
 }

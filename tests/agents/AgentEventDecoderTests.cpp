@@ -1,5 +1,5 @@
 #include "BrindKit/agents/AgentEventDecoder.hpp"
-#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/sdk/TestData.hpp"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -12,12 +12,6 @@ using K = AgentEventKind;
 
 const Date now{1'760'000'000};
 const std::string ellipsis = "\xE2\x80\xA6";
-
-std::string fixture(const std::string& name) {
-    const auto text = AtomicFile::read(std::string(BRIND_TEST_DATA) + "/agents/" + name);
-    EXPECT_TRUE(text.has_value()) << name;
-    return text.value_or("");
-}
 
 AgentHookEvent decoded(AgentKind agent, std::string_view body,
                        std::optional<std::string_view> eventName = {}) {
@@ -65,11 +59,12 @@ std::string repeated(std::string_view unit, int count) {
 // sessions, values of the wrong type, the shapes given to Cursor's calls, the generic form), each
 // with the event it must give and a note where the reason is not plain.
 TEST(AgentEventDecoder, DecodesEveryAgentsPayloads) {
-    const JSON cases = JSON::parse(fixture("decoded-events.json"));
+    const JSON cases = JSON::parse(brindtest::testData("agents/decoded-events.json"));
     ASSERT_EQ(cases.size(), 36u);
     for (const JSON& c : cases) {
         const std::string body =
-            c.contains("payload") ? fixture("payloads/" + c["payload"].get<std::string>()) : c["body"].dump();
+            c.contains("payload") ? brindtest::testData("agents/payloads/" + c["payload"].get<std::string>())
+                                  : c["body"].dump();
         const auto given = c.contains("name") ? std::optional(c["name"].get<std::string>()) : std::nullopt;
         const auto result =
             AgentEventDecoder::decode(agentKindNamed(c["as"].get<std::string>()).value(), given, body, now);
@@ -79,39 +74,11 @@ TEST(AgentEventDecoder, DecodesEveryAgentsPayloads) {
 }
 
 TEST(AgentEventDecoder, MapsEventNamesToKinds) {
-    using enum AgentEventKind;
-    const auto expect = [](AgentKind agent,
-                           std::initializer_list<std::pair<const char*, AgentEventKind>> names) {
-        const std::string key = agent == AgentKind::codex     ? "type"
-                                : agent == AgentKind::generic ? "event"
-                                                              : "hook_event_name";
-        for (const auto& [name, kind] : names)
-            EXPECT_EQ(decoded(agent, "{\"" + key + "\":\"" + name + "\"}").kind, kind)
-                << brind::name(agent) << " " << name;
-    };
-    const AgentKind C = AgentKind::claudeCode, X = AgentKind::codex, G = AgentKind::gemini,
-                    U = AgentKind::cursor, N = AgentKind::generic;
-    expect(C, {{"SessionEnd", sessionEnd}, {"PostToolUse", postTool}, {"SubagentStop", subagentStop}});
-    // Names from newer agents decode (as unknown, or status in the generic form) rather than fail.
-    expect(C, {{"PreCompact", unknown}});
-    expect(X, {{"exec-approval-request", needsInput}, {"turn-aborted", notification}});
-    expect(G, {{"SessionStart", sessionStart}, {"SessionEnd", sessionEnd}, {"BeforeAgent", prompt}});
-    expect(G, {{"AfterTool", postTool}, {"Notification", notification}, {"BeforeModel", unknown}});
-    expect(U, {{"sessionStart", sessionStart}, {"sessionEnd", sessionEnd}, {"beforeSubmitPrompt", prompt}});
-    expect(U, {{"afterShellExecution", postTool}, {"preToolUse", preTool}, {"postToolUse", postTool}});
-    expect(U, {{"subagentStop", subagentStop}, {"beforeReadFile", unknown}});
-    expect(N, {{"start", sessionStart}, {"tool", preTool}, {"ask", needsInput}, {"stop", stop}});
-    expect(N, {{"approve", permissionRequest}, {"end", sessionEnd}, {"something-new", status}});
-
-    // Claude's notifications: the type decides, else the wording of the message.
-    const auto claudeNotification = [](std::string_view more) {
-        return decoded(C, R"({"hook_event_name":"Notification",)" + std::string(more) + "}").kind;
-    };
-    EXPECT_EQ(claudeNotification(R"("message":"Build done")"), notification);
-    EXPECT_EQ(claudeNotification(R"("message":"Claude is WAITING For Your Input")"), needsInput);
-    EXPECT_EQ(claudeNotification(R"("notification_type":"elicitation_url_dialog")"), needsInput);
-    EXPECT_EQ(claudeNotification(R"("notification_type":"auth_success","message":"waiting for your input")"),
-              notification);
+    for (const JSON& row : brindtest::testTable("agents/event-kinds.json"))
+        EXPECT_EQ(
+            name(decoded(agentKindNamed(row["as"].get<std::string>()).value(), row["body"].dump()).kind),
+            row["kind"].get<std::string>())
+            << row["body"].dump();
 }
 
 TEST(AgentEventDecoder, FailsOnlyOnBadBodiesAndMissingEventNames) {
@@ -132,33 +99,15 @@ TEST(AgentEventDecoder, FailsOnlyOnBadBodiesAndMissingEventNames) {
 // The hook forwarder picks its fallback answer by this name alone; it must be the name `decode`
 // gives the event (nothing where `decode` finds none).
 TEST(AgentEventDecoder, EventNameIsTheNameDecodeGives) {
-    struct Case {
-        AgentKind agent;
-        std::optional<std::string_view> given;
-        const char* body;
-        std::optional<std::string> name;
-    };
-    const Case cases[] = {
-        {AgentKind::cursor, "stop", R"({"hook_event_name":"beforeShellExecution"})", "beforeShellExecution"},
-        {AgentKind::cursor, "beforeMCPExecution", "{}", "beforeMCPExecution"},
-        {AgentKind::claudeCode, std::nullopt, "{}", std::nullopt},
-        {AgentKind::codex, "approval-requested", "{}", "agent-turn-complete"},
-        {AgentKind::codex, std::nullopt, R"({"type":"exec-approval-request"})", "exec-approval-request"},
-        {AgentKind::generic, "stop", "{}", std::nullopt},
-        {AgentKind::generic, "stop", R"({"event":"tool"})", "tool"},
-        // Not an object: no event for any agent, although Codex's notify has a default name.
-        {AgentKind::codex, std::nullopt, "not json", std::nullopt},
-        {AgentKind::codex, std::nullopt, R"(["agent-turn-complete"])", std::nullopt},
-        {AgentKind::generic, "stop", "[1]", std::nullopt},
-        {AgentKind::codex, "Stop", R"({"hook_event_name":"PermissionRequest","type":"x"})",
-         "PermissionRequest"},
-    };
-    for (const Case& c : cases) {
-        const auto result = AgentEventDecoder::decode(c.agent, c.given, c.body, now);
-        EXPECT_EQ(result ? std::optional(result->rawName) : std::nullopt, c.name)
-            << name(c.agent) << " " << c.body;
-        EXPECT_EQ(AgentEventDecoder::eventName(c.agent, c.given, c.body), c.name)
-            << name(c.agent) << " " << c.body;
+    for (const JSON& row : brindtest::testTable("agents/event-names.json")) {
+        SCOPED_TRACE(row.dump());
+        const AgentKind agent = agentKindNamed(row["as"].get<std::string>()).value();
+        const auto given = brindtest::optionalText(row["given"]);
+        const std::string body = row["body"];
+        const auto result = AgentEventDecoder::decode(agent, given, body, now);
+        EXPECT_EQ(result ? std::optional(result->rawName) : std::nullopt,
+                  brindtest::optionalText(row["name"]));
+        EXPECT_EQ(AgentEventDecoder::eventName(agent, given, body), brindtest::optionalText(row["name"]));
     }
 }
 

@@ -17,9 +17,9 @@ std::string text(const std::string& name) {
 
 // Each agent's file as people have it, with our entries installed: the whole result is compared
 // with the file as it must be written (the agent's own shape, other tools' hooks kept in their
-// order, an older entry of ours replaced where it stood). Installing again changes nothing, and
-// removing gives back the original.
-TEST(AgentHookEntries, InstallsEachAgentsShapeOnceAndRemovesOnlyOurs) {
+// order, an older entry of ours replaced where it stood). That installing again changes nothing and
+// removing gives back the original bytes is proven on the real files by tests/e2e HooksInstall.
+TEST(AgentHookEntries, InstallsEachAgentsShapeAndFindsOurEntries) {
     const struct {
         const char* from;
         AgentHookFile file;
@@ -42,15 +42,10 @@ TEST(AgentHookEntries, InstallsEachAgentsShapeOnceAndRemovesOnlyOurs) {
         const auto once = AgentHookEntries::installed(*original, c.file, with);
         ASSERT_TRUE(once.has_value()) << once.error();
         EXPECT_EQ(once->serialized(2), text(c.expected));
-        EXPECT_EQ(AgentHookEntries::installed(*once, c.file, with), once);
         const auto found = AgentHookEntries::found(*once, c.file);
         EXPECT_EQ(found.events.size(), AgentHookEntries::events(c.file).size());
         EXPECT_EQ(found.programs, c.httpPort ? std::vector<std::string>{} : std::vector{target.executable});
         EXPECT_EQ(found.http, c.httpPort.has_value());
-        // Removing after an upgrade takes the older entry of ours too, so it cannot give that file back.
-        if (std::string_view(c.expected) != "claude-upgrade.installed.json") {
-            EXPECT_EQ(AgentHookEntries::removed(*once, c.file), *original);
-        }
     }
 }
 

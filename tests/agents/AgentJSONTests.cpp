@@ -1,5 +1,5 @@
 #include "BrindKit/agents/AgentJSON.hpp"
-#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/sdk/TestData.hpp"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -7,12 +7,6 @@
 using namespace brind;
 
 namespace {
-
-std::string fixture(const char* name) {
-    const auto text = AtomicFile::read(std::string(BRIND_TEST_DATA) + "/agents/" + name);
-    EXPECT_TRUE(text.has_value()) << name;
-    return text.value_or("");
-}
 
 AgentJSON parsed(std::string_view text) {
     auto value = AgentJSON::parse(text);
@@ -27,7 +21,7 @@ using Kind = AgentJSON::ParseError::Kind;
 // The layout fixture holds nested containers, empty ones, escapes, null and numbers in several
 // spellings, so this one comparison pins the writer's whole two-space layout.
 TEST(AgentJSON, DocumentInOurLayoutRoundTripsByteForByte) {
-    const std::string text = fixture("settings-layout.json");
+    const std::string text = brindtest::testData("agents/settings-layout.json");
     const AgentJSON value = parsed(text);
     EXPECT_EQ(value.serialized(2), text);
     EXPECT_EQ(parsed(value.serialized(2)).serialized(2), text);
@@ -36,7 +30,7 @@ TEST(AgentJSON, DocumentInOurLayoutRoundTripsByteForByte) {
 TEST(AgentJSON, ReadsCommentsTrailingCommasAndRepeatedKeys) {
     // The repeated "model" keeps its first position and takes the later value.
     EXPECT_EQ(
-        parsed(fixture("settings-commented.jsonc")),
+        parsed(brindtest::testData("agents/settings-commented.jsonc")),
         parsed(
             R"({"model":"opus","env":{"A":"1","B":"2"},)"
             R"("hooks":{"Stop":[{"hooks":[{"type":"command","command":"notify-send done"}]}]},"ratio":0.10})"));
@@ -47,41 +41,15 @@ TEST(AgentJSON, ReadsCommentsTrailingCommasAndRepeatedKeys) {
 }
 
 TEST(AgentJSON, ReportsErrorKindAndOffset) {
-    struct Case {
-        const char* text;
-        Kind kind;
-        std::size_t offset;
-    };
-    const Case cases[] = {{"  \n\t // only a comment", Kind::empty, 0},
-
-                          {"/* unclosed", Kind::empty, 0},
-                          {"{} x", Kind::trailing, 3},
-
-                          {"01", Kind::trailing, 1},
-                          {"[1,,2]", Kind::unexpected, 3},
-                          {"[1,2,,]", Kind::unexpected, 5},
-                          {"{\"a\" 1}", Kind::unexpected, 5},
-                          {"{a:1}", Kind::unexpected, 1},
-                          {"{\"a\":1 \"b\":2}", Kind::unexpected, 7},
-                          {"[1 2]", Kind::unexpected, 3},
-                          {"[", Kind::unexpected, 1},
-
-                          {"\"open", Kind::unexpected, 5},
-                          {"\"bad \\q\"", Kind::unexpected, 6},
-                          {"\"\\u12G4\"", Kind::unexpected, 5},
-                          {"\"tab\there\"", Kind::unexpected, 4},
-                          {"tru", Kind::unexpected, 3},
-                          {"nul!", Kind::unexpected, 3},
-                          {"-", Kind::unexpected, 1},
-                          {"1.", Kind::unexpected, 2},
-                          {"1e+", Kind::unexpected, 3},
-                          {"+1", Kind::unexpected, 0},
-
-                          {"/", Kind::unexpected, 0}};
-    for (const Case& c : cases) {
-        const auto result = AgentJSON::parse(c.text);
-        ASSERT_FALSE(result.has_value()) << c.text;
-        EXPECT_EQ(result.error(), (AgentJSON::ParseError{c.kind, c.offset})) << c.text;
+    const std::map<std::string, Kind> kinds = {
+        {"empty", Kind::empty}, {"trailing", Kind::trailing}, {"unexpected", Kind::unexpected}};
+    for (const JSON& row : brindtest::testTable("agents/json-errors.json")) {
+        const std::string text = row["text"];
+        const auto result = AgentJSON::parse(text);
+        ASSERT_FALSE(result.has_value()) << text;
+        EXPECT_EQ(result.error(), (AgentJSON::ParseError{kinds.at(row["kind"].get<std::string>()),
+                                                         row["offset"].get<std::size_t>()}))
+            << text;
     }
 }
 

@@ -46,47 +46,40 @@ AgentSessionTracker trackerWith(S status) {
 
 } // namespace
 
-TEST(AgentSessionTracker, FirstEventCreatesTheSessionAndReportsStarted) {
+// The first event creates the session and reports it started; later events keep what it carried
+// until they carry something else.
+TEST(AgentSessionTracker, FirstEventCreatesTheSessionAndLaterOnesKeepItsFields) {
     AgentSessionTracker tracker;
     AgentHookEvent first = event(K::status, 0);
     first.cwd = "/home/ada/src/lighthouse";
+    first.title = "nightly";
+    first.model = "opus";
+    first.terminal = "kitty";
+    first.terminalInfo = AgentTerminalInfo{"/dev/pts/1", "/tmp/tmux-1000/default", {}, {}};
     EXPECT_EQ(tracker.apply(first), (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}}));
+    EXPECT_EQ(session(tracker).status, S::working);
+    EXPECT_EQ(session(tracker).startedAt, t0);
+    EXPECT_EQ(session(tracker).turnStartedAt, t0);
+
+    AgentHookEvent second = event(K::status, 5);
+    second.cwd = "";
+    second.terminal = "";
+    second.terminalInfo = AgentTerminalInfo{{}, {}, "%4", {}};
+    EXPECT_TRUE(tracker.apply(second).empty());
     const AgentSession& s = session(tracker);
-    EXPECT_EQ(s.status, S::working);
-    EXPECT_EQ(s.project, "lighthouse");
     EXPECT_EQ(s.cwd, "/home/ada/src/lighthouse");
-    EXPECT_EQ(s.startedAt, t0);
-    EXPECT_EQ(s.turnStartedAt, t0);
+    EXPECT_EQ(s.project, "lighthouse");
+    EXPECT_EQ(s.title, "nightly");
+    EXPECT_EQ(s.model, "opus");
+    EXPECT_EQ(s.terminal, "kitty");
+    EXPECT_EQ(s.terminalInfo, (AgentTerminalInfo{"/dev/pts/1", "/tmp/tmux-1000/default", "%4", {}}));
+    EXPECT_EQ(s.lastEventAt, t0 + 5);
 
     // Same identifier, other agent: a second session.
     EXPECT_EQ(tracker.apply(event(K::prompt, 1, "abc", AgentKind::codex)),
               (std::vector<AgentSessionChange>{{Change::started, "codex.abc"}}));
     EXPECT_EQ(tracker.sessions.size(), 2u);
     EXPECT_EQ(session(tracker, "codex.abc").project, "Codex CLI");
-}
-
-TEST(AgentSessionTracker, KeepsCarriedFieldsUntilReplaced) {
-    AgentSessionTracker tracker;
-    AgentHookEvent first = event(K::status, 0);
-    first.cwd = "/a/one";
-    first.title = "nightly";
-    first.model = "opus";
-    first.terminal = "kitty";
-    first.terminalInfo = AgentTerminalInfo{"/dev/pts/1", "/tmp/tmux-1000/default", {}, {}};
-    tracker.apply(first);
-    AgentHookEvent second = event(K::status, 5);
-    second.cwd = "";
-    second.terminal = "";
-    second.terminalInfo = AgentTerminalInfo{{}, {}, "%4", {}};
-    tracker.apply(second);
-    const AgentSession& s = session(tracker);
-    EXPECT_EQ(s.cwd, "/a/one");
-    EXPECT_EQ(s.project, "one");
-    EXPECT_EQ(s.title, "nightly");
-    EXPECT_EQ(s.model, "opus");
-    EXPECT_EQ(s.terminal, "kitty");
-    EXPECT_EQ(s.terminalInfo, (AgentTerminalInfo{"/dev/pts/1", "/tmp/tmux-1000/default", "%4", {}}));
-    EXPECT_EQ(s.lastEventAt, t0 + 5);
 }
 
 TEST(AgentSessionTracker, FollowsTheTransitionTable) {
@@ -209,7 +202,8 @@ TEST(AgentSessionTracker, SessionEndRemovesTheSession) {
 
     // A resumed conversation keeps its id: a new prompt after the end starts it afresh.
     tracker.apply(event(K::sessionEnd, 6));
-    EXPECT_EQ(tracker.apply(event(K::prompt, 7)), (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}}));
+    EXPECT_EQ(tracker.apply(event(K::prompt, 7)),
+              (std::vector<AgentSessionChange>{{Change::started, "claude.abc"}}));
     EXPECT_EQ(session(tracker).status, S::working);
     tracker.apply(event(K::notification, 8));
     EXPECT_EQ(tracker.sessions.size(), 1u);

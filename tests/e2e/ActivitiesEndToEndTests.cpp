@@ -1,10 +1,9 @@
 #include "tests/e2e/E2EFixture.hpp"
 
 #include <algorithm>
+#include <poll.h>
 #include <sstream>
 #include <string>
-
-#include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -13,27 +12,19 @@ using namespace vq::e2e;
 namespace {
 
 class Activities : public IslandTest {};
+class Guard : public IslandTest {};
 
-// The test's home has none of the desktop's services, which the providers say once each; every other
-// line on standard error is a complaint.
+// The test's home has none of the desktop's services, which the providers say once each (the lines
+// of degraded-services.txt); every other line on standard error is a complaint.
 std::string complaints(const std::string& errors) {
-    const char* const expected[] = {"no session bus",
-                                    "no sound server",
-                                    "no backlight",
-                                    "no keyboard light",
-                                    "no battery peeks",
-                                    "network peeks follow the kernel",
-                                    "no download folder",
-                                    "no system bus",
-                                    "no BlueZ",
-                                    "do not disturb is not followed",
-                                    "hide while the screen is shared",
-                                    "the lock screen is followed only"};
+    std::vector<std::string> expected;
+    std::istringstream said(readFixture("e2e/degraded-services.txt"));
+    for (std::string line; std::getline(said, line);)
+        expected.push_back(line);
     std::string rest;
     std::istringstream lines(errors);
     for (std::string line; std::getline(lines, line);) {
-        if (std::ranges::none_of(expected,
-                                 [&](const char* text) { return line.find(text) != std::string::npos; }))
+        if (std::ranges::none_of(expected, [&](const std::string& text) { return line.contains(text); }))
             rest += line + "\n";
     }
     return rest;
@@ -137,7 +128,34 @@ TEST_F(Activities, EventStreamHearsHelloThenActionPresses) {
 
     // A press typed on the headless console stands in for a click on the island.
     ASSERT_TRUE(island->sendInput("press sdk.cli.upload cancel\n"));
-    EXPECT_TRUE(readUntil("event: action\ndata: {\"action\":\"cancel\",\"activity\":\"upload\",\"id\":\"sdk.cli.upload\"}\n\n"))
+    EXPECT_TRUE(readUntil(
+        "event: action\ndata: {\"action\":\"cancel\",\"activity\":\"upload\",\"id\":\"sdk.cli.upload\"}\n\n"))
         << received;
     ::close(descriptor);
+}
+
+TEST_F(Guard, StatusNeedsNoTokenAndHeadlessNobodyCanAllowANewClient) {
+    const auto status = command({"status"});
+    EXPECT_EQ(status.exitCode, 0);
+    EXPECT_EQ(status.out, "vantaquill 1.0 listening on 127.0.0.1:" + std::to_string(island->port()) + "\n");
+    // The status reports how the island is shown, and keeps doing so after the preferences are applied.
+    EXPECT_NE(bodyOf(request("GET", "/v1/status")).find(R"("surface":{"kind":"headless")"),
+              std::string::npos);
+
+    const auto registration = request("POST", "/v1/register", "Content-Type: application/json\r\n",
+                                      R"({"app":"lumetta","name":"Lumetta","scopes":["hud"]})");
+    EXPECT_EQ(statusOf(registration), 403);
+    EXPECT_EQ(bodyOf(registration), R"({"error":"denied","message":"The user didn't allow this app."})");
+    EXPECT_TRUE(island->waitForLine("consent denied app=lumetta"));
+}
+
+TEST(StartFailure, PortInUseIsReportedAndExitsNonZero) {
+    TemporaryHome home;
+    IslandProcess first(home);
+    ASSERT_NE(first.port(), 0);
+    const auto second = run(builtProgram("vantaquill-island"),
+                            {"--headless", "--port", std::to_string(first.port())}, home.environment());
+    EXPECT_NE(second.exitCode, 0);
+    EXPECT_NE(second.err.find(std::to_string(first.port()) + " is in use by another app."), std::string::npos)
+        << second.err;
 }

@@ -1,51 +1,149 @@
-#include "tests/e2e/HooksFixture.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/foundation/JSON.hpp"
+#include "tests/e2e/E2EFixture.hpp"
+
+#include <thread>
+#include <unistd.h>
 
 using namespace vq::e2e;
+namespace fs = std::filesystem;
 
 namespace {
 
-class Hooks : public HooksIsland {
-protected:
-    CommandResult hook(const std::string& agent, const std::string& payload, const std::string& event = {}) const {
-        std::vector<std::string> arguments = {"hook", "--agent", agent};
-        if (!event.empty()) {
-            arguments.push_back("--event");
-            arguments.push_back(event);
-        }
-        return command(arguments, readFixture("agents/payloads/" + payload));
+std::string contents(const fs::path& path) {
+    return brind::AtomicFile::read(path).value_or("");
+}
+
+void place(const fs::path& path, const std::optional<std::string>& text) {
+    fs::create_directories(path.parent_path());
+    if (text)
+        std::ofstream(path, std::ios::binary) << *text;
+}
+
+std::string payload(const std::string& name) {
+    return readFixture("agents/payloads/" + name);
+}
+
+// The four agents' files, relative to the home folder.
+const char* const agentFiles[] = {".claude/settings.json", ".gemini/settings.json", ".cursor/hooks.json",
+                                  ".codex/config.toml", ".codex/hooks.json"};
+
+using Snapshot = std::map<std::string, std::string>;
+
+// Every file under the home folder except the command we copy there, with its bytes.
+Snapshot snapshot(const fs::path& home) {
+    Snapshot result;
+    for (const auto& entry : fs::recursive_directory_iterator(home)) {
+        if (entry.is_regular_file() && entry.path().string().find("/.local/") == std::string::npos)
+            result[fs::relative(entry.path(), home).string()] = contents(entry.path());
+    }
+    return result;
+}
+
+CommandResult vantaquill(const TemporaryHome& home, const std::vector<std::string>& arguments) {
+    return run(builtProgram("vantaquill"), arguments, home.environment());
+}
+
+const std::string allowed =
+    R"({"hookSpecificOutput":{"decision":{"behavior":"allow"},"hookEventName":"PermissionRequest"}})";
+
+// A running island whose home has every agent's hooks installed. A standing rule lets Claude Code
+// write files in the project without asking; approvals time out after two seconds so that a request
+// nobody answers comes back quickly.
+class Hooks : public IslandTest {
+  protected:
+    std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=2"}; }
+    std::vector<std::pair<std::string, std::string>> dataFiles() const override {
+        return {{"agent-rules.json",
+                 R"({"rules":[{"agent":"claude-code","project":"/home/ada/src/lighthouse",)"
+                 R"("tool":"Write","createdAt":0}]})"}};
+    }
+
+    void SetUp() override {
+        IslandTest::SetUp();
+        for (const char* folder : {".claude", ".gemini", ".cursor", ".codex"})
+            fs::create_directories(home.path() / folder);
+        const auto installed = vantaquill(home, {"hooks", "install"});
+        ASSERT_EQ(installed.exitCode, 0) << installed.err;
+    }
+
+    // Runs the command line installed in `file` for `event` through the shell, as the agents do,
+    // with the payload on standard input.
+    CommandResult entry(const std::string& file, const std::string& event, const std::string& input) const {
+        const auto root = brind::JSONText::parse(contents(home.path() / file));
+        EXPECT_TRUE(root.has_value()) << file;
+        const brind::JSON& last = (*root)["hooks"][event].back();
+        const std::string commandLine =
+            last.contains("command") ? last["command"] : last["hooks"].back()["command"];
+        auto environment = home.environment();
+        environment["VANTAQUILL_PORT"] = std::to_string(island->port());
+        return run("/bin/sh", {"-c", commandLine}, environment, input);
+    }
+
+    // Answers the next approval the island holds from its console (allow, deny, ask, or always for
+    // "Always allow"); the "approval waiting" line, or "" when none came.
+    std::string answerNextRequest(const std::string& decision) {
+        const auto waiting = island->waitForLine("approval waiting id=", std::chrono::seconds(5));
+        if (!waiting)
+            return {};
+        const auto at = waiting->find("id=") + 3;
+        const std::string id = waiting->substr(at, waiting->find(' ', at) - at);
+        island->sendInput(decision == "always" ? "always " + id + "\n"
+                                               : "answer " + id + " " + decision + "\n");
+        return *waiting;
     }
 };
 
 } // namespace
 
-TEST_F(Hooks, EventsWithoutADecisionAreAnsweredAtOnceWithNothing) {
-    struct Case {
-        const char* agent;
-        const char* payload;
-        const char* sessionLine;
-    };
-    const Case cases[] = {
-        {"claude-code", "claude-session-start.json", "agent session key=claude.8f3c2a1e"},
-        {"claude-code", "claude-pre-tool-use.json", "summary="},
-        {"gemini", "gemini-before-tool.json", "agent session key=gemini.c2b9e6f4"},
-        {"codex", "codex-agent-turn-complete.json", "agent session key=codex."},
-        {"cursor", "cursor-stop.json", "agent session key=cursor.5e8a1c7d"},
-    };
-    for (const auto& c : cases) {
-        const auto result = hook(c.agent, c.payload);
-        EXPECT_EQ(result.exitCode, 0) << c.payload << result.err;
-        EXPECT_EQ(result.out, "") << c.payload;
-        EXPECT_TRUE(island->waitForLine(c.sessionLine)) << c.payload;
+// Each agent's installed entry reaches the island. Events that want no decision are answered at
+// once with nothing or the agent's own "go on".
+TEST_F(Hooks, EveryAgentsEntryReachesTheIsland) {
+    for (const auto& row : brind::JSON::parse(readFixture("e2e/hook-entries.json"))) {
+        SCOPED_TRACE(row["event"]);
+        const auto result = entry(row["file"], row["event"], payload(row["payload"]));
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+        EXPECT_EQ(result.out, row["out"].get<std::string>()) << result.err;
+        if (row.contains("line")) {
+            EXPECT_TRUE(island->waitForLine(row["line"]));
+        }
     }
+
+    // Codex's notify passes the payload as the last argument, after the program written in config.toml.
+    const std::string toml = contents(home.path() / ".codex/config.toml");
+    const auto program =
+        brind::JSONText::parse(toml.substr(toml.find('['), toml.find(']') - toml.find('[') + 1));
+    ASSERT_TRUE(program.has_value()) << toml;
+    std::vector<std::string> arguments = program->get<std::vector<std::string>>();
+    const std::string executable = arguments.front();
+    arguments.erase(arguments.begin());
+    arguments.push_back(payload("codex-agent-turn-complete.json"));
+    auto environment = home.environment();
+    environment["VANTAQUILL_PORT"] = std::to_string(island->port());
+    EXPECT_EQ(run(executable, arguments, environment).exitCode, 0);
+    EXPECT_TRUE(island->waitForLine("agent session key=codex."));
 }
 
-TEST_F(Hooks, UnansweredRequestTimesOutToTheAgentsOwnPrompt) {
-    const auto result = hook("cursor", "cursor-before-shell-execution.json");
-    EXPECT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, R"({"permission":"ask"})");
-    const auto waiting = island->waitForLine("approval waiting id=");
-    ASSERT_TRUE(waiting);
-    EXPECT_NE(waiting->find("summary=\"pnpm install --frozen-lockfile\""), std::string::npos);
+TEST_F(Hooks, CodexPermissionRequestIsAnsweredFromTheIsland) {
+    const std::string request = payload("codex-permission-request.json");
+    const std::pair<const char*, std::string> cases[] = {
+        {"allow", allowed},
+        {"deny",
+         R"({"hookSpecificOutput":{"decision":{"behavior":"deny","message":"Denied from the vantaquill )"
+         R"(island."},"hookEventName":"PermissionRequest"}})"},
+    };
+    for (const auto& [decision, expected] : cases) {
+        std::string waiting;
+        std::thread answerer([&, decision = decision] { waiting = answerNextRequest(decision); });
+        const auto result = entry(".codex/hooks.json", "PermissionRequest", request);
+        answerer.join();
+        EXPECT_NE(waiting.find("agent=codex"), std::string::npos) << waiting;
+        EXPECT_EQ(result.out, expected) << decision << result.err;
+    }
+    // Nobody answers: Codex hears nothing and shows its own prompt.
+    const auto timedOut = entry(".codex/hooks.json", "PermissionRequest", request);
+    EXPECT_EQ(timedOut.exitCode, 0);
+    EXPECT_EQ(timedOut.out, "");
     EXPECT_TRUE(island->waitForLine("approval closed id="));
 }
 
@@ -59,25 +157,42 @@ TEST_F(Hooks, ConsoleAnswerReachesTheWaitingAgent) {
 }
 
 TEST_F(Hooks, AlwaysAllowOnTheConsoleAnswersTheNextRequestLikeItUnasked) {
-    std::thread answerer([this] { answerNextRequest("always"); });
-    const auto first = hook("cursor", "cursor-before-shell-execution.json");
+    const std::string shell = payload("cursor-before-shell-execution.json");
+    std::string waiting;
+    std::thread answerer([&] { waiting = answerNextRequest("always"); });
+    const auto first = entry(".cursor/hooks.json", "beforeShellExecution", shell);
     answerer.join();
+    EXPECT_NE(waiting.find("summary=\"pnpm install --frozen-lockfile\""), std::string::npos) << waiting;
     EXPECT_EQ(first.out, R"({"permission":"allow"})") << first.err;
     // Unanswered, the second call would wait out the time-out and hear "ask".
-    const auto second = hook("cursor", "cursor-before-shell-execution.json");
+    const auto second = entry(".cursor/hooks.json", "beforeShellExecution", shell);
     EXPECT_EQ(second.out, R"({"permission":"allow"})") << second.err;
-    std::ifstream rules(dataFolder() / "agent-rules.json");
-    const std::string written{std::istreambuf_iterator<char>(rules), {}};
-    EXPECT_NE(written.find(R"("commandPrefix": "pnpm install")"), std::string::npos) << written;
+    EXPECT_NE(contents(dataFolder() / "agent-rules.json").find(R"("commandPrefix": "pnpm install")"),
+              std::string::npos);
 }
 
-TEST_F(Hooks, BadHookCallsAreRefused) {
-    const auto badAgent = authorized("POST", "/v1/agents/hook?agent=emacs", "{}");
-    EXPECT_EQ(statusOf(badAgent), 400);
-    EXPECT_EQ(bodyOf(badAgent),
-              R"({"error":"bad_agent","message":"agent: claude-code, codex, gemini, cursor."})");
-    const auto noToken = request("POST", "/v1/agents/hook?agent=claude-code", "Content-Type: application/json\r\n", "{}");
-    EXPECT_EQ(statusOf(noToken), 401);
+TEST_F(Hooks, ClaudeCodeHTTPEntryPostsStraightToTheIsland) {
+    const auto installed = command({"hooks", "install", "--agent", "claude-code", "--http"});
+    ASSERT_EQ(installed.exitCode, 0) << installed.err;
+    const auto root = brind::JSONText::parse(contents(home.path() / ".claude/settings.json"));
+    ASSERT_TRUE(root.has_value());
+    const brind::JSON& hook = (*root)["hooks"]["PermissionRequest"].back()["hooks"].back();
+    ASSERT_EQ(hook["type"], "http");
+    const std::string url = hook["url"].get<std::string>();
+    const std::string prefix = "http://127.0.0.1:" + std::to_string(island->port());
+    ASSERT_TRUE(url.starts_with(prefix)) << url;
+    EXPECT_EQ(hook["headers"]["x-vantaquill-hook"], "$VANTAQUILL_HOOK_TOKEN");
+    // Claude Code puts the variable's value in the header and posts the payload as JSON.
+    std::string token = contents(dataFolder() / "hook-token");
+    token.erase(token.find_last_not_of(" \n") + 1);
+    const auto reply = request("POST", url.substr(prefix.size()),
+                               "x-vantaquill-hook: " + token + "\r\nContent-Type: application/json\r\n",
+                               payload("claude-permission-request.json"));
+    EXPECT_EQ(statusOf(reply), 200) << reply;
+    EXPECT_EQ(bodyOf(reply), allowed);
+    // Back to the command entries: the HTTP ones are recognised as ours and replaced in place.
+    ASSERT_EQ(command({"hooks", "install", "--agent", "claude-code"}).exitCode, 0);
+    EXPECT_EQ(contents(home.path() / ".claude/settings.json").find("\"http\""), std::string::npos);
 }
 
 // Without the island the agent is sent at once to its own prompt.
@@ -85,48 +200,134 @@ TEST(HooksWithoutIsland, EveryWayOfWritingTheCommandLineIsReadAsBefore) {
     TemporaryHome home;
     auto environment = home.environment();
     environment["VANTAQUILL_PORT"] = "1"; // nothing listens on port 1
-    const std::string payload = readFixture("agents/payloads/cursor-before-shell-execution.json");
-    struct Case {
-        std::vector<std::string> arguments;
-        int exitCode;
-        const char* out;
-        const char* err; ///< a part of stderr
-    };
-    const Case cases[] = {
-        {{"hook", "--agent", "cursor"}, 0, R"({"permission":"ask"})", ""},
-        {{"--port", "1", "hook", "--agent", "cursor"}, 0, R"({"permission":"ask"})", ""},
-        {{"--port=1", "hook", "--agent=cursor", "--event", "beforeShellExecution"},
-         0,
-         R"({"permission":"ask"})",
-         ""},
-        {{"--port", "1", "hook", "--event", "beforeShellExecution"}, 2, "", "--agent is required"},
-        {{"--port", "1", "hook", "--agent", "cursor", "--timeout", "3"}, 2, "", "--timeout"},
-        {{"--port", "0", "hook", "--agent", "cursor"}, 2, "", "--port"},
-        {{"--port", "1", "hook", "--agent", "cursor", "--help"}, 0, "", ""},
-    };
-    for (const auto& c : cases) {
-        const auto result = run(builtProgram("vantaquill"), c.arguments, environment, payload);
-        const std::string line = testing::PrintToString(c.arguments);
-        EXPECT_EQ(result.exitCode, c.exitCode) << line << result.err;
-        if (c.exitCode == 0 && *c.out) {
-            EXPECT_EQ(result.out, c.out) << line;
+    const std::string shell = payload("cursor-before-shell-execution.json");
+    // Each row: the arguments, the exit code, the whole standard output where given and a part of
+    // standard error.
+    for (const auto& row : brind::JSON::parse(readFixture("e2e/hook-command-lines.json"))) {
+        const auto result = run(builtProgram("vantaquill"), row["arguments"].get<std::vector<std::string>>(),
+                                environment, shell);
+        EXPECT_EQ(result.exitCode, row["exit"].get<int>()) << row["arguments"] << result.err;
+        if (row.contains("out")) {
+            EXPECT_EQ(result.out, row["out"].get<std::string>()) << row["arguments"];
         }
-        EXPECT_NE(result.err.find(c.err), std::string::npos) << line << result.err;
+        EXPECT_TRUE(result.err.contains(row.value("err", ""))) << row["arguments"] << result.err;
+    }
+
+    // Agents pay the command's start-up on every tool use: the Unicode and crypto libraries were
+    // most of it, and forwarding loads neither. Claude Code hears nothing and asks on its own.
+    environment["LD_DEBUG"] = "libs";
+    const auto traced = run(builtProgram("vantaquill"), {"hook", "--agent", "claude-code"}, environment,
+                            payload("claude-permission-request.json"));
+    EXPECT_EQ(traced.exitCode, 0);
+    EXPECT_EQ(traced.out, "");
+    ASSERT_NE(traced.err.find("libc.so"), std::string::npos) << "the loader's trace is missing";
+    for (const char* library : {"libicu", "libcrypto"})
+        EXPECT_EQ(traced.err.find(library), std::string::npos) << library;
+}
+
+// Files as people have them (comments, unknown keys, other tools' hooks, odd whitespace, Unicode),
+// empty and missing: install, status, install again, uninstall gives back exactly what was there.
+TEST(HooksInstall, InstallThenUninstallGivesBackTheOriginalBytes) {
+    const std::vector<std::vector<std::optional<std::string>>> homes = {
+        {readFixture("hooks/claude-settings.json"), readFixture("hooks/gemini-settings.json"),
+         readFixture("hooks/cursor-hooks.json"), readFixture("hooks/codex-config.toml"), std::nullopt},
+        {"", "", "", "", ""},
+        {std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt},
+    };
+    for (const auto& files : homes) {
+        TemporaryHome home;
+        for (std::size_t index = 0; index < files.size(); ++index)
+            place(home.path() / agentFiles[index], files[index]);
+        const Snapshot before = snapshot(home.path());
+
+        const auto installed = vantaquill(home, {"hooks", "install"});
+        ASSERT_EQ(installed.exitCode, 0) << installed.err;
+        const Snapshot once = snapshot(home.path());
+        EXPECT_NE(once, before);
+        const std::string program = (home.path() / ".local/bin/vantaquill").string();
+        EXPECT_NE(contents(home.path() / ".claude/settings.json").find(program + " hook --agent claude-code"),
+                  std::string::npos);
+
+        const auto status = vantaquill(home, {"hooks", "status", "--json"});
+        ASSERT_EQ(status.exitCode, 0) << status.err;
+        const auto report = brind::JSONText::parse(status.out);
+        ASSERT_TRUE(report.has_value()) << status.out;
+        for (const brind::JSON& agent : *report) {
+            for (const brind::JSON& file : agent["files"]) {
+                EXPECT_EQ(file["events"].size(), file["eventCount"].get<std::size_t>()) << file.dump();
+                EXPECT_TRUE(file["pointsAtThisCommand"].get<bool>()) << file.dump();
+            }
+        }
+
+        ASSERT_EQ(vantaquill(home, {"hooks", "install"}).exitCode, 0);
+        EXPECT_EQ(snapshot(home.path()), once);
+
+        const auto removed = vantaquill(home, {"hooks", "uninstall"});
+        ASSERT_EQ(removed.exitCode, 0) << removed.err;
+        EXPECT_EQ(snapshot(home.path()), before);
     }
 }
 
-TEST(HooksWithoutIsland, ForwardingLoadsNoUnicodeOrCryptoLibrary) {
-    // Agents pay the command's start-up on every tool use; these libraries were most of it.
+// Entries written with other options (HTTP hooks, a longer time-out) still undo to the original; a
+// change the user makes after installing survives the uninstall, and ours still goes.
+TEST(HooksInstall, UninstallKeepsChangesMadeSinceTheInstall) {
     TemporaryHome home;
+    const std::string original = readFixture("hooks/claude-settings.json");
+    place(home.path() / ".claude/settings.json", original);
+    ASSERT_EQ(
+        vantaquill(home, {"hooks", "install", "--agent", "claude-code", "--http", "--hold-seconds", "900"})
+            .exitCode,
+        0);
+    ASSERT_EQ(vantaquill(home, {"hooks", "uninstall", "--agent", "claude-code"}).exitCode, 0);
+    EXPECT_EQ(contents(home.path() / ".claude/settings.json"), original);
+    EXPECT_FALSE(fs::exists(home.path() / ".claude/settings.json.vantaquill-backup"));
+
+    ASSERT_EQ(vantaquill(home, {"hooks", "install", "--agent", "claude"}).exitCode, 0);
+    std::string text = contents(home.path() / ".claude/settings.json");
+    text.replace(text.find("\"opus\""), 6, "\"sonnet\"");
+    place(home.path() / ".claude/settings.json", text);
+    ASSERT_EQ(vantaquill(home, {"hooks", "uninstall", "--agent", "claude-code"}).exitCode, 0);
+    const std::string after = contents(home.path() / ".claude/settings.json");
+    EXPECT_NE(after.find("\"sonnet\""), std::string::npos);
+    EXPECT_EQ(after.find("vantaquill"), std::string::npos) << after;
+    EXPECT_NE(after.find("say done"), std::string::npos);
+}
+
+TEST(HooksInstall, LeavesABrokenFileAloneAndSaysWhy) {
+    TemporaryHome home;
+    const std::string broken = readFixture("hooks/broken.json");
+    place(home.path() / ".claude/settings.json", broken);
+    const auto result = vantaquill(home, {"hooks", "install", "--agent", "claude-code"});
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_NE(result.err.find("settings.json: it is not valid JSON"), std::string::npos) << result.err;
+    EXPECT_EQ(contents(home.path() / ".claude/settings.json"), broken);
+    EXPECT_FALSE(fs::exists(home.path() / ".claude/settings.json.vantaquill-backup"));
+    const auto status = vantaquill(home, {"hooks", "status", "--agent", "claude-code"});
+    EXPECT_NE(status.out.find("unreadable"), std::string::npos) << status.out;
+}
+
+TEST(TerminalJump, SelectsTheAgentsTmuxPane) {
+    if (::access("/usr/bin/tmux", X_OK) != 0)
+        GTEST_SKIP() << "tmux is not installed (scripts/setup installs it)";
+    TemporaryHome home;
+    const std::string socket = (home.path() / "tmux.sock").string();
     auto environment = home.environment();
-    environment["VANTAQUILL_PORT"] = "1";
-    environment["LD_DEBUG"] = "libs";
-    const auto result = run(builtProgram("vantaquill"), {"hook", "--agent", "claude-code"}, environment,
-                            readFixture("agents/payloads/claude-permission-request.json"));
-    // Claude Code hears nothing and asks on its own.
-    EXPECT_EQ(result.exitCode, 0);
-    EXPECT_EQ(result.out, "");
-    ASSERT_NE(result.err.find("libc.so"), std::string::npos) << "the loader's trace is missing";
-    for (const char* library : {"libicu", "libcrypto"})
-        EXPECT_EQ(result.err.find(library), std::string::npos) << library;
+    const auto tmux = [&](const std::vector<std::string>& arguments) {
+        std::vector<std::string> all = {"-S", socket, "-f", "/dev/null"};
+        all.insert(all.end(), arguments.begin(), arguments.end());
+        return run("/usr/bin/tmux", all, environment);
+    };
+    ASSERT_EQ(tmux({"new-session", "-d", "-s", "work", "-x", "80", "-y", "24"}).exitCode, 0);
+    const std::string agentPane =
+        tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}).out.substr(0, 2);
+    ASSERT_EQ(tmux({"new-window", "-t", "work"}).exitCode, 0);
+    ASSERT_EQ(tmux({"split-window", "-t", "work"}).exitCode, 0);
+    EXPECT_NE(tmux({"display-message", "-p", "-t", "work", "#{pane_id}"}).out.substr(0, 2), agentPane);
+
+    const auto jump = run(builtProgram("vantaquill"),
+                          {"jump", "--tmux-socket", socket, "--tmux-pane", agentPane}, environment);
+    EXPECT_EQ(jump.exitCode, 0) << jump.err;
+    EXPECT_EQ(tmux({"display-message", "-p", "-t", "work", "#{window_index} #{pane_id}"}).out,
+              "0 " + agentPane + "\n");
+    tmux({"kill-server"});
 }

@@ -1,9 +1,11 @@
 #include "BrindKit/sdk/SDKHTTPParser.hpp"
+#include "tests/sdk/TestData.hpp"
 
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
+using brind::JSON;
 using brind::SDKHTTPParseError;
 using brind::SDKHTTPParser;
 using brind::SDKHTTPRequest;
@@ -125,78 +127,56 @@ TEST(SDKHTTPParser, AcceptsAHeadOfExactlyTheLimitAndRefusesOneByteMoreInAnyChunk
     EXPECT_EQ(unfinished.lastOutcomeAtByte, SDKHTTPParser::maxHeaderBytes + 1);
 }
 
-TEST(SDKHTTPParser, FramesTheBodyByContentLengthAlone) {
-    // The body length read, or why the head was refused.
-    using Length = std::expected<std::size_t, SDKHTTPParseError>;
-    const std::vector<std::pair<std::string, Length>> cases = {
-        {"Content-Length: 5", 5},
-        {"Content-Length: +5", 5},
-        {"Content-Length: -0", 0},
-        {"Content-Length:   7  ", 7},
-        {"Content-Length: 8388608", 8388608},
-        {"Content-Length: 8388609", std::unexpected(bodyTooLarge)},
-        {"Content-Length: 9223372036854775807", std::unexpected(bodyTooLarge)},
-        // Past 64 bits: refused rather than wrapped around to a small length.
-        {"Content-Length: 9223372036854775808", std::unexpected(malformed)},
-        {"Content-Length: 18446744073709551616", std::unexpected(malformed)},
-        {"Content-Length: -9223372036854775808", std::unexpected(malformed)},
-        {"Content-Length: +-5", std::unexpected(malformed)},
-        {"Content-Length: -1", std::unexpected(malformed)},
-        {"Content-Length: +", std::unexpected(malformed)},
-        {"Content-Length: 12abc", std::unexpected(malformed)},
-        {"Content-Length: 1 2", std::unexpected(malformed)},
-        {"Content-Length: 2\r\ncontent-length: 2", 2},
-        // Two different lengths for one body is the request-smuggling shape.
-        {"Content-Length: 2\r\nContent-Length: 3", std::unexpected(malformed)},
-        {"Transfer-Encoding: IDENTITY", 0},
-        {"Transfer-Encoding: chunked", std::unexpected(unsupportedTransferEncoding)},
-        {"Transfer-Encoding: ", std::unexpected(unsupportedTransferEncoding)},
-    };
-    for (const auto& [fields, length] : cases) {
+TEST(SDKHTTPParser, FramesTheBodyByContentLengthAndRefusesMalformedHeads) {
+    const JSON cases = brindtest::testTable("sdk/parser-cases.json");
+    for (const JSON& row : cases["lengths"]) {
+        const std::string fields = row[0];
+        const std::size_t length = row[1].is_number() ? row[1].get<std::size_t>() : 0;
         const auto result =
-            parseWhole("POST / HTTP/1.1\r\n" + fields + "\r\n\r\n" + std::string(length.value_or(0), 'x'));
-        const Length read =
-            result ? Length(*result ? (*result)->body.size() : SIZE_MAX) : std::unexpected(result.error());
-        EXPECT_EQ(read, length) << fields;
+            parseWhole("POST / HTTP/1.1\r\n" + fields + "\r\n\r\n" + std::string(length, 'x'));
+        const std::string read = result ? std::to_string(*result ? (*result)->body.size() : SIZE_MAX)
+                                        : std::string(name(result.error()));
+        EXPECT_EQ(read, row[1].is_number() ? std::to_string(length) : row[1].get<std::string>()) << fields;
     }
-}
-
-TEST(SDKHTTPParser, RefusesMalformedHeads) {
-    const std::vector<std::string> heads = {
-        "GET v1/status HTTP/1.1",   // target without a leading "/"
-        "GET /v1/status HTTP/2.0",  // not HTTP/1.x
-        "GET /v1/status",           // missing version
-        "",                         // empty request line
-        "GET  /v1/status HTTP/1.1", // double space
-        " /v1/status HTTP/1.1",     // empty method
-        "G(T /v1/status HTTP/1.1",  // not a method token
-        "GET /v1/status HTTP/1.1\r\nNo colon here",
-        "GET /v1/status HTTP/1.1\r\n: no name",
-        "GET /v1/status HTTP/1.1\r\nX: a\nb", // a bare LF would let one request be read two ways
-        std::string("GET /v1/status HTTP/1.1\r\nX: a\0b", 31),
-        "GET /v1/status HTTP/1.1\r\nX: \xff\xfe", // not UTF-8
-    };
-    for (const auto& head : heads)
-        EXPECT_EQ(parseWhole(head + "\r\n\r\n"), std::unexpected(malformed)) << head;
+    for (const JSON& row : cases["malformedHeads"])
+        EXPECT_EQ(parseWhole(row[0].get<std::string>() + "\r\n\r\n"), std::unexpected(malformed)) << row[1];
+    EXPECT_EQ(parseWhole("GET / HTTP/1.1\r\nX: \xff\xfe\r\n\r\n"), std::unexpected(malformed)) << "not UTF-8";
 }
 
 TEST(SDKHTTPParser, SplitsAndDecodesTargets) {
-    struct Case {
-        std::string target;
-        SDKHTTPParser::Target split;
+    for (const JSON& row : brindtest::testTable("sdk/parser-cases.json")["targets"])
+        EXPECT_EQ(SDKHTTPParser::splitTarget(row[0].get<std::string>()),
+                  (SDKHTTPParser::Target{row[1].get<std::string>(),
+                                         row[2].get<std::map<std::string, std::string>>()}))
+            << row[0];
+}
+
+TEST(SDKHTTPRequest, SplitsThePathIntoSegmentsDroppingEmptyPieces) {
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {"/v1/activities/abc", {"v1", "activities", "abc"}},
+        {"", {}},
+        {"//v1///status/", {"v1", "status"}},
+        {"/a%2Fb", {"a%2Fb"}},
     };
-    const std::vector<Case> cases = {
-        // "+" is a space, but an escaped "+" stays a plus.
-        {"/v1/status?x=a+b%21%2B", {"/v1/status", {{"x", "a b!+"}}}},
-        {"/v1/status", {"/v1/status", {}}},
-        {"/p?", {"/p", {}}},
-        {"/p?flag&a=1&&b=2&", {"/p", {{"flag", ""}, {"a", "1"}, {"b", "2"}}}},
-        {"/p?a=1&a=2&k=a=b", {"/p", {{"a", "2"}, {"k", "a=b"}}}},
-        {"/p?na%6De=%E2%82%AC", {"/p", {{"name", "\xE2\x82\xAC"}}}},
-        // Invalid escapes, and escapes that decode to ill-formed UTF-8, stay as written.
-        {"/p?bad=100%&worse=%zz+x&raw=%FF", {"/p", {{"bad", "100%"}, {"worse", "%zz x"}, {"raw", "%FF"}}}},
-        {"/a%20b?q=1?2", {"/a%20b", {{"q", "1?2"}}}},
+    for (const auto& [path, segments] : cases) {
+        SCOPED_TRACE(path);
+        SDKHTTPRequest request;
+        request.path = path;
+        EXPECT_EQ(request.segments(), segments);
+    }
+}
+
+TEST(SDKHTTPRequest, ReadsOnlyBearerTokens) {
+    const std::vector<std::pair<std::optional<std::string>, std::optional<std::string>>> cases = {
+        {"Bearer vq_abc", "vq_abc"},  {"Bearer   vq_abc  ", "vq_abc"},  {"Basic dXNlcjpwYXNz", std::nullopt},
+        {"Bearer ", std::nullopt},    {"BearerX vq_abc", std::nullopt}, // the scheme is a whole word
+        {std::nullopt, std::nullopt},
     };
-    for (const auto& [target, split] : cases)
-        EXPECT_EQ(SDKHTTPParser::splitTarget(target), split) << target;
+    for (const auto& [value, token] : cases) {
+        SCOPED_TRACE(value.value_or("(no field)"));
+        SDKHTTPRequest request;
+        if (value)
+            request.headers["authorization"] = *value;
+        EXPECT_EQ(request.bearerToken(), token);
+    }
 }

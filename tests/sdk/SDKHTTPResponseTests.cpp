@@ -1,9 +1,11 @@
 #include "BrindKit/sdk/SDKHTTPResponse.hpp"
+#include "BrindKit/sdk/SDKSSE.hpp"
 
 #include <gtest/gtest.h>
 
 using brind::JSON;
 using brind::SDKHTTPResponse;
+namespace SDKSSE = brind::SDKSSE;
 
 namespace {
 
@@ -52,4 +54,13 @@ TEST(SDKHTTPResponse, StartsEventStreamsWithTheFixedPaddedHead) {
               "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-store\r\n"
               "Connection: keep-alive\r\nX-Content-Type-Options: nosniff\r\nX-Accel-Buffering: no\r\n\r\n: " +
                   std::string(2048, ' ') + "\n\n");
+}
+
+TEST(SDKSSE, WritesOneDataLinePerLineAndCommentsAsIgnoredLines) {
+    EXPECT_EQ(SDKSSE::event("action", "first\nsecond"), "event: action\ndata: first\ndata: second\n\n");
+    EXPECT_EQ(SDKSSE::event("hello", "{\"app\":\"lumetta\"}", "7"),
+              "id: 7\nevent: hello\ndata: {\"app\":\"lumetta\"}\n\n");
+    EXPECT_EQ(SDKSSE::event("empty", ""), "event: empty\ndata: \n\n");
+    EXPECT_EQ(SDKSSE::event("edge", "a\n"), "event: edge\ndata: a\ndata: \n\n");
+    EXPECT_EQ(SDKSSE::comment("keep-alive"), ": keep-alive\n\n");
 }

@@ -1,5 +1,4 @@
 #include "BrindKit/sdk/SDKURLCommand.hpp"
-
 #include "tests/support/DecimalCommaLocale.hpp"
 
 #include <gtest/gtest.h>
