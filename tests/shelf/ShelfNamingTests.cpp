@@ -1,7 +1,6 @@
 #include "BrindKit/shelf/ShelfNaming.hpp"
 
 #include <gtest/gtest.h>
-
 #include <set>
 
 namespace ShelfNaming = brind::ShelfNaming;
@@ -29,16 +28,16 @@ TEST(ShelfNaming, UniqueNumbersTakenNames) {
         {{"notes 3"}, "notes 3", "notes (4)"},
         {{".profile"}, ".profile", ".profile (2)"},
         {{"archive.tar.gz"}, "archive.tar.gz", "archive.tar (2).gz"},
-        {{"x 99999999999999999999999.txt"}, "x 99999999999999999999999.txt", "x 99999999999999999999999 (2).txt"},
+        {{"x 99999999999999999999999.txt"},
+         "x 99999999999999999999999.txt",
+         "x 99999999999999999999999 (2).txt"},
     };
     for (const auto& [taken, name, expected] : cases) {
         const auto exists = [&](std::string_view candidate) { return taken.contains(candidate); };
         EXPECT_EQ(ShelfNaming::unique(name, exists), expected) << name;
     }
-}
-
-TEST(ShelfNaming, UniqueGivesUpWhenEveryNameIsTaken) {
-    EXPECT_EQ(ShelfNaming::unique("a.txt", [](std::string_view) { return true; }), std::nullopt);
+    EXPECT_EQ(ShelfNaming::unique("a.txt", [](std::string_view) { return true; }), std::nullopt)
+        << "every name is taken";
 }
 
 TEST(ShelfNaming, SanitisedRenameCleansOrRefuses) {
