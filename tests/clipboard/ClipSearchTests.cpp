@@ -1,3 +1,6 @@
+// Finding a clip: search scores, and the keys that pick and move through the rows.
+
+#include "BrindKit/clipboard/ClipQuickKeys.hpp"
 #include "BrindKit/clipboard/ClipSearch.hpp"
 
 #include <gtest/gtest.h>
@@ -41,17 +44,17 @@ TEST(ClipSearch, EachTokenScoresByTheFirstRuleThatApplies) {
         std::string query;
         int score;
     } cases[] = {
-        {"hello", 80},                        // prefix
-        {"HELLO", 80},                        // case-insensitive
-        {"wonder", 60},                       // word start
-        {"onder", 40},                        // inside a word
-        {"lime", 30},                         // in the source application's name
-        {"tex", 25},                          // start of the kind's keyword "text"
-        {"hwd", 10},                          // scattered through the text
-        {"hw", 0},                            // too short to scatter
-        {"hello world", 140},                 // tokens add up
-        {"hello zzz", 0},                     // every token must match
-        {"   ", 0},                           // no tokens
+        {"hello", 80},        // prefix
+        {"HELLO", 80},        // case-insensitive
+        {"wonder", 60},       // word start
+        {"onder", 40},        // inside a word
+        {"lime", 30},         // in the source application's name
+        {"tex", 25},          // start of the kind's keyword "text"
+        {"hwd", 10},          // scattered through the text
+        {"hw", 0},            // too short to scatter
+        {"hello world", 140}, // tokens add up
+        {"hello zzz", 0},     // every token must match
+        {"   ", 0},           // no tokens
     };
     for (const auto& test : cases)
         EXPECT_EQ(ClipSearch::score(fromApp, test.query), test.score) << test.query;
@@ -77,7 +80,7 @@ TEST(ClipSearch, KindKeywordsNeedThreeCharacters) {
             << name(test.kind) << " " << test.query;
 }
 
-TEST(ClipSearch, WordStartsFollowUnicodeLetters) {
+TEST(ClipSearch, WordStartsAndScatteredMatchesFollowUnicodeLetters) {
     // "é" is a letter, so "t" after it is inside a word; after "-" it starts one.
     EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9tier"), "tier"), 40);
     EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9-tier"), "tier"), 60);
@@ -86,9 +89,7 @@ TEST(ClipSearch, WordStartsFollowUnicodeLetters) {
     EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "GR\u00DCSSE"), "\u00FCs"), 40);
     EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gr\u00FC\u00DFe aus"), "\u00DF"), 40);
     EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gruesse"), "\u00FC"), 0);
-}
-
-TEST(ClipSearch, IsSubsequenceKeepsOrder) {
+    // Scattered matches keep the order of the query.
     EXPECT_TRUE(ClipSearch::isSubsequence("abc", "a-b-c"));
     EXPECT_TRUE(ClipSearch::isSubsequence("", "anything"));
     EXPECT_TRUE(ClipSearch::isSubsequence("\u00E9t\u00E9", "\u00E9 t \u00E9"));
@@ -97,14 +98,31 @@ TEST(ClipSearch, IsSubsequenceKeepsOrder) {
     EXPECT_FALSE(ClipSearch::isSubsequence("a", ""));
 }
 
-TEST(ClipSearch, RankSortsByScoreAndKeepsTiesInOrder) {
-    const std::vector<ClipItem> items{
-        item(ClipKind::text, "the apple"),  item(ClipKind::text, "apple"),     item(ClipKind::text, "pear"),
-        item(ClipKind::text, "an apple"),   item(ClipKind::text, "applesauce"), item(ClipKind::text, "pineapple"),
+TEST(ClipQuickKeys, DigitsOneToNinePickAndLabelTheFirstNineRows) {
+    for (std::int64_t digit = 1; digit <= 9; ++digit)
+        EXPECT_EQ(ClipQuickKeys::index(digit), static_cast<std::size_t>(digit - 1));
+    for (const std::int64_t digit : {0, 10, -1, 99})
+        EXPECT_FALSE(ClipQuickKeys::index(digit)) << digit;
+
+    std::vector<ClipItem> items(3);
+    items[2].text = "third";
+    EXPECT_EQ(ClipQuickKeys::item(3, items)->text, "third");
+    EXPECT_FALSE(ClipQuickKeys::item(4, items));
+    EXPECT_FALSE(ClipQuickKeys::item(0, items));
+    EXPECT_EQ(ClipQuickKeys::label(0), "\u23181");
+    EXPECT_EQ(ClipQuickKeys::label(8), "\u23189");
+    EXPECT_FALSE(ClipQuickKeys::label(9));
+    EXPECT_FALSE(ClipQuickKeys::label(-1));
+}
+
+TEST(ClipQuickKeys, MoveStopsAtTheEnds) {
+    const struct {
+        std::int64_t current, step, count, expected;
+    } cases[] = {
+        {0, 1, 5, 1}, {0, -1, 5, 0}, {4, 1, 5, 4},         {2, -10, 5, 0},       {2, 10, 5, 4},
+        {3, 0, 0, 0}, {3, 1, -2, 0}, {0, INT64_MAX, 5, 4}, {0, INT64_MIN, 5, 0}, {9, -1, 5, 4},
     };
-    std::vector<std::string> ranked;
-    for (const ClipItem& result : ClipSearch::rank(items, "apple"))
-        ranked.push_back(*result.text);
-    EXPECT_EQ(ranked, (std::vector<std::string>{"apple", "applesauce", "the apple", "an apple", "pineapple"}));
-    EXPECT_TRUE(ClipSearch::rank(items, "").empty());
+    for (const auto& test : cases)
+        EXPECT_EQ(ClipQuickKeys::move(test.current, test.step, test.count), test.expected)
+            << test.current << " by " << test.step << " of " << test.count;
 }
