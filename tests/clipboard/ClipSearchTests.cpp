@@ -2,6 +2,7 @@
 
 #include "BrindKit/clipboard/ClipQuickKeys.hpp"
 #include "BrindKit/clipboard/ClipSearch.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
 
 #include <gtest/gtest.h>
 
@@ -37,58 +38,19 @@ TEST(ClipSearch, HaystackJoinsTextFileNamesAndColour) {
     EXPECT_EQ(ClipSearch::score(item(ClipKind::text, longText), "needle"), 0);
 }
 
+// Each token scores by the first rule that applies, and every token must match; the file says why
+// each case scores as it does.
 TEST(ClipSearch, EachTokenScoresByTheFirstRuleThatApplies) {
-    ClipItem fromApp = item(ClipKind::text, "Hello Wonderful World");
-    fromApp.sourceAppName = "Sublime";
-    const struct {
-        std::string query;
-        int score;
-    } cases[] = {
-        {"hello", 80},        // prefix
-        {"HELLO", 80},        // case-insensitive
-        {"wonder", 60},       // word start
-        {"onder", 40},        // inside a word
-        {"lime", 30},         // in the source application's name
-        {"tex", 25},          // start of the kind's keyword "text"
-        {"hwd", 10},          // scattered through the text
-        {"hw", 0},            // too short to scatter
-        {"hello world", 140}, // tokens add up
-        {"hello zzz", 0},     // every token must match
-        {"   ", 0},           // no tokens
-    };
-    for (const auto& test : cases)
-        EXPECT_EQ(ClipSearch::score(fromApp, test.query), test.score) << test.query;
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Hello"), "hello"), 100);
-    ClipItem pinned = item(ClipKind::text, "Hello");
-    pinned.pinned = true;
-    EXPECT_EQ(ClipSearch::score(pinned, "hello"), 105);
-    EXPECT_EQ(ClipSearch::score(pinned, "absent"), 0);
-}
-
-TEST(ClipSearch, KindKeywordsNeedThreeCharacters) {
-    const struct {
-        ClipKind kind;
-        std::string query;
-        int score;
-    } cases[] = {
-        {ClipKind::image, "ima", 25},     {ClipKind::image, "img", 0},     {ClipKind::image, "im", 0},
-        {ClipKind::image, "pictures", 0}, {ClipKind::richText, "rtf", 25}, {ClipKind::richText, "tex", 25},
-        {ClipKind::colour, "colors", 25}, {ClipKind::text, "rich", 0},
-    };
-    for (const auto& test : cases)
-        EXPECT_EQ(ClipSearch::score(item(test.kind, std::nullopt), test.query), test.score)
-            << name(test.kind) << " " << test.query;
-}
-
-TEST(ClipSearch, WordStartsAndScatteredMatchesFollowUnicodeLetters) {
-    // "é" is a letter, so "t" after it is inside a word; after "-" it starts one.
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9tier"), "tier"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9-tier"), "tier"), 60);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "abc\n42x"), "42"), 60);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "abc42"), "42"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "GR\u00DCSSE"), "\u00FCs"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gr\u00FC\u00DFe aus"), "\u00DF"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gruesse"), "\u00FC"), 0);
+    const JSON cases = JSON::parse(AtomicFile::read(BRIND_TEST_DATA "/clipboard/search-scores.json").value());
+    for (const JSON& test : cases) {
+        ClipItem scored =
+            item(clipKindNamed(test.at("kind").get<std::string>()).value(),
+                 test.contains("text") ? std::optional(test["text"].get<std::string>()) : std::nullopt);
+        scored.sourceAppName = test.value("source", std::optional<std::string>());
+        scored.pinned = test.value("pinned", false);
+        EXPECT_EQ(ClipSearch::score(scored, test.at("query").get<std::string>()), test.at("score").get<int>())
+            << test.dump();
+    }
     // Scattered matches keep the order of the query.
     EXPECT_TRUE(ClipSearch::isSubsequence("abc", "a-b-c"));
     EXPECT_TRUE(ClipSearch::isSubsequence("", "anything"));
