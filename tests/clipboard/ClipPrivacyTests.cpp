@@ -1,4 +1,6 @@
 #include "BrindKit/clipboard/ClipPrivacy.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/foundation/JSON.hpp"
 
 #include <gtest/gtest.h>
 
@@ -58,28 +60,15 @@ TEST(ClipPrivacy, MarkerTypesOfOtherToolsAreRecognised) {
     EXPECT_EQ(skipOf({"org.nspasteboard.concealedtype"}, std::nullopt), std::nullopt);
 }
 
+// An identifier matches with any case and any auxiliary bundle after a separator; the same letters
+// without a separator after them are a different application.
 TEST(ClipPrivacy, BundleIdentifiersMatchTheirAuxiliaryBundles) {
-    const struct {
-        std::string bundleID;
-        bool passwordManager;
-    } cases[] = {
-        {"com.1password.1password", true},
-        {"COM.1PASSWORD.1PASSWORD", true},
-        {"com.1password.1password.helper", true},
-        {"com.agilebits.onepassword7-launcher", true},
-        {"com.markmcguill.strongbox.mac", true},
-        {"com.markmcguill.strongbox.mac.autofill", true},
-        {"net.antelle.keeweb", true},
-        {"com.yubico.yubioath", true},
-        // Same letters without a separator after them: a different application.
-        {"com.1password.1passwordextra", false},
-        {"com.bitwarden.desktopish", false},
-        {"com.1password", false},
-        {"", false},
-        {"org.example.editor", false},
-    };
-    for (const auto& test : cases)
-        EXPECT_EQ(ClipPrivacy::isPasswordManager(test.bundleID), test.passwordManager) << test.bundleID;
+    const JSON cases =
+        JSON::parse(AtomicFile::read(BRIND_TEST_DATA "/clipboard/password-managers.json").value());
+    for (const std::string bundleID : cases.at("passwordManagers"))
+        EXPECT_TRUE(ClipPrivacy::isPasswordManager(bundleID)) << bundleID;
+    for (const std::string bundleID : cases.at("otherApplications"))
+        EXPECT_FALSE(ClipPrivacy::isPasswordManager(bundleID)) << bundleID;
 
     const std::vector<std::string> entries{"Org.Example.Vault"};
     EXPECT_TRUE(ClipPrivacy::matches("org.example.vault-beta", entries));

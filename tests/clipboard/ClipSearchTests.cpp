@@ -43,10 +43,11 @@ TEST(ClipSearch, HaystackJoinsTextFileNamesAndColour) {
 TEST(ClipSearch, EachTokenScoresByTheFirstRuleThatApplies) {
     const JSON cases = JSON::parse(AtomicFile::read(BRIND_TEST_DATA "/clipboard/search-scores.json").value());
     for (const JSON& test : cases) {
-        ClipItem scored =
-            item(clipKindNamed(test.at("kind").get<std::string>()).value(),
-                 test.contains("text") ? std::optional(test["text"].get<std::string>()) : std::nullopt);
-        scored.sourceAppName = test.value("source", std::optional<std::string>());
+        const auto text = [&](const char* key) {
+            return test.contains(key) ? std::optional(test[key].get<std::string>()) : std::nullopt;
+        };
+        ClipItem scored = item(clipKindNamed(test.at("kind").get<std::string>()).value(), text("text"));
+        scored.sourceAppName = text("source");
         scored.pinned = test.value("pinned", false);
         EXPECT_EQ(ClipSearch::score(scored, test.at("query").get<std::string>()), test.at("score").get<int>())
             << test.dump();

@@ -31,6 +31,11 @@ LiveActivity decodedWith(const std::string& key, const std::string& value) {
     return decoded(R"({"id": "x", ")" + key + R"(": )" + value + "}");
 }
 
+/// Bodies the SDK must refuse, by what they claim to be.
+JSON refused(const char* what) {
+    return JSON::parse(AtomicFile::read(BRIND_TEST_DATA "/island/refused.json").value()).at(what);
+}
+
 ActivityGlyph decodedGlyph(const char* text) {
     auto glyph = ActivityGlyph::fromJSON(JSON::parse(text));
     EXPECT_TRUE(glyph) << text << ": " << (glyph ? "" : glyph.error());
@@ -65,8 +70,8 @@ TEST(ActivityGlyph, DecodesTheFirstMatchingCaseInFixedOrder) {
     for (const auto& [text, glyph] : cases)
         EXPECT_EQ(decodedGlyph(text), glyph) << text;
     // Only a malformed colour fails.
-    for (const char* text : {R"({"symbol": "x", "tint": "mauve"})", R"({"dot": {"r": 1}})", R"({"tint": 5})"})
-        EXPECT_FALSE(ActivityGlyph::fromJSON(JSON::parse(text))) << text;
+    for (const JSON& body : refused("glyphs"))
+        EXPECT_FALSE(ActivityGlyph::fromJSON(body)) << body.dump();
 }
 
 TEST(ActivityGlyph, EncodesOneKeyPerCaseAndRoundTrips) {
@@ -152,15 +157,9 @@ TEST(LiveActivity, TreatsWronglyTypedOptionalKeysAsAbsent) {
 }
 
 TEST(LiveActivity, FailsOnMissingIdentityAndMalformedParts) {
-    for (const char* text :
-         {R"({"title": "no id"})", R"({"id": 5})", R"({"id": "x", "leading": {"dot": "#XYZ"}})",
-          R"({"id": "x", "actions": [{"id": "ok", "label": "OK", "role": "maybe"}]})",
-          R"({"id": "x", "actions": [{"id": "ok", "label": "OK", "role": 2}]})",
-          R"({"id": "x", "actions": [{"label": "OK"}]})", R"({"id": "x", "actions": [{"id": "ok"}]})",
-          R"({"id": "x", "actions": [{"id": 1, "label": "OK"}]})", R"({"id": "x", "actions": [["ok"]]})",
-          R"(["id"])"}) {
-        const auto activity = LiveActivity::fromJSON(JSON::parse(text), now);
-        ASSERT_FALSE(activity) << text;
+    for (const JSON& body : refused("activities")) {
+        const auto activity = LiveActivity::fromJSON(body, now);
+        ASSERT_FALSE(activity) << body.dump();
         EXPECT_FALSE(activity.error().empty());
     }
     EXPECT_EQ(LiveActivity::fromJSON(JSON::parse(R"({"id": "x", "tint": "plum"})"), now).error(),
