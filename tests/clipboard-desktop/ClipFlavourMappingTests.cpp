@@ -1,11 +1,9 @@
-#include "vantaquill/clipboard/ClipFlavourMapping.hpp"
-
 #include "tests/clipboard-desktop/ClipboardDisplay.hpp"
-
-#include <gtest/gtest.h>
+#include "vantaquill/clipboard/ClipFlavourMapping.hpp"
 
 #include <array>
 #include <cstring>
+#include <gtest/gtest.h>
 
 namespace vq {
 namespace {
@@ -19,13 +17,16 @@ TEST(ClipFlavourMappingTests, ReadsTextFromTheDesktopsTextTypes) {
     } cases[] = {
         {{{"text/plain;charset=utf-8", "grüße"}, {"text/plain", "gr?e"}}, "grüße"},
         {{{"UTF8_STRING", "grüße"}}, "grüße"},
-        {{{"STRING", "gr\xfc\xdf" "e"}}, "grüße"},
+        {{{"STRING", "gr\xfc\xdf"
+                     "e"}},
+         "grüße"},
         {{{"text/html", "<p>Hello <b>world</b> &amp; more</p>"}}, "Hello world & more"},
         {{{"text/html", "<b>ignored</b>"}, {"text/plain", "plain alternative"}}, "plain alternative"},
         {{{"image/png", encodedImage("PNG", 1, 1)}}, std::nullopt},
     };
     for (const auto& test : cases)
-        EXPECT_EQ(ClipFlavourMapping::snapshot(test.flavours).string, test.text) << test.flavours.front().mimeType;
+        EXPECT_EQ(ClipFlavourMapping::snapshot(test.flavours).string, test.text)
+            << test.flavours.front().mimeType;
 }
 
 TEST(ClipFlavourMappingTests, NamesTypesTheWayThePrivacyRulesAndTheClassifierKnowThem) {
@@ -35,9 +36,9 @@ TEST(ClipFlavourMappingTests, NamesTypesTheWayThePrivacyRulesAndTheClassifierKno
                                                         {"application/x-vantaquill-clip", "id"},
                                                         {"text/rtf", "{\\rtf1 x}"},
                                                         {"application/x-something", ""}});
-    EXPECT_EQ(snapshot.types, (std::vector<std::string>{"public.png", "public.utf8-plain-text",
-                                                        "org.nspasteboard.ConcealedType", "app.vantaquill.clip",
-                                                        "public.rtf", "application/x-something"}));
+    EXPECT_EQ(snapshot.types, (std::vector<std::string>{
+                                  "public.png", "public.utf8-plain-text", "org.nspasteboard.ConcealedType",
+                                  "app.vantaquill.clip", "public.rtf", "application/x-something"}));
     EXPECT_EQ(snapshot.allTypes, snapshot.types);
     EXPECT_EQ(snapshot.rtf, "{\\rtf1 x}");
     EXPECT_EQ(snapshot.imageType, "public.png");
@@ -74,21 +75,6 @@ TEST(ClipFlavourMappingTests, ReadsColoursAndConvertsUncommonImagesToPNG) {
     EXPECT_TRUE(bitmap.image->starts_with("\x89PNG"));
     EXPECT_EQ(bitmap.imageWidth, 4);
     EXPECT_FALSE(ClipFlavourMapping::snapshot({{"image/bmp", "not an image"}}).image);
-}
-
-TEST(ClipFlavourMappingTests, OffersFilesBackAsACopyInBothListForms) {
-    brind::ClipItem item;
-    item.kind = brind::ClipKind::file;
-    item.fileURLs = {"file:///tmp/a", "file:///tmp/b"};
-    item.text = "/tmp/a\n/tmp/b";
-    const auto flavours = ClipFlavourMapping::flavours(item, brind::ClipArchive{"/nonexistent"});
-    ASSERT_TRUE(flavours);
-    ASSERT_GE(flavours->size(), 3u);
-    EXPECT_EQ((*flavours)[0], (ClipFlavour{"x-special/gnome-copied-files", "copy\nfile:///tmp/a\nfile:///tmp/b"}));
-    EXPECT_EQ((*flavours)[1], (ClipFlavour{"text/uri-list", "file:///tmp/a\r\nfile:///tmp/b\r\n"}));
-    EXPECT_EQ(flavours->back(), (ClipFlavour{"application/x-vantaquill-clip", item.id.string()}));
-    // What the history offers back reads as the same files.
-    EXPECT_EQ(ClipFlavourMapping::snapshot(*flavours).fileURLs, item.fileURLs);
 }
 
 } // namespace

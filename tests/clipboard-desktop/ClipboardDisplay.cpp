@@ -3,7 +3,6 @@
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QImage>
-
 #include <thread>
 #include <unistd.h>
 

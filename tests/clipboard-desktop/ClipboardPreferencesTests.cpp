@@ -1,10 +1,8 @@
+#include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
 
-#include "tests/support/TemporaryFolder.hpp"
-
-#include <gtest/gtest.h>
-
 #include <fstream>
+#include <gtest/gtest.h>
 
 namespace vq {
 namespace {

@@ -5,7 +5,6 @@
 #include "tests/clipboard-desktop/ClipboardDisplay.hpp"
 
 #include <QGuiApplication>
-
 #include <gtest/gtest.h>
 
 int main(int argc, char** argv) {

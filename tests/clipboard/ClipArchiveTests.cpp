@@ -1,17 +1,18 @@
 #include "BrindKit/clipboard/ClipArchive.hpp"
-
 #include "BrindKit/clipboard/ClipClassifier.hpp"
+#include "BrindKit/clipboard/ClipIndex.hpp"
 #include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/support/DecimalCommaLocale.hpp"
 #include "tests/support/TemporaryFolder.hpp"
-
-#include <gtest/gtest.h>
 
 #include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <optional>
 #include <random>
+#include <sstream>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -156,8 +157,8 @@ TEST(ClipArchive, RemoveOrphansTouchesOnlyUnreferencedSideFiles) {
     const std::string orphan = archive.writeSideFile("orphan", UUID::random(), "png").value();
     const std::string orphanRTF = archive.writeSideFile("orphan", UUID::random(), "rtf").value();
     const std::string uuid = UUID::random().string();
-    const std::string untouched[] = {"notes.txt", uuid + ".png.bak", uuid + ".exe", uuid + ".PNG", "a.b.png",
-                                     "index.json.tmp-0011aa"};
+    const std::string untouched[] = {"notes.txt",   uuid + ".png.bak", uuid + ".exe",
+                                     uuid + ".PNG", "a.b.png",         "index.json.tmp-0011aa"};
     for (const std::string& name : untouched)
         writeRaw(archive.url(name), "keep me");
     const ClipHistory history({referenced});
@@ -178,10 +179,13 @@ TEST(ClipArchive, SideFilesAreWrittenReadAndDeletedByName) {
     TemporaryFolder temporary;
     const ClipArchive archive{temporary.path() / "Clipboard"};
     const UUID id = UUID::random();
+    EXPECT_EQ(archive.totalBytes(), 0u);
     const auto name = archive.writeSideFile(std::string("\0\x01\xff", 3), id, "heic");
     ASSERT_TRUE(name);
     EXPECT_EQ(*name, id.string() + ".heic");
     EXPECT_EQ(archive.readSideFile(*name), std::string("\0\x01\xff", 3));
+    ASSERT_TRUE(archive.writeSideFile(std::string(1021, 'x'), UUID::random(), "png"));
+    EXPECT_EQ(archive.totalBytes(), 1024u);
     EXPECT_FALSE(archive.readSideFile(UUID::random().string() + ".png"));
     EXPECT_FALSE(archive.writeSideFile("x", id, "../png"));
     EXPECT_FALSE(archive.writeSideFile("x", id, "exe"));
@@ -196,30 +200,23 @@ TEST(ClipArchive, SideFilesAreWrittenReadAndDeletedByName) {
     EXPECT_TRUE(fs::exists(temporary.path() / "outside.png"));
 }
 
-TEST(ClipArchive, TotalBytesSumsTheFolder) {
-    TemporaryFolder temporary;
-    const ClipArchive archive{temporary.path() / "Clipboard"};
-    EXPECT_EQ(archive.totalBytes(), 0u);
-    ASSERT_TRUE(archive.writeSideFile(std::string(1000, 'x'), UUID::random(), "png"));
-    ASSERT_TRUE(archive.writeSideFile(std::string(24, 'y'), UUID::random(), "rtf"));
-    EXPECT_EQ(archive.totalBytes(), 1024u);
-}
-
 TEST(ClipArchive, NamesAndExtensions) {
     const std::string uuid = "E621E1F8-C36C-495A-93FC-0C247A3E6E5F";
     for (const char* extension : {"png", "tiff", "jpg", "heic", "gif", "rtf"})
         EXPECT_TRUE(ClipArchive::isSafeName(uuid + "." + extension)) << extension;
-    for (const std::string& name : {uuid, uuid + ".", uuid + ".jpeg", uuid + ".png.png", "x." + uuid + ".png",
-                                   std::string("notes.png"), "../" + uuid + ".png", uuid + ".PNG", std::string()})
+    for (const std::string& name :
+         {uuid, uuid + ".", uuid + ".jpeg", uuid + ".png.png", "x." + uuid + ".png", std::string("notes.png"),
+          "../" + uuid + ".png", uuid + ".PNG", std::string()})
         EXPECT_FALSE(ClipArchive::isSafeName(name)) << name;
 
     const struct {
         std::optional<std::string_view> type;
         std::string_view extension;
     } cases[] = {
-        {"public.png", "png"},   {"Apple PNG pasteboard type", "png"}, {"public.jpeg", "jpg"},
-        {"public.heic", "heic"}, {"com.compuserve.gif", "gif"},        {"public.tiff", "tiff"},
-        {"image/webp", "tiff"},  {std::nullopt, "tiff"},
+        {"public.png", "png"},         {"Apple PNG pasteboard type", "png"},
+        {"public.jpeg", "jpg"},        {"public.heic", "heic"},
+        {"com.compuserve.gif", "gif"}, {"public.tiff", "tiff"},
+        {"image/webp", "tiff"},        {std::nullopt, "tiff"},
     };
     for (const auto& test : cases)
         EXPECT_EQ(ClipArchive::imageExtension(test.type), test.extension) << test.type.value_or("<none>");
@@ -234,6 +231,41 @@ TEST(ClipArchive, DefaultFolderIsInTheDataFolder) {
         ::setenv("XDG_DATA_HOME", saved.c_str(), 1);
     else
         ::unsetenv("XDG_DATA_HOME");
+}
+
+// The fast reader takes records in the writer's shape and hands the rest to ClipItem::fromJSON; every
+// index, odd records and damaged documents included, must come out exactly as the tree reader decodes
+// it. Each line of the file is how many items an index holds ("-" when it is refused), a tab, the index.
+TEST(ClipIndex, DecodesEveryIndexAsTheTreeReaderDoes) {
+    std::istringstream lines(AtomicFile::read(BRIND_TEST_DATA "/clipboard/index-cases.txt").value());
+    int checked = 0;
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with('#'))
+            continue;
+        const std::string text = line.substr(line.find('\t') + 1);
+        const auto fast = ClipIndex::decode(text);
+        EXPECT_EQ(fast, ClipIndex::decodeThroughTree(text)) << text;
+        EXPECT_EQ(fast ? std::to_string(fast->size()) : "-", line.substr(0, line.find('\t'))) << text;
+        ++checked;
+    }
+    EXPECT_EQ(checked, 45);
+}
+
+// The application runs with the user's locale, where the C library may write "0,25"; the index
+// must stay JSON, or every start would find it damaged and lose the history.
+TEST(ClipIndex, NumbersKeepTheirDecimalPointInEveryLocale) {
+    brindtest::DecimalCommaLocale locale;
+    if (!locale.active())
+        GTEST_SKIP() << "this machine cannot make a locale with a decimal comma";
+    ClipItem item;
+    item.id = UUID::random();
+    item.text = "x";
+    item.created = Date{1700000000.25};
+    item.lastUsed = Date{0.5};
+    const std::string text = ClipIndex::encode(ClipHistory({item}));
+    EXPECT_NE(text.find("\"created\":1700000000.25"), std::string::npos) << text;
+    EXPECT_EQ(ClipIndex::decode(text), std::vector<ClipItem>{item});
+    EXPECT_EQ(ClipIndex::decodeThroughTree(text), std::vector<ClipItem>{item});
 }
 
 // A process killed at any moment while saving leaves an index that reads as the old history or
@@ -252,7 +284,8 @@ TEST(ClipArchive, IndexSurvivesBeingKilledMidSave) {
     const auto started = std::chrono::steady_clock::now();
     ASSERT_TRUE(archive.save(histories[1]));
     ASSERT_TRUE(archive.save(histories[0]));
-    const auto cycle = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started);
+    const auto cycle =
+        std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started);
 
     std::mt19937 random(12345);
     // A forked child on a busy machine can save much more slowly than the measured cycle; when the

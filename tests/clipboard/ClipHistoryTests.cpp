@@ -1,6 +1,5 @@
-#include "BrindKit/clipboard/ClipHistory.hpp"
-
 #include "BrindKit/clipboard/ClipClassifier.hpp"
+#include "BrindKit/clipboard/ClipHistory.hpp"
 
 #include <gtest/gtest.h>
 
@@ -120,6 +119,21 @@ TEST(ClipHistory, CountLimitNeverRemovesPinnedItems) {
     // A limit below one still keeps the newest unpinned item.
     history.applyRetention(limits(0, 0), Date{6});
     EXPECT_EQ(texts(history.items()), (Texts{"u3", "pinned b", "pinned a"}));
+
+    // Many removals at once rebuild the list instead of erasing one by one; both must keep the same items.
+    std::vector<ClipItem> items;
+    for (int index = 0; index < 40; ++index)
+        items.push_back(
+            textItem("item " + std::to_string(index), Date{1000.0 - index}, index == 5 || index == 30));
+    history = ClipHistory(items);
+    const auto removed = history.applyRetention(limits(10, 0), Date{1000});
+    EXPECT_EQ(removed.size(), 28u);
+    EXPECT_EQ(history.items().size(), 12u);
+    EXPECT_EQ(history.items()[5].text, "item 5");
+    EXPECT_EQ(history.items()[10].text, "item 10");
+    EXPECT_EQ(history.items()[11].text, "item 30");
+    for (const ClipItem& item : removed)
+        EXPECT_FALSE(history.contains(item.contentHash)) << *item.text;
 }
 
 TEST(ClipHistory, AgeLimitKeepsTheBoundaryAndReportsAgeRemovalsFirst) {
@@ -137,23 +151,6 @@ TEST(ClipHistory, AgeLimitKeepsTheBoundaryAndReportsAgeRemovalsFirst) {
     ClipHistory ageless({textItem("ancient", Date{0})});
     EXPECT_TRUE(ageless.applyRetention(limits(300, 0), Date{1e12}).empty());
     EXPECT_EQ(ageless.items().size(), 1u);
-}
-
-// Many removals at once rebuild the list instead of erasing one by one; both must keep the same items.
-TEST(ClipHistory, RetentionRemovesManyItemsAtOnce) {
-    std::vector<ClipItem> items;
-    for (int index = 0; index < 40; ++index)
-        items.push_back(
-            textItem("item " + std::to_string(index), Date{1000.0 - index}, index == 5 || index == 30));
-    ClipHistory history(items);
-    const auto removed = history.applyRetention(limits(10, 0), Date{1000});
-    EXPECT_EQ(removed.size(), 28u);
-    EXPECT_EQ(history.items().size(), 12u);
-    EXPECT_EQ(history.items()[5].text, "item 5");
-    EXPECT_EQ(history.items()[10].text, "item 10");
-    EXPECT_EQ(history.items()[11].text, "item 30");
-    for (const ClipItem& item : removed)
-        EXPECT_FALSE(history.contains(item.contentHash)) << *item.text;
 }
 
 TEST(ClipHistory, TouchPinRemoveAndClear) {
@@ -201,11 +198,9 @@ TEST(ClipHistory, SearchFiltersByKindAndRanksByScore) {
     EXPECT_EQ(texts(history.search("report", ClipKind::text)),
               (Texts{"report", "quarterly report draft", "the report"}));
     EXPECT_TRUE(history.search("nothing matches this").empty());
-}
 
-// The search keeps prepared data per item; it must follow changes to the history.
-TEST(ClipHistory, SearchFollowsChangesToTheHistory) {
-    ClipHistory history;
+    // The search keeps prepared data per item; it must follow changes to the history.
+    history = ClipHistory();
     const ClipItem first = textItem("alpha");
     history.insert(first, ClipSettings{}, Date{1});
     EXPECT_EQ(texts(history.search("alpha")), Texts{"alpha"});

@@ -1,6 +1,12 @@
-#include "BrindKit/clipboard/ClipItem.hpp"
+// The history's records and settings as they are stored on disk.
 
+#include "BrindKit/clipboard/ClipItem.hpp"
+#include "BrindKit/clipboard/ClipSettings.hpp"
+
+#include <cstdint>
 #include <gtest/gtest.h>
+#include <limits>
+#include <set>
 
 using namespace brind;
 
@@ -41,7 +47,8 @@ ClipItem item(ClipKind kind, std::optional<std::string> text) {
 
 } // namespace
 
-TEST(ClipItem, JSONRoundTripsEveryField) {
+// Every field survives the round trip; absent optionals are left out of the record.
+TEST(ClipItem, JSONRoundTripsEveryFieldAndLeavesOutAbsentOptionals) {
     const ClipItem original = fullItem();
     const JSON json = original.toJSON();
     EXPECT_EQ(json["created"], 1700000000.25);
@@ -54,17 +61,15 @@ TEST(ClipItem, JSONRoundTripsEveryField) {
     ClipItem expected = original;
     expected.colour = decoded->colour;
     EXPECT_EQ(*decoded, expected);
-}
 
-TEST(ClipItem, JSONLeavesOutAbsentOptionals) {
     ClipItem minimal;
     minimal.id = UUID::random();
-    const JSON json = minimal.toJSON();
+    const JSON minimalJSON = minimal.toJSON();
     std::vector<std::string> keys;
-    for (const auto& member : json.items())
+    for (const auto& member : minimalJSON.items())
         keys.push_back(member.key());
     EXPECT_EQ(keys, requiredKeys);
-    EXPECT_EQ(ClipItem::fromJSON(json).value(), minimal);
+    EXPECT_EQ(ClipItem::fromJSON(minimalJSON).value(), minimal);
 }
 
 TEST(ClipItem, DecodingRequiresEveryRequiredKey) {
@@ -92,15 +97,21 @@ TEST(ClipItem, DecodingTreatsMistypedOptionalsAsAbsent) {
     JSON json = fullItem().toJSON();
     json["text"] = 5;
     json["imageWidth"] = "wide";
+    // Past the signed range: read as it is, it would wrap to a negative width.
+    json["imageHeight"] = std::numeric_limits<std::uint64_t>::max();
     json["colour"] = "not a colour";
     json["sourceAppName"] = JSON::array();
     const auto decoded = ClipItem::fromJSON(json);
     ASSERT_TRUE(decoded);
     EXPECT_FALSE(decoded->text);
     EXPECT_FALSE(decoded->imageWidth);
-    EXPECT_EQ(decoded->imageHeight, 720);
+    EXPECT_FALSE(decoded->imageHeight);
     EXPECT_FALSE(decoded->colour);
     EXPECT_FALSE(decoded->sourceAppName);
+    EXPECT_EQ(decoded->sourceBundleID, "org.example.editor");
+    // A colour written as components is read too.
+    json["colour"] = JSON::parse(R"({"r":1,"g":0.5,"b":0})");
+    EXPECT_EQ(ClipItem::fromJSON(json)->colour, (RGBA{1, 0.5, 0, 1}));
 }
 
 TEST(ClipItem, DisplayTitleForTextKinds) {
@@ -168,4 +179,60 @@ TEST(ClipItem, PlainTextIsWhatGetsPasted) {
     ClipItem files = item(ClipKind::file, "ignored");
     files.fileURLs = {"file:///tmp/a%20b.txt", "bad url", "file:///home/c.txt"};
     EXPECT_EQ(files.plainText(), "/tmp/a b.txt\n/home/c.txt");
+}
+
+// The raw values are stored in the index on disk: renaming one would drop every stored clip of that kind.
+TEST(ClipKind, RawValuesAreTheStoredNamesInCaseOrder) {
+    const char* names[] = {"text", "richText", "link", "image", "file", "colour"};
+    ASSERT_EQ(allClipKinds.size(), std::size(names));
+    std::set<std::string_view> titles;
+    std::set<std::string_view> symbols;
+    for (std::size_t index = 0; index < allClipKinds.size(); ++index) {
+        const ClipKind kind = allClipKinds[index];
+        EXPECT_EQ(static_cast<std::size_t>(kind), index);
+        EXPECT_EQ(name(kind), names[index]);
+        EXPECT_EQ(clipKindNamed(names[index]), kind);
+        titles.insert(title(kind));
+        symbols.insert(symbol(kind));
+    }
+    // Each kind is told apart in filters and lists.
+    EXPECT_EQ(titles.size(), allClipKinds.size());
+    EXPECT_EQ(symbols.size(), allClipKinds.size());
+    for (const char* unknown : {"Text", "color", ""})
+        EXPECT_FALSE(clipKindNamed(unknown)) << unknown;
+}
+
+TEST(ClipSettings, JSONRoundTripsEveryField) {
+    ClipSettings custom;
+    custom.enabled = false;
+    custom.maxItems = 50;
+    custom.maxDays = 0;
+    custom.captureImages = false;
+    custom.captureFiles = false;
+    custom.captureRichText = false;
+    custom.maxImageBytes = 1024;
+    custom.excludedBundleIDs = {"org.example.vault", "com.example.notes"};
+    custom.hotkeyEnabled = false;
+    custom.pasteDirectly = false;
+    custom.pausedUntil = Date{1700000000.5};
+    EXPECT_EQ(ClipSettings::fromJSON(custom.toJSON()), custom);
+    EXPECT_FALSE(ClipSettings{}.toJSON().contains("pausedUntil"));
+}
+
+TEST(ClipSettings, MissingOrMistypedValuesTakeTheDefaults) {
+    EXPECT_EQ(ClipSettings::fromJSON(JSON::object()), ClipSettings{});
+    EXPECT_EQ(ClipSettings::fromJSON(JSON("garbage")), ClipSettings{});
+
+    ClipSettings custom;
+    custom.maxDays = 0;
+    custom.excludedBundleIDs = {"org.example.vault"};
+    JSON mistyped = custom.toJSON();
+    mistyped["maxItems"] = "many";
+    mistyped["enabled"] = 0;
+    mistyped["pausedUntil"] = "tomorrow";
+    // Past the signed range: read as it is, it would wrap to a negative limit.
+    mistyped["maxImageBytes"] = std::numeric_limits<std::uint64_t>::max();
+    // A stray non-string keeps the list's strings: dropping the list would record excluded applications.
+    mistyped["excludedBundleIDs"] = JSON::array({"org.example.vault", 7});
+    EXPECT_EQ(ClipSettings::fromJSON(mistyped), custom);
 }

@@ -1,4 +1,8 @@
+// Finding a clip: search scores, and the keys that pick and move through the rows.
+
+#include "BrindKit/clipboard/ClipQuickKeys.hpp"
 #include "BrindKit/clipboard/ClipSearch.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
 
 #include <gtest/gtest.h>
 
@@ -34,61 +38,21 @@ TEST(ClipSearch, HaystackJoinsTextFileNamesAndColour) {
     EXPECT_EQ(ClipSearch::score(item(ClipKind::text, longText), "needle"), 0);
 }
 
+// Each token scores by the first rule that applies, and every token must match; the file says why
+// each case scores as it does.
 TEST(ClipSearch, EachTokenScoresByTheFirstRuleThatApplies) {
-    ClipItem fromApp = item(ClipKind::text, "Hello Wonderful World");
-    fromApp.sourceAppName = "Sublime";
-    const struct {
-        std::string query;
-        int score;
-    } cases[] = {
-        {"hello", 80},                        // prefix
-        {"HELLO", 80},                        // case-insensitive
-        {"wonder", 60},                       // word start
-        {"onder", 40},                        // inside a word
-        {"lime", 30},                         // in the source application's name
-        {"tex", 25},                          // start of the kind's keyword "text"
-        {"hwd", 10},                          // scattered through the text
-        {"hw", 0},                            // too short to scatter
-        {"hello world", 140},                 // tokens add up
-        {"hello zzz", 0},                     // every token must match
-        {"   ", 0},                           // no tokens
-    };
-    for (const auto& test : cases)
-        EXPECT_EQ(ClipSearch::score(fromApp, test.query), test.score) << test.query;
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Hello"), "hello"), 100);
-    ClipItem pinned = item(ClipKind::text, "Hello");
-    pinned.pinned = true;
-    EXPECT_EQ(ClipSearch::score(pinned, "hello"), 105);
-    EXPECT_EQ(ClipSearch::score(pinned, "absent"), 0);
-}
-
-TEST(ClipSearch, KindKeywordsNeedThreeCharacters) {
-    const struct {
-        ClipKind kind;
-        std::string query;
-        int score;
-    } cases[] = {
-        {ClipKind::image, "ima", 25},     {ClipKind::image, "img", 0},     {ClipKind::image, "im", 0},
-        {ClipKind::image, "pictures", 0}, {ClipKind::richText, "rtf", 25}, {ClipKind::richText, "tex", 25},
-        {ClipKind::colour, "colors", 25}, {ClipKind::text, "rich", 0},
-    };
-    for (const auto& test : cases)
-        EXPECT_EQ(ClipSearch::score(item(test.kind, std::nullopt), test.query), test.score)
-            << name(test.kind) << " " << test.query;
-}
-
-TEST(ClipSearch, WordStartsFollowUnicodeLetters) {
-    // "é" is a letter, so "t" after it is inside a word; after "-" it starts one.
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9tier"), "tier"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "caf\u00E9-tier"), "tier"), 60);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "abc\n42x"), "42"), 60);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "abc42"), "42"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "GR\u00DCSSE"), "\u00FCs"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gr\u00FC\u00DFe aus"), "\u00DF"), 40);
-    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, "Gruesse"), "\u00FC"), 0);
-}
-
-TEST(ClipSearch, IsSubsequenceKeepsOrder) {
+    const JSON cases = JSON::parse(AtomicFile::read(BRIND_TEST_DATA "/clipboard/search-scores.json").value());
+    for (const JSON& test : cases) {
+        const auto text = [&](const char* key) {
+            return test.contains(key) ? std::optional(test[key].get<std::string>()) : std::nullopt;
+        };
+        ClipItem scored = item(clipKindNamed(test.at("kind").get<std::string>()).value(), text("text"));
+        scored.sourceAppName = text("source");
+        scored.pinned = test.value("pinned", false);
+        EXPECT_EQ(ClipSearch::score(scored, test.at("query").get<std::string>()), test.at("score").get<int>())
+            << test.dump();
+    }
+    // Scattered matches keep the order of the query.
     EXPECT_TRUE(ClipSearch::isSubsequence("abc", "a-b-c"));
     EXPECT_TRUE(ClipSearch::isSubsequence("", "anything"));
     EXPECT_TRUE(ClipSearch::isSubsequence("\u00E9t\u00E9", "\u00E9 t \u00E9"));
@@ -97,14 +61,31 @@ TEST(ClipSearch, IsSubsequenceKeepsOrder) {
     EXPECT_FALSE(ClipSearch::isSubsequence("a", ""));
 }
 
-TEST(ClipSearch, RankSortsByScoreAndKeepsTiesInOrder) {
-    const std::vector<ClipItem> items{
-        item(ClipKind::text, "the apple"),  item(ClipKind::text, "apple"),     item(ClipKind::text, "pear"),
-        item(ClipKind::text, "an apple"),   item(ClipKind::text, "applesauce"), item(ClipKind::text, "pineapple"),
+TEST(ClipQuickKeys, DigitsOneToNinePickAndLabelTheFirstNineRows) {
+    for (std::int64_t digit = 1; digit <= 9; ++digit)
+        EXPECT_EQ(ClipQuickKeys::index(digit), static_cast<std::size_t>(digit - 1));
+    for (const std::int64_t digit : {0, 10, -1, 99})
+        EXPECT_FALSE(ClipQuickKeys::index(digit)) << digit;
+
+    std::vector<ClipItem> items(3);
+    items[2].text = "third";
+    EXPECT_EQ(ClipQuickKeys::item(3, items)->text, "third");
+    EXPECT_FALSE(ClipQuickKeys::item(4, items));
+    EXPECT_FALSE(ClipQuickKeys::item(0, items));
+    EXPECT_EQ(ClipQuickKeys::label(0), "\u23181");
+    EXPECT_EQ(ClipQuickKeys::label(8), "\u23189");
+    EXPECT_FALSE(ClipQuickKeys::label(9));
+    EXPECT_FALSE(ClipQuickKeys::label(-1));
+}
+
+TEST(ClipQuickKeys, MoveStopsAtTheEnds) {
+    const struct {
+        std::int64_t current, step, count, expected;
+    } cases[] = {
+        {0, 1, 5, 1}, {0, -1, 5, 0}, {4, 1, 5, 4},         {2, -10, 5, 0},       {2, 10, 5, 4},
+        {3, 0, 0, 0}, {3, 1, -2, 0}, {0, INT64_MAX, 5, 4}, {0, INT64_MIN, 5, 0}, {9, -1, 5, 4},
     };
-    std::vector<std::string> ranked;
-    for (const ClipItem& result : ClipSearch::rank(items, "apple"))
-        ranked.push_back(*result.text);
-    EXPECT_EQ(ranked, (std::vector<std::string>{"apple", "applesauce", "the apple", "an apple", "pineapple"}));
-    EXPECT_TRUE(ClipSearch::rank(items, "").empty());
+    for (const auto& test : cases)
+        EXPECT_EQ(ClipQuickKeys::move(test.current, test.step, test.count), test.expected)
+            << test.current << " by " << test.step << " of " << test.count;
 }

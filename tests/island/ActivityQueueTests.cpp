@@ -80,7 +80,7 @@ TEST(ActivityQueue, ExpiredPostIsSuppressedAndEndsTheStoredOne) {
     EXPECT_EQ(queue.post(expiring("c", t0 + 0.001), t0), Result::inserted);
 }
 
-TEST(ActivityQueue, DismissalSticksUntilTitleChangesOrPriorityRises) {
+TEST(ActivityQueue, DismissalSticksUntilTitleChangesPriorityRisesOrTheActivityEnds) {
     const std::tuple<const char*, ActivityPriority, Result> cases[] = {
         {"Tea", ActivityPriority::important, Result::suppressed},
         {"Tea", ActivityPriority::normal, Result::suppressed},
@@ -101,9 +101,8 @@ TEST(ActivityQueue, DismissalSticksUntilTitleChangesOrPriorityRises) {
             EXPECT_EQ(queue.activity("a")->postedAt, t0 + 1);
         }
     }
-}
 
-TEST(ActivityQueue, DismissNeedsAStoredDismissibleActivity) {
+    // Only a stored, dismissible activity can be dismissed.
     ActivityQueue queue;
     LiveActivity pinned = activity("pinned");
     pinned.dismissible = false;
@@ -112,12 +111,9 @@ TEST(ActivityQueue, DismissNeedsAStoredDismissibleActivity) {
     EXPECT_FALSE(queue.dismiss("pinned"));
     EXPECT_FALSE(queue.dismiss("unknown"));
     EXPECT_EQ(queue, before);
-}
 
-TEST(ActivityQueue, EndForgetsDismissalEvenWhenNothingIsStored) {
-    ActivityQueue queue;
-    queue.post(activity("a"), t0);
-    queue.dismiss("a");
+    // Ending forgets the dismissal, even when nothing is stored.
+    queue = dismissed;
     EXPECT_FALSE(queue.end("a"));
     EXPECT_FALSE(queue.isDismissed("a"));
     EXPECT_EQ(queue.post(activity("a"), t0 + 1), Result::inserted);

@@ -1,3 +1,5 @@
+// What clients send and receive about activities over the SDK: exact texts are a wire format.
+
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/island/LiveActivity.hpp"
 
@@ -29,6 +31,17 @@ LiveActivity decodedWith(const std::string& key, const std::string& value) {
     return decoded(R"({"id": "x", ")" + key + R"(": )" + value + "}");
 }
 
+/// Bodies the SDK must refuse, by what they claim to be.
+JSON refused(const char* what) {
+    return JSON::parse(AtomicFile::read(BRIND_TEST_DATA "/island/refused.json").value()).at(what);
+}
+
+ActivityGlyph decodedGlyph(const char* text) {
+    auto glyph = ActivityGlyph::fromJSON(JSON::parse(text));
+    EXPECT_TRUE(glyph) << text << ": " << (glyph ? "" : glyph.error());
+    return glyph.value_or(ActivityGlyph::spinner());
+}
+
 } // namespace
 
 namespace brind {
@@ -36,6 +49,49 @@ void PrintTo(const LiveActivity& activity, std::ostream* out) {
     *out << activity.toJSON().dump() << " posted at " << activity.postedAt.secondsSince1970;
 }
 } // namespace brind
+
+TEST(ActivityGlyph, DecodesTheFirstMatchingCaseInFixedOrder) {
+    const RGBA red{1, 0, 0, 1};
+    const std::pair<const char*, ActivityGlyph> cases[] = {
+        {R"({"symbol": "timer", "text": "5s", "tint": "#F00"})", ActivityGlyph::symbol("timer", red)},
+        {R"({"text": "5s", "ring": 0.5})", ActivityGlyph::text("5s")},
+        {R"({"ring": 1.7, "tint": {"r": 1, "g": 0, "b": 0}})", ActivityGlyph::ring(1, red)},
+        {R"({"ring": -2})", ActivityGlyph::ring(0)},
+        {R"({"image": "aGk=", "app": "org.example"})", ActivityGlyph::image("hi")},
+        // Text that is not base64 passes over the image case.
+        {R"({"image": "not base64!", "app": "org.example"})", ActivityGlyph::appIcon("org.example")},
+        {R"({"app": "org.example", "visualiser": true, "tint": "#F00"})",
+         ActivityGlyph::appIcon("org.example")},
+        {R"({"visualiser": true, "spinner": true})", ActivityGlyph::visualiser()},
+        {R"({"visualiser": false, "spinner": true})", ActivityGlyph::spinner()},
+        {R"({"symbol": 4, "tint": null})", ActivityGlyph::none()},
+        {R"("star")", ActivityGlyph::none()},
+    };
+    for (const auto& [text, glyph] : cases)
+        EXPECT_EQ(decodedGlyph(text), glyph) << text;
+    // Only a malformed colour fails.
+    for (const JSON& body : refused("glyphs"))
+        EXPECT_FALSE(ActivityGlyph::fromJSON(body)) << body.dump();
+}
+
+TEST(ActivityGlyph, EncodesOneKeyPerCaseAndRoundTrips) {
+    const RGBA blue{0, 0, 1, 1};
+    const std::pair<ActivityGlyph, const char*> cases[] = {
+        {ActivityGlyph::symbol("bolt", blue), R"({"symbol":"bolt","tint":"#0000FF"})"},
+        {ActivityGlyph::image(std::string("\x89PNG", 4)), R"({"image":"iVBORw=="})"},
+        {ActivityGlyph::appIcon("org.gnome.Terminal"), R"({"app":"org.gnome.Terminal"})"},
+        {ActivityGlyph::ring(0.25, blue), R"({"ring":0.25,"tint":"#0000FF"})"},
+        {ActivityGlyph::text("3:00"), R"({"text":"3:00"})"},
+        {ActivityGlyph::visualiser(), R"({"visualiser":true})"},
+        {ActivityGlyph::spinner(), R"({"spinner":true})"},
+        {ActivityGlyph::dot(blue), R"({"dot":"#0000FF"})"},
+        {ActivityGlyph::none(), R"({})"},
+    };
+    for (const auto& [glyph, text] : cases) {
+        EXPECT_EQ(glyph.toJSON().dump(), text);
+        EXPECT_EQ(ActivityGlyph::fromJSON(glyph.toJSON()), glyph) << text;
+    }
+}
 
 TEST(LiveActivity, MemberwiseInitialiserClampsProgress) {
     const auto make = [](std::optional<double> progress) {
@@ -62,7 +118,19 @@ TEST(LiveActivity, DecodesATypicalClientActivity) {
     EXPECT_EQ(decoded(*text), expected);
 }
 
-TEST(LiveActivity, ReadsPriorityLeniently) {
+TEST(LiveActivity, ReadsPriorityAndExpiryLeniently) {
+    const std::pair<const char*, ActivityPriority> names[] = {
+        {"ambient", ActivityPriority::ambient},     {"low", ActivityPriority::ambient},
+        {"normal", ActivityPriority::normal},       {"Default", ActivityPriority::normal},
+        {"important", ActivityPriority::important}, {"HIGH", ActivityPriority::important},
+        {"High", ActivityPriority::important},      {"Urgent", ActivityPriority::critical},
+        {"CRITICAL", ActivityPriority::critical},
+    };
+    for (const auto& [text, priority] : names)
+        EXPECT_EQ(activityPriorityNamed(text), priority) << text;
+    for (const char* text : {"", "medium", " high", "3"})
+        EXPECT_FALSE(activityPriorityNamed(text)) << text;
+
     EXPECT_EQ(decodedWith("priority", "0").priority, ActivityPriority::ambient);
     EXPECT_EQ(decodedWith("priority", "2.0").priority, ActivityPriority::important);
     EXPECT_EQ(decodedWith("priority", "3").priority, ActivityPriority::critical);
@@ -70,9 +138,7 @@ TEST(LiveActivity, ReadsPriorityLeniently) {
     // Raw values past either end, fractional, too large for an integer, unknown or of another type.
     for (const char* value : {"4", "-1", "2.5", "1e30", "18446744073709551615", R"("meh")", "true", "[3]"})
         EXPECT_EQ(decodedWith("priority", value).priority, ActivityPriority::normal) << value;
-}
 
-TEST(LiveActivity, ReadsExpirySecondsAndIgnoresWhatItCannotRead) {
     EXPECT_EQ(decodedWith("expiresAt", "0").expiresAt, Date{0});
     EXPECT_EQ(decodedWith("expiresAt", "1700000123.5").expiresAt, Date{1700000123.5});
     for (const char* value : {R"("tomorrow")", "false", "{}"})
@@ -85,14 +151,15 @@ TEST(LiveActivity, TreatsWronglyTypedOptionalKeysAsAbsent) {
         "leading": "star", "trailing": null, "tint": null})");
     EXPECT_EQ(activity, bare("x"));
     EXPECT_EQ(decodedWith("progress", "-3").progress, 0.0);
+    // An action's role defaults to normal.
+    EXPECT_EQ(decodedWith("actions", R"([{"id": "ok", "label": "OK"}])").actions,
+              (std::vector<ActivityAction>{{"ok", "OK", ActivityAction::Role::normal, std::nullopt}}));
 }
 
 TEST(LiveActivity, FailsOnMissingIdentityAndMalformedParts) {
-    for (const char* text :
-         {R"({"title": "no id"})", R"({"id": 5})", R"({"id": "x", "leading": {"dot": "#XYZ"}})",
-          R"({"id": "x", "actions": [{"id": "ok", "label": "OK", "role": "maybe"}]})", R"(["id"])"}) {
-        const auto activity = LiveActivity::fromJSON(JSON::parse(text), now);
-        ASSERT_FALSE(activity) << text;
+    for (const JSON& body : refused("activities")) {
+        const auto activity = LiveActivity::fromJSON(body, now);
+        ASSERT_FALSE(activity) << body.dump();
         EXPECT_FALSE(activity.error().empty());
     }
     EXPECT_EQ(LiveActivity::fromJSON(JSON::parse(R"({"id": "x", "tint": "plum"})"), now).error(),
@@ -107,15 +174,19 @@ TEST(LiveActivity, EncodesEveryFieldButPostedAtAndRoundTrips) {
               R"("leading":{},"priority":"normal","source":"s","title":"T","trailing":{}})");
 
     // Colours travel as hex bytes, so the round trip uses components that are whole bytes.
-    const LiveActivity full = LiveActivity::make(
-        "f", "timer", ActivityPriority::critical, ActivityGlyph::visualiser(),
-        ActivityGlyph::text("4:05", RGBA::white), "Tea", "green", 0.5, RGBA{1, 0, 0.2, 1},
-        Date{1700000100.25}, {{"stop", "Stop", ActivityAction::Role::cancel, std::nullopt}}, true, "open",
-        false, now);
+    const LiveActivity full =
+        LiveActivity::make("f", "timer", ActivityPriority::critical, ActivityGlyph::visualiser(),
+                           ActivityGlyph::text("4:05", RGBA::white), "Tea", "green", 0.5, RGBA{1, 0, 0.2, 1},
+                           Date{1700000100.25},
+                           {{"rm", "Delete", ActivityAction::Role::destructive, "trash"},
+                            {"stop", "Stop", ActivityAction::Role::cancel, std::nullopt}},
+                           true, "open", false, now);
     const JSON json = full.toJSON();
     EXPECT_EQ(json["priority"], "critical");
     EXPECT_EQ(json["expiresAt"], 1700000100.25);
     EXPECT_EQ(json["tint"], "#FF0033");
+    EXPECT_EQ(json["actions"][0].dump(),
+              R"({"id":"rm","label":"Delete","role":"destructive","symbol":"trash"})");
     EXPECT_FALSE(json.contains("postedAt"));
     EXPECT_EQ(LiveActivity::fromJSON(json, now), full);
 }

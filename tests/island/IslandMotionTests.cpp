@@ -1,3 +1,5 @@
+#include "BrindKit/island/ActivityInterruption.hpp"
+#include "BrindKit/island/IslandStateResolver.hpp"
 #include "BrindKit/island/Motion.hpp"
 
 #include <cmath>
@@ -30,18 +32,6 @@ TEST(Motion, GrowingAndShrinkingFollowSizeNotDeclarationOrder) {
               Motion::Animation(Motion::EaseInOut{0.18}));
 }
 
-TEST(Motion, SpringStartsAtRestAndSettlesOnTheTarget) {
-    for (const double damping : {Motion::openDamping, Motion::closeDamping, 1.0, 1.6}) {
-        const Motion::Spring spring{Motion::response, damping};
-        const auto start = spring.evaluate(0);
-        EXPECT_NEAR(start.value, 0, 1e-12) << damping;
-        EXPECT_NEAR(start.velocity, 0, 1e-9) << damping;
-        EXPECT_FALSE(spring.isSettled(0.05)) << damping;
-        EXPECT_TRUE(spring.isSettled(5)) << damping;
-        EXPECT_NEAR(spring.evaluate(5).value, 1, 1e-6) << damping;
-    }
-}
-
 TEST(Motion, SpringOvershootsOnlyWhenUnderdamped) {
     const auto peakOf = [](const Motion::Spring& spring) {
         double peak = 0;
@@ -58,15 +48,56 @@ TEST(Motion, SpringOvershootsOnlyWhenUnderdamped) {
     EXPECT_LE(peakOf({Motion::response, 2.0}), 1.0 + 1e-12);
 }
 
-TEST(Motion, SpringVelocityMatchesItsPosition) {
-    // The analytic velocity must be the derivative of the analytic position, also with a start velocity.
-    for (const double damping : {0.3, 0.78, 1.0, 1.4}) {
-        const Motion::Spring spring{0.5, damping};
+TEST(Motion, SpringStartsAtRestSettlesOnTheTargetAndItsVelocityMatchesItsPosition) {
+    for (const double damping : {0.3, Motion::openDamping, Motion::closeDamping, 1.0, 1.4, 1.6}) {
+        const Motion::Spring spring{Motion::response, damping};
+        EXPECT_NEAR(spring.evaluate(0).value, 0, 1e-12) << damping;
+        EXPECT_NEAR(spring.evaluate(0).velocity, 0, 1e-9) << damping;
+        EXPECT_FALSE(spring.isSettled(0.05)) << damping;
+        EXPECT_TRUE(spring.isSettled(5)) << damping;
+        EXPECT_NEAR(spring.evaluate(5).value, 1, 1e-6) << damping;
+        // The analytic velocity is the derivative of the analytic position, also with a start velocity.
         for (const double t : {0.0, 0.07, 0.2, 0.6}) {
             const double h = 1e-6;
             const double slope = (spring.evaluate(t + h, 2).value - spring.evaluate(t, 2).value) / h;
             EXPECT_NEAR(spring.evaluate(t, 2).velocity, slope, 1e-3) << damping << " at " << t;
         }
         EXPECT_NEAR(spring.evaluate(0, 2).velocity, 2, 1e-9);
+    }
+}
+
+TEST(IslandStateResolver, FirstHoldingRuleWins) {
+    using Input = IslandStateResolver::Input;
+    const std::pair<Input, IslandState> cases[] = {
+        {Input{false, false, false, false}, IslandState::closed},
+        {Input{false, false, true, false}, IslandState::compact},
+        {Input{false, true, true, false}, IslandState::peek},
+        {Input{true, true, true, false}, IslandState::expanded},
+        {Input{true, false, false, false}, IslandState::expanded},
+        {Input{true, true, true, true}, IslandState::closed},
+        {Input{true, false, false, true}, IslandState::closed},
+        {Input{false, false, true, true}, IslandState::closed},
+    };
+    for (const auto& [input, state] : cases)
+        EXPECT_EQ(IslandStateResolver::resolve(input), state)
+            << input.userOpened << input.peeking << input.hasActivity << input.hidden;
+}
+
+TEST(ActivityInterruption, OnlyImportantAndCriticalBreakThroughFocus) {
+    using Focus = ActivityInterruption::Focus;
+    const Focus unfocused{};
+    const Focus focusedSources[] = {
+        {.desktopDoNotDisturb = true}, {.paused = true}, {.desktopDoNotDisturb = true, .paused = true}};
+    const std::pair<ActivityPriority, bool> breaksThrough[] = {
+        {ActivityPriority::ambient, false},
+        {ActivityPriority::normal, false},
+        {ActivityPriority::important, true},
+        {ActivityPriority::critical, true},
+    };
+    for (const auto& [priority, allowedWhileFocused] : breaksThrough) {
+        EXPECT_TRUE(ActivityInterruption::allows(priority, unfocused)) << name(priority);
+        for (const Focus& focus : focusedSources)
+            EXPECT_EQ(ActivityInterruption::allows(priority, focus), allowedWhileFocused)
+                << name(priority) << " dnd=" << focus.desktopDoNotDisturb << " paused=" << focus.paused;
     }
 }
