@@ -168,7 +168,7 @@ TEST_F(CenterTest, FlashReplacesTheHUDAndRestartsItsTime) {
     EXPECT_EQ(scheduler.pendingCount(), 0u);
 }
 
-TEST_F(CenterTest, KeepsExactlyOneExpiryTimerWithAFloor) {
+TEST_F(CenterTest, KeepsExactlyOneExpiryTimerThatNeverFiresCloserThanTheFloor) {
     LiveActivity soon = activity("soon");
     soon.expiresAt = scheduler.now() + 10;
     LiveActivity later = activity("later");
@@ -186,17 +186,15 @@ TEST_F(CenterTest, KeepsExactlyOneExpiryTimerWithAFloor) {
     ASSERT_EQ(center.activities().size(), 1u);
     EXPECT_EQ(center.activities()[0].id, "forever");
     EXPECT_EQ(scheduler.pendingCount(), 0u);
-}
 
-TEST_F(CenterTest, AnExpiryCloserThanTheFloorFiresAfterTheFloor) {
     LiveActivity overdue = activity("overdue");
     overdue.expiresAt = scheduler.now() + 0.01;
     center.post(overdue);
     EXPECT_EQ(scheduler.nextDue(), scheduler.now() + LiveActivityCenter::expiryFloor);
     scheduler.advance(0.04);
-    EXPECT_EQ(center.activities().size(), 1u);
+    EXPECT_EQ(center.activities().size(), 2u);
     scheduler.advance(0.01);
-    EXPECT_TRUE(center.activities().empty());
+    EXPECT_EQ(center.activities().size(), 1u);
 
     // A change at the very moment an expiry falls due re-arms the timer with the expiry in the
     // past: it must wait for the floor instead of firing at once.
@@ -212,7 +210,9 @@ TEST_F(CenterTest, AnExpiryCloserThanTheFloorFiresAfterTheFloor) {
     EXPECT_EQ(center.queue().activity("due"), nullptr);
 }
 
-TEST_F(CenterTest, ExpiryClearsTheAlertOfTheActivityItRemoves) {
+// However an alerting activity goes (it expires, arrives already expired, or its source ends all of
+// its activities), its alert goes with it.
+TEST_F(CenterTest, AnActivityThatGoesTakesItsAlertWithIt) {
     LiveActivity critical = activity("c", ActivityPriority::critical, true);
     critical.expiresAt = scheduler.now() + 30;
     center.post(critical);
@@ -227,6 +227,15 @@ TEST_F(CenterTest, ExpiryClearsTheAlertOfTheActivityItRemoves) {
     EXPECT_EQ(center.post(expired), Result::suppressed);
     EXPECT_FALSE(center.alerting());
     EXPECT_TRUE(center.activities().empty());
+
+    LiveActivity mine = activity("sdk.app.1", ActivityPriority::critical, true);
+    mine.source = "app";
+    center.post(mine);
+    center.post(activity("other"));
+    EXPECT_EQ(center.endAll("app"), std::vector<std::string>{"sdk.app.1"});
+    EXPECT_FALSE(center.alerting());
+    EXPECT_EQ(center.activities().size(), 1u);
+    EXPECT_TRUE(center.endAll("app").empty());
 }
 
 TEST_F(CenterTest, RoutesPressesByPrefixInRegistrationOrderThenToTheCatchAll) {
@@ -284,17 +293,6 @@ TEST_F(CenterTest, StartsAndStopsProvidersOnceAndEndsTheirActivities) {
     EXPECT_EQ(log, (std::vector<std::string>{"start media", "start battery", "stop media", "stop battery"}));
     ASSERT_EQ(center.activities().size(), 1u);
     EXPECT_EQ(center.activities()[0].id, "unrelated");
-}
-
-TEST_F(CenterTest, EndAllRemovesOneSourceAndItsAlert) {
-    LiveActivity mine = activity("sdk.app.1", ActivityPriority::critical, true);
-    mine.source = "app";
-    center.post(mine);
-    center.post(activity("other"));
-    EXPECT_EQ(center.endAll("app"), std::vector<std::string>{"sdk.app.1"});
-    EXPECT_FALSE(center.alerting());
-    EXPECT_EQ(center.activities().size(), 1u);
-    EXPECT_TRUE(center.endAll("app").empty());
 }
 
 TEST(LiveActivityCenter, DroppingTheCenterStopsItsProvidersThenCancelsItsTimers) {
