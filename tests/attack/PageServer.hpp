@@ -9,7 +9,6 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdlib>
-#include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <netinet/in.h>
@@ -50,22 +49,18 @@ class PageServer {
         socklen_t length = sizeof address;
         if (listener < 0 || ::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
             ::listen(listener, 128) != 0 ||
-            ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
-            ::pipe2(wake, O_CLOEXEC) != 0)
+            ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0)
             return;
         boundPort = ntohs(address.sin_port);
         acceptor = std::thread([this] { acceptLoop(); });
     }
     ~PageServer() {
-        if (wake[1] >= 0) [[maybe_unused]]
-            auto ignored = ::write(wake[1], "x", 1);
+        ::shutdown(listener, SHUT_RDWR); // ends the accept loop
         if (acceptor.joinable())
             acceptor.join();
         for (auto& connection : connections)
             connection.join();
-        for (const int descriptor : {listener, wake[0], wake[1]})
-            if (descriptor >= 0)
-                ::close(descriptor);
+        ::close(listener);
     }
     PageServer(const PageServer&) = delete;
     PageServer& operator=(const PageServer&) = delete;
@@ -139,14 +134,9 @@ class PageServer {
 
     void acceptLoop() {
         for (;;) {
-            pollfd polls[2] = {{listener, POLLIN, 0}, {wake[0], POLLIN, 0}};
-            if (::poll(polls, 2, -1) < 0)
-                continue;
-            if (polls[1].revents != 0)
-                return;
             const int descriptor = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
             if (descriptor < 0)
-                continue;
+                return;
             // Browsers open spare connections they may never use: each connection gets a thread and a
             // read time-out, so an idle one holds up nothing.
             timeval limit{2, 0};
@@ -269,7 +259,6 @@ class PageServer {
     }
 
     int listener = -1;
-    int wake[2] = {-1, -1};
     std::uint16_t boundPort = 0;
     std::thread acceptor;
     mutable std::mutex lock;
