@@ -14,8 +14,11 @@ using Change = LiveActivityCenter::Change;
 namespace {
 
 LiveActivity activity(std::string id, ActivityPriority priority = ActivityPriority::normal,
-                      bool alert = false) {
-    return {.id = std::move(id), .source = "test", .priority = priority, .title = "Title", .alert = alert};
+                      bool alert = false, std::optional<Date> expiresAt = std::nullopt) {
+    LiveActivity made{
+        .id = std::move(id), .source = "test", .priority = priority, .title = "Title", .alert = alert};
+    made.expiresAt = expiresAt;
+    return made;
 }
 
 // Posts an alerting activity of its own at start; as the desktop's providers do, it may end it
@@ -28,9 +31,8 @@ struct FakeProvider final : LiveActivityCenter::Provider {
     void start(LiveActivityCenter& started) override {
         center = &started;
         log.push_back("start " + name);
-        LiveActivity posted = activity(name + ".1", ActivityPriority::important, true);
+        LiveActivity posted = activity(name + ".1", ActivityPriority::important, true, endsOwnAt);
         posted.source = name;
-        posted.expiresAt = endsOwnAt;
         started.post(posted);
     }
     void stop() override {
@@ -169,12 +171,8 @@ TEST_F(CenterTest, FlashReplacesTheHUDAndRestartsItsTime) {
 }
 
 TEST_F(CenterTest, KeepsExactlyOneExpiryTimerThatNeverFiresCloserThanTheFloor) {
-    LiveActivity soon = activity("soon");
-    soon.expiresAt = scheduler.now() + 10;
-    LiveActivity later = activity("later");
-    later.expiresAt = scheduler.now() + 20;
-    center.post(later);
-    center.post(soon);
+    center.post(activity("later", ActivityPriority::normal, false, scheduler.now() + 20));
+    center.post(activity("soon", ActivityPriority::normal, false, scheduler.now() + 10));
     center.post(activity("forever"));
     EXPECT_EQ(scheduler.pendingCount(), 1u);
     EXPECT_EQ(scheduler.nextDue(), scheduler.now() + 10);
@@ -187,9 +185,7 @@ TEST_F(CenterTest, KeepsExactlyOneExpiryTimerThatNeverFiresCloserThanTheFloor) {
     EXPECT_EQ(center.activities()[0].id, "forever");
     EXPECT_EQ(scheduler.pendingCount(), 0u);
 
-    LiveActivity overdue = activity("overdue");
-    overdue.expiresAt = scheduler.now() + 0.01;
-    center.post(overdue);
+    center.post(activity("overdue", ActivityPriority::normal, false, scheduler.now() + 0.01));
     EXPECT_EQ(scheduler.nextDue(), scheduler.now() + LiveActivityCenter::expiryFloor);
     scheduler.advance(0.04);
     EXPECT_EQ(center.activities().size(), 2u);
@@ -200,9 +196,7 @@ TEST_F(CenterTest, KeepsExactlyOneExpiryTimerThatNeverFiresCloserThanTheFloor) {
     // past: it must wait for the floor instead of firing at once.
     const Date start = scheduler.now();
     auto poke = scheduler.schedule(1, [this] { center.post(activity("b")); });
-    LiveActivity due = activity("due");
-    due.expiresAt = start + 1;
-    center.post(due);
+    center.post(activity("due", ActivityPriority::normal, false, start + 1));
     scheduler.advance(1);
     EXPECT_EQ(scheduler.nextDue(), start + 1 + LiveActivityCenter::expiryFloor);
     EXPECT_NE(center.queue().activity("due"), nullptr);
@@ -213,18 +207,15 @@ TEST_F(CenterTest, KeepsExactlyOneExpiryTimerThatNeverFiresCloserThanTheFloor) {
 // However an alerting activity goes (it expires, arrives already expired, or its source ends all of
 // its activities), its alert goes with it.
 TEST_F(CenterTest, AnActivityThatGoesTakesItsAlertWithIt) {
-    LiveActivity critical = activity("c", ActivityPriority::critical, true);
-    critical.expiresAt = scheduler.now() + 30;
-    center.post(critical);
+    center.post(activity("c", ActivityPriority::critical, true, scheduler.now() + 30));
     ASSERT_TRUE(center.alerting());
     scheduler.advance(30);
     EXPECT_FALSE(center.alerting());
     EXPECT_TRUE(center.activities().empty());
 
     center.post(activity("x", ActivityPriority::critical, true));
-    LiveActivity expired = activity("x");
-    expired.expiresAt = scheduler.now();
-    EXPECT_EQ(center.post(expired), Result::suppressed);
+    EXPECT_EQ(center.post(activity("x", ActivityPriority::normal, false, scheduler.now())),
+              Result::suppressed);
     EXPECT_FALSE(center.alerting());
     EXPECT_TRUE(center.activities().empty());
 

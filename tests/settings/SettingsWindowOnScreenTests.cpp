@@ -1,6 +1,7 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/desktop/VirtualDisplay.hpp"
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/settings/Eventually.hpp"
 
 #include <QSettings>
 #include <chrono>
@@ -81,11 +82,8 @@ TEST_F(SettingsWindowOnScreen, TypingAHoverDelayWritesTheFileAndTheRunningIsland
     ASSERT_EQ(xdotool({"type", "--delay", "80", "3"}), 0);
     ASSERT_EQ(xdotool({"key", "--delay", "80", "Tab"}), 0);
     std::optional<double> written;
-    for (auto waited = 0ms; waited < 10s && !written; waited += 100ms) {
-        std::this_thread::sleep_for(100ms);
-        written = hoverDelayIn(preferencesFile());
-    }
-    ASSERT_TRUE(written) << "the window did not write island.hoverDelay";
+    ASSERT_TRUE(eventually([&] { return (written = hoverDelayIn(preferencesFile())).has_value(); }))
+        << "the window did not write island.hoverDelay";
     EXPECT_DOUBLE_EQ(*written, typedDelay);
 
     // The pointer rests on the island: with the default 0.2 s it would open at once; now it waits.
