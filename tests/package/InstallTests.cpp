@@ -113,11 +113,8 @@ TEST(DebianPackage, LintianFindsNothingAndItInstallsAndRemovesCleanlyInAFolderTr
         return run("/usr/bin/dpkg", arguments, environment);
     };
     const auto outsideDatabase = [&] {
-        std::vector<std::string> files;
-        for (const auto& file : filesUnder(root)) {
-            if (!file.starts_with("var/"))
-                files.push_back(file);
-        }
+        auto files = filesUnder(root);
+        std::erase_if(files, [](const std::string& file) { return file.starts_with("var/"); });
         return files;
     };
 
