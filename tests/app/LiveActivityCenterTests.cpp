@@ -14,8 +14,11 @@ using Change = LiveActivityCenter::Change;
 namespace {
 
 LiveActivity activity(std::string id, ActivityPriority priority = ActivityPriority::normal,
-                      bool alert = false) {
-    return {.id = std::move(id), .source = "test", .priority = priority, .title = "Title", .alert = alert};
+                      bool alert = false, std::optional<Date> expiresAt = std::nullopt) {
+    LiveActivity made{
+        .id = std::move(id), .source = "test", .priority = priority, .title = "Title", .alert = alert};
+    made.expiresAt = expiresAt;
+    return made;
 }
 
 // Posts an alerting activity of its own at start; as the desktop's providers do, it may end it
@@ -28,9 +31,8 @@ struct FakeProvider final : LiveActivityCenter::Provider {
     void start(LiveActivityCenter& started) override {
         center = &started;
         log.push_back("start " + name);
-        LiveActivity posted = activity(name + ".1", ActivityPriority::important, true);
+        LiveActivity posted = activity(name + ".1", ActivityPriority::important, true, endsOwnAt);
         posted.source = name;
-        posted.expiresAt = endsOwnAt;
         started.post(posted);
     }
     void stop() override {
@@ -49,6 +51,8 @@ struct CenterTest : ::testing::Test {
         center.onChange = [this](Change change) { changes.push_back(change); };
     }
     int count(Change change) const { return static_cast<int>(std::ranges::count(changes, change)); }
+    /// The id of the activity popped open as an alert, or "".
+    std::string alertingID() const { return center.alerting() ? center.alerting()->id : ""; }
 
     ManualScheduler scheduler;
     LiveActivityCenter center{scheduler};
@@ -79,8 +83,7 @@ TEST_F(CenterTest, PublishesTheOrderedListOnlyWhenItChanges) {
 
 TEST_F(CenterTest, AlertsClearAfterTheirTimeUnlessCritical) {
     center.post(activity("tea", ActivityPriority::important, true));
-    ASSERT_TRUE(center.alerting());
-    EXPECT_EQ(center.alerting()->id, "tea");
+    EXPECT_EQ(alertingID(), "tea");
     scheduler.advance(3.9);
     EXPECT_TRUE(center.alerting());
     scheduler.advance(0.1);
@@ -89,8 +92,7 @@ TEST_F(CenterTest, AlertsClearAfterTheirTimeUnlessCritical) {
 
     center.post(activity("fire", ActivityPriority::critical, true));
     scheduler.advance(60);
-    ASSERT_TRUE(center.alerting());
-    EXPECT_EQ(center.alerting()->id, "fire");
+    EXPECT_EQ(alertingID(), "fire");
     center.end("fire");
     EXPECT_FALSE(center.alerting());
 
@@ -113,15 +115,13 @@ TEST_F(CenterTest, FocusQueuesQuietActivitiesWithoutPoppingTheIslandOpen) {
     EXPECT_FALSE(center.mayInterrupt(ActivityPriority::normal));
 
     center.post(activity("deploy", ActivityPriority::important, true));
-    ASSERT_TRUE(center.alerting());
-    EXPECT_EQ(center.alerting()->id, "deploy");
+    EXPECT_EQ(alertingID(), "deploy");
     center.setFocus({.desktopDoNotDisturb = true});
     EXPECT_TRUE(center.alerting()) << "an important alert stays through a change of focus";
 
     center.setFocus({});
     center.post(activity("later", ActivityPriority::normal, true));
-    ASSERT_TRUE(center.alerting());
-    EXPECT_EQ(center.alerting()->id, "later");
+    EXPECT_EQ(alertingID(), "later");
 }
 
 TEST_F(CenterTest, UpdatesReAlertOnlyAtRaisedImportance) {
@@ -168,13 +168,9 @@ TEST_F(CenterTest, FlashReplacesTheHUDAndRestartsItsTime) {
     EXPECT_EQ(scheduler.pendingCount(), 0u);
 }
 
-TEST_F(CenterTest, KeepsExactlyOneExpiryTimerWithAFloor) {
-    LiveActivity soon = activity("soon");
-    soon.expiresAt = scheduler.now() + 10;
-    LiveActivity later = activity("later");
-    later.expiresAt = scheduler.now() + 20;
-    center.post(later);
-    center.post(soon);
+TEST_F(CenterTest, KeepsExactlyOneExpiryTimerThatNeverFiresCloserThanTheFloor) {
+    center.post(activity("later", ActivityPriority::normal, false, scheduler.now() + 20));
+    center.post(activity("soon", ActivityPriority::normal, false, scheduler.now() + 10));
     center.post(activity("forever"));
     EXPECT_EQ(scheduler.pendingCount(), 1u);
     EXPECT_EQ(scheduler.nextDue(), scheduler.now() + 10);
@@ -186,25 +182,19 @@ TEST_F(CenterTest, KeepsExactlyOneExpiryTimerWithAFloor) {
     ASSERT_EQ(center.activities().size(), 1u);
     EXPECT_EQ(center.activities()[0].id, "forever");
     EXPECT_EQ(scheduler.pendingCount(), 0u);
-}
 
-TEST_F(CenterTest, AnExpiryCloserThanTheFloorFiresAfterTheFloor) {
-    LiveActivity overdue = activity("overdue");
-    overdue.expiresAt = scheduler.now() + 0.01;
-    center.post(overdue);
+    center.post(activity("overdue", ActivityPriority::normal, false, scheduler.now() + 0.01));
     EXPECT_EQ(scheduler.nextDue(), scheduler.now() + LiveActivityCenter::expiryFloor);
     scheduler.advance(0.04);
-    EXPECT_EQ(center.activities().size(), 1u);
+    EXPECT_EQ(center.activities().size(), 2u);
     scheduler.advance(0.01);
-    EXPECT_TRUE(center.activities().empty());
+    EXPECT_EQ(center.activities().size(), 1u);
 
     // A change at the very moment an expiry falls due re-arms the timer with the expiry in the
     // past: it must wait for the floor instead of firing at once.
     const Date start = scheduler.now();
     auto poke = scheduler.schedule(1, [this] { center.post(activity("b")); });
-    LiveActivity due = activity("due");
-    due.expiresAt = start + 1;
-    center.post(due);
+    center.post(activity("due", ActivityPriority::normal, false, start + 1));
     scheduler.advance(1);
     EXPECT_EQ(scheduler.nextDue(), start + 1 + LiveActivityCenter::expiryFloor);
     EXPECT_NE(center.queue().activity("due"), nullptr);
@@ -212,21 +202,29 @@ TEST_F(CenterTest, AnExpiryCloserThanTheFloorFiresAfterTheFloor) {
     EXPECT_EQ(center.queue().activity("due"), nullptr);
 }
 
-TEST_F(CenterTest, ExpiryClearsTheAlertOfTheActivityItRemoves) {
-    LiveActivity critical = activity("c", ActivityPriority::critical, true);
-    critical.expiresAt = scheduler.now() + 30;
-    center.post(critical);
+// However an alerting activity goes (it expires, arrives already expired, or its source ends all of
+// its activities), its alert goes with it.
+TEST_F(CenterTest, AnActivityThatGoesTakesItsAlertWithIt) {
+    center.post(activity("c", ActivityPriority::critical, true, scheduler.now() + 30));
     ASSERT_TRUE(center.alerting());
     scheduler.advance(30);
     EXPECT_FALSE(center.alerting());
     EXPECT_TRUE(center.activities().empty());
 
     center.post(activity("x", ActivityPriority::critical, true));
-    LiveActivity expired = activity("x");
-    expired.expiresAt = scheduler.now();
-    EXPECT_EQ(center.post(expired), Result::suppressed);
+    EXPECT_EQ(center.post(activity("x", ActivityPriority::normal, false, scheduler.now())),
+              Result::suppressed);
     EXPECT_FALSE(center.alerting());
     EXPECT_TRUE(center.activities().empty());
+
+    LiveActivity mine = activity("sdk.app.1", ActivityPriority::critical, true);
+    mine.source = "app";
+    center.post(mine);
+    center.post(activity("other"));
+    EXPECT_EQ(center.endAll("app"), std::vector<std::string>{"sdk.app.1"});
+    EXPECT_FALSE(center.alerting());
+    EXPECT_EQ(center.activities().size(), 1u);
+    EXPECT_TRUE(center.endAll("app").empty());
 }
 
 TEST_F(CenterTest, RoutesPressesByPrefixInRegistrationOrderThenToTheCatchAll) {
@@ -284,17 +282,6 @@ TEST_F(CenterTest, StartsAndStopsProvidersOnceAndEndsTheirActivities) {
     EXPECT_EQ(log, (std::vector<std::string>{"start media", "start battery", "stop media", "stop battery"}));
     ASSERT_EQ(center.activities().size(), 1u);
     EXPECT_EQ(center.activities()[0].id, "unrelated");
-}
-
-TEST_F(CenterTest, EndAllRemovesOneSourceAndItsAlert) {
-    LiveActivity mine = activity("sdk.app.1", ActivityPriority::critical, true);
-    mine.source = "app";
-    center.post(mine);
-    center.post(activity("other"));
-    EXPECT_EQ(center.endAll("app"), std::vector<std::string>{"sdk.app.1"});
-    EXPECT_FALSE(center.alerting());
-    EXPECT_EQ(center.activities().size(), 1u);
-    EXPECT_TRUE(center.endAll("app").empty());
 }
 
 TEST(LiveActivityCenter, DroppingTheCenterStopsItsProvidersThenCancelsItsTimers) {

@@ -1,6 +1,5 @@
-#include "vantaquill/SDKService.hpp"
-
 #include "tests/support/TemporaryFolder.hpp"
+#include "vantaquill/SDKService.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,11 +8,7 @@ using namespace vq;
 namespace {
 
 brind::LiveActivity activity(std::string id, std::string title) {
-    brind::LiveActivity made;
-    made.id = std::move(id);
-    made.source = "sdk.test";
-    made.title = std::move(title);
-    return made;
+    return {.id = std::move(id), .source = "sdk.test", .title = std::move(title)};
 }
 
 } // namespace
@@ -26,14 +21,15 @@ TEST(SDKService, HandsABurstOfActivityChangesToTheMainThreadAtOnceAndInOrder) {
     LiveActivityCenter center(scheduler);
     ShelfStore shelf(folder.path());
     std::vector<std::string> lines;
-    HeadlessDisplay display([&](const std::string& line) { lines.push_back(line); }, [](const std::string&) {});
+    HeadlessDisplay display([&](const std::string& line) { lines.push_back(line); },
+                            [](const std::string&) {});
     center.onChange = [&](LiveActivityCenter::Change change) {
         if (change == LiveActivityCenter::Change::activities)
             display.activitiesChanged(center.activities());
     };
     std::vector<std::function<void()>> mainThread;
-    SDKService service([&](std::function<void()> work) { mainThread.push_back(std::move(work)); }, center, shelf,
-                       scheduler, display, [](const brind::AgentHookEvent&) {});
+    SDKService service([&](std::function<void()> work) { mainThread.push_back(std::move(work)); }, center,
+                       shelf, scheduler, display, [](const brind::AgentHookEvent&) {});
 
     service.showActivity(activity("sdk.a.up", "Uploading"));
     service.showActivity(activity("sdk.a.up", "Uploaded"));

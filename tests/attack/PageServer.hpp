@@ -1,34 +1,19 @@
 #pragma once
 
-#include "BrindKit/foundation/ASCII.hpp"
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/support/LoopbackHTTPServer.hpp"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
-#include <cstdlib>
-#include <fcntl.h>
 #include <map>
 #include <mutex>
-#include <netinet/in.h>
 #include <poll.h>
 #include <string>
-#include <sys/socket.h>
-#include <thread>
-#include <unistd.h>
 #include <vector>
 
 namespace vq::attack {
-
-/// A request as it reached a `PageServer`.
-struct RecordedRequest {
-    std::string method;
-    std::string target;
-    std::string head; ///< the request line and fields
-    std::string body;
-};
 
 /// A small HTTP server on a free loopback port, playing both ends of a browser attack: it serves the
 /// attack pages, takes their reports (`POST /report`), and answers every other request as the most
@@ -42,36 +27,10 @@ struct RecordedRequest {
 class PageServer {
   public:
     /// `pages`: path (without query) to HTML or JavaScript text.
-    explicit PageServer(std::map<std::string, std::string> pages) : pages(std::move(pages)) {
-        listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t length = sizeof address;
-        if (listener < 0 || ::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0 ||
-            ::listen(listener, 128) != 0 ||
-            ::getsockname(listener, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
-            ::pipe2(wake, O_CLOEXEC) != 0)
-            return;
-        boundPort = ntohs(address.sin_port);
-        acceptor = std::thread([this] { acceptLoop(); });
-    }
-    ~PageServer() {
-        if (wake[1] >= 0) [[maybe_unused]]
-            auto ignored = ::write(wake[1], "x", 1);
-        if (acceptor.joinable())
-            acceptor.join();
-        for (auto& connection : connections)
-            connection.join();
-        for (const int descriptor : {listener, wake[0], wake[1]})
-            if (descriptor >= 0)
-                ::close(descriptor);
-    }
-    PageServer(const PageServer&) = delete;
-    PageServer& operator=(const PageServer&) = delete;
+    explicit PageServer(std::map<std::string, std::string> pages) : pages(std::move(pages)) {}
 
     /// 0 when the listener could not be opened.
-    std::uint16_t port() const { return boundPort; }
+    std::uint16_t port() const { return server.port(); }
 
     void addPage(const std::string& path, std::string text) {
         std::lock_guard guard(lock);
@@ -85,7 +44,7 @@ class PageServer {
     }
 
     /// Every request answered so far, reports and pages included.
-    std::vector<RecordedRequest> requests() const {
+    std::vector<LoopbackRequest> requests() const {
         std::lock_guard guard(lock);
         return seen;
     }
@@ -109,27 +68,6 @@ class PageServer {
     }
 
   private:
-    // The value of field `name` (lower case) in a head, or "".
-    static std::string fieldOf(const std::string& head, const std::string& name) {
-        const auto at = brind::ASCII::lowercased(head).find("\r\n" + name + ":");
-        if (at == std::string::npos)
-            return {};
-        auto start = at + name.size() + 3;
-        while (start < head.size() && head[start] == ' ')
-            ++start;
-        return head.substr(start, head.find("\r\n", start) - start);
-    }
-
-    static void sendAll(int descriptor, const std::string& text) {
-        for (std::size_t written = 0; written < text.size();) {
-            const ssize_t count =
-                ::send(descriptor, text.data() + written, text.size() - written, MSG_NOSIGNAL);
-            if (count <= 0)
-                return;
-            written += static_cast<std::size_t>(count);
-        }
-    }
-
     static std::string response(const std::string& status, const std::string& type, const std::string& body,
                                 const std::string& extraFields = {}) {
         return "HTTP/1.1 " + status + "\r\nContent-Type: " + type +
@@ -137,76 +75,13 @@ class PageServer {
                "\r\nCache-Control: no-store\r\nConnection: close\r\n" + extraFields + "\r\n" + body;
     }
 
-    void acceptLoop() {
-        for (;;) {
-            pollfd polls[2] = {{listener, POLLIN, 0}, {wake[0], POLLIN, 0}};
-            if (::poll(polls, 2, -1) < 0)
-                continue;
-            if (polls[1].revents != 0)
-                return;
-            const int descriptor = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-            if (descriptor < 0)
-                continue;
-            // Browsers open spare connections they may never use: each connection gets a thread and a
-            // read time-out, so an idle one holds up nothing.
-            timeval limit{2, 0};
-            ::setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
-            std::lock_guard guard(lock);
-            connections.emplace_back([this, descriptor] { serve(descriptor); });
-        }
-    }
-
-    void serve(int descriptor) {
-        std::string received;
-        char buffer[8192];
-        std::size_t headEnd = std::string::npos;
-        std::size_t wanted = 0;
-        for (;;) {
-            if (headEnd == std::string::npos && (headEnd = received.find("\r\n\r\n")) != std::string::npos)
-                wanted = headEnd + 4 +
-                         std::strtoull(fieldOf(received.substr(0, headEnd + 2), "content-length").c_str(),
-                                       nullptr, 10);
-            if (headEnd != std::string::npos && received.size() >= wanted)
-                break;
-            const ssize_t count = ::recv(descriptor, buffer, sizeof buffer, 0);
-            if (count <= 0) {
-                ::close(descriptor);
-                return;
-            }
-            received.append(buffer, static_cast<std::size_t>(count));
-        }
-        std::uint16_t relayPort = 0;
-        {
-            std::lock_guard guard(lock);
-            if (rebound)
-                relayPort = rebindPort;
-        }
-        if (relayPort != 0) {
-            relay(descriptor, received, relayPort);
-            return;
-        }
-        RecordedRequest request;
-        request.head = received.substr(0, headEnd + 2);
-        request.body = received.substr(headEnd + 4, wanted - headEnd - 4);
-        const auto methodEnd = received.find(' ');
-        request.method = received.substr(0, methodEnd);
-        request.target = received.substr(methodEnd + 1, received.find(' ', methodEnd + 1) - methodEnd - 1);
-        sendAll(descriptor, answer(request));
-        ::shutdown(descriptor, SHUT_WR);
-        while (::recv(descriptor, buffer, sizeof buffer, 0) > 0) {
-        }
-        ::close(descriptor);
-    }
-
     // Both directions until both ends have closed: what the browser sends reaches the other server
     // unchanged, and its reply comes back unchanged.
     static void relay(int descriptor, const std::string& received, std::uint16_t port) {
         const int upstream = vq::e2e::connectLoopback(port);
-        if (upstream < 0) {
-            ::close(descriptor);
+        if (upstream < 0)
             return;
-        }
-        sendAll(upstream, received);
+        LoopbackServer::sendAll(upstream, received);
         pollfd ends[2] = {{descriptor, POLLIN, 0}, {upstream, POLLIN, 0}};
         int open = 2;
         char buffer[8192];
@@ -222,14 +97,23 @@ class PageServer {
                     --open;
                     continue;
                 }
-                sendAll(other, std::string(buffer, static_cast<std::size_t>(count)));
+                LoopbackServer::sendAll(other, std::string(buffer, static_cast<std::size_t>(count)));
             }
         }
         ::close(upstream);
-        ::close(descriptor);
     }
 
-    std::string answer(const RecordedRequest& request) {
+    std::string answer(const LoopbackRequest& request, int connection) {
+        std::uint16_t relayPort = 0;
+        {
+            std::lock_guard guard(lock);
+            if (rebound)
+                relayPort = rebindPort;
+        }
+        if (relayPort != 0) {
+            relay(connection, request.head + "\r\n" + request.body, relayPort);
+            return {};
+        }
         const std::string path = request.target.substr(0, request.target.find('?'));
         std::lock_guard guard(lock);
         seen.push_back(request);
@@ -249,37 +133,32 @@ class PageServer {
             return response("404 Not Found", "text/plain", "");
 
         // The permissive server: whatever the origin, whatever it asks for.
-        const std::string origin = fieldOf(request.head, "origin");
+        const std::string origin = LoopbackServer::fieldOf(request.head, "origin");
         std::string allowed =
             "Access-Control-Allow-Origin: " + (origin.empty() ? std::string("*") : origin) +
             "\r\nAccess-Control-Allow-Credentials: true\r\nAccess-Control-Allow-Private-Network: true\r\n";
         if (request.method == "OPTIONS") {
-            allowed +=
-                "Access-Control-Allow-Methods: " + fieldOf(request.head, "access-control-request-method") +
-                "\r\n";
-            allowed +=
-                "Access-Control-Allow-Headers: " + fieldOf(request.head, "access-control-request-headers") +
-                "\r\n";
+            allowed += "Access-Control-Allow-Methods: " +
+                       LoopbackServer::fieldOf(request.head, "access-control-request-method") + "\r\n";
+            allowed += "Access-Control-Allow-Headers: " +
+                       LoopbackServer::fieldOf(request.head, "access-control-request-headers") + "\r\n";
             return response("204 No Content", "text/plain", "", allowed);
         }
-        if (fieldOf(request.head, "accept").contains("text/event-stream"))
+        if (LoopbackServer::fieldOf(request.head, "accept").contains("text/event-stream"))
             return response("200 OK", "text/event-stream", "event: hello\ndata: {\"app\":\"recorder\"}\n\n",
                             allowed);
         return response("200 OK", "application/json", R"({"ok":true})", allowed);
     }
 
-    int listener = -1;
-    int wake[2] = {-1, -1};
-    std::uint16_t boundPort = 0;
-    std::thread acceptor;
     mutable std::mutex lock;
     std::condition_variable changed;
     std::map<std::string, std::string> pages;
-    std::vector<RecordedRequest> seen;
+    std::vector<LoopbackRequest> seen;
     std::vector<std::string> reports;
-    std::vector<std::thread> connections;
     std::uint16_t rebindPort = 0;
     bool rebound = false;
+    LoopbackServer server{
+        [this](const LoopbackRequest& request, int connection) { return answer(request, connection); }};
 };
 
 } // namespace vq::attack

@@ -1,5 +1,4 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
-
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <filesystem>
@@ -9,7 +8,7 @@
 using namespace brind;
 namespace fs = std::filesystem;
 
-TEST(AtomicFile, WritesReplacesAndLeavesNoTemporaryFiles) {
+TEST(AtomicFile, WritesReplacesAndReadsWholeFilesLeavingNoTemporaryFiles) {
     const brindtest::TemporaryFolder temporary("brind-atomic");
     const fs::path& folder = temporary.path();
     ASSERT_TRUE(AtomicFile::ensureFolder(folder / "nested"));
@@ -22,19 +21,8 @@ TEST(AtomicFile, WritesReplacesAndLeavesNoTemporaryFiles) {
     EXPECT_EQ(fs::status(file).permissions() & fs::perms::all,
               fs::perms::owner_read | fs::perms::owner_write);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder / "nested"), fs::directory_iterator{}), 1);
-}
 
-TEST(AtomicFile, ReportsFailuresAsSentences) {
-    const auto written = AtomicFile::write("/nonexistent-folder/x/file", "data");
-    ASSERT_FALSE(written);
-    EXPECT_NE(written.error().find("/nonexistent-folder/x/file"), std::string::npos);
-    EXPECT_FALSE(AtomicFile::read("/nonexistent-folder/file"));
-}
-
-TEST(AtomicFile, ReadsWholeFilesWhateverSizeTheyReport) {
-    const brindtest::TemporaryFolder temporary("brind-atomic");
-    const fs::path& folder = temporary.path();
-    ASSERT_TRUE(AtomicFile::ensureFolder(folder));
+    // Files are read whole whatever their size.
     std::string large(3 * 4096 + 7, 'x');
     large[100] = '\0';
     large.back() = '\xFF';
@@ -50,4 +38,11 @@ TEST(AtomicFile, ReadsWholeFilesWhateverSizeTheyReport) {
     EXPECT_EQ(mappings->back(), '\n');
     EXPECT_NE(mappings->find("Rss:"), std::string::npos);
     EXPECT_FALSE(AtomicFile::read(folder));
+}
+
+TEST(AtomicFile, ReportsFailuresAsSentences) {
+    const auto written = AtomicFile::write("/nonexistent-folder/x/file", "data");
+    ASSERT_FALSE(written);
+    EXPECT_NE(written.error().find("/nonexistent-folder/x/file"), std::string::npos);
+    EXPECT_FALSE(AtomicFile::read("/nonexistent-folder/file"));
 }

@@ -4,7 +4,7 @@
 
 using brind::Date;
 
-TEST(Date, ParsesInternetDateTimes) {
+TEST(Date, ParsesInternetDateTimesAndRefusesOtherForms) {
     struct Case {
         const char* text;
         double seconds;
@@ -22,14 +22,10 @@ TEST(Date, ParsesInternetDateTimes) {
         ASSERT_TRUE(date) << c.text;
         EXPECT_DOUBLE_EQ(date->secondsSince1970, c.seconds) << c.text;
     }
-}
-
-TEST(Date, RefusesMalformedDateTimes) {
-    for (const char* text : {"", "2025-03-01", "2025-03-01T17:30:00", "2025-02-30T00:00:00Z", "2025-03-01 17:30:00Z",
-                             "2025-03-01T24:00:00Z", "2025-03-01T17:30:00Zjunk", "2025-03-01T17:30:00.Z",
-                             "2025-3-01T17:30:00Z", "2025-03-01T17:30:00+0100"}) {
+    for (const char* text : {"", "2025-03-01", "2025-03-01T17:30:00", "2025-02-30T00:00:00Z",
+                             "2025-03-01 17:30:00Z", "2025-03-01T24:00:00Z", "2025-03-01T17:30:00Zjunk",
+                             "2025-03-01T17:30:00.Z", "2025-3-01T17:30:00Z", "2025-03-01T17:30:00+0100"})
         EXPECT_FALSE(Date::parseISO8601(text)) << text;
-    }
 }
 
 TEST(Date, WritesWholeSecondsInUTCAndRoundTrips) {

@@ -4,7 +4,7 @@
 
 using namespace brind;
 
-TEST(Text, CountsUserPerceivedCharacters) {
+TEST(Text, CountsAndCutsUserPerceivedCharacters) {
     const std::pair<const char*, std::size_t> cases[] = {
         {"", 0},
         {"hello", 5},
@@ -16,20 +16,21 @@ TEST(Text, CountsUserPerceivedCharacters) {
     };
     for (const auto& [text, count] : cases)
         EXPECT_EQ(Text::graphemeCount(text), count) << text;
-}
-
-TEST(Text, PrefixNeverSplitsACharacter) {
+    // A prefix never splits a character.
     EXPECT_EQ(Text::graphemePrefix("hello", 3), "hel");
     EXPECT_EQ(Text::graphemePrefix("hello", 10), "hello");
     EXPECT_EQ(Text::graphemePrefix("hello", 0), "");
     EXPECT_EQ(Text::graphemePrefix("e\xCC\x81x", 1), "e\xCC\x81");
-    EXPECT_EQ(Text::graphemePrefix("\xF0\x9F\x87\xAB\xF0\x9F\x87\xB7!", 1), "\xF0\x9F\x87\xAB\xF0\x9F\x87\xB7");
+    EXPECT_EQ(Text::graphemePrefix("\xF0\x9F\x87\xAB\xF0\x9F\x87\xB7!", 1),
+              "\xF0\x9F\x87\xAB\xF0\x9F\x87\xB7");
 }
 
 TEST(Text, MapsCaseWithFullUnicodeRules) {
     EXPECT_EQ(Text::lowercased("HeLLo"), "hello");
     EXPECT_EQ(Text::lowercased("\xC3\x89T\xC3\x89"), "\xC3\xA9t\xC3\xA9"); // ÉTÉ
-    EXPECT_EQ(Text::uppercased("stra\xC3\x9F" "e"), "STRASSE");
+    EXPECT_EQ(Text::uppercased("stra\xC3\x9F"
+                               "e"),
+              "STRASSE");
     // Ill-formed bytes become U+FFFD; a mapping that grows past the first guess of its length.
     EXPECT_EQ(Text::lowercased("\xC3\x89\xFF"), "\xC3\xA9\xEF\xBF\xBD");
     std::string sharpS;
@@ -48,5 +49,8 @@ TEST(Text, ValidatesAndRepairsUTF8) {
     EXPECT_TRUE(Text::isValidUTF8("caf\xC3\xA9"));
     EXPECT_FALSE(Text::isValidUTF8("caf\xC3"));
     EXPECT_FALSE(Text::isValidUTF8("\xC0\xAF")); // overlong "/"
-    EXPECT_EQ(Text::repairedUTF8("a\xFF" "b"), "a\xEF\xBF\xBD" "b");
+    EXPECT_EQ(Text::repairedUTF8("a\xFF"
+                                 "b"),
+              "a\xEF\xBF\xBD"
+              "b");
 }

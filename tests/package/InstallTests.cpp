@@ -1,12 +1,11 @@
-#include "tests/e2e/E2EProcess.hpp"
-
 #include "BrindKit/foundation/AtomicFile.hpp"
-
-#include <gtest/gtest.h>
+#include "tests/e2e/E2EProcess.hpp"
+#include "tests/package/PrivateSessionBus.hpp"
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <sstream>
 
 namespace vq::packagetest {
@@ -26,7 +25,9 @@ std::vector<std::string> filesUnder(const std::filesystem::path& root) {
     return files;
 }
 
-std::string contents(const std::filesystem::path& file) { return brind::AtomicFile::read(file).value_or(""); }
+std::string contents(const std::filesystem::path& file) {
+    return brind::AtomicFile::read(file).value_or("");
+}
 
 // The files listed in a data file, one per line, without its comment lines.
 std::vector<std::string> expectedFiles(const std::string& name) {
@@ -38,58 +39,54 @@ std::vector<std::string> expectedFiles(const std::string& name) {
     return files;
 }
 
-class UserInstall : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        folder = std::make_unique<brindtest::TemporaryFolder>("vantaquill-install");
-        const auto prefix = folder->path() / "prefix";
-        environment = {{"PATH", std::getenv("PATH")},
-                       {"HOME", folder->path().string()},
-                       {"XDG_DATA_HOME", (prefix / "share").string()},
-                       {"XDG_CONFIG_HOME", (folder->path() / "config").string()},
-                       {"XDG_DATA_DIRS", (prefix / "share").string()}};
-        installed = run("/usr/bin/cmake", {"--install", buildFolder, "--prefix", prefix.string()}, environment);
-    }
-    static void TearDownTestSuite() { folder.reset(); }
-
-    static std::filesystem::path prefix() { return folder->path() / "prefix"; }
-
-    static inline std::unique_ptr<brindtest::TemporaryFolder> folder;
-    static inline std::map<std::string, std::string> environment;
-    static inline e2e::CommandResult installed;
-};
-
-TEST_F(UserInstall, ListsExactlyTheExpectedFiles) {
+// Installed for a user: exactly the expected files, a valid launcher and autostart entry, a unit for
+// the session, and the URL scheme registered so that xdg-open reaches the island that runs.
+TEST(UserInstall, InstallsItsFilesAndXdgOpenReachesTheRunningIsland) {
+    e2e::TemporaryHome home;
+    PrivateSessionBus bus(home.path());
+    ASSERT_TRUE(bus.running()) << "dbus-daemon (package dbus-daemon) did not start";
+    const auto prefix = home.path() / "prefix";
+    const auto installed =
+        run("/usr/bin/cmake", {"--install", buildFolder, "--prefix", prefix.string()}, home.environment());
     ASSERT_EQ(installed.exitCode, 0) << installed.out << installed.err;
-    EXPECT_EQ(filesUnder(prefix()), expectedFiles("user-install.txt"));
-}
+    EXPECT_EQ(filesUnder(prefix), expectedFiles("user-install.txt"));
 
-TEST_F(UserInstall, RegistersTheURLScheme) {
-    ASSERT_EQ(installed.exitCode, 0);
-    const auto query = run("/usr/bin/xdg-mime", {"query", "default", "x-scheme-handler/vantaquill"}, environment);
+    auto environment = home.environment();
+    environment["PATH"] = (prefix / "bin").string() + ":" + environment["PATH"];
+    environment["XDG_DATA_DIRS"] = (prefix / "share").string();
+    const auto query =
+        run("/usr/bin/xdg-mime", {"query", "default", "x-scheme-handler/vantaquill"}, environment);
     EXPECT_EQ(query.out, "vantaquill.desktop\n") << query.err;
-    const auto validated = run("/usr/bin/desktop-file-validate",
-                               {(prefix() / "share/applications/vantaquill.desktop").string(),
-                                (prefix() / "etc/xdg/autostart/vantaquill.desktop").string()},
-                               environment);
+    const auto launcher = prefix / "share/applications/vantaquill.desktop";
+    const auto validated =
+        run("/usr/bin/desktop-file-validate",
+            {launcher.string(), (prefix / "etc/xdg/autostart/vantaquill.desktop").string()}, environment);
     EXPECT_EQ(validated.exitCode, 0) << validated.out;
-    EXPECT_NE(contents(prefix() / "share/applications/vantaquill.desktop").find("Exec=vantaquill-island %u\n"), std::string::npos);
-}
+    EXPECT_NE(contents(launcher).find("Exec=vantaquill-island %u\n"), std::string::npos);
+    const auto unit = contents(prefix / "share/systemd/user/vantaquill.service");
+    for (const std::string& line :
+         std::vector<std::string>{"ExecStart=" + (prefix / "bin/vantaquill-island").string(),
+                                  "PartOf=graphical-session.target", "WantedBy=graphical-session.target"})
+        EXPECT_NE(unit.find(line + "\n"), std::string::npos) << line << " in\n" << unit;
 
-TEST_F(UserInstall, UnitStartsTheInstalledIslandWithTheSession) {
-    ASSERT_EQ(installed.exitCode, 0);
-    const auto unit = contents(prefix() / "share/systemd/user/vantaquill.service");
-    EXPECT_NE(unit.find("ExecStart=" + (prefix() / "bin/vantaquill-island").string() + "\n"), std::string::npos) << unit;
-    EXPECT_NE(unit.find("PartOf=graphical-session.target\n"), std::string::npos);
-    EXPECT_NE(unit.find("WantedBy=graphical-session.target\n"), std::string::npos);
+    e2e::IslandProcess first(home);
+    ASSERT_NE(first.port(), 0);
+    // xdg-open looks for a desktop handler only inside a graphical session; nothing connects to it.
+    environment["DISPLAY"] = ":99";
+    const auto opened = run("/usr/bin/xdg-open", {"vantaquill://notify?title=Hi"}, environment);
+    EXPECT_EQ(opened.exitCode, 0) << opened.err;
+    const auto shown = first.waitForLine("activity shown id=url.notify");
+    ASSERT_TRUE(shown.has_value());
+    EXPECT_NE(shown->find("title=\"Hi\""), std::string::npos) << *shown;
 }
 
 // One test, so that two packagings never share the build folder's staging area at once.
 TEST(DebianPackage, LintianFindsNothingAndItInstallsAndRemovesCleanlyInAFolderTree) {
     const brindtest::TemporaryFolder folder{"vantaquill-deb"};
-    const auto built = run("/usr/bin/cpack", {"--config", buildFolder + "/CPackConfig.cmake", "-G", "DEB", "-B",
-                                              (folder.path() / "out").string()},
-                           {{"PATH", std::getenv("PATH")}});
+    const auto built = run(
+        "/usr/bin/cpack",
+        {"--config", buildFolder + "/CPackConfig.cmake", "-G", "DEB", "-B", (folder.path() / "out").string()},
+        {{"PATH", std::getenv("PATH")}});
     ASSERT_EQ(built.exitCode, 0) << built.out << built.err;
     std::filesystem::path package;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "out")) {
@@ -116,11 +113,8 @@ TEST(DebianPackage, LintianFindsNothingAndItInstallsAndRemovesCleanlyInAFolderTr
         return run("/usr/bin/dpkg", arguments, environment);
     };
     const auto outsideDatabase = [&] {
-        std::vector<std::string> files;
-        for (const auto& file : filesUnder(root)) {
-            if (!file.starts_with("var/"))
-                files.push_back(file);
-        }
+        auto files = filesUnder(root);
+        std::erase_if(files, [](const std::string& file) { return file.starts_with("var/"); });
         return files;
     };
 
@@ -128,7 +122,8 @@ TEST(DebianPackage, LintianFindsNothingAndItInstallsAndRemovesCleanlyInAFolderTr
     const auto installed = dpkg({"--force-depends", "-i", package.string()});
     ASSERT_EQ(installed.exitCode, 0) << installed.out << installed.err;
     EXPECT_EQ(outsideDatabase(), expectedFiles("debian-package.txt"));
-    EXPECT_NE(contents(root / "usr/lib/systemd/user/vantaquill.service").find("ExecStart=/usr/bin/vantaquill-island\n"),
+    EXPECT_NE(contents(root / "usr/lib/systemd/user/vantaquill.service")
+                  .find("ExecStart=/usr/bin/vantaquill-island\n"),
               std::string::npos);
 
     const auto depends = run("/usr/bin/dpkg-deb", {"--field", package.string(), "Depends"}, environment);

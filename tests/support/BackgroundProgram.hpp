@@ -3,10 +3,9 @@
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <string>
 #include <vector>
 
 namespace vq {
@@ -15,7 +14,7 @@ namespace vq {
 /// environment given, its streams on /dev/null and a session of its own, so that it never waits on
 /// a terminal. Stopped with SIGTERM when the test is done.
 class BackgroundProgram {
-public:
+  public:
     BackgroundProgram(const std::string& program, std::vector<std::string> arguments,
                       std::vector<std::string> environment) {
         arguments.insert(arguments.begin(), program);
@@ -43,6 +42,8 @@ public:
     BackgroundProgram& operator=(const BackgroundProgram&) = delete;
 
     bool running() const { return pid > 0; }
+    /// Also its process group's and its session's id; -1 once it has quit.
+    pid_t processID() const { return pid; }
     void quit() {
         if (pid <= 0)
             return;
@@ -51,7 +52,7 @@ public:
         pid = -1;
     }
 
-private:
+  private:
     pid_t pid = -1;
 };
 
