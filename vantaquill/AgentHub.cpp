@@ -37,7 +37,6 @@ AgentHub::AgentHub(Scheduler& scheduler, std::filesystem::path dataFolder, Headl
             changed();
         });
     };
-    schedulePrune();
 }
 
 AgentHub::~AgentHub() {
@@ -100,6 +99,8 @@ void AgentHub::apply(const brind::AgentHookEvent& event) {
         display.line("agent " + std::string(brind::name(change.kind)) + " key=" + change.key);
     showSession(brind::AgentSession::key(event.agent, event.sessionID));
     changed();
+    if (!pruneTimer)
+        schedulePrune();
 }
 
 void AgentHub::prune() {
@@ -114,8 +115,12 @@ void AgentHub::prune() {
 
 void AgentHub::schedulePrune() {
     pruneTimer = scheduler.schedule(pruneInterval, [this] {
+        auto fired = std::move(pruneTimer);
         prune();
-        schedulePrune();
+        // With nothing left to forget the sweep waits for the next session instead of waking the
+        // island every interval.
+        if (!tracker_.sessions.empty() || !tracker_.recentlyEnded.empty())
+            schedulePrune();
     });
 }
 

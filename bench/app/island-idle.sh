@@ -28,8 +28,10 @@ display=":$number"
 start() { # name, extra arguments...
   local name=$1; shift
   local home="$work/$name"
-  mkdir -p "$home/.config/vantaquill"
-  HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" DISPLAY="$display" \
+  mkdir -p "$home/.config/vantaquill" "$home/run"
+  chmod 700 "$home/run"
+  HOME="$home" XDG_CONFIG_HOME="$home/.config" XDG_DATA_HOME="$home/.local/share" XDG_RUNTIME_DIR="$home/run" \
+    DISPLAY="$display" \
     "$island" --port 0 "$@" >"$home/out.log" 2>"$home/err.log" &
   pids+=($!)
   echo $! >"$home/pid"

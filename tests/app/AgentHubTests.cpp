@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -76,6 +77,30 @@ TEST(AgentHub, ARuleBookThatCannotBeReadIsNeverOverwritten) {
     // The rule still holds for this run; the file is as the user left it.
     EXPECT_EQ(hub.hub.broker().ruleBook().rules.size(), 1u);
     EXPECT_EQ(brind::AtomicFile::read(file), typo);
+}
+
+// Stale sessions are swept while there are sessions; an island no agent has talked to, or whose
+// sessions are all forgotten, keeps no timer for it.
+TEST(AgentHub, SessionsAreSweptOnlyWhileThereAreAny) {
+    brindtest::TemporaryFolder folder{"vq-agent-hub"};
+    Hub hub(folder.path());
+    EXPECT_EQ(hub.scheduler.pendingCount(), 0u);
+
+    brind::AgentHookEvent event;
+    event.agent = brind::AgentKind::claudeCode;
+    event.kind = brind::AgentEventKind::sessionStart;
+    event.rawName = "SessionStart";
+    event.sessionID = "s1";
+    event.date = hub.scheduler.now();
+    hub.hub.apply(event);
+    EXPECT_EQ(hub.scheduler.pendingCount(), 1u);
+
+    const brind::AgentSessionTracker tracker;
+    hub.scheduler.advance(tracker.staleAfter + tracker.endedMemory + 2 * pruneInterval);
+    const std::string forgotten = "agent forgotten key=" + brind::AgentSession::key(event.agent, "s1");
+    EXPECT_NE(std::find(hub.lines.begin(), hub.lines.end(), forgotten), hub.lines.end())
+        << testing::PrintToString(hub.lines);
+    EXPECT_EQ(hub.scheduler.pendingCount(), 0u);
 }
 
 TEST(AgentHub, AWaitingRequestIsShownAsOneActivityUntilAnswered) {

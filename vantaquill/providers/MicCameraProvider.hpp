@@ -5,6 +5,7 @@
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/providers/InotifyWatch.hpp"
 #include "vantaquill/providers/Reconnection.hpp"
+#include "vantaquill/providers/ServiceSockets.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -97,7 +98,7 @@ class MicCameraProvider final : public LiveActivityCenter::Provider {
     std::unique_ptr<PulseConnection> pulse_;
     std::unique_ptr<MicCameraListener> listener_;
     std::shared_ptr<Shared> shared_;
-    Reconnection reconnection_{scheduler_, [this] { connectSound(); }};
+    Reconnection reconnection_{scheduler_, [this] { connectSound(); }, ServiceSockets().pulse()};
     bool toldNoSound_ = false;
 };
 

@@ -3,6 +3,7 @@
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/providers/Reconnection.hpp"
+#include "vantaquill/providers/ServiceSockets.hpp"
 
 #include <functional>
 #include <map>
@@ -26,7 +27,7 @@ struct ScreenShareCallbacks;
 /// video stream: the watcher follows PipeWire's registry and counts the video sources that are
 /// streams made by a program rather than devices. It cannot see captures that bypass PipeWire: X11
 /// programs reading the screen directly, and wlroots' screencopy used without the portal. A PipeWire
-/// that is missing or goes away is asked for again, less and less often, and said once.
+/// that is missing or goes away is asked for again when its socket appears, and said once.
 class ScreenShareWatcher final : public LiveActivityCenter::Provider {
   public:
     static constexpr std::string_view providerID = "screenCapture";
@@ -72,7 +73,7 @@ class ScreenShareWatcher final : public LiveActivityCenter::Provider {
     std::shared_ptr<Shared> shared_state_;
     bool shared_ = false;
     /// PipeWire, missing or gone, is asked for again (see `Reconnection`).
-    Reconnection reconnection_{scheduler_, [this] { connect(); }};
+    Reconnection reconnection_{scheduler_, [this] { connect(); }, ServiceSockets().pipewire()};
     bool toldMissing_ = false;
 };
 

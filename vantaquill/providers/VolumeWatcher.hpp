@@ -3,6 +3,7 @@
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/providers/Reconnection.hpp"
+#include "vantaquill/providers/ServiceSockets.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -21,7 +22,7 @@ struct VolumeWatcherCallbacks;
 /// desktop's own keys or a mixer changed it. It talks to the sound server through libpulse, which
 /// PulseAudio serves and PipeWire serves through pipewire-pulse, follows the default sink as it
 /// changes, and never flashes for the level it finds on connecting or on a new default sink. A sound
-/// server that is missing or goes away is asked for again, less and less often.
+/// server that is missing or goes away is asked for again when its socket appears (see `Reconnection`).
 class VolumeWatcher final : public LiveActivityCenter::Provider {
   public:
     static constexpr std::string_view providerID = "volume";
@@ -70,7 +71,7 @@ class VolumeWatcher final : public LiveActivityCenter::Provider {
     /// kept alive by the functions already posted to the main thread, which find it cleared after `stop`.
     std::shared_ptr<Shared> shared_;
     /// A sound server that is missing or went away is asked for again (see `Reconnection`).
-    Reconnection reconnection_{scheduler_, [this] { connect(); }};
+    Reconnection reconnection_{scheduler_, [this] { connect(); }, ServiceSockets().pulse()};
     bool toldMissing_ = false;
 };
 
