@@ -54,12 +54,11 @@ TEST(MicCamera, TheCameraActivityNamesWhoHoldsTheNodeUntilItIsClosed) {
     // Events are read as the event loop runs; the holders a settling moment later.
     const auto cameraUsers = [&](bool wanted) -> std::optional<std::string> {
         const brind::LiveActivity* shown = nullptr;
-        if (!eventually([&] {
-                QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        if (!pumpUntil([&] {
                 scheduler.advance(MicCameraProvider::settleDelay);
                 shown = center.queue().activity(std::string(MicCameraProvider::cameraID));
                 return (shown != nullptr) == wanted;
-            }, 20ms))
+            }))
             return std::nullopt;
         return shown ? shown->subtitle.value_or("") : "";
     };
@@ -68,10 +67,10 @@ TEST(MicCamera, TheCameraActivityNamesWhoHoldsTheNodeUntilItIsClosed) {
     {
         // One program that opens the node itself, so the name the provider reads at the open is the
         // name it keeps (a shell that opens it and then execs another program would change names).
-        BackgroundProgram holder("/usr/bin/python3",
-                                 {"-c", "import time\nf = open('" + (devices / "video0").string() +
-                                            "')\ntime.sleep(60)"},
-                                 {"PATH=/usr/bin:/bin"});
+        BackgroundProgram holder(
+            "/usr/bin/python3",
+            {"-c", "import time\nf = open('" + (devices / "video0").string() + "')\ntime.sleep(60)"},
+            {"PATH=/usr/bin:/bin"});
         ASSERT_EQ(cameraUsers(true), "python3");
         const auto* shown = center.queue().activity(std::string(MicCameraProvider::cameraID));
         EXPECT_EQ(shown->priority, brind::ActivityPriority::ambient);
@@ -107,7 +106,9 @@ TEST(MicCamera, RecordingFromAnInputShowsTheMicrophoneNamingTheRecorder) {
         const auto listed = sound.control({"list", "short", "source-outputs"});
         return listed ? static_cast<int>(std::count(listed->begin(), listed->end(), '\n')) : -1;
     };
-    const auto waitForRecordings = [&](int count) { return eventually([&] { return recordings() == count; }); };
+    const auto waitForRecordings = [&](int count) {
+        return eventually([&] { return recordings() == count; });
+    };
 
     const auto visualiser = recorder("visualiser", "speakers.monitor");
     ASSERT_TRUE(waitForRecordings(1));

@@ -29,7 +29,7 @@ const std::string notificationsObject =
 /// The real island in a home whose session bus is private, with python3-dbusmock's notification
 /// daemon serving the desktop's notifications and the real notify-send sending them.
 class DesktopNotifications : public e2e::IslandTest {
-protected:
+  protected:
     std::vector<std::string> preferences() const override { return {"activities.notifications.mirror=true"}; }
 
     void SetUp() override {
@@ -54,11 +54,13 @@ protected:
 
     /// Sends with notify-send until the island shows it: the island becomes the bus's monitor a
     /// moment after it starts, and what was sent before is not seen.
-    std::optional<std::string> notifyUntilShown(const std::vector<std::string>& arguments, const std::string& shown) {
+    std::optional<std::string> notifyUntilShown(const std::vector<std::string>& arguments,
+                                                const std::string& shown) {
         const auto deadline = std::chrono::steady_clock::now() + patience;
         while (std::chrono::steady_clock::now() < deadline) {
-            const auto sent = e2e::run("/usr/bin/notify-send", arguments,
-                                       {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}, {"PATH", "/usr/bin:/bin"}});
+            const auto sent =
+                e2e::run("/usr/bin/notify-send", arguments,
+                         {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}, {"PATH", "/usr/bin:/bin"}});
             EXPECT_EQ(sent.exitCode, 0) << sent.err;
             if (auto line = island->waitForLine(shown, 1s))
                 return line;
@@ -69,8 +71,8 @@ protected:
     /// Posts through the SDK with "alert" set.
     void postAlerting(const std::string& id, const std::string& priority) const {
         const auto reply = authorized("POST", "/v1/activities",
-                                      R"({"id":")" + id + R"(","title":")" + id + R"(","priority":")" + priority +
-                                          R"(","alert":true})");
+                                      R"({"id":")" + id + R"(","title":")" + id + R"(","priority":")" +
+                                          priority + R"(","alert":true})");
         ASSERT_EQ(statusOf(reply), 200) << reply;
     }
 
@@ -85,18 +87,21 @@ TEST_F(DesktopNotifications, AreMirroredWithTheirBodyKeptOffTheDisk) {
         << island->errors();
     const auto shown = island->waitForLine("activity shown id=notifications.builder");
     ASSERT_TRUE(shown);
-    EXPECT_NE(shown->find("source=notifications priority=normal title=\"Build done\" subtitle=\"" + body + "\""),
-              std::string::npos)
+    EXPECT_NE(
+        shown->find("source=notifications priority=normal title=\"Build done\" subtitle=\"" + body + "\""),
+        std::string::npos)
         << *shown;
 
     // The same application's next notification takes its place; a critical one is marked so.
-    ASSERT_EQ(e2e::run("/usr/bin/notify-send", {"--app-name=Builder", "--urgency=critical", "Build failed", "3 errors"},
+    ASSERT_EQ(e2e::run("/usr/bin/notify-send",
+                       {"--app-name=Builder", "--urgency=critical", "Build failed", "3 errors"},
                        {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}})
                   .exitCode,
               0);
     const auto updated = island->waitForLine("activity updated id=notifications.builder");
     ASSERT_TRUE(updated);
-    EXPECT_NE(updated->find("priority=critical title=\"Build failed\" subtitle=\"3 errors\""), std::string::npos)
+    EXPECT_NE(updated->find("priority=critical title=\"Build failed\" subtitle=\"3 errors\""),
+              std::string::npos)
         << *updated;
 
     ASSERT_EQ(island->stop(), 0);
@@ -105,7 +110,8 @@ TEST_F(DesktopNotifications, AreMirroredWithTheirBodyKeptOffTheDisk) {
             continue;
         std::ifstream file(entry.path(), std::ios::binary);
         const std::string contents((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-        EXPECT_EQ(contents.find("tests passed"), std::string::npos) << "a body was written to " << entry.path();
+        EXPECT_EQ(contents.find("tests passed"), std::string::npos)
+            << "a body was written to " << entry.path();
     }
 }
 
@@ -125,7 +131,8 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
              writePreferences(home, std::string("activities.notifications.mirror=true\nactivities.paused=") +
                                         (on ? "true\n" : "false\n"));
          },
-         "focus on desktopDoNotDisturb=false paused=true", "focus off desktopDoNotDisturb=false paused=false"},
+         "focus on desktopDoNotDisturb=false paused=true",
+         "focus off desktopDoNotDisturb=false paused=false"},
     };
     for (const Way& way : ways) {
         SCOPED_TRACE(way.name);
@@ -141,8 +148,8 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
         ASSERT_TRUE(island->waitForLine("alert shown id=sdk.cli." + way.name + "-deploy"));
         EXPECT_TRUE(sawLine(*island, "activity shown id=sdk.cli." + way.name + "-chat"));
         for (const std::string& quiet : {"alert shown id=sdk.cli." + way.name + "-chat",
-                                        "alert shown id=sdk.cli." + way.name + "-digest",
-                                        "alert shown id=notifications.chat-" + way.name})
+                                         "alert shown id=sdk.cli." + way.name + "-digest",
+                                         "alert shown id=notifications.chat-" + way.name})
             EXPECT_FALSE(sawLine(*island, quiet)) << quiet;
 
         way.focus(false);
@@ -161,24 +168,28 @@ TEST(GNOMEDoNotDisturb, BannersSwitchedOffFocusTheIsland) {
     environment["GSETTINGS_BACKEND"] = "keyfile";
     const auto setBanners = [&environment](bool on) {
         return e2e::run("/usr/bin/gsettings",
-                        {"set", "org.gnome.desktop.notifications", "show-banners", on ? "true" : "false"}, environment);
+                        {"set", "org.gnome.desktop.notifications", "show-banners", on ? "true" : "false"},
+                        environment);
     };
     const auto off = setBanners(false);
     if (off.exitCode != 0)
         GTEST_SKIP() << "gsettings with GNOME's notification schema is needed: " << off.err;
 
     e2e::IslandProcess island({"--headless", "--port", "0"}, environment);
-    ASSERT_NE(island.port(), 0);
-    ASSERT_TRUE(island.waitForLine("focus on desktopDoNotDisturb=true paused=false", patience)) << island.errors();
+    ASSERT_TRUE(island.waitForLine("focus on desktopDoNotDisturb=true paused=false", patience))
+        << island.errors();
 
     // The monitor may still be starting when the test first switches: switch until it is heard.
-    EXPECT_TRUE(eventually([&] {
-        EXPECT_EQ(setBanners(true).exitCode, 0);
-        if (island.waitForLine("focus off desktopDoNotDisturb=false paused=false", 1s))
-            return true;
-        EXPECT_EQ(setBanners(false).exitCode, 0);
-        return false;
-    }, 0ms)) << island.errors();
+    EXPECT_TRUE(eventually(
+        [&] {
+            EXPECT_EQ(setBanners(true).exitCode, 0);
+            if (island.waitForLine("focus off desktopDoNotDisturb=false paused=false", 1s))
+                return true;
+            EXPECT_EQ(setBanners(false).exitCode, 0);
+            return false;
+        },
+        0ms))
+        << island.errors();
     EXPECT_EQ(island.errors().find("do not disturb is not followed"), std::string::npos) << island.errors();
 }
 
@@ -199,43 +210,41 @@ TEST(NotificationMirror, RefusesCallsItCannotRead) {
     EXPECT_EQ(refused.error(), "Notify with arguments (s), not (susssasa{sv}i)");
 }
 
+// Its id, source, priority, title, body and alert from notify-send are read in the end-to-end tests.
 TEST(MirroredNotification, BecomesOneAlertingActivityPerApplication) {
     const brind::Date now{1'000'000};
     const auto noImage = [](const std::string&) -> std::optional<std::string> { return std::nullopt; };
-    struct Case {
-        MirroredNotification notification;
-        std::string id;
-        brind::ActivityPriority priority;
-        std::string title;
-        std::optional<std::string> subtitle;
-        brind::ActivityGlyph leading;
-        double seconds;
-    };
-    const Case cases[] = {
-        {{.appName = "Thunderbird Mail", .appIcon = "mail-unread", .summary = "Ada", .body = "<b>Lunch</b> &amp; tea?\n\n Yes"},
-         "notifications.thunderbird-mail", brind::ActivityPriority::normal, "Ada", "Lunch & tea? Yes",
-         brind::ActivityGlyph::symbol("mail-unread"), MirroredNotification::usualSeconds},
-        {{.appName = "", .summary = "", .urgency = 0, .desktopEntry = "org.example.Clock", .expireTimeout = 2500},
-         "notifications.unnamed", brind::ActivityPriority::ambient, "Notification", std::nullopt,
-         brind::ActivityGlyph::appIcon("org.example.Clock"), 2.5},
-        {{.appName = "Power", .summary = "Battery low", .urgency = 2, .expireTimeout = 600000},
-         "notifications.power", brind::ActivityPriority::critical, "Battery low", std::nullopt,
-         brind::ActivityGlyph::symbol("dialog-information"), MirroredNotification::longestSeconds},
-        {{.appName = "Power", .summary = "Battery low", .urgency = 2, .expireTimeout = 0},
-         "notifications.power", brind::ActivityPriority::critical, "Battery low", std::nullopt,
-         brind::ActivityGlyph::symbol("dialog-information"), MirroredNotification::criticalSeconds},
-    };
-    for (const Case& c : cases) {
-        const auto activity = c.notification.activity(now, noImage);
-        EXPECT_EQ(activity.id, c.id);
-        EXPECT_EQ(activity.source, "notifications");
-        EXPECT_EQ(activity.priority, c.priority) << c.id;
-        EXPECT_EQ(activity.title, c.title);
-        EXPECT_EQ(activity.subtitle, c.subtitle);
-        EXPECT_EQ(activity.leading, c.leading) << c.id;
-        EXPECT_EQ(activity.expiresAt, now + c.seconds) << c.id;
-        EXPECT_TRUE(activity.alert);
-        EXPECT_EQ(activity.trailing.isNone(), c.notification.appName.empty());
+    const auto mail = MirroredNotification{.appName = "Thunderbird Mail",
+                                           .appIcon = "mail-unread",
+                                           .summary = "Ada",
+                                           .body = "<b>Lunch</b> &amp; tea?\n\n Yes"}
+                          .activity(now, noImage);
+    EXPECT_EQ(mail.id, "notifications.thunderbird-mail");
+    EXPECT_EQ(mail.subtitle, "Lunch & tea? Yes");
+    EXPECT_EQ(mail.leading, brind::ActivityGlyph::symbol("mail-unread"));
+    EXPECT_FALSE(mail.trailing.isNone());
+    EXPECT_EQ(mail.expiresAt, now + MirroredNotification::usualSeconds);
+
+    const auto clock =
+        MirroredNotification{.urgency = 0, .desktopEntry = "org.example.Clock", .expireTimeout = 2500}
+            .activity(now, noImage);
+    EXPECT_EQ(clock.id, "notifications.unnamed");
+    EXPECT_EQ(clock.priority, brind::ActivityPriority::ambient);
+    EXPECT_EQ(clock.title, "Notification");
+    EXPECT_EQ(clock.subtitle, std::nullopt);
+    EXPECT_EQ(clock.leading, brind::ActivityGlyph::appIcon("org.example.Clock"));
+    EXPECT_TRUE(clock.trailing.isNone());
+    EXPECT_EQ(clock.expiresAt, now + 2.5);
+
+    // A critical notification stays longer than others, but never for good.
+    for (const auto& [timeout, seconds] : {std::pair{600000, MirroredNotification::longestSeconds},
+                                           std::pair{0, MirroredNotification::criticalSeconds}}) {
+        const auto power =
+            MirroredNotification{
+                .appName = "Power", .summary = "Battery low", .urgency = 2, .expireTimeout = timeout}
+                .activity(now, noImage);
+        EXPECT_EQ(power.leading, brind::ActivityGlyph::symbol("dialog-information"));
+        EXPECT_EQ(power.expiresAt, now + seconds) << timeout;
     }
 
     // An image path (hint, file URI or path as the icon) is read for the leading slot; one that
@@ -245,9 +254,12 @@ TEST(MirroredNotification, BecomesOneAlertingActivityPerApplication) {
     };
     EXPECT_EQ((MirroredNotification{.appIcon = "file:///icons/ada.png"}.activity(now, image).leading),
               brind::ActivityGlyph::image("PNG"));
-    EXPECT_EQ((MirroredNotification{.appIcon = "mail", .imagePath = "/icons/ada.png"}.activity(now, image).leading),
-              brind::ActivityGlyph::image("PNG"));
-    EXPECT_EQ((MirroredNotification{.appIcon = "mail", .imagePath = "/icons/gone.png"}.activity(now, image).leading),
+    EXPECT_EQ(
+        (MirroredNotification{.appIcon = "mail", .imagePath = "/icons/ada.png"}.activity(now, image).leading),
+        brind::ActivityGlyph::image("PNG"));
+    EXPECT_EQ((MirroredNotification{.appIcon = "mail", .imagePath = "/icons/gone.png"}
+                   .activity(now, image)
+                   .leading),
               brind::ActivityGlyph::symbol("mail"));
     EXPECT_EQ(MirroredNotification::plainBody("a < b &lt;c&gt; <a href=\"x\">link</a>&unknown;"),
               "a < b <c> link &unknown;");
@@ -258,7 +270,8 @@ TEST(ScreenShareWatcher, CountsProgramVideoSourcesButNotCameras) {
     const std::pair<Properties, bool> cases[] = {
         {{{"media.class", "Video/Source"}, {"node.name", "xdpw_stream"}}, true},
         {{{"media.class", "Stream/Output/Video"}, {"node.name", "gnome-shell-screencast"}}, true},
-        {{{"media.class", "Video/Source"}, {"device.id", "41"}, {"node.name", "v4l2_input.pci-0000_00_14.0"}}, false},
+        {{{"media.class", "Video/Source"}, {"device.id", "41"}, {"node.name", "v4l2_input.pci-0000_00_14.0"}},
+         false},
         {{{"media.class", "Video/Source"}, {"media.role", "Camera"}}, false},
         {{{"media.class", "Stream/Input/Video"}, {"node.name", "obs"}}, false},
         {{{"media.class", "Audio/Source"}}, false},
