@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
 
-TEST(DownloadFolder, UserDirsLinesAreReadAsTheShellWould) {
+TEST(DownloadFolder, UserDirsLinesAreReadAsTheShellWouldAndPartialFilesByTheirSuffixes) {
     const std::filesystem::path home = "/home/ada";
     struct Case {
         std::string text;
@@ -45,10 +45,9 @@ TEST(DownloadFolder, UserDirsLinesAreReadAsTheShellWould) {
     TemporaryHome missing;
     EXPECT_EQ(DownloadsProvider::downloadFolder(missing.path(), missing.path() / ".config"),
               missing.path() / "Downloads");
-}
 
-TEST(DownloadFolder, PartialFilesAreKnownByTheBrowsersSuffixes) {
-    const std::pair<std::string, std::optional<std::string>> cases[] = {
+    // Partial files are known by the browsers' suffixes.
+    const std::pair<std::string, std::optional<std::string>> partials[] = {
         {"report.pdf.part", "report.pdf"},
         {"report.pdf.crdownload", "report.pdf"},
         {"Unconfirmed 431207.crdownload", ""},
@@ -58,7 +57,7 @@ TEST(DownloadFolder, PartialFilesAreKnownByTheBrowsersSuffixes) {
         {"report.pdf", std::nullopt},
         {"report.partial", std::nullopt},
     };
-    for (const auto& [name, final] : cases)
+    for (const auto& [name, final] : partials)
         EXPECT_EQ(DownloadsProvider::finalName(name), final) << name;
 }
 

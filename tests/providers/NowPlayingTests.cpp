@@ -278,7 +278,7 @@ MediaPlayback player(std::string name, Status status, double changedAt) {
     return playback;
 }
 
-TEST(MediaPlayerChoice, PlayingBeatsPausedAndTheLatestChangeWins) {
+TEST(MediaPlayerChoice, PlayingBeatsPausedAndTheLatestChangeWinsAmongPlayersOnly) {
     struct Case {
         const char* what;
         std::vector<MediaPlayback> players;
@@ -296,9 +296,8 @@ TEST(MediaPlayerChoice, PlayingBeatsPausedAndTheLatestChangeWins) {
     };
     for (const auto& test : cases)
         EXPECT_EQ(MediaPlayerChoice::choose(test.players), test.chosen) << test.what;
-}
 
-TEST(MediaPlayerChoice, FollowsPlayersButNotTheProxyOrOtherNames) {
+    // Players are followed, but not the proxy that stands for them nor other names.
     EXPECT_TRUE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.mpv"));
     EXPECT_TRUE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.vlc.instance42"));
     EXPECT_FALSE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.playerctld"));

@@ -1,10 +1,17 @@
 #include "tests/e2e/E2EFixture.hpp"
+#include "tests/package/PrivateSessionBus.hpp"
 #include "tests/providers/IslandConsole.hpp"
+#include "tests/providers/SoundServer.hpp"
+#include "tests/support/BackgroundProgram.hpp"
 #include "tests/support/SystemServiceMock.hpp"
+#include "vantaquill/providers/MicCameraProvider.hpp"
 #include "vantaquill/providers/MirroredNotification.hpp"
 #include "vantaquill/providers/NotificationMirror.hpp"
 #include "vantaquill/providers/ScreenShareWatcher.hpp"
 
+#include <QCoreApplication>
+#include <QMetaObject>
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <dbus/dbus.h>
@@ -14,14 +21,20 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
+// What the desktop's session tells the island: notifications and do not disturb, the lock screen, and
+// who uses the microphone, the camera or the screen.
 namespace vq {
 namespace {
 
 using namespace std::chrono_literals;
+using e2e::IslandProcess;
 using e2e::statusOf;
+using e2e::TemporaryHome;
 
 const std::string notificationsObject =
     "bus.get_object('org.freedesktop.Notifications', '/org/freedesktop/Notifications')";
@@ -52,16 +65,21 @@ class DesktopNotifications : public e2e::IslandTest {
                   (on ? "True" : "False") + "), dbus_interface='org.freedesktop.DBus.Properties')");
     }
 
+    int notify(const std::vector<std::string>& arguments) const {
+        const auto sent =
+            e2e::run("/usr/bin/notify-send", arguments,
+                     {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}, {"PATH", "/usr/bin:/bin"}});
+        EXPECT_EQ(sent.exitCode, 0) << sent.err;
+        return sent.exitCode;
+    }
+
     /// Sends with notify-send until the island shows it: the island becomes the bus's monitor a
     /// moment after it starts, and what was sent before is not seen.
     std::optional<std::string> notifyUntilShown(const std::vector<std::string>& arguments,
                                                 const std::string& shown) {
         const auto deadline = std::chrono::steady_clock::now() + patience;
         while (std::chrono::steady_clock::now() < deadline) {
-            const auto sent =
-                e2e::run("/usr/bin/notify-send", arguments,
-                         {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}, {"PATH", "/usr/bin:/bin"}});
-            EXPECT_EQ(sent.exitCode, 0) << sent.err;
+            notify(arguments);
             if (auto line = island->waitForLine(shown, 1s))
                 return line;
         }
@@ -93,11 +111,7 @@ TEST_F(DesktopNotifications, AreMirroredWithTheirBodyKeptOffTheDisk) {
         << *shown;
 
     // The same application's next notification takes its place; a critical one is marked so.
-    ASSERT_EQ(e2e::run("/usr/bin/notify-send",
-                       {"--app-name=Builder", "--urgency=critical", "Build failed", "3 errors"},
-                       {{"DBUS_SESSION_BUS_ADDRESS", desktop.address()}})
-                  .exitCode,
-              0);
+    ASSERT_EQ(notify({"--app-name=Builder", "--urgency=critical", "Build failed", "3 errors"}), 0);
     const auto updated = island->waitForLine("activity updated id=notifications.builder");
     ASSERT_TRUE(updated);
     EXPECT_NE(updated->find("priority=critical title=\"Build failed\" subtitle=\"3 errors\""),
@@ -162,7 +176,7 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
 // GNOME's switch, read and followed by the real island through the real `gsettings`, on GLib's
 // keyfile backend in the test's home (the dconf service is GNOME's own daemon).
 TEST(GNOMEDoNotDisturb, BannersSwitchedOffFocusTheIsland) {
-    e2e::TemporaryHome home;
+    TemporaryHome home;
     auto environment = home.environment();
     environment["XDG_CURRENT_DESKTOP"] = "ubuntu:GNOME";
     environment["GSETTINGS_BACKEND"] = "keyfile";
@@ -175,7 +189,7 @@ TEST(GNOMEDoNotDisturb, BannersSwitchedOffFocusTheIsland) {
     if (off.exitCode != 0)
         GTEST_SKIP() << "gsettings with GNOME's notification schema is needed: " << off.err;
 
-    e2e::IslandProcess island({"--headless", "--port", "0"}, environment);
+    IslandProcess island({"--headless", "--port", "0"}, environment);
     ASSERT_TRUE(island.waitForLine("focus on desktopDoNotDisturb=true paused=false", patience))
         << island.errors();
 
@@ -280,6 +294,222 @@ TEST(ScreenShareWatcher, CountsProgramVideoSourcesButNotCameras) {
     for (const auto& [properties, capture] : cases)
         EXPECT_EQ(ScreenShareWatcher::isScreenCapture(properties), capture)
             << (properties.empty() ? std::string("(none)") : properties.begin()->second);
+}
+
+/// The lines the lock drew, in order: its phases and its activity.
+std::vector<std::string> lockLines(const IslandProcess& island) {
+    std::vector<std::string> seen;
+    for (const auto& line : island.lines()) {
+        if (line.starts_with("lock phase=") || line.find("id=lock.screen") != std::string::npos)
+            seen.push_back(line.substr(0, line.find(" priority=")));
+    }
+    return seen;
+}
+
+/// Waits until the lock has drawn `count` lines; all of them, however many there are then.
+std::vector<std::string> waitForLockLines(const IslandProcess& island, std::size_t count) {
+    eventually([&] { return lockLines(island).size() >= count; }, 50ms);
+    return lockLines(island);
+}
+
+const std::vector<std::string> lockedLines{"lock phase=locked", "activity shown id=lock.screen source=lock"};
+/// Unlocked: the lock opens, is held open, collapses and goes.
+const std::vector<std::string> unlockLines{
+    "lock phase=unlocking", "activity updated id=lock.screen source=lock", "lock phase=collapsing",
+    "lock phase=hidden", "activity ended id=lock.screen"};
+
+std::vector<std::string> joined(std::initializer_list<std::vector<std::string>> parts) {
+    std::vector<std::string> all;
+    for (const auto& part : parts)
+        all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+class LockScreen : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (!SystemServiceMock::installed())
+            GTEST_SKIP() << "python3-dbusmock is missing; scripts/setup installs it";
+        ASSERT_TRUE(logind.running()) << "the logind mock did not start";
+        // The island's session, named as the login manager names it in the environment.
+        const auto added =
+            logind.script("manager = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1')\n"
+                          "manager.AddSession('c7', 'seat0', dbus.UInt32(1000), 'tester', True, "
+                          "dbus_interface='org.freedesktop.DBus.Mock')");
+        ASSERT_EQ(added.exitCode, 0) << added.err;
+    }
+
+    std::unique_ptr<IslandProcess> startIsland() const {
+        return islandWith(home, {{"DBUS_SYSTEM_BUS_ADDRESS", logind.address()},
+                                 {"DBUS_SESSION_BUS_ADDRESS", sessionBus.address()},
+                                 {"XDG_SESSION_ID", "c7"}});
+    }
+
+    /// Sets the session's LockedHint as a locker does through logind, once per value, in one go.
+    void lockedHint(std::initializer_list<bool> values) const {
+        std::string script =
+            "session = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1/session/c7')\n";
+        for (const bool value : values)
+            script += std::string("session.SetLockedHint(") + (value ? "True" : "False") +
+                      ", dbus_interface='org.freedesktop.login1.Session')\n";
+        const auto set = logind.script(script);
+        ASSERT_EQ(set.exitCode, 0) << set.err;
+    }
+
+    /// Says on the session bus that the screen saver is active or not, as GNOME Shell's screen
+    /// shield does, from whatever name it owns.
+    void screenSaverActive(bool active) const {
+        const auto sent =
+            e2e::run(SystemServiceMock::python,
+                     {"-c", "import dbus, dbus.lowlevel\n"
+                            "bus = dbus.bus.BusConnection('" +
+                                sessionBus.address() +
+                                "')\n"
+                                "signal = dbus.lowlevel.SignalMessage('/org/gnome/ScreenSaver', "
+                                "'org.gnome.ScreenSaver', 'ActiveChanged')\n"
+                                "signal.append(" +
+                                std::string(active ? "True" : "False") +
+                                ", signature='b')\n"
+                                "bus.send_message(signal)\nbus.flush()\n"},
+                     {{"PATH", "/usr/bin:/bin"}});
+        ASSERT_EQ(sent.exitCode, 0) << sent.err;
+    }
+
+    TemporaryHome home;
+    SystemServiceMock logind{home.path() / "system", "org.freedesktop.login1", "logind"};
+    /// The session bus where a desktop's screen saver speaks, found through XDG_RUNTIME_DIR too.
+    packagetest::PrivateSessionBus sessionBus{home.path()};
+};
+
+// Switched off, a lock shows nothing; switched on, the lock logind holds is shown. Unlocked and
+// locked again during the animation, the island stays locked; then a screen saver locks it too.
+TEST_F(LockScreen, LogindAndTheScreenSaverLockAndLockingAgainDuringTheAnimationKeepsItLocked) {
+    writePreferences(home, "activities.lockScreen=false\n");
+    const auto island = startIsland();
+    ASSERT_NE(island->port(), 0) << island->errors();
+    lockedHint({true});
+    EXPECT_EQ(island->waitForLine("lock phase=", 2s), std::nullopt);
+    writePreferences(home, "activities.lockScreen=true\n");
+    EXPECT_EQ(waitForLockLines(*island, 2), lockedLines) << island->errors();
+    EXPECT_TRUE(
+        island->waitForLine("id=lock.screen source=lock priority=critical title=\"Locked\"", patience));
+
+    // Unlocked and locked again at once: well within the time the opened lock is held.
+    lockedHint({false, true});
+    const auto relocked = joined({lockedLines,
+                                  {"lock phase=unlocking", "activity updated id=lock.screen source=lock",
+                                   "lock phase=locked", "activity updated id=lock.screen source=lock"}});
+    EXPECT_EQ(waitForLockLines(*island, relocked.size()), relocked) << island->errors();
+    // The collapse armed by the first unlock finds a newer generation: the island stays locked.
+    std::this_thread::sleep_for(2s);
+    EXPECT_EQ(lockLines(*island), relocked);
+
+    lockedHint({false});
+    auto expected = joined({relocked, unlockLines});
+    EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
+    EXPECT_TRUE(
+        island->waitForLine("id=lock.screen source=lock priority=critical title=\"Unlocked\"", patience));
+
+    ASSERT_NO_FATAL_FAILURE(screenSaverActive(true));
+    ASSERT_NO_FATAL_FAILURE(screenSaverActive(false));
+    expected = joined({expected, lockedLines, unlockLines});
+    EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
+}
+
+// A folder standing in for /dev with a camera node in it, which a real process opens and closes: the
+// kernel reports both through inotify and names the holder in /proc.
+TEST(MicCamera, TheCameraActivityNamesWhoHoldsTheNodeUntilItIsClosed) {
+    int argc = 0;
+    QCoreApplication application(argc, nullptr);
+    TemporaryHome home;
+    for (const char* name : {"video0", "video12"})
+        EXPECT_TRUE(MicCameraProvider::isCameraNode(name)) << name;
+    for (const char* name : {"video", "videodev", "video0-meta", "vhci", "media0"})
+        EXPECT_FALSE(MicCameraProvider::isCameraNode(name)) << name;
+    const auto devices = home.path() / "dev";
+    std::filesystem::create_directories(devices);
+    std::ofstream(devices / "video0") << "frame";
+    std::ofstream(devices / "videodev") << "not a camera";
+
+    ManualScheduler scheduler;
+    LiveActivityCenter center(scheduler);
+    const auto onMainThread = [](std::function<void()> function) {
+        QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(function), Qt::QueuedConnection);
+    };
+    center.registerProvider(std::make_unique<MicCameraProvider>(
+        scheduler, onMainThread, [](const std::string&) {}, devices));
+    center.start(MicCameraProvider::providerID);
+    // Events are read as the event loop runs; the holders a settling moment later.
+    const auto cameraUsers = [&](bool wanted) -> std::optional<std::string> {
+        const brind::LiveActivity* shown = nullptr;
+        if (!pumpUntil([&] {
+                scheduler.advance(MicCameraProvider::settleDelay);
+                shown = center.queue().activity(std::string(MicCameraProvider::cameraID));
+                return (shown != nullptr) == wanted;
+            }))
+            return std::nullopt;
+        return shown ? shown->subtitle.value_or("") : "";
+    };
+    ASSERT_EQ(cameraUsers(false), "");
+
+    {
+        // One program that opens the node itself, so the name the provider reads at the open is the
+        // name it keeps (a shell that opens it and then execs another program would change names).
+        BackgroundProgram holder(
+            "/usr/bin/python3",
+            {"-c", "import time\nf = open('" + (devices / "video0").string() + "')\ntime.sleep(60)"},
+            {"PATH=/usr/bin:/bin"});
+        ASSERT_EQ(cameraUsers(true), "python3");
+        const auto* shown = center.queue().activity(std::string(MicCameraProvider::cameraID));
+        EXPECT_EQ(shown->priority, brind::ActivityPriority::ambient);
+        EXPECT_EQ(shown->title, "Camera in use");
+        EXPECT_FALSE(shown->dismissible);
+        EXPECT_EQ(MicCameraProvider::cameraHolders("/proc", devices), std::vector<std::string>{"python3"});
+    }
+    EXPECT_EQ(cameraUsers(false), "");
+    EXPECT_TRUE(MicCameraProvider::cameraHolders("/proc", devices).empty());
+}
+
+// A recording from an input names its program; a recording of an output's monitor (a visualiser, a
+// screen recorder) is not the microphone.
+TEST(MicCamera, RecordingFromAnInputShowsTheMicrophoneNamingTheRecorder) {
+    ASSERT_TRUE(std::filesystem::exists("/usr/bin/parecord")) << "package pulseaudio-utils is missing";
+    TemporaryHome home;
+    SoundServer sound(home);
+    ASSERT_TRUE(sound.waitUntilReady()) << "PulseAudio did not start";
+    ASSERT_TRUE(sound.control({"load-module", "module-null-source", "source_name=desk-mic"}));
+    IslandProcess island(home);
+    ASSERT_NE(island.port(), 0) << island.errors();
+
+    std::vector<std::string> environment{"HOME=" + home.path().string(),
+                                         "XDG_RUNTIME_DIR=" + home.path().string(), "PATH=/usr/bin:/bin"};
+    const auto recorder = [&](const std::string& name, const std::string& device) {
+        return std::make_unique<BackgroundProgram>(
+            "/usr/bin/parecord",
+            std::vector<std::string>{"--client-name=" + name, "--device=" + device,
+                                     (home.path() / (name + ".wav")).string()},
+            environment);
+    };
+    const auto recordings = [&] {
+        const auto listed = sound.control({"list", "short", "source-outputs"});
+        return listed ? static_cast<int>(std::count(listed->begin(), listed->end(), '\n')) : -1;
+    };
+    const auto waitForRecordings = [&](int count) {
+        return eventually([&] { return recordings() == count; });
+    };
+
+    const auto visualiser = recorder("visualiser", "speakers.monitor");
+    ASSERT_TRUE(waitForRecordings(1));
+    auto dictation = recorder("dictation", "desk-mic");
+    ASSERT_TRUE(waitForRecordings(2));
+    ASSERT_TRUE(island.waitForLine("activity shown id=micCamera.microphone source=micCamera priority=ambient "
+                                   "title=\"Microphone in use\" subtitle=\"dictation\"",
+                                   patience))
+        << island.errors();
+
+    dictation.reset();
+    ASSERT_TRUE(island.waitForLine("activity ended id=micCamera.microphone", patience));
+    EXPECT_FALSE(sawLine(island, "visualiser"));
 }
 
 } // namespace
