@@ -36,9 +36,6 @@ using e2e::IslandProcess;
 using e2e::statusOf;
 using e2e::TemporaryHome;
 
-const std::string notificationsObject =
-    "bus.get_object('org.freedesktop.Notifications', '/org/freedesktop/Notifications')";
-
 /// The real island in a home whose session bus is private, with python3-dbusmock's notification
 /// daemon serving the desktop's notifications and the real notify-send sending them.
 class DesktopNotifications : public e2e::IslandTest {
@@ -50,19 +47,17 @@ class DesktopNotifications : public e2e::IslandTest {
             GTEST_SKIP() << "python3-dbusmock and libnotify-bin are needed";
         ASSERT_TRUE(desktop.running()) << "the notification daemon did not start";
         // KDE's server has the do-not-disturb switch; the template has not.
-        setServer("AddProperty('org.freedesktop.Notifications', 'Inhibited', dbus.Boolean(False), "
-                  "dbus_interface='org.freedesktop.DBus.Mock')");
+        ASSERT_EQ(notifications("org.freedesktop.DBus.Mock.AddProperty", "variant:boolean:false"), 0);
         e2e::IslandTest::SetUp();
     }
 
-    void setServer(const std::string& call) const {
-        const auto done = desktop.script(notificationsObject + "." + call);
-        ASSERT_EQ(done.exitCode, 0) << done.err;
-    }
-
-    void setInhibited(bool on) const {
-        setServer(std::string("Set('org.freedesktop.Notifications', 'Inhibited', dbus.Boolean(") +
-                  (on ? "True" : "False") + "), dbus_interface='org.freedesktop.DBus.Properties')");
+    /// Calls `method` on the notification daemon with the Inhibited property and `value`.
+    int notifications(const std::string& method, const std::string& value) const {
+        return dbusSend(desktop.address(),
+                        {"--print-reply", "--dest=org.freedesktop.Notifications",
+                         "/org/freedesktop/Notifications", method, "string:org.freedesktop.Notifications",
+                         "string:Inhibited", value})
+            .exitCode;
     }
 
     int notify(const std::vector<std::string>& arguments) const {
@@ -138,7 +133,13 @@ TEST_F(DesktopNotifications, FocusLetsOnlyImportantAndCriticalActivitiesPeek) {
         std::string off;
     };
     const Way ways[] = {
-        {"dnd", [this](bool on) { setInhibited(on); }, "focus on desktopDoNotDisturb=true paused=false",
+        {"dnd",
+         [this](bool on) {
+             EXPECT_EQ(notifications("org.freedesktop.DBus.Properties.Set",
+                                     on ? "variant:boolean:true" : "variant:boolean:false"),
+                       0);
+         },
+         "focus on desktopDoNotDisturb=true paused=false",
          "focus off desktopDoNotDisturb=false paused=false"},
         {"pause",
          [this](bool on) {
@@ -332,11 +333,12 @@ class LockScreen : public ::testing::Test {
             GTEST_SKIP() << "python3-dbusmock is missing; scripts/setup installs it";
         ASSERT_TRUE(logind.running()) << "the logind mock did not start";
         // The island's session, named as the login manager names it in the environment.
-        const auto added =
-            logind.script("manager = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1')\n"
-                          "manager.AddSession('c7', 'seat0', dbus.UInt32(1000), 'tester', True, "
-                          "dbus_interface='org.freedesktop.DBus.Mock')");
-        ASSERT_EQ(added.exitCode, 0) << added.err;
+        ASSERT_EQ(dbusSend(logind.address(),
+                           {"--print-reply", "--dest=org.freedesktop.login1", "/org/freedesktop/login1",
+                            "org.freedesktop.DBus.Mock.AddSession", "string:c7", "string:seat0",
+                            "uint32:1000", "string:tester", "boolean:true"})
+                      .exitCode,
+                  0);
     }
 
     std::unique_ptr<IslandProcess> startIsland() const {
@@ -345,34 +347,22 @@ class LockScreen : public ::testing::Test {
                                  {"XDG_SESSION_ID", "c7"}});
     }
 
-    /// Sets the session's LockedHint as a locker does through logind, once per value, in one go.
-    void lockedHint(std::initializer_list<bool> values) const {
-        std::string script =
-            "session = bus.get_object('org.freedesktop.login1', '/org/freedesktop/login1/session/c7')\n";
-        for (const bool value : values)
-            script += std::string("session.SetLockedHint(") + (value ? "True" : "False") +
-                      ", dbus_interface='org.freedesktop.login1.Session')\n";
-        const auto set = logind.script(script);
-        ASSERT_EQ(set.exitCode, 0) << set.err;
+    /// Sets the session's LockedHint as a locker does through logind.
+    bool lockedHint(bool locked) const {
+        return 0 == dbusSend(logind.address(), {"--print-reply", "--dest=org.freedesktop.login1",
+                                                "/org/freedesktop/login1/session/c7",
+                                                "org.freedesktop.login1.Session.SetLockedHint",
+                                                locked ? "boolean:true" : "boolean:false"})
+                        .exitCode;
     }
 
     /// Says on the session bus that the screen saver is active or not, as GNOME Shell's screen
     /// shield does, from whatever name it owns.
-    void screenSaverActive(bool active) const {
-        const auto sent =
-            e2e::run(SystemServiceMock::python,
-                     {"-c", "import dbus, dbus.lowlevel\n"
-                            "bus = dbus.bus.BusConnection('" +
-                                sessionBus.address() +
-                                "')\n"
-                                "signal = dbus.lowlevel.SignalMessage('/org/gnome/ScreenSaver', "
-                                "'org.gnome.ScreenSaver', 'ActiveChanged')\n"
-                                "signal.append(" +
-                                std::string(active ? "True" : "False") +
-                                ", signature='b')\n"
-                                "bus.send_message(signal)\nbus.flush()\n"},
-                     {{"PATH", "/usr/bin:/bin"}});
-        ASSERT_EQ(sent.exitCode, 0) << sent.err;
+    bool screenSaverActive(bool active) const {
+        return 0 == dbusSend(sessionBus.address(), {"--type=signal", "/org/gnome/ScreenSaver",
+                                                    "org.gnome.ScreenSaver.ActiveChanged",
+                                                    active ? "boolean:true" : "boolean:false"})
+                        .exitCode;
     }
 
     TemporaryHome home;
@@ -387,7 +377,7 @@ TEST_F(LockScreen, LogindAndTheScreenSaverLockAndLockingAgainDuringTheAnimationK
     writePreferences(home, "activities.lockScreen=false\n");
     const auto island = startIsland();
     ASSERT_NE(island->port(), 0) << island->errors();
-    lockedHint({true});
+    ASSERT_TRUE(lockedHint(true));
     EXPECT_EQ(island->waitForLine("lock phase=", 2s), std::nullopt);
     writePreferences(home, "activities.lockScreen=true\n");
     EXPECT_EQ(waitForLockLines(*island, 2), lockedLines) << island->errors();
@@ -395,7 +385,7 @@ TEST_F(LockScreen, LogindAndTheScreenSaverLockAndLockingAgainDuringTheAnimationK
         island->waitForLine("id=lock.screen source=lock priority=critical title=\"Locked\"", patience));
 
     // Unlocked and locked again at once: well within the time the opened lock is held.
-    lockedHint({false, true});
+    ASSERT_TRUE(lockedHint(false) && lockedHint(true));
     const auto relocked = joined({lockedLines,
                                   {"lock phase=unlocking", "activity updated id=lock.screen source=lock",
                                    "lock phase=locked", "activity updated id=lock.screen source=lock"}});
@@ -404,14 +394,13 @@ TEST_F(LockScreen, LogindAndTheScreenSaverLockAndLockingAgainDuringTheAnimationK
     std::this_thread::sleep_for(2s);
     EXPECT_EQ(lockLines(*island), relocked);
 
-    lockedHint({false});
+    ASSERT_TRUE(lockedHint(false));
     auto expected = joined({relocked, unlockLines});
     EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
     EXPECT_TRUE(
         island->waitForLine("id=lock.screen source=lock priority=critical title=\"Unlocked\"", patience));
 
-    ASSERT_NO_FATAL_FAILURE(screenSaverActive(true));
-    ASSERT_NO_FATAL_FAILURE(screenSaverActive(false));
+    ASSERT_TRUE(screenSaverActive(true) && screenSaverActive(false));
     expected = joined({expected, lockedLines, unlockLines});
     EXPECT_EQ(waitForLockLines(*island, expected.size()), expected);
 }

@@ -54,6 +54,12 @@ inline std::unique_ptr<e2e::IslandProcess> islandWith(const e2e::TemporaryHome& 
     return std::make_unique<e2e::IslandProcess>(arguments, environment);
 }
 
+/// Runs the real dbus-send on `bus` with `arguments`: a call, or a signal.
+inline e2e::CommandResult dbusSend(const std::string& bus, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "--bus=" + bus);
+    return e2e::run("/usr/bin/dbus-send", arguments, {});
+}
+
 /// Waits until the island has started its providers: its console answers only after that.
 inline bool providersStarted(e2e::IslandProcess& island) {
     return island.sendInput("dismiss nothing\n") && island.waitForLine("console refused", patience);

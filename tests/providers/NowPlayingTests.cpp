@@ -94,11 +94,9 @@ class NowPlaying : public ::testing::Test {
     }
 
     std::string property(const std::string& name) const {
-        return e2e::run("/usr/bin/dbus-send",
-                        {"--bus=" + bus.address(), "--print-reply", "--dest=" + playerName,
-                         "/org/mpris/MediaPlayer2", "org.freedesktop.DBus.Properties.Get",
-                         "string:org.mpris.MediaPlayer2.Player", "string:" + name},
-                        {})
+        return dbusSend(bus.address(), {"--print-reply", "--dest=" + playerName, "/org/mpris/MediaPlayer2",
+                                        "org.freedesktop.DBus.Properties.Get",
+                                        "string:org.mpris.MediaPlayer2.Player", "string:" + name})
             .out;
     }
 
@@ -150,10 +148,10 @@ TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
     ASSERT_TRUE(island.waitForLine("subtitle=\"Second line\" action=\"previous\" action=\"play\"", patience));
 
     // A jump while paused moves the line at once.
-    e2e::run("/usr/bin/dbus-send",
-             {"--bus=" + bus.address(), "--print-reply", "--dest=" + playerName, "/org/mpris/MediaPlayer2",
-              "org.mpris.MediaPlayer2.Player.Seek", "int64:18000000"},
-             {});
+    ASSERT_EQ(dbusSend(bus.address(), {"--print-reply", "--dest=" + playerName, "/org/mpris/MediaPlayer2",
+                                       "org.mpris.MediaPlayer2.Player.Seek", "int64:18000000"})
+                  .exitCode,
+              0);
     ASSERT_TRUE(island.waitForLine("subtitle=\"Twentieth line\"", patience));
 
     ASSERT_TRUE(island.sendInput("press media.nowPlaying play\n"));
