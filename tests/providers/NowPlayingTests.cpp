@@ -1,6 +1,7 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
 #include "tests/providers/IslandConsole.hpp"
+#include "tests/providers/SoundServer.hpp"
 #include "tests/support/BackgroundProgram.hpp"
 #include "tests/support/LoopbackHTTPServer.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
@@ -208,8 +209,7 @@ TEST_F(NowPlaying, AnAnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
 TEST_F(NowPlaying, TheControllerTellsWhatPlaysAndTakesButtons) {
     int argc = 0;
     QCoreApplication application(argc, nullptr);
-    const QByteArray previousBus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
-    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
+    SessionOf session({{"DBUS_SESSION_BUS_ADDRESS", bus.address()}});
     ManualScheduler scheduler;
     LiveActivityCenter center(scheduler);
     MediaController media(scheduler, home.path(),
@@ -236,7 +236,6 @@ TEST_F(NowPlaying, TheControllerTellsWhatPlaysAndTakesButtons) {
     player.quit();
     ASSERT_TRUE(pumpUntil([&] { return !media.nowPlaying(); }));
     media.stop();
-    qputenv("DBUS_SESSION_BUS_ADDRESS", previousBus);
 }
 
 TEST(ProvidersWithoutTheirService, EachSaysSoOnceAndTheIslandKeepsRunning) {
