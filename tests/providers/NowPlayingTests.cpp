@@ -11,9 +11,7 @@
 
 #include <QCoreApplication>
 #include <chrono>
-#include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -31,34 +29,6 @@ using Status = MediaPlayback::Status;
 
 const std::string mprisScript = "/usr/lib/mpv-mpris/mpris.so";
 const std::string playerName = "org.mpris.MediaPlayer2.mpv";
-
-// Thirty seconds of silence with the tags a player reads as title, artist and album.
-void writeTaggedWAV(const std::filesystem::path& file, const std::string& title) {
-    constexpr std::uint32_t rate = 8000;
-    constexpr std::uint32_t seconds = 30;
-    const auto little = [](std::uint32_t value, int bytes) {
-        std::string out;
-        for (int i = 0; i < bytes; ++i)
-            out.push_back(static_cast<char>((value >> (8 * i)) & 0xff));
-        return out;
-    };
-    const auto chunk = [&](const std::string& tag, std::string payload) {
-        const auto size = static_cast<std::uint32_t>(payload.size());
-        if (payload.size() % 2 == 1)
-            payload.push_back('\0');
-        return tag + little(size, 4) + payload;
-    };
-    const auto info = [&](const std::string& tag, const std::string& text) {
-        return chunk(tag, text + '\0');
-    };
-    const std::string format = chunk("fmt ", little(1, 2) + little(1, 2) + little(rate, 4) + little(rate, 4) +
-                                                 little(1, 2) + little(8, 2));
-    const std::string tags =
-        chunk("LIST", "INFO" + info("INAM", title) + info("IART", "The Band") + info("IPRD", "The Album"));
-    const std::string body = "WAVE" + format + tags + chunk("data", std::string(rate * seconds, '\x80'));
-    std::ofstream(file, std::ios::binary)
-        << "RIFF" << little(static_cast<std::uint32_t>(body.size()), 4) << body;
-}
 
 /// mpv with its MPRIS plugin playing files on the private bus, without sound or window.
 class Player : public BackgroundProgram {
@@ -86,8 +56,10 @@ class NowPlaying : public ::testing::Test {
         ASSERT_TRUE(std::filesystem::exists("/usr/bin/mpv")) << "mpv is missing (package mpv)";
         ASSERT_TRUE(std::filesystem::exists(mprisScript))
             << "the MPRIS plugin is missing (package mpv-mpris)";
-        writeTaggedWAV(track, "Test Tone");
-        writeTaggedWAV(secondTrack, "Second Tone");
+        // Thirty seconds of silence tagged with an artist and an album; a track untitled in its
+        // tags is named after its file.
+        for (const auto& file : {track, secondTrack})
+            std::filesystem::copy_file(std::string(BRIND_TEST_DATA) + "/providers/the-band.wav", file);
     }
 
     void useLyricsService(const std::string& url) const {
@@ -112,8 +84,8 @@ class NowPlaying : public ::testing::Test {
 
     TemporaryHome home;
     packagetest::PrivateSessionBus bus{home.path()};
-    std::filesystem::path track = home.path() / "tone.wav";
-    std::filesystem::path secondTrack = home.path() / "second.wav";
+    std::filesystem::path track = home.path() / "Test Tone";
+    std::filesystem::path secondTrack = home.path() / "Second Tone";
 };
 
 TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
