@@ -1,7 +1,6 @@
 #include "tests/e2e/E2EFixture.hpp"
 #include "tests/providers/IslandConsole.hpp"
 #include "tests/support/SystemServiceMock.hpp"
-#include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/providers/BatteryPeeks.hpp"
 #include "vantaquill/providers/BatteryProvider.hpp"
 #include "vantaquill/providers/BluetoothProvider.hpp"
@@ -17,7 +16,6 @@
 #include <gtest/gtest.h>
 #include <linux/if.h>
 #include <linux/if_tun.h>
-#include <map>
 #include <memory>
 #include <optional>
 #include <sched.h>
@@ -222,39 +220,21 @@ TEST(BatteryPeeks, PostsPowerChangesFullAndLowOnly) {
     }
 }
 
-/// A device of the power-supply class: its files and their contents.
-void device(const std::filesystem::path& folder, const std::map<std::string, std::string>& files) {
-    std::filesystem::create_directories(folder);
-    for (const auto& [name, text] : files)
-        std::ofstream(folder / name) << text << "\n";
-}
-
+// Each computer is a folder of tests/data/providers/power_supply, its devices linked in as the
+// kernel links them.
 TEST(BatteryProvider, PowerSupplyFolderAddsTheSystemsBatteriesAndSkipsDevices) {
-    brindtest::TemporaryFolder folder;
-    const auto root = folder.path();
-    EXPECT_FALSE(BatteryProvider::readPowerSupply(root / "missing").present);
-    device(root / "AC", {{"type", "Mains"}, {"online", "1"}});
-    EXPECT_FALSE(BatteryProvider::readPowerSupply(root).present) << "a charger alone is no battery";
-
+    const auto computer = [](const std::string& name) {
+        return BatteryProvider::readPowerSupply(std::string(BRIND_TEST_DATA) + "/providers/power_supply/" +
+                                                name);
+    };
+    EXPECT_FALSE(computer("missing").present);
+    EXPECT_FALSE(computer("charger").present) << "a charger alone is no battery";
     // A wireless mouse's battery belongs to the mouse.
-    device(root / "hidpp_battery_0",
-           {{"type", "Battery"}, {"scope", "Device"}, {"capacity", "5"}, {"status", "Discharging"}});
-    device(root / "BAT0", {{"type", "Battery"},
-                           {"status", "Charging"},
-                           {"energy_now", "30000000"},
-                           {"energy_full", "40000000"},
-                           {"power_now", "25500000"},
-                           {"time_to_full_now", "1800"}});
-    EXPECT_EQ(BatteryProvider::readPowerSupply(root), reading(75, Power::charging, std::nullopt, 1800, 25.5));
+    EXPECT_EQ(computer("laptop"), reading(75, Power::charging, std::nullopt, 1800, 25.5));
 
     // Two batteries: the energies add up, one discharging means the computer runs on battery, and
     // their own times no longer say anything about the whole.
-    device(root / "BAT1", {{"type", "Battery"},
-                           {"status", "Discharging"},
-                           {"energy_now", "1000000"},
-                           {"energy_full", "2000000"},
-                           {"capacity", "50"}});
-    const auto two = BatteryProvider::readPowerSupply(root);
+    const auto two = computer("two-batteries");
     EXPECT_TRUE(two.present);
     EXPECT_EQ(two.power, Power::battery);
     EXPECT_NEAR(two.percent, 100.0 * 31000000 / 42000000, 1e-9);
