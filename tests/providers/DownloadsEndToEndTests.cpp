@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 using e2e::IslandProcess;
 using e2e::TemporaryHome;
 
-TEST(DownloadFolder, UserDirsLinesAreReadAsTheShellWould) {
+TEST(DownloadFolder, UserDirsLinesAreReadAsTheShellWouldAndPartialFilesByTheirSuffixes) {
     const std::filesystem::path home = "/home/ada";
     struct Case {
         std::string text;
@@ -45,10 +45,9 @@ TEST(DownloadFolder, UserDirsLinesAreReadAsTheShellWould) {
     TemporaryHome missing;
     EXPECT_EQ(DownloadsProvider::downloadFolder(missing.path(), missing.path() / ".config"),
               missing.path() / "Downloads");
-}
 
-TEST(DownloadFolder, PartialFilesAreKnownByTheBrowsersSuffixes) {
-    const std::pair<std::string, std::optional<std::string>> cases[] = {
+    // Partial files are known by the browsers' suffixes.
+    const std::pair<std::string, std::optional<std::string>> partials[] = {
         {"report.pdf.part", "report.pdf"},
         {"report.pdf.crdownload", "report.pdf"},
         {"Unconfirmed 431207.crdownload", ""},
@@ -58,7 +57,7 @@ TEST(DownloadFolder, PartialFilesAreKnownByTheBrowsersSuffixes) {
         {"report.pdf", std::nullopt},
         {"report.partial", std::nullopt},
     };
-    for (const auto& [name, final] : cases)
+    for (const auto& [name, final] : partials)
         EXPECT_EQ(DownloadsProvider::finalName(name), final) << name;
 }
 
@@ -80,7 +79,7 @@ class Downloads : public ::testing::Test {
     std::filesystem::path folder = home.path() / "Incoming";
 };
 
-TEST_F(Downloads, AGrowingPartialFileShowsProgressThenDoneAndGoesOnTheShelf) {
+TEST_F(Downloads, PartialFilesShowProgressThenDoneOrCancelledAndGoOnTheShelf) {
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0) << island.errors();
 
@@ -114,17 +113,12 @@ TEST_F(Downloads, AGrowingPartialFileShowsProgressThenDoneAndGoesOnTheShelf) {
     std::ifstream library(home.path() / ".local/share/vantaquill/shelf.json");
     const std::string saved{std::istreambuf_iterator<char>(library), {}};
     EXPECT_NE(saved.find((folder / "report.pdf").string()), std::string::npos) << saved;
-}
-
-TEST_F(Downloads, APreallocatedFileShowsItsShareAndACancelledOneEnds) {
-    IslandProcess island(home);
-    ASSERT_NE(island.port(), 0) << island.errors();
 
     // Chromium's unconfirmed download; its length set up front as a preallocating downloader does.
     const auto unconfirmed = folder / "Unconfirmed 4242.crdownload";
     append(unconfirmed, 2 * 1024 * 1024);
     std::filesystem::resize_file(unconfirmed, 8 * 1024 * 1024);
-    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.1 source=downloads priority=normal "
+    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.2 source=downloads priority=normal "
                                    "title=\"Downloading\" subtitle=\"2.1 MB of 8.4 MB\" progress=0.25",
                                    patience))
         << island.errors();
@@ -132,19 +126,18 @@ TEST_F(Downloads, APreallocatedFileShowsItsShareAndACancelledOneEnds) {
     // Named once the user confirmed it: the same download goes on under its name.
     const auto named = folder / "movie.mkv.crdownload";
     std::filesystem::rename(unconfirmed, named);
-    ASSERT_TRUE(island.waitForLine("activity updated id=downloads.1 source=downloads priority=normal "
+    ASSERT_TRUE(island.waitForLine("activity updated id=downloads.2 source=downloads priority=normal "
                                    "title=\"movie.mkv\"",
                                    patience));
 
     std::filesystem::remove(named);
-    ASSERT_TRUE(island.waitForLine("activity ended id=downloads.1", patience));
+    ASSERT_TRUE(island.waitForLine("activity ended id=downloads.2", patience));
 
     // Switched off while the island runs: its activities go with it.
     append(folder / "notes.txt.part", 10);
-    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.2", patience));
-    std::ofstream(home.path() / ".config/vantaquill/vantaquill.conf")
-        << "[General]\nactivities.downloads=false\n";
-    ASSERT_TRUE(island.waitForLine("activity ended id=downloads.2", patience));
+    ASSERT_TRUE(island.waitForLine("activity shown id=downloads.3", patience));
+    writePreferences(home, "activities.downloads=false\n");
+    ASSERT_TRUE(island.waitForLine("activity ended id=downloads.3", patience));
 }
 
 // "Show in Folder" asks the desktop's file manager to select the file, over the session bus.
@@ -167,11 +160,13 @@ TEST_F(Downloads, ShowInFolderAsksTheFileManagerToSelectTheFile) {
     const std::string expected = "file://" + (folder / "photo.jpg").string();
     std::string calls;
     eventually([&] {
-        calls = fileManager
-                    .script("fm = bus.get_object('org.freedesktop.FileManager1', '/org/freedesktop/FileManager1')\n"
-                            "print([(str(c[1]), [str(a) for a in c[2][0]]) for c in "
-                            "fm.GetCalls(dbus_interface='org.freedesktop.DBus.Mock')])")
-                    .out;
+        calls =
+            fileManager
+                .script(
+                    "fm = bus.get_object('org.freedesktop.FileManager1', '/org/freedesktop/FileManager1')\n"
+                    "print([(str(c[1]), [str(a) for a in c[2][0]]) for c in "
+                    "fm.GetCalls(dbus_interface='org.freedesktop.DBus.Mock')])")
+                .out;
         return calls.find(expected) != std::string::npos;
     });
     EXPECT_EQ(calls, "[('ShowItems', ['" + expected + "'])]\n");

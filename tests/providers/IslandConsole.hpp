@@ -2,14 +2,17 @@
 
 #include "tests/e2e/E2EProcess.hpp"
 
-#include <gtest/gtest.h>
-
+#include <QCoreApplication>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <gtest/gtest.h>
+#include <map>
+#include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 namespace vq {
 
@@ -26,6 +29,40 @@ inline bool eventually(const std::function<bool()>& done,
         std::this_thread::sleep_for(every);
     }
     return true;
+}
+
+/// Runs the Qt event loop until `done` holds or `patience` runs out; whether it held.
+inline bool pumpUntil(const std::function<bool()>& done) {
+    return eventually(
+        [&] {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+            return done();
+        },
+        std::chrono::milliseconds(5));
+}
+
+/// The real island, headless on port 0 in `home`, with `variables` added to its environment (a
+/// private system bus, a desktop's name) and `extra` arguments after its own.
+inline std::unique_ptr<e2e::IslandProcess> islandWith(const e2e::TemporaryHome& home,
+                                                      const std::map<std::string, std::string>& variables,
+                                                      const std::vector<std::string>& extra = {}) {
+    auto environment = home.environment();
+    for (const auto& [name, value] : variables)
+        environment[name] = value;
+    std::vector<std::string> arguments{"--headless", "--port", "0"};
+    arguments.insert(arguments.end(), extra.begin(), extra.end());
+    return std::make_unique<e2e::IslandProcess>(arguments, environment);
+}
+
+/// Runs the real dbus-send on `bus` with `arguments`: a call, or a signal.
+inline e2e::CommandResult dbusSend(const std::string& bus, std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), "--bus=" + bus);
+    return e2e::run("/usr/bin/dbus-send", arguments, {});
+}
+
+/// Waits until the island has started its providers: its console answers only after that.
+inline bool providersStarted(e2e::IslandProcess& island) {
+    return island.sendInput("dismiss nothing\n") && island.waitForLine("console refused", patience);
 }
 
 /// Whether a line printed so far contains `text`. Unlike `waitForLine`, it neither waits nor moves on.

@@ -1,6 +1,7 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/package/PrivateSessionBus.hpp"
 #include "tests/providers/IslandConsole.hpp"
+#include "tests/providers/SoundServer.hpp"
 #include "tests/support/BackgroundProgram.hpp"
 #include "tests/support/LoopbackHTTPServer.hpp"
 #include "vantaquill/providers/MediaActivity.hpp"
@@ -10,13 +11,12 @@
 
 #include <QCoreApplication>
 #include <chrono>
-#include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace vq {
@@ -30,43 +30,19 @@ using Status = MediaPlayback::Status;
 const std::string mprisScript = "/usr/lib/mpv-mpris/mpris.so";
 const std::string playerName = "org.mpris.MediaPlayer2.mpv";
 
-// Thirty seconds of silence with the tags a player reads as title, artist and album.
-void writeTaggedWAV(const std::filesystem::path& file, const std::string& title) {
-    constexpr std::uint32_t rate = 8000;
-    constexpr std::uint32_t seconds = 30;
-    const auto little = [](std::uint32_t value, int bytes) {
-        std::string out;
-        for (int i = 0; i < bytes; ++i)
-            out.push_back(static_cast<char>((value >> (8 * i)) & 0xff));
-        return out;
-    };
-    const auto chunk = [&](const std::string& tag, std::string payload) {
-        const auto size = static_cast<std::uint32_t>(payload.size());
-        if (payload.size() % 2 == 1)
-            payload.push_back('\0');
-        return tag + little(size, 4) + payload;
-    };
-    const auto info = [&](const std::string& tag, const std::string& text) { return chunk(tag, text + '\0'); };
-    const std::string format = chunk("fmt ", little(1, 2) + little(1, 2) + little(rate, 4) + little(rate, 4) +
-                                                 little(1, 2) + little(8, 2));
-    const std::string tags =
-        chunk("LIST", "INFO" + info("INAM", title) + info("IART", "The Band") + info("IPRD", "The Album"));
-    const std::string body = "WAVE" + format + tags + chunk("data", std::string(rate * seconds, '\x80'));
-    std::ofstream(file, std::ios::binary) << "RIFF" << little(static_cast<std::uint32_t>(body.size()), 4) << body;
-}
-
 /// mpv with its MPRIS plugin playing files on the private bus, without sound or window.
 class Player : public BackgroundProgram {
-public:
-    Player(const TemporaryHome& home, const std::string& busAddress, const std::vector<std::filesystem::path>& files)
+  public:
+    Player(const TemporaryHome& home, const std::string& busAddress,
+           const std::vector<std::filesystem::path>& files)
         : BackgroundProgram("/usr/bin/mpv", arguments(files),
                             {"HOME=" + home.path().string(), "DBUS_SESSION_BUS_ADDRESS=" + busAddress,
                              "PATH=/usr/bin:/bin"}) {}
 
-private:
+  private:
     static std::vector<std::string> arguments(const std::vector<std::filesystem::path>& files) {
         std::vector<std::string> all = {"--no-config", "--load-scripts=no", "--script=" + mprisScript,
-                                        "--ao=null", "--vo=null", "--no-terminal"};
+                                        "--ao=null",   "--vo=null",         "--no-terminal"};
         for (const auto& file : files)
             all.push_back(file.string());
         return all;
@@ -74,13 +50,16 @@ private:
 };
 
 class NowPlaying : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         ASSERT_TRUE(bus.running()) << "dbus-daemon (package dbus-daemon) did not start";
         ASSERT_TRUE(std::filesystem::exists("/usr/bin/mpv")) << "mpv is missing (package mpv)";
-        ASSERT_TRUE(std::filesystem::exists(mprisScript)) << "the MPRIS plugin is missing (package mpv-mpris)";
-        writeTaggedWAV(track, "Test Tone");
-        writeTaggedWAV(secondTrack, "Second Tone");
+        ASSERT_TRUE(std::filesystem::exists(mprisScript))
+            << "the MPRIS plugin is missing (package mpv-mpris)";
+        // Thirty seconds of silence tagged with an artist and an album; a track untitled in its
+        // tags is named after its file.
+        for (const auto& file : {track, secondTrack})
+            std::filesystem::copy_file(std::string(BRIND_TEST_DATA) + "/providers/the-band.wav", file);
     }
 
     void useLyricsService(const std::string& url) const {
@@ -88,15 +67,15 @@ protected:
     }
 
     std::string property(const std::string& name) const {
-        return e2e::run("/usr/bin/dbus-send",
-                        {"--bus=" + bus.address(), "--print-reply", "--dest=" + playerName, "/org/mpris/MediaPlayer2",
-                         "org.freedesktop.DBus.Properties.Get", "string:org.mpris.MediaPlayer2.Player", "string:" + name},
-                        {})
+        return dbusSend(bus.address(), {"--print-reply", "--dest=" + playerName, "/org/mpris/MediaPlayer2",
+                                        "org.freedesktop.DBus.Properties.Get",
+                                        "string:org.mpris.MediaPlayer2.Player", "string:" + name})
             .out;
     }
 
     bool waitForStatus(const std::string& status) const {
-        return eventually([&] { return property("PlaybackStatus").find('"' + status + '"') != std::string::npos; });
+        return eventually(
+            [&] { return property("PlaybackStatus").find('"' + status + '"') != std::string::npos; });
     }
 
     std::filesystem::path cachedLyrics() const {
@@ -105,12 +84,13 @@ protected:
 
     TemporaryHome home;
     packagetest::PrivateSessionBus bus{home.path()};
-    std::filesystem::path track = home.path() / "tone.wav";
-    std::filesystem::path secondTrack = home.path() / "second.wav";
+    std::filesystem::path track = home.path() / "Test Tone";
+    std::filesystem::path secondTrack = home.path() / "Second Tone";
 };
 
 TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
-    LoopbackHTTPServer lyrics(200, R"({"syncedLyrics":"[00:01.00]First line\n[00:03.00]Second line\n[00:20.00]Twentieth line\n"})");
+    LoopbackHTTPServer lyrics(
+        200, R"({"syncedLyrics":"[00:01.00]First line\n[00:03.00]Second line\n[00:20.00]Twentieth line\n"})");
     useLyricsService(lyrics.url());
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0);
@@ -127,8 +107,10 @@ TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
     ASSERT_TRUE(island.waitForLine("subtitle=\"Second line\"", patience));
     const auto requests = lyrics.requests();
     ASSERT_EQ(requests.size(), 1u);
-    EXPECT_NE(requests[0].find("GET /api/get?artist_name=The%20Band&track_name=Test%20Tone&album_name=The%20Album&duration=30 "),
-              std::string::npos)
+    EXPECT_NE(
+        requests[0].find(
+            "GET /api/get?artist_name=The%20Band&track_name=Test%20Tone&album_name=The%20Album&duration=30 "),
+        std::string::npos)
         << requests[0];
     EXPECT_NE(requests[0].find("User-Agent: vantaquill/"), std::string::npos) << requests[0];
     EXPECT_TRUE(std::filesystem::exists(cachedLyrics()));
@@ -139,85 +121,72 @@ TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
     ASSERT_TRUE(island.waitForLine("subtitle=\"Second line\" action=\"previous\" action=\"play\"", patience));
 
     // A jump while paused moves the line at once.
-    e2e::run("/usr/bin/dbus-send", {"--bus=" + bus.address(), "--print-reply", "--dest=" + playerName,
-                                    "/org/mpris/MediaPlayer2", "org.mpris.MediaPlayer2.Player.Seek", "int64:18000000"},
-             {});
+    ASSERT_EQ(dbusSend(bus.address(), {"--print-reply", "--dest=" + playerName, "/org/mpris/MediaPlayer2",
+                                       "org.mpris.MediaPlayer2.Player.Seek", "int64:18000000"})
+                  .exitCode,
+              0);
     ASSERT_TRUE(island.waitForLine("subtitle=\"Twentieth line\"", patience));
 
     ASSERT_TRUE(island.sendInput("press media.nowPlaying play\n"));
     EXPECT_TRUE(waitForStatus("Playing"));
-    ASSERT_TRUE(island.waitForLine("subtitle=\"Twentieth line\" action=\"previous\" action=\"pause\"", patience));
+    ASSERT_TRUE(
+        island.waitForLine("subtitle=\"Twentieth line\" action=\"previous\" action=\"pause\"", patience));
 
     EXPECT_EQ(lyrics.requests().size(), 1u) << "the track's lyrics were asked for more than once";
 
     // The next track brings its own lyrics.
     ASSERT_TRUE(island.sendInput("press media.nowPlaying next\n"));
-    ASSERT_TRUE(island.waitForLine("title=\"Second Tone\"", patience));
     ASSERT_TRUE(island.waitForLine("title=\"Second Tone\" subtitle=\"First line\"", patience));
     ASSERT_EQ(lyrics.requests().size(), 2u);
-    EXPECT_NE(lyrics.requests()[1].find("track_name=Second%20Tone"), std::string::npos) << lyrics.requests()[1];
+    EXPECT_NE(lyrics.requests()[1].find("track_name=Second%20Tone"), std::string::npos)
+        << lyrics.requests()[1];
 
     // The player leaving the bus ends the activity.
     player.quit();
     EXPECT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
 }
 
-// An HTTP error is an answer too, and the service's status reaches the log. Each kind of answer
-// without lyrics, and the reason given for it, is in the lyrics store's tests.
-TEST_F(NowPlaying, AnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
-    LoopbackHTTPServer lyrics(404, R"({"message":"Track not found"})");
-    useLyricsService(lyrics.url());
-    IslandProcess island(home);
-    ASSERT_NE(island.port(), 0);
-    Player player(home, bus.address(), {track});
-    ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
-    EXPECT_TRUE(eventually([&] { return lyrics.requests().size() == 1; }));
-    // The answer is judged once it arrives; a player that quits first takes its question with it.
-    eventually([&] { return island.errors().find("no lyrics for The Band - Test Tone: ") != std::string::npos; });
-    player.quit();
-    ASSERT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
-    island.stop();
-    EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: the lyrics service answered with a status "
-                                   "other than 200"),
-              std::string::npos)
-        << island.errors();
-    EXPECT_FALSE(sawLine(island, "subtitle=\"First"));
-    EXPECT_FALSE(std::filesystem::exists(cachedLyrics()));
-}
-
-TEST_F(NowPlaying, ServiceThatDoesNotAnswerInTimeLeavesTheArtists) {
-    LoopbackHTTPServer lyrics(200, R"({"syncedLyrics":"[00:00.50]Too late"})", std::chrono::seconds(30));
-    useLyricsService(lyrics.url());
-    IslandProcess island(home);
-    ASSERT_NE(island.port(), 0);
-    Player player(home, bus.address(), {track});
-    ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience)) << island.errors();
-    // The request gives up after its ten seconds; the island keeps answering meanwhile.
-    ASSERT_TRUE(island.sendInput("press media.nowPlaying pause\n"));
-    EXPECT_TRUE(waitForStatus("Paused"));
-    std::this_thread::sleep_for(12s);
-    island.stop();
-    EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: the lyrics service did not answer in time"),
-              std::string::npos)
-        << island.errors();
-    EXPECT_FALSE(sawLine(island, "Too late"));
+// Each kind of answer without lyrics, and the reason given for it, is in the lyrics store's tests.
+// Here a refusal that carries lyrics all the same, and a service that does not answer in time (the
+// request gives up after ten seconds while the island keeps answering the user).
+TEST_F(NowPlaying, AnAnswerWithoutLyricsLeavesTheArtistsAndIsNotCached) {
+    // The status, how long the answer is held back, how long the island is given to judge it.
+    const std::tuple<int, std::chrono::seconds, std::chrono::seconds, std::string> cases[] = {
+        {404, 0s, 1s, "the lyrics service answered with a status other than 200"},
+        {200, 30s, 12s, "the lyrics service did not answer in time"},
+    };
+    for (const auto& [status, delay, judging, reason] : cases) {
+        LoopbackHTTPServer lyrics(status, R"({"syncedLyrics":"[00:00.50]Too late"})", delay);
+        SCOPED_TRACE(reason);
+        useLyricsService(lyrics.url());
+        IslandProcess island(home);
+        ASSERT_NE(island.port(), 0);
+        Player player(home, bus.address(), {track});
+        ASSERT_TRUE(island.waitForLine("title=\"Test Tone\" subtitle=\"The Band\"", patience))
+            << island.errors();
+        ASSERT_TRUE(island.sendInput("press media.nowPlaying pause\n"));
+        EXPECT_TRUE(waitForStatus("Paused"));
+        EXPECT_TRUE(eventually([&] { return lyrics.requests().size() == 1; }));
+        // A player that quits before the answer is judged takes its question with it.
+        std::this_thread::sleep_for(judging);
+        island.stop();
+        EXPECT_NE(island.errors().find("no lyrics for The Band - Test Tone: " + reason), std::string::npos)
+            << island.errors();
+        EXPECT_FALSE(sawLine(island, "Too late"));
+        EXPECT_FALSE(std::filesystem::exists(cachedLyrics()));
+    }
 }
 
 // The panel's card reads the controller itself: what plays, told when it changes, and its buttons.
 TEST_F(NowPlaying, TheControllerTellsWhatPlaysAndTakesButtons) {
     int argc = 0;
     QCoreApplication application(argc, nullptr);
-    const auto pumpUntil = [](const std::function<bool()>& done) {
-        return eventually([&] {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-            return done();
-        }, 20ms);
-    };
-    const QByteArray previousBus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
-    qputenv("DBUS_SESSION_BUS_ADDRESS", QByteArray::fromStdString(bus.address()));
+    SessionOf session({{"DBUS_SESSION_BUS_ADDRESS", bus.address()}});
     ManualScheduler scheduler;
     LiveActivityCenter center(scheduler);
-    MediaController media(scheduler, home.path(), MediaSettings{.enabled = true, .lyrics = false, .lyricsHost = {}}, [](const std::string&) {});
+    MediaController media(scheduler, home.path(),
+                          MediaSettings{.enabled = true, .lyrics = false, .lyricsHost = {}},
+                          [](const std::string&) {});
     int told = 0;
     media.onNowPlayingChanged = [&told] { ++told; };
     media.start(center);
@@ -225,40 +194,44 @@ TEST_F(NowPlaying, TheControllerTellsWhatPlaysAndTakesButtons) {
 
     Player player(home, bus.address(), {track});
     ASSERT_TRUE(player.running());
-    ASSERT_TRUE(pumpUntil([&] { return media.nowPlaying() && media.nowPlaying()->playback.title == "Test Tone"; }));
+    ASSERT_TRUE(
+        pumpUntil([&] { return media.nowPlaying() && media.nowPlaying()->playback.title == "Test Tone"; }));
     EXPECT_GT(told, 0);
     EXPECT_EQ(media.nowPlaying()->playback.artistLine(), "The Band");
     EXPECT_EQ(media.nowPlaying()->lyricLine, std::nullopt);
 
     media.perform(MediaActivity::pauseAction);
     EXPECT_TRUE(waitForStatus("Paused"));
-    ASSERT_TRUE(pumpUntil([&] { return media.nowPlaying()->playback.status == MediaPlayback::Status::paused; }));
+    ASSERT_TRUE(
+        pumpUntil([&] { return media.nowPlaying()->playback.status == MediaPlayback::Status::paused; }));
 
     player.quit();
     ASSERT_TRUE(pumpUntil([&] { return !media.nowPlaying(); }));
     media.stop();
-    qputenv("DBUS_SESSION_BUS_ADDRESS", previousBus);
 }
 
 TEST(ProvidersWithoutTheirService, EachSaysSoOnceAndTheIslandKeepsRunning) {
     TemporaryHome home;
     IslandProcess island(home);
     ASSERT_NE(island.port(), 0);
-    // libpulse finds no server while it connects, at start; an answer on the console comes after it.
-    ASSERT_TRUE(island.sendInput("dismiss nothing\n"));
-    ASSERT_TRUE(island.waitForLine("console refused", patience));
+    // libpulse finds no server while it connects, at start.
+    ASSERT_TRUE(providersStarted(island));
     // Asked for anyway, the volume HUD answers with the reason.
-    const auto volume = e2e::run(e2e::builtProgram("vantaquill"),
-                                 {"--port", std::to_string(island.port()), "hud", "volume", "up"}, home.environment());
+    const auto volume =
+        e2e::run(e2e::builtProgram("vantaquill"),
+                 {"--port", std::to_string(island.port()), "hud", "volume", "up"}, home.environment());
     EXPECT_EQ(volume.exitCode, 1);
-    EXPECT_EQ(volume.err, "vantaquill: No sound server answers (PulseAudio, or PipeWire's pulse server), so the volume "
-                          "cannot be set. (503 hud_unavailable)\n");
+    EXPECT_EQ(volume.err,
+              "vantaquill: No sound server answers (PulseAudio, or PipeWire's pulse server), so the volume "
+              "cannot be set. (503 hud_unavailable)\n");
     EXPECT_EQ(island.waitForLine("hud shown", 500ms), std::nullopt);
     EXPECT_EQ(island.stop(), 0);
     const std::string errors = island.errors();
     const std::vector<std::string> toldOnce{
-        "no session bus, so no now playing", "no sound server (PulseAudio, or PipeWire's pulse server), so no volume HUD",
-        "so the microphone is not watched", "no download folder at " + (home.path() / "Downloads").string(),
+        "no session bus, so no now playing",
+        "no sound server (PulseAudio, or PipeWire's pulse server), so no volume HUD",
+        "so the microphone is not watched",
+        "no download folder at " + (home.path() / "Downloads").string(),
         "so no Bluetooth peeks",
         "does not hide while the screen is shared: PipeWire, which carries every screen capture on Wayland, "
         "does not answer"};
@@ -274,7 +247,7 @@ MediaPlayback player(std::string name, Status status, double changedAt) {
     return playback;
 }
 
-TEST(MediaPlayerChoice, PlayingBeatsPausedAndTheLatestChangeWins) {
+TEST(MediaPlayerChoice, PlayingBeatsPausedAndTheLatestChangeWinsAmongPlayersOnly) {
     struct Case {
         const char* what;
         std::vector<MediaPlayback> players;
@@ -283,20 +256,17 @@ TEST(MediaPlayerChoice, PlayingBeatsPausedAndTheLatestChangeWins) {
     const std::vector<Case> cases = {
         {"nobody", {}, std::nullopt},
         {"stopped players are not shown", {player("a", Status::stopped, 5)}, std::nullopt},
-        {"playing beats a later pause",
-         {player("a", Status::paused, 9), player("b", Status::playing, 1)}, 1},
-        {"the later of two playing",
-         {player("a", Status::playing, 3), player("b", Status::playing, 7)}, 1},
-        {"the later of two paused",
-         {player("a", Status::paused, 8), player("b", Status::paused, 2)}, 0},
+        {"playing beats a later pause", {player("a", Status::paused, 9), player("b", Status::playing, 1)}, 1},
+        {"the later of two playing", {player("a", Status::playing, 3), player("b", Status::playing, 7)}, 1},
+        {"the later of two paused", {player("a", Status::paused, 8), player("b", Status::paused, 2)}, 0},
         {"a tie goes to the smaller name",
-         {player("b", Status::playing, 4), player("a", Status::playing, 4)}, 1},
+         {player("b", Status::playing, 4), player("a", Status::playing, 4)},
+         1},
     };
     for (const auto& test : cases)
         EXPECT_EQ(MediaPlayerChoice::choose(test.players), test.chosen) << test.what;
-}
 
-TEST(MediaPlayerChoice, FollowsPlayersButNotTheProxyOrOtherNames) {
+    // Players are followed, but not the proxy that stands for them nor other names.
     EXPECT_TRUE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.mpv"));
     EXPECT_TRUE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.vlc.instance42"));
     EXPECT_FALSE(MediaPlayerChoice::isPlayer("org.mpris.MediaPlayer2.playerctld"));
@@ -319,12 +289,6 @@ TEST(MediaPlayback, PositionRunsOnAtTheRateWhilePlayingAndStaysInsideTheTrack) {
     playback.anchor(brind::Date{104});
     playback.status = Status::paused;
     EXPECT_DOUBLE_EQ(*playback.position(brind::Date{150}), 10);
-}
-
-TEST(MediaPlayback, StatusNamesAreThePlayersOwn) {
-    for (const auto status : {Status::playing, Status::paused, Status::stopped})
-        EXPECT_EQ(mediaPlaybackStatusNamed(name(status)), status);
-    EXPECT_EQ(mediaPlaybackStatusNamed("playing"), std::nullopt);
 }
 
 // Its id, title and lyric line are read from the island's console in the tests above.

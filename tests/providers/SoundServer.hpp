@@ -17,15 +17,16 @@ namespace vq {
 /// A real PulseAudio with two null sinks, on the socket a session's programs find through
 /// XDG_RUNTIME_DIR; no other client, module or device.
 class SoundServer : public BackgroundProgram {
-public:
+  public:
     explicit SoundServer(const e2e::TemporaryHome& home)
-        : BackgroundProgram("/usr/bin/pulseaudio",
-                            {"-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no", "--disable-shm=yes",
-                             "-L", "module-native-protocol-unix socket=" + prepared(home).string(), "-L",
-                             "module-null-sink sink_name=speakers sink_properties=device.description=Speakers", "-L",
-                             "module-null-sink sink_name=headphones sink_properties=device.description=Headphones"},
-                            {"HOME=" + home.path().string(), "XDG_RUNTIME_DIR=" + home.path().string(),
-                             "PATH=/usr/bin:/bin"}),
+        : BackgroundProgram(
+              "/usr/bin/pulseaudio",
+              {"-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no", "--disable-shm=yes", "-L",
+               "module-native-protocol-unix socket=" + prepared(home).string(), "-L",
+               "module-null-sink sink_name=speakers sink_properties=device.description=Speakers", "-L",
+               "module-null-sink sink_name=headphones sink_properties=device.description=Headphones"},
+              {"HOME=" + home.path().string(), "XDG_RUNTIME_DIR=" + home.path().string(),
+               "PATH=/usr/bin:/bin"}),
           home(home) {}
 
     /// Runs pactl against this server; its standard output, or nothing when it failed.
@@ -46,7 +47,7 @@ public:
         return false;
     }
 
-private:
+  private:
     static std::filesystem::path prepared(const e2e::TemporaryHome& home) {
         std::filesystem::create_directories(home.path() / "pulse");
         return home.path() / "pulse" / "native";
@@ -57,7 +58,7 @@ private:
 
 /// Points this process at `home`'s sound server (its socket and cookie) while it lives.
 class SessionOf {
-public:
+  public:
     explicit SessionOf(const std::map<std::string, std::string>& variables) {
         for (const auto& [name, value] : variables) {
             const char* before = std::getenv(name.c_str());
@@ -74,7 +75,7 @@ public:
         }
     }
 
-private:
+  private:
     std::map<std::string, std::optional<std::string>> saved;
 };
 
