@@ -1,4 +1,4 @@
-#include "tests/wayland/OtherProgramOnSway.hpp"
+#include "tests/desktop/OtherProgramWindow.hpp"
 #include "tests/wayland/SwaySession.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 #include "vantaquill/wayland/WaylandDataDevice.hpp"
@@ -118,8 +118,9 @@ class LayerShellSurfaceTest : public ::testing::Test {
 
     /// Another program's window (`mode` as it takes it), once sway shows it over the output below
     /// the island.
-    std::unique_ptr<test::OtherProgramOnSway> openWindow(const QStringList& mode) {
-        auto window = std::make_unique<test::OtherProgramOnSway>(sway->waylandDisplay(), mode);
+    std::unique_ptr<test::OtherProgramWindow> openWindow(const QStringList& mode) {
+        auto window =
+            std::make_unique<test::OtherProgramWindow>(sway->waylandDisplay(), QStringList{"0", "0"} + mode);
         EXPECT_TRUE(waitUntil([&] {
             auto shot = sway->screenshot();
             return shot && !near(shot->pixelColor(100, 300), backgroundColour);

@@ -1,21 +1,20 @@
 // The other program in the desktop tests, on X11 or (with QT_QPA_PLATFORM=wayland) on the Wayland
 // tests' sway: a window that starts a drag of one file, one text or one flavour of data when pressed,
 // one that takes drops, or one with a text field. Usage: islandOtherProgram X Y (--file PATH | --text
-// TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" once shown, "pressed" for each
-// press, "drag ended copied" (or "cancelled") when its drag is over, "drag entered", "drag moved"
+// TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" and its window's id once shown, "pressed"
+// for each press, "drag ended copied" (or "cancelled") when its drag is over, "drag entered", "drag moved"
 // and "dropped " with the dropped URLs (or text) for each drop it takes, "text " and the field's
 // text after each change, "focus in" and "focus out", "full screen on" and "full screen off".
 
 #include <QApplication>
+#include <QDrag>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QLineEdit>
-#include <QDrag>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QUrl>
 #include <QWidget>
-
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -23,7 +22,7 @@
 namespace {
 
 class DragSource final : public QWidget {
-public:
+  public:
     // Pressing it starts a drag without taking the keyboard, as dragging from a desktop's files does,
     // so an island the user opened stays open under the drag.
     explicit DragSource(std::function<QMimeData*()> make) : make_(std::move(make)) {
@@ -31,7 +30,7 @@ public:
         setWindowFlag(Qt::WindowDoesNotAcceptFocus);
     }
 
-protected:
+  protected:
     void mousePressEvent(QMouseEvent*) override {
         auto* drag = new QDrag(this);
         drag->setMimeData(make_());
@@ -40,15 +39,15 @@ protected:
         std::fflush(stdout);
     }
 
-private:
+  private:
     std::function<QMimeData*()> make_;
 };
 
 class DropTarget final : public QWidget {
-public:
+  public:
     DropTarget() { setAcceptDrops(true); }
 
-protected:
+  protected:
     void dragEnterEvent(QDragEnterEvent* event) override {
         event->acceptProposedAction();
         std::puts("drag entered");
@@ -72,7 +71,7 @@ protected:
 };
 
 class TextField final : public QLineEdit {
-public:
+  public:
     TextField() {
         connect(this, &QLineEdit::textChanged, this, [](const QString& text) {
             std::printf("text %s\n", qPrintable(text));
@@ -83,7 +82,7 @@ public:
 
 /// Reports what happens to the window, whichever it is.
 class Reporter final : public QObject {
-protected:
+  protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
         const char* line = nullptr;
         if (event->type() == QEvent::MouseButtonPress)
@@ -114,9 +113,10 @@ int main(int argc, char** argv) {
     const bool dragged = (arguments.size() == 5 && (mode == "--file" || mode == "--text")) ||
                          (arguments.size() == 6 && mode == "--offer");
     if (!alone && !dragged) {
-        std::fputs("usage: islandOtherProgram X Y (--file PATH | --text TEXT | --offer TYPE DATA | --accept | "
-                   "--field)\n",
-                   stderr);
+        std::fputs(
+            "usage: islandOtherProgram X Y (--file PATH | --text TEXT | --offer TYPE DATA | --accept | "
+            "--field)\n",
+            stderr);
         return 2;
     }
     std::unique_ptr<QWidget> window;
@@ -137,10 +137,12 @@ int main(int argc, char** argv) {
         });
     Reporter reporter;
     window->installEventFilter(&reporter);
-    window->setWindowTitle(mode == "--accept" ? "drop target" : mode == "--field" ? "text field" : "drag source");
+    window->setWindowTitle(mode == "--accept"  ? "drop target"
+                           : mode == "--field" ? "text field"
+                                               : "drag source");
     window->setGeometry(arguments[1].toInt(), arguments[2].toInt(), 200, 200);
     window->show();
-    std::puts("ready");
+    std::printf("ready 0x%llx\n", static_cast<unsigned long long>(window->winId()));
     std::fflush(stdout);
     return QApplication::exec();
 }
