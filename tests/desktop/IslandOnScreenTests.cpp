@@ -9,10 +9,12 @@
 #include "tests/e2e/E2EProcess.hpp"
 #include "tests/support/PipeWireSession.hpp"
 #include "tests/wayland/SwaySession.hpp"
+#include "vantaquill/island/X11IslandSurface.hpp"
 
 #include <QStandardPaths>
 #include <QUrl>
 #include <atomic>
+#include <csignal>
 #include <fstream>
 #include <future>
 #include <gtest/gtest.h>
@@ -44,6 +46,7 @@ struct ScreenSetup {
     std::string housing; ///< "island.housing", empty for none
     double width = 0;
     double height = 0;
+    bool composited = false; ///< with a compositing manager on the X server
 };
 
 void PrintTo(const ScreenSetup& setup, std::ostream* out) {
@@ -53,7 +56,8 @@ void PrintTo(const ScreenSetup& setup, std::ostream* out) {
 
 std::string setupName(const ::testing::TestParamInfo<ScreenSetup>& info) {
     return std::string(info.param.server == Server::x11 ? "X11" : "Sway") +
-           (info.param.housing.empty() ? "Floating" : "Housing");
+           (info.param.housing.empty() ? "Floating" : "Housing") +
+           (info.param.composited ? "Composited" : "");
 }
 
 std::optional<QRect> islandBounds(const QImage& image) {
@@ -144,6 +148,8 @@ class IslandOnScreen : public ::testing::TestWithParam<ScreenSetup> {
 
     /// Preferences besides the housing and the hover delay ("key=value" lines).
     virtual std::vector<std::string> preferences() const { return {}; }
+    /// Runs once the server is up, before the island starts.
+    virtual void beforeIsland() {}
 
     bool x11() const { return GetParam().server == Server::x11; }
 
@@ -178,7 +184,9 @@ class IslandOnScreen : public ::testing::TestWithParam<ScreenSetup> {
         for (const auto& line : preferences())
             settings << line << "\n";
         settings.close();
-        startIsland();
+        beforeIsland();
+        if (!IsSkipped() && !HasFatalFailure())
+            startIsland();
     }
 
     void TearDown() override {
@@ -418,6 +426,10 @@ ScreenSetup onSway(ScreenSetup setup) {
     setup.server = Server::sway;
     return setup;
 }
+ScreenSetup composited(ScreenSetup setup) {
+    setup.composited = true;
+    return setup;
+}
 
 // The outline through its states, as the layout has them: closed, open once the pointer has rested
 // on it for the hover delay and closed again when it leaves, compact for an activity, an alert's
@@ -520,9 +532,22 @@ TEST_P(IslandOnScreen, OutlineFollowsTheLayoutThroughItsStatesAndTheAlertsButton
 
 // On X11 there is no window manager, so the test plays its part: it marks the window full screen
 // and active, as a window manager does for a full-screen application. Sway makes it full screen.
-TEST_P(IslandOnScreen, HidesWhileTheActiveWindowIsFullScreenUnlessTheUserKeepsIt) {
+TEST_P(IslandOnScreen, HidesWhileTheScreenIsSharedOrTheActiveWindowIsFullScreenUnlessTheUserKeepsIt) {
     const Outline closed = onScreen(IslandState::closed, IslandLayout::closed(input()));
     ASSERT_TRUE(showsOutline(closed));
+    const auto hidden = [&] {
+        return !islandBounds(screenWhen([](const QImage& shot) { return !islandBounds(shot); }));
+    };
+    if (PipeWireDaemon::installed()) {
+        // The screen-cast portal's stream, on the session's PipeWire (found after the island started).
+        PipeWireDaemon pipewire(home.path());
+        ASSERT_TRUE(pipewire.running());
+        CaptureStream capture(home.path());
+        ASSERT_TRUE(capture.connected);
+        EXPECT_TRUE(hidden()) << "the island showed while the screen was shared";
+        capture.end();
+        EXPECT_TRUE(showsOutline(closed)) << "after sharing";
+    }
     const auto window = openWindow({"--accept"});
     const auto fullScreen = [&](bool on) {
         const std::string id = window->last("ready ").value_or("");
@@ -537,8 +562,7 @@ TEST_P(IslandOnScreen, HidesWhileTheActiveWindowIsFullScreenUnlessTheUserKeepsIt
     };
     ASSERT_TRUE(showsOutline(closed)) << "no island over the window";
     ASSERT_TRUE(fullScreen(true));
-    const QImage hidden = screenWhen([](const QImage& shot) { return !islandBounds(shot); });
-    EXPECT_FALSE(islandBounds(hidden)) << "still showing " << describe(islandBounds(hidden));
+    EXPECT_TRUE(hidden()) << "the island stayed over the full-screen window";
     // Leaving full screen, told through the window's own state, brings the island back.
     ASSERT_TRUE(fullScreen(false));
     EXPECT_TRUE(showsOutline(closed)) << "after full screen";
@@ -671,21 +695,17 @@ TEST_P(IslandOnScreen, AClipChosenFromTheHistoryIsPastedIntoTheWindowInUse) {
         << "pasted: \"" << window->last("text ").value_or("") << "\"";
 }
 
-INSTANTIATE_TEST_SUITE_P(Servers, IslandOnScreen,
-                         ::testing::Values(floating, housing, onSway(floating), onSway(housing)), setupName);
-
-/// What only the X11 window does: it lets clicks through beside the outline by its shape, hides
-/// while the screen is shared, takes a shaking drag, and answers the history's hot key.
-class IslandOnX11 : public IslandOnScreen {};
-
-TEST_P(IslandOnX11, ClicksBesideTheIslandReachTheWindowBelowAndClicksOnItDoNot) {
+// On X11 nothing but the island's window lies over the root window, so the root hears every click
+// that the island lets through; sway tiles a window below the island.
+TEST_P(IslandOnScreen, ClicksBesideTheIslandReachTheWindowBelowAndClicksOnItDoNot) {
     const Outline closed = onScreen(IslandState::closed, IslandLayout::closed(input()));
     ASSERT_TRUE(showsOutline(closed));
-    // Nothing but the island's window lies over the root window, so the root hears every click
-    // that the island lets through.
     const auto log = home.path() / "xev.txt";
-    const int xev = display->start({"xev", "-root", "-event", "button"}, log);
+    const int xev = x11() ? display->start({"xev", "-root", "-event", "button"}, log) : -1;
+    const auto window = x11() ? nullptr : openWindow({"--accept"});
     const auto pressesSeen = [&] {
+        if (window)
+            return std::size_t(window->count("pressed"));
         const std::string text = brind::AtomicFile::read(log).value_or("");
         std::size_t count = 0;
         for (auto at = text.find("ButtonPress"); at != std::string::npos;
@@ -699,7 +719,7 @@ TEST_P(IslandOnX11, ClicksBesideTheIslandReachTheWindowBelowAndClicksOnItDoNot) 
         click({40, 600});
         std::this_thread::sleep_for(300ms);
         return pressesSeen() > 0;
-    })) << "xev never heard the root window";
+    })) << "the window below never heard a click";
     const std::size_t before = pressesSeen();
 
     // Inside the island's window (whose margins reach 90 pixels beside the largest island) but
@@ -709,28 +729,49 @@ TEST_P(IslandOnX11, ClicksBesideTheIslandReachTheWindowBelowAndClicksOnItDoNot) 
         << "a click beside the island did not reach the window below";
     click(closed.rect.center());
     click({40, 600});
-    // The click on the island stays with the island: the root hears only the one after it.
+    // The click on the island stays with the island: the window below hears only the one after it.
     EXPECT_TRUE(waitUntil([&] { return pressesSeen() == before + 2; }));
     std::this_thread::sleep_for(500ms);
     EXPECT_EQ(pressesSeen(), before + 2);
     VirtualDisplay::stop(xev);
 }
 
-TEST_P(IslandOnX11, HidesWhileTheScreenIsShared) {
-    if (!PipeWireDaemon::installed())
-        GTEST_SKIP() << "pipewire is missing; scripts/setup installs it";
-    const Outline closed = onScreen(IslandState::closed, IslandLayout::closed(input()));
-    ASSERT_TRUE(showsOutline(closed));
-    // The screen-cast portal's stream, on the session's PipeWire (found after the island started).
-    PipeWireDaemon pipewire(home.path());
-    ASSERT_TRUE(pipewire.running());
-    CaptureStream capture(home.path());
-    ASSERT_TRUE(capture.connected);
-    const QImage hidden = screenWhen([](const QImage& shot) { return !islandBounds(shot); });
-    EXPECT_FALSE(islandBounds(hidden)) << "still showing " << describe(islandBounds(hidden));
-    capture.end();
-    EXPECT_TRUE(showsOutline(closed));
-}
+INSTANTIATE_TEST_SUITE_P(Servers, IslandOnScreen,
+                         ::testing::Values(floating, housing, onSway(floating), onSway(housing)), setupName);
+
+/// What only the X11 window is asked here: a shaking drag, the history's hot key, the panel's
+/// answers to the agents' requests from the real `vantaquill hook` and to an SDK client's request
+/// to connect, and the clipboard history across a crash.
+class IslandOnX11 : public IslandOnScreen {
+  protected:
+    // Long enough that a request still waits however slow the screenshots are.
+    std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=300"}; }
+
+    /// Runs Claude Code's hook with the fixture `payload` in the background, once the island holds
+    /// its request; its result once it returns.
+    std::future<e2e::CommandResult> hook(const std::string& payload) const {
+        auto answer =
+            std::async(std::launch::async, [this, input = e2e::readFixture("agents/payloads/" + payload)] {
+                return vantaquill({"hook", "--agent", "claude-code"}, input);
+            });
+        EXPECT_TRUE(island->waitForLine("approval waiting id=", 20s))
+            << "the request never reached the island";
+        return answer;
+    }
+
+    /// Clicks the peeking island open on the request: the panel opens on the Agents section with the
+    /// keyboard; the open island's black.
+    QRect openOnTheRequest() {
+        const auto peeking = settled(islandBounds);
+        EXPECT_TRUE(peeking) << "no island on the screen";
+        if (!peeking)
+            return {};
+        click(peeking->center());
+        const auto open = openIsland();
+        EXPECT_TRUE(open) << "the panel did not open";
+        return open.value_or(QRect());
+    }
+};
 
 TEST_P(IslandOnX11, AShakeOfADragOverTheOpenPanelBringsUpTheShelf) {
     startIsland("vantaquill://open?tab=clipboard");
@@ -778,41 +819,6 @@ TEST_P(IslandOnX11, TheHotKeyOpensTheHistoryAndCtrlAndADigitPasteThatClipWhereTh
         << "pasted: \"" << window->last("text ").value_or("") << "\"";
 }
 
-INSTANTIATE_TEST_SUITE_P(Housings, IslandOnX11, ::testing::Values(floating, housing), setupName);
-
-/// The panel's answers on the X11 window: the agents' requests from the real `vantaquill hook`, and
-/// an SDK client's request to connect.
-class PanelOnX11 : public IslandOnScreen {
-  protected:
-    // Long enough that a request still waits however slow the screenshots are.
-    std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=300"}; }
-
-    /// Runs Claude Code's hook with the fixture `payload` in the background, once the island holds
-    /// its request; its result once it returns.
-    std::future<e2e::CommandResult> hook(const std::string& payload) const {
-        auto answer =
-            std::async(std::launch::async, [this, input = e2e::readFixture("agents/payloads/" + payload)] {
-                return vantaquill({"hook", "--agent", "claude-code"}, input);
-            });
-        EXPECT_TRUE(island->waitForLine("approval waiting id=", 20s))
-            << "the request never reached the island";
-        return answer;
-    }
-
-    /// Clicks the peeking island open on the request: the panel opens on the Agents section with the
-    /// keyboard; the open island's black.
-    QRect openOnTheRequest() {
-        const auto peeking = settled(islandBounds);
-        EXPECT_TRUE(peeking) << "no island on the screen";
-        if (!peeking)
-            return {};
-        click(peeking->center());
-        const auto open = openIsland();
-        EXPECT_TRUE(open) << "the panel did not open";
-        return open.value_or(QRect());
-    }
-};
-
 /// The panel's accent, which the primary button fills; a few units of slack for antialiasing.
 bool isAccent(QRgb pixel) {
     return std::abs(qRed(pixel) - 0x0A) <= 12 && std::abs(qGreen(pixel) - 0x84) <= 12 &&
@@ -834,7 +840,7 @@ std::optional<QRect> primaryButton(const QImage& image) {
         .transform([&](QRect rect) { return rect.translated(left, 0); });
 }
 
-TEST_P(PanelOnX11, ClickingAllowInTheOpenIslandReturnsClaudesAllow) {
+TEST_P(IslandOnX11, ClickingAllowInTheOpenIslandReturnsClaudesAllow) {
     auto result = hook("claude-permission-request.json");
     openOnTheRequest();
     const auto allow = settled(primaryButton);
@@ -851,7 +857,7 @@ TEST_P(PanelOnX11, ClickingAllowInTheOpenIslandReturnsClaudesAllow) {
 }
 
 // Escape closes the panel and leaves the request waiting; opened again, a typed reason denies it.
-TEST_P(PanelOnX11, EscapeLeavesTheRequestWaitingAndADenyWithATypedReasonSendsTheReason) {
+TEST_P(IslandOnX11, EscapeLeavesTheRequestWaitingAndADenyWithATypedReasonSendsTheReason) {
     auto result = hook("claude-permission-request.json");
     const QRect open = openOnTheRequest();
     keys({"Escape"});
@@ -873,7 +879,7 @@ TEST_P(PanelOnX11, EscapeLeavesTheRequestWaitingAndADenyWithATypedReasonSendsThe
 
 // A PreToolUse request, held by the island and answered with the agent's input updated; the
 // section's other answers (plans, Always allow) are checked on its widgets in the panel's tests.
-TEST_P(PanelOnX11, AQuestionIsAnsweredWithTwoOptionsChosen) {
+TEST_P(IslandOnX11, AQuestionIsAnsweredWithTwoOptionsChosen) {
     auto result = hook("claude-ask-user-question.json");
     openOnTheRequest();
     // The first option has the keyboard: tick it and the next; then on past the last option, the
@@ -888,7 +894,7 @@ TEST_P(PanelOnX11, AQuestionIsAnsweredWithTwoOptionsChosen) {
 
 // A client asks to connect: the prompt opens the island, a second request meanwhile is told a
 // prompt is showing, and a click on Allow hands the waiting client a token that works at once.
-TEST_P(PanelOnX11, AllowClickedInTheIslandGivesAConnectingClientAWorkingToken) {
+TEST_P(IslandOnX11, AllowClickedInTheIslandGivesAConnectingClientAWorkingToken) {
     const std::string registration = R"({"app":"lumetta","name":"Lumetta","scopes":["activities"]})";
     const auto port = island->port();
     auto waiting = std::async(std::launch::async, [&] {
@@ -914,7 +920,144 @@ TEST_P(PanelOnX11, AllowClickedInTheIslandGivesAConnectingClientAWorkingToken) {
     EXPECT_NE(e2e::bodyOf(posted).find(R"("id":"sdk.lumetta.upload")"), std::string::npos) << posted;
 }
 
-INSTANTIATE_TEST_SUITE_P(X11, PanelOnX11, ::testing::Values(floating), setupName);
+// Killed right after a copy, the island leaves a clipboard history that parses and keeps what was
+// saved; a new island takes it up without a complaint and keeps it.
+TEST_P(IslandOnX11, KilledRightAfterACopyTheClipboardHistoryParsesAndKeepsWhatWasSaved) {
+    const auto index = home.path() / ".local/share/vantaquill/Clipboard/index.json";
+    // The texts of the history as the archive holds them, or nothing when it does not parse.
+    const auto archived = [&]() -> std::optional<std::vector<std::string>> {
+        const auto parsed = brind::JSONText::parse(brind::AtomicFile::read(index).value_or(""));
+        if (!parsed || !(*parsed)["items"].is_array())
+            return std::nullopt;
+        std::vector<std::string> texts;
+        for (const auto& item : (*parsed)["items"])
+            texts.push_back(item.value("text", ""));
+        return texts;
+    };
+    const auto holds = [&](const std::string& text) {
+        const auto texts = archived();
+        return texts && std::ranges::find(*texts, text) != texts->end();
+    };
+    copy("saved before the crash");
+    ASSERT_TRUE(waitUntil([&] { return holds("saved before the crash"); }))
+        << "the first copy was never archived";
+    // The second copy is in the history and its save is still waiting when the island dies.
+    copy("copied just before the crash");
+    ASSERT_TRUE(island->waitForLine("copied just before", 20s)) << island->errors();
+    ::kill(island->processID(), SIGKILL);
+    island.reset();
+    ASSERT_TRUE(archived().has_value()) << "the archive does not parse after the crash";
+    EXPECT_TRUE(holds("saved before the crash"));
+
+    startIsland();
+    copy("after the restart");
+    EXPECT_TRUE(waitUntil([&] { return holds("after the restart"); }));
+    EXPECT_TRUE(holds("saved before the crash"));
+    EXPECT_EQ(island->errors().find("Clipboard"), std::string::npos) << island->errors();
+}
+
+INSTANTIATE_TEST_SUITE_P(X11, IslandOnX11, ::testing::Values(floating), setupName);
+
+/// Closer than this in every channel is the same colour: screenshots are exact, and this only
+/// absorbs a step of rounding in a compositor's blend.
+constexpr int colourTolerance = 8;
+
+bool near(QRgb pixel, QRgb colour) {
+    return std::abs(qRed(pixel) - qRed(colour)) <= colourTolerance &&
+           std::abs(qGreen(pixel) - qGreen(colour)) <= colourTolerance &&
+           std::abs(qBlue(pixel) - qBlue(colour)) <= colourTolerance;
+}
+
+/// The pixels in `area` strictly between the island's black and the background in every channel:
+/// the outline's edge mixed with what lies below it.
+int blendedPixels(const QImage& image, const QRect& area, QRgb background) {
+    const auto between = [](int value, int limit) {
+        return value > colourTolerance && value < limit - colourTolerance;
+    };
+    int count = 0;
+    for (int y = std::max(area.top(), 0); y <= std::min(area.bottom(), image.height() - 1); ++y)
+        for (int x = std::max(area.left(), 0); x <= std::min(area.right(), image.width() - 1); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            count += between(qRed(pixel), qRed(background)) && between(qGreen(pixel), qGreen(background)) &&
+                     between(qBlue(pixel), qBlue(background));
+        }
+    return count;
+}
+
+/// The closed island over a declared housing on X11, with a compositing manager or without one.
+class CompositedEdge : public IslandOnScreen {
+  protected:
+    void beforeIsland() override {
+        if (!GetParam().composited)
+            return;
+        if (!std::filesystem::exists("/usr/bin/xcompmgr"))
+            GTEST_SKIP() << "xcompmgr is missing; scripts/setup installs it";
+        compositor = display->start({"xcompmgr"}, home.path() / "xcompmgr.log");
+        ASSERT_TRUE(waitUntil([&] {
+            xcb_connection_t* connection = xcb_connect(display->name().c_str(), nullptr);
+            const bool running = xcb_connection_has_error(connection) == 0 &&
+                                 X11IslandSurface::compositorRunning(connection, 0);
+            xcb_disconnect(connection);
+            return running;
+        })) << "xcompmgr did not take the compositing selection";
+    }
+
+    void TearDown() override {
+        IslandOnScreen::TearDown();
+        VirtualDisplay::stop(compositor);
+    }
+
+    int compositor = -1;
+};
+
+// Under a compositor the window is translucent and the outline's curved parts (the ears flaring into
+// the top bar and the rounded bottom corners) are antialiased against the desktop; without one the
+// window is cut to the outline and every pixel is either the island's black or the desktop, which is
+// also what a broken translucent window would show.
+TEST_P(CompositedEdge, CurvedPartsOfTheOutlineAreBlendedOnlyUnderACompositor) {
+    const Outline closed = onScreen(IslandState::closed, IslandLayout::closed(input()));
+    const QRect outline = closed.rect;
+    ASSERT_GT(closed.corners.ear, 0);
+    ASSERT_GT(closed.corners.bottom, 0);
+    ASSERT_TRUE(showsOutline(closed)) << "the closed island is not where the layout puts it";
+    const QImage shot = screenshot();
+
+    // The desktop far from the window (xcompmgr paints its own grey where no root picture is set,
+    // the bare server its white), and the same desktop inside the island's window but beside and
+    // below the outline: the window covers nothing there.
+    const QRgb background = shot.pixel(20, shot.height() / 2);
+    ASSERT_GT(qGray(background), 100) << "too dark a desktop to tell a blend from black";
+    const int middle = outline.center().y();
+    for (const QPoint beside : {QPoint(outline.left() - 40, middle), QPoint(outline.right() + 40, middle),
+                                QPoint(outline.center().x(), outline.bottom() + 30)})
+        EXPECT_TRUE(near(shot.pixel(beside), background))
+            << "the window covers the desktop at " << beside.x() << "," << beside.y();
+    EXPECT_TRUE(near(shot.pixel(outline.center()), qRgb(0, 0, 0))) << "the island is not black inside";
+
+    // The curved parts, with a pixel to spare around each.
+    const int ear = static_cast<int>(std::ceil(closed.corners.ear));
+    const int bottom = static_cast<int>(std::ceil(closed.corners.bottom));
+    const std::vector<std::pair<std::string, QRect>> curves{
+        {"left ear", QRect(QPoint(outline.left() - 1, outline.top()),
+                           QPoint(outline.left() + ear + 1, outline.top() + ear + 1))},
+        {"right ear", QRect(QPoint(outline.right() - ear - 1, outline.top()),
+                            QPoint(outline.right() + 1, outline.top() + ear + 1))},
+        {"bottom left", QRect(QPoint(outline.left() + ear - 1, outline.bottom() - bottom - 1),
+                              QPoint(outline.left() + ear + bottom + 1, outline.bottom() + 1))},
+        {"bottom right", QRect(QPoint(outline.right() - ear - bottom - 1, outline.bottom() - bottom - 1),
+                               QPoint(outline.right() - ear + 1, outline.bottom() + 1))},
+    };
+    if (GetParam().composited) {
+        for (const auto& [name, area] : curves)
+            EXPECT_GE(blendedPixels(shot, area, background), 2) << "no blended edge at the " << name;
+    } else {
+        EXPECT_EQ(blendedPixels(shot, outline.adjusted(-3, -3, 3, 3), background), 0)
+            << "a window cut to the outline has no blended pixels";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Compositor, CompositedEdge, ::testing::Values(housing, composited(housing)),
+                         setupName);
 
 } // namespace
 } // namespace vq::desktop
