@@ -17,7 +17,6 @@ namespace vq {
 namespace {
 
 using test::SwaySession;
-using Type = IslandSurface::PointerEvent::Type;
 using DropType = IslandSurface::DropEvent::Type;
 
 // Generous: a loaded two-core machine may take a while to run sway, grim and the test together.
@@ -82,9 +81,6 @@ class LayerShellSurfaceTest : public ::testing::Test {
             painter.fillRect(QRect(QPoint(0, 0), frame.size()), islandColour);
         };
         surface->onFrame = [this](double) { ++frames; };
-        surface->onPointer = [this](const IslandSurface::PointerEvent& event) {
-            pointerEvents.push_back(event);
-        };
     }
 
     void TearDown() override {
@@ -128,20 +124,12 @@ class LayerShellSurfaceTest : public ::testing::Test {
         return window;
     }
 
-    bool pointerEventArrives(Type type) {
-        return waitUntil([&] {
-            return std::ranges::any_of(pointerEvents,
-                                       [type](const auto& event) { return event.type == type; });
-        });
-    }
-
     std::unique_ptr<SwaySession> sway;
     std::unique_ptr<LayerShellSurface> surface;
     QRect frame;
     int paints = 0;
     int frames = 0;
     qreal paintedScale = 0;
-    std::vector<IslandSurface::PointerEvent> pointerEvents;
 };
 
 // Where sway offers the layer shell, the island on it chooses that surface (IslandOnSway).
@@ -189,46 +177,6 @@ TEST_F(LayerShellSurfaceTest, PaintsEveryDevicePixelAtTheOutputsScale) {
     ASSERT_TRUE(waitUntil([&] { return paintedScale == 1; }));
     expectColours(screenshotShowing({640, 39}, islandColour),
                   {{{540, 20}, islandColour}, {{640, 40}, backgroundColour}, {{539, 20}, backgroundColour}});
-}
-
-TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointerAndClicksBesideItReachTheWindowBelow) {
-    start();
-    show({200, 40});
-    // The left half takes the pointer; the right half lets it through to what lies below.
-    surface->setInputRegion(QRegion(0, 0, 100, 40));
-    // The window is tiled over the whole output, under the island.
-    const auto window = openWindow({"--accept"});
-    const auto windowPresses = [&](int count) {
-        return waitUntil([&] { return window->count("pressed") == count; });
-    };
-    screenshotShowing({640, 20}, islandColour);
-    const auto click = [&](int x, int y) {
-        return sway->command("seat - cursor set " + std::to_string(x) + " " + std::to_string(y)) &&
-               sway->command("seat - cursor press button1") && sway->command("seat - cursor release button1");
-    };
-
-    ASSERT_TRUE(click(560, 20));
-    ASSERT_TRUE(pointerEventArrives(Type::release));
-    const auto press =
-        std::ranges::find_if(pointerEvents, [](const auto& event) { return event.type == Type::press; });
-    ASSERT_NE(press, pointerEvents.end());
-    EXPECT_EQ(press->button, Qt::LeftButton);
-    EXPECT_EQ(press->position, QPointF(20, 20));
-
-    // On the island's right half, outside its input region, the pointer leaves it and the window
-    // gets the click; one far away afterwards shows that the island's click never reached it.
-    pointerEvents.clear();
-    ASSERT_TRUE(click(700, 20));
-    ASSERT_TRUE(pointerEventArrives(Type::leave));
-    ASSERT_TRUE(windowPresses(1));
-    ASSERT_TRUE(click(100, 300));
-    ASSERT_TRUE(windowPresses(2));
-    // Coming back in is a marker: events are delivered in order, so a press outside would be seen
-    // before this enter.
-    ASSERT_TRUE(sway->command("seat - cursor set 600 10"));
-    ASSERT_TRUE(pointerEventArrives(Type::enter));
-    EXPECT_FALSE(
-        std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
 }
 
 TEST_F(LayerShellSurfaceTest, DrawsOnlyWhenAFrameIsAskedForAndKeepsItsConnectionThroughKeyboardChanges) {
