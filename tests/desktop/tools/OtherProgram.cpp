@@ -1,10 +1,11 @@
 // The other program in the desktop tests, on X11 or (with QT_QPA_PLATFORM=wayland) on the Wayland
 // tests' sway: a window that starts a drag of one file, one text or one flavour of data when pressed,
 // one that takes drops, or one with a text field. Usage: islandOtherProgram X Y (--file PATH | --text
-// TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" and its window's id once shown, "pressed"
-// for each press, "drag ended copied" (or "cancelled") when its drag is over, "drag entered", "drag moved"
-// and "dropped " with the dropped URLs (or text) for each drop it takes, "text " and the field's
-// text after each change, "focus in" and "focus out", "full screen on" and "full screen off".
+// TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" and its window's id once shown,
+// "pressed" for each press, "drag ended copied" (or "cancelled") when its drag is over, "drag
+// entered", "drag moved" and "dropped " with the dropped URLs (or text) for each drop it takes,
+// "text " and the field's text after each change, "focus in" and "focus out", "full screen on" and
+// "full screen off".
 
 #include <QApplication>
 #include <QDrag>
@@ -12,7 +13,6 @@
 #include <QDropEvent>
 #include <QLineEdit>
 #include <QMimeData>
-#include <QMouseEvent>
 #include <QUrl>
 #include <QWidget>
 #include <cstdio>
@@ -20,6 +20,11 @@
 #include <memory>
 
 namespace {
+
+void report(const QString& line) {
+    std::puts(qPrintable(line));
+    std::fflush(stdout);
+}
 
 class DragSource final : public QWidget {
   public:
@@ -34,9 +39,7 @@ class DragSource final : public QWidget {
     void mousePressEvent(QMouseEvent*) override {
         auto* drag = new QDrag(this);
         drag->setMimeData(make_());
-        const bool copied = drag->exec(Qt::CopyAction) == Qt::CopyAction;
-        std::puts(copied ? "drag ended copied" : "drag ended cancelled");
-        std::fflush(stdout);
+        report(drag->exec(Qt::CopyAction) == Qt::CopyAction ? "drag ended copied" : "drag ended cancelled");
     }
 
   private:
@@ -50,13 +53,11 @@ class DropTarget final : public QWidget {
   protected:
     void dragEnterEvent(QDragEnterEvent* event) override {
         event->acceptProposedAction();
-        std::puts("drag entered");
-        std::fflush(stdout);
+        report("drag entered");
     }
     void dragMoveEvent(QDragMoveEvent* event) override {
         event->acceptProposedAction();
-        std::puts("drag moved");
-        std::fflush(stdout);
+        report("drag moved");
     }
     void dropEvent(QDropEvent* event) override {
         QStringList dropped;
@@ -65,18 +66,7 @@ class DropTarget final : public QWidget {
         if (dropped.isEmpty())
             dropped << event->mimeData()->text();
         event->acceptProposedAction();
-        std::printf("dropped %s\n", qPrintable(dropped.join(' ')));
-        std::fflush(stdout);
-    }
-};
-
-class TextField final : public QLineEdit {
-  public:
-    TextField() {
-        connect(this, &QLineEdit::textChanged, this, [](const QString& text) {
-            std::printf("text %s\n", qPrintable(text));
-            std::fflush(stdout);
-        });
+        report("dropped " + dropped.join(' '));
     }
 };
 
@@ -84,17 +74,12 @@ class TextField final : public QLineEdit {
 class Reporter final : public QObject {
   protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
-        const char* line = nullptr;
         if (event->type() == QEvent::MouseButtonPress)
-            line = "pressed";
+            report("pressed");
         else if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)
-            line = event->type() == QEvent::FocusIn ? "focus in" : "focus out";
+            report(event->type() == QEvent::FocusIn ? "focus in" : "focus out");
         else if (event->type() == QEvent::WindowStateChange)
-            line = static_cast<QWidget*>(watched)->isFullScreen() ? "full screen on" : "full screen off";
-        if (line) {
-            std::puts(line);
-            std::fflush(stdout);
-        }
+            report(static_cast<QWidget*>(watched)->isFullScreen() ? "full screen on" : "full screen off");
         return false;
     }
 };
@@ -120,11 +105,14 @@ int main(int argc, char** argv) {
         return 2;
     }
     std::unique_ptr<QWidget> window;
-    if (mode == "--accept")
+    if (mode == "--accept") {
         window = std::make_unique<DropTarget>();
-    else if (mode == "--field")
-        window = std::make_unique<TextField>();
-    else
+    } else if (mode == "--field") {
+        auto field = std::make_unique<QLineEdit>();
+        QObject::connect(field.get(), &QLineEdit::textChanged,
+                         [](const QString& text) { report("text " + text); });
+        window = std::move(field);
+    } else {
         window = std::make_unique<DragSource>([&mode, &arguments] {
             auto* data = new QMimeData;
             if (mode == "--file")
@@ -135,6 +123,7 @@ int main(int argc, char** argv) {
                 data->setData(arguments[4], arguments[5].toUtf8());
             return data;
         });
+    }
     Reporter reporter;
     window->installEventFilter(&reporter);
     window->setWindowTitle(mode == "--accept"  ? "drop target"
@@ -142,7 +131,6 @@ int main(int argc, char** argv) {
                                                : "drag source");
     window->setGeometry(arguments[1].toInt(), arguments[2].toInt(), 200, 200);
     window->show();
-    std::printf("ready 0x%llx\n", static_cast<unsigned long long>(window->winId()));
-    std::fflush(stdout);
+    report("ready 0x" + QString::number(window->winId(), 16));
     return QApplication::exec();
 }
