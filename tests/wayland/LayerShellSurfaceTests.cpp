@@ -1,4 +1,3 @@
-#include "tests/desktop/OtherProgramWindow.hpp"
 #include "tests/wayland/SwaySession.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 #include "vantaquill/wayland/WaylandDataDevice.hpp"
@@ -17,7 +16,6 @@ namespace vq {
 namespace {
 
 using test::SwaySession;
-using DropType = IslandSurface::DropEvent::Type;
 
 // Generous: a loaded two-core machine may take a while to run sway, grim and the test together.
 constexpr auto waitTimeout = std::chrono::seconds(20);
@@ -110,18 +108,6 @@ class LayerShellSurfaceTest : public ::testing::Test {
             return near(image.pixelColor(point), expected);
         });
         return image;
-    }
-
-    /// Another program's window (`mode` as it takes it), once sway shows it over the output below
-    /// the island.
-    std::unique_ptr<test::OtherProgramWindow> openWindow(const QStringList& mode) {
-        auto window =
-            std::make_unique<test::OtherProgramWindow>(sway->waylandDisplay(), QStringList{"0", "0"} + mode);
-        EXPECT_TRUE(waitUntil([&] {
-            auto shot = sway->screenshot();
-            return shot && !near(shot->pixelColor(100, 300), backgroundColour);
-        })) << "the window was never shown";
-        return window;
     }
 
     std::unique_ptr<SwaySession> sway;
@@ -269,73 +255,6 @@ TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped) {
         const auto drop = WaylandDataDevice::content(row.mimeType, row.bytes);
         EXPECT_EQ(drop.files, row.files) << row.name;
         EXPECT_EQ(drop.text, row.text) << row.name;
-    }
-}
-
-TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram) {
-    start();
-    show({200, 40});
-    screenshotShowing({640, 20}, islandColour);
-    std::vector<IslandSurface::DropEvent> drops;
-    bool takes = true;
-    surface->onDrop = [&](const IslandSurface::DropEvent& event) {
-        drops.push_back(event);
-        return takes && (!event.files.empty() || !event.text.empty());
-    };
-    const auto has = [&](DropType type) {
-        return std::ranges::any_of(drops, [type](const auto& drop) { return drop.type == type; });
-    };
-
-    struct Row {
-        const char* name;
-        QStringList drags; ///< what the other program drags, as it takes it
-        bool takes;
-        std::vector<std::string> files;
-        std::string text;
-    };
-    const std::vector<Row> rows = {
-        {"a file", {"--file", "/tmp/dropped file.txt"}, true, {"/tmp/dropped file.txt"}, ""},
-        {"a snippet",
-         {"--offer", "text/plain;charset=utf-8", "a dropped snippet"},
-         true,
-         {},
-         "a dropped snippet"},
-        {"refused", {"--offer", "text/plain;charset=utf-8", "not wanted"}, false, {}, "not wanted"},
-        {"nothing readable", {"--offer", "image/png", "PNG bytes"}, true, {}, ""},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        drops.clear();
-        takes = row.takes;
-        const auto window = openWindow(row.drags);
-        ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
-        ASSERT_TRUE(sway->command("seat - cursor press button1"));
-        ASSERT_TRUE(waitUntil([&] { return window->count("pressed") == 1; }));
-        // Over the island, then a little further on it, and let go.
-        ASSERT_TRUE(sway->command("seat - cursor set 640 20"));
-        const bool readable = !row.files.empty() || !row.text.empty();
-        if (readable) {
-            ASSERT_TRUE(waitUntil([&] { return has(DropType::enter); }));
-            EXPECT_EQ(drops.front().files, row.files);
-            EXPECT_EQ(drops.front().text, row.text);
-            EXPECT_EQ(drops.front().position, QPointF(100, 20));
-        }
-        ASSERT_TRUE(sway->command("seat - cursor set 650 25"));
-        if (readable && row.takes) {
-            ASSERT_TRUE(waitUntil([&] { return has(DropType::move); }));
-        }
-        ASSERT_TRUE(sway->command("seat - cursor release button1"));
-        ASSERT_TRUE(waitUntil([&] { return window->last("drag ended ").has_value(); }));
-        // Taken: the drop arrives and the other program hears the copy is done; otherwise it is
-        // cancelled and the island sees no drop.
-        EXPECT_EQ(window->last("drag ended "), readable && row.takes ? "copied" : "cancelled");
-        EXPECT_EQ(has(DropType::drop), readable && row.takes);
-        if (has(DropType::drop)) {
-            EXPECT_EQ(drops.back().type, DropType::drop);
-            EXPECT_EQ(drops.back().files, row.files);
-            EXPECT_EQ(drops.back().text, row.text);
-            EXPECT_EQ(drops.back().position, QPointF(110, 25));
-        }
     }
 }
 
