@@ -1,3 +1,4 @@
+#include "tests/wayland/EventLoopWait.hpp"
 #include "tests/wayland/SwaySession.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 #include "vantaquill/wayland/WaylandDataDevice.hpp"
@@ -16,28 +17,10 @@ namespace vq {
 namespace {
 
 using test::SwaySession;
+using test::waitUntil;
 
-// Generous: a loaded two-core machine may take a while to run sway, grim and the test together.
-constexpr auto waitTimeout = std::chrono::seconds(20);
 const QColor islandColour(200, 30, 60);
 const QColor backgroundColour(SwaySession::backgroundHex);
-
-/// Runs the Qt event loop (which blocks and so flushes the Wayland connection, as in the
-/// application) until `condition` holds or the time-out passes.
-bool waitUntil(const std::function<bool()>& condition) {
-    if (condition())
-        return true;
-    QEventLoop loop;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (condition())
-            loop.quit();
-    });
-    poll.start(10);
-    QTimer::singleShot(waitTimeout, &loop, &QEventLoop::quit);
-    loop.exec();
-    return condition();
-}
 
 /// Lets the event loop run for a while with nothing to wait for.
 void settle(std::chrono::milliseconds duration) {

@@ -1,44 +1,27 @@
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/wayland/EventLoopWait.hpp"
 #include "tests/wayland/SwaySession.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QPainter>
-#include <QTimer>
-#include <chrono>
 #include <cmath>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace vq {
 namespace {
 
 using test::SwaySession;
+using test::waitUntil;
 using namespace std::chrono_literals;
 
-constexpr auto waitTimeout = 30s;
 // The headless sway's output, wide enough for two nested outputs side by side that each hold the
 // island's whole window.
 constexpr int hostWidth = 2560;
 constexpr int hostHeight = 720;
-
-/// Runs the Qt event loop (which drives a layer-shell surface's connection) until `condition` holds
-/// or the time-out passes.
-bool waitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + waitTimeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (condition())
-            return true;
-        QEventLoop loop;
-        QTimer::singleShot(100, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return condition();
-}
 
 /// The bounding box of what is not the desktop's background in the top band of an output: the
 /// island, antialiased edges and the ears' thin tips included.
