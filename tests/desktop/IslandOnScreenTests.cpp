@@ -13,7 +13,6 @@
 
 #include <QStandardPaths>
 #include <QUrl>
-#include <atomic>
 #include <csignal>
 #include <fstream>
 #include <future>
@@ -47,11 +46,6 @@ struct ScreenSetup {
     bool composited = false; ///< with a compositing manager on the X server
 };
 
-void PrintTo(const ScreenSetup& setup, std::ostream* out) {
-    *out << (setup.server == Server::x11 ? "X11, " : "sway, ")
-         << (setup.housing.empty() ? "no housing" : "housing " + setup.housing);
-}
-
 std::string setupName(const ::testing::TestParamInfo<ScreenSetup>& info) {
     return std::string(info.param.server == Server::x11 ? "X11" : "Sway") +
            (info.param.housing.empty() ? "Floating" : "Housing") +
@@ -74,10 +68,6 @@ struct Outline {
     QRect rect;
     brind::IslandPath::Corners corners;
 };
-
-std::string describe(const Outline& outline) {
-    return describe(std::optional(outline.rect)) + " ear " + std::to_string(outline.corners.ear);
-}
 
 /// Whether the row `y` of the image holds the outline's straight sides, inside its flares.
 bool sidesAt(const QImage& image, const Outline& expected, int y) {
@@ -263,8 +253,8 @@ class IslandOnScreen : public ::testing::TestWithParam<ScreenSetup> {
         const QImage image = screenWhen([&](const QImage& shot) { return matches(shot, expected); });
         if (matches(image, expected))
             return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure()
-               << "expected " << describe(expected) << ", saw black at " << describe(islandBounds(image));
+        return ::testing::AssertionFailure() << "expected " << describe(expected.rect) << ", saw black at "
+                                             << describe(islandBounds(image));
     }
 
     static bool waitUntil(const std::function<bool()>& condition) {
@@ -445,7 +435,7 @@ TEST_P(IslandOnScreen, OutlineFollowsTheLayoutThroughItsStatesAndTheAlertsButton
         onScreen(IslandState::expanded, IslandLayout::expandedForContent(layout, std::nullopt));
     const QImage opened = screenWhen([&](const QImage& shot) { return matchesOpen(shot, open); });
     EXPECT_TRUE(matchesOpen(opened, open))
-        << "expected open " << describe(open) << ", saw black at " << describe(islandBounds(opened));
+        << "expected open " << describe(open.rect) << ", saw black at " << describe(islandBounds(opened));
     move(away);
     EXPECT_TRUE(showsOutline(closed)) << "after leaving";
 
@@ -473,18 +463,11 @@ TEST_P(IslandOnScreen, OutlineFollowsTheLayoutThroughItsStatesAndTheAlertsButton
         brind::ActivityAction{"stop", "Stop", brind::ActivityAction::Role::destructive, std::nullopt}};
     EXPECT_TRUE(showsOutline(onScreen(IslandState::peek, IslandLayout::alertPeek(alert, layout)))) << "alert";
 
-    // A flash lasts 1.6 s; flashing again keeps it up however slow the screenshots are.
-    std::atomic<bool> flashing = true;
-    std::thread flasher([&] {
-        while (flashing) {
-            post("/v1/hud", R"({"kind":"volume","level":0.5})");
-            std::this_thread::sleep_for(400ms);
-        }
-    });
-    const auto hud = showsOutline(onScreen(IslandState::peek, IslandLayout::peek(layout)));
-    flashing = false;
-    flasher.join();
-    EXPECT_TRUE(hud) << "HUD";
+    // A flash lasts 1.6 s; flashing again before each screenshot keeps it up however slow they are.
+    const Outline hud = onScreen(IslandState::peek, IslandLayout::peek(layout));
+    EXPECT_TRUE(waitUntil([&] {
+        return post("/v1/hud", R"({"kind":"volume","level":0.5})") == 200 && matches(screenshot(), hud);
+    })) << "HUD";
 
     // The destructive button is the red one: find it on the screen rather than assuming where the
     // face puts it, once the peek has settled so that it stays where it was seen.
