@@ -11,8 +11,6 @@ using brind::IslandLayout;
 using brind::IslandState;
 using Pointer = IslandSurface::PointerEvent;
 
-constexpr double frameStep = 1.0 / 60;
-
 /// Text as wide as the faces would draw it, near enough for the layout.
 double measure(std::string_view text, double) {
     return 7.0 * text.size();
@@ -50,12 +48,12 @@ class IslandControllerTest : public ::testing::Test {
         controller->setLayout(input, QSizeF(window.width, window.height));
     }
 
-    /// Runs frames until the controller stops asking for them; how many ran.
+    /// Runs a 60 Hz display's frames until the controller stops asking for them; how many ran.
     int settle(int limit = 600) {
         int frames = 0;
         while (surface.framePending && frames < limit) {
             surface.framePending = false;
-            time += frameStep;
+            time += 1.0 / 60;
             surface.onFrame(time);
             ++frames;
         }
