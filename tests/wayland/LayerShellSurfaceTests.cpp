@@ -101,7 +101,7 @@ class LayerShellSurfaceTest : public ::testing::Test {
     qreal paintedScale = 0;
 };
 
-// Where sway offers the layer shell, the island on it chooses that surface (IslandOnSway).
+// Where sway offers the layer shell, the island on it chooses that surface (tests/desktop IslandOnScreen).
 TEST(LayerShellProbe, SaysWhyThereIsNoLayerShellWithoutAReachableCompositor) {
     const QByteArray saved = qgetenv("WAYLAND_DISPLAY");
     qunsetenv("WAYLAND_DISPLAY");
