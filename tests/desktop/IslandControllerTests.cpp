@@ -1,11 +1,8 @@
-#include "vantaquill/island/IslandController.hpp"
-
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
+#include "vantaquill/island/IslandController.hpp"
 
 #include <gtest/gtest.h>
-
-#include <QGuiApplication>
 
 namespace vq {
 namespace {
@@ -14,10 +11,10 @@ using brind::IslandLayout;
 using brind::IslandState;
 using Pointer = IslandSurface::PointerEvent;
 
-constexpr double frameStep = 1.0 / 60;
-
 /// Text as wide as the faces would draw it, near enough for the layout.
-double measure(std::string_view text, double) { return 7.0 * text.size(); }
+double measure(std::string_view text, double) {
+    return 7.0 * text.size();
+}
 
 brind::LiveActivity teaTimer() {
     return brind::LiveActivity::make("timer", "test", brind::ActivityPriority::normal,
@@ -28,21 +25,20 @@ brind::LiveActivity teaTimer() {
 
 /// Records what the controller asks of its surface.
 class RecordingSurface final : public IslandSurface {
-public:
+  public:
     Kind kind() const override { return Kind::x11; }
     void place(QScreen*, const QRect&) override {}
     void setVisible(bool) override {}
-    void setInputRegion(const QRegion& region) override { input = region; }
+    void setInputRegion(const QRegion&) override {}
     void setKeyboardInteractive(bool interactive) override { keyboard = interactive; }
     void requestFrame() override { framePending = true; }
 
-    QRegion input;
     bool keyboard = false;
     bool framePending = false;
 };
 
 class IslandControllerTest : public ::testing::Test {
-protected:
+  protected:
     IslandControllerTest() { makeController({}); }
 
     void makeController(IslandController::Settings settings) {
@@ -52,27 +48,33 @@ protected:
         controller->setLayout(input, QSizeF(window.width, window.height));
     }
 
-    /// Runs frames until the controller stops asking for them; how many ran.
+    /// Runs a 60 Hz display's frames until the controller stops asking for them; how many ran.
     int settle(int limit = 600) {
         int frames = 0;
         while (surface.framePending && frames < limit) {
             surface.framePending = false;
-            time += frameStep;
+            time += 1.0 / 60;
             surface.onFrame(time);
             ++frames;
         }
         return frames;
     }
 
-    QPointF outlineCentre() const { return controller->scene().outline.center(); }
+    /// The pointer entering, pressed on or leaving the island at its centre.
+    void pointer(Pointer::Type type) {
+        controller->pointer({type,
+                             controller->scene().outline.center(),
+                             type == Pointer::Type::press ? Qt::LeftButton : Qt::NoButton,
+                             {}});
+    }
 
     QRectF expectedRect(brind::SizeF size) const {
         const auto rect = IslandLayout::islandRect(size, window, input);
         return {rect.x, rect.y, rect.width, rect.height};
     }
 
-    const IslandLayout::Input input{.metrics = brind::NotchMetrics::compute(1440, 0, std::nullopt, std::nullopt, 0),
-                                    .floating = true};
+    const IslandLayout::Input input{
+        .metrics = brind::NotchMetrics::compute(1440, 0, std::nullopt, std::nullopt, 0), .floating = true};
     const brind::SizeF window = IslandLayout::window(input);
     ManualScheduler scheduler;
     LiveActivityCenter center{scheduler};
@@ -82,7 +84,7 @@ protected:
 };
 
 TEST_F(IslandControllerTest, HoverOpensAfterTheDelayAndLeavingClosesAfterTheCloseDelay) {
-    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton, {}});
+    pointer(Pointer::Type::enter);
     scheduler.advance(0.19);
     EXPECT_EQ(controller->state(), IslandState::closed);
     scheduler.advance(0.02);
@@ -91,44 +93,42 @@ TEST_F(IslandControllerTest, HoverOpensAfterTheDelayAndLeavingClosesAfterTheClos
     settle();
 
     // Slipping off the edge for less than the close delay keeps it open.
-    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton, {}});
+    pointer(Pointer::Type::leave);
     scheduler.advance(0.2);
-    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton, {}});
+    pointer(Pointer::Type::enter);
     scheduler.advance(1);
     EXPECT_EQ(controller->state(), IslandState::expanded);
 
-    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton, {}});
+    pointer(Pointer::Type::leave);
     scheduler.advance(IslandController::closeDelay - 0.01);
     EXPECT_EQ(controller->state(), IslandState::expanded);
     scheduler.advance(0.02);
     EXPECT_EQ(controller->state(), IslandState::closed);
 }
 
-TEST_F(IslandControllerTest, ClickOpensWhenAllowedAndEscapeCloses) {
+// A click opens the island with the keyboard (for Escape) when the settings allow it; Escape or
+// another window taking the keyboard closes it. A hovered-open island never held the keyboard, so
+// another window's focus leaves it alone.
+TEST_F(IslandControllerTest, AClickOpensWithTheKeyboardWhenAllowedAndLosingTheKeyboardClosesOnlyThat) {
     makeController({.hoverToOpen = false, .clickToOpen = false});
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
+    pointer(Pointer::Type::press);
     scheduler.advance(1);
     EXPECT_EQ(controller->state(), IslandState::closed);
 
-    makeController({.hoverToOpen = false, .clickToOpen = true});
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
-    EXPECT_EQ(controller->state(), IslandState::expanded);
-    EXPECT_TRUE(surface.keyboard) << "a clicked-open island takes the keyboard for Escape";
-    controller->key({Qt::Key_Escape, Qt::NoModifier, {}});
-    EXPECT_EQ(controller->state(), IslandState::closed);
-    EXPECT_FALSE(surface.keyboard);
-}
-
-TEST_F(IslandControllerTest, KeyboardGoingToAnotherWindowClosesOnlyAClickedOpenIsland) {
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
-    ASSERT_EQ(controller->state(), IslandState::expanded);
-    surface.onKeyboardLost();
-    EXPECT_EQ(controller->state(), IslandState::closed);
-    EXPECT_FALSE(surface.keyboard);
-
-    // A hovered-open island never held the keyboard, so another window's focus leaves it alone.
-    controller->pointer({Pointer::Type::leave, {}, Qt::NoButton, {}});
-    controller->pointer({Pointer::Type::enter, outlineCentre(), Qt::NoButton, {}});
+    makeController({});
+    for (const bool escape : {true, false}) {
+        pointer(Pointer::Type::press);
+        EXPECT_EQ(controller->state(), IslandState::expanded);
+        EXPECT_TRUE(surface.keyboard);
+        if (escape)
+            controller->key({Qt::Key_Escape, Qt::NoModifier, {}});
+        else
+            surface.onKeyboardLost();
+        EXPECT_EQ(controller->state(), IslandState::closed);
+        EXPECT_FALSE(surface.keyboard);
+    }
+    pointer(Pointer::Type::leave);
+    pointer(Pointer::Type::enter);
     scheduler.advance(1);
     ASSERT_EQ(controller->state(), IslandState::expanded);
     surface.onKeyboardLost();
@@ -177,7 +177,7 @@ TEST_F(IslandControllerTest, ReducedMotionEasesInAndOutOverItsDuration) {
     makeController({.reduceMotion = true});
     settle();
     const QRectF closed = controller->scene().outline;
-    controller->pointer({Pointer::Type::press, outlineCentre(), Qt::LeftButton, {}});
+    pointer(Pointer::Type::press);
     const QRectF open = expectedRect(IslandLayout::expandedForContent(input, std::nullopt));
     // The first frame starts the clock; half the duration later the ease is halfway.
     surface.framePending = false;
@@ -217,23 +217,23 @@ TEST_F(IslandControllerTest, ADragOpensOnTheShelfNearTheNotchOrWhenShakenOverThe
     // inside the cooldown does not.
     gestures.clear();
     const QPointF below(notch.center().x(), notch.bottom() + 3 * brind::ShelfDragTracker::defaultReach);
-    controller->drop({Drop::Type::enter, below, {"/tmp/report.pdf"}, {}});
-    EXPECT_TRUE(gestures.empty());
-    for (int swing = 1; swing <= 12; ++swing) {
-        scheduler.advance(0.04);
-        controller->drop({Drop::Type::move, below + QPointF(swing % 2 ? -50 : 50, 0), {"/tmp/report.pdf"}, {}});
-    }
+    const auto shake = [&](double reach) {
+        controller->drop({Drop::Type::enter, below, {"/tmp/report.pdf"}, {}});
+        EXPECT_TRUE(gestures.empty());
+        for (int swing = 1; swing <= 12; ++swing) {
+            scheduler.advance(0.04);
+            controller->drop(
+                {Drop::Type::move, below + QPointF(swing % 2 ? -reach : reach, 0), {"/tmp/report.pdf"}, {}});
+        }
+    };
+    shake(50);
     EXPECT_EQ(gestures, std::vector{Gesture::shake});
 
     // The widest shake is needed at the least sensitive setting: 50 points each way is not enough.
     makeController({.shakeSensitivity = 2});
     watch();
     gestures.clear();
-    controller->drop({Drop::Type::enter, below, {"/tmp/report.pdf"}, {}});
-    for (int swing = 1; swing <= 12; ++swing) {
-        scheduler.advance(0.04);
-        controller->drop({Drop::Type::move, below + QPointF(swing % 2 ? -25 : 25, 0), {"/tmp/report.pdf"}, {}});
-    }
+    shake(25);
     EXPECT_TRUE(gestures.empty());
 }
 

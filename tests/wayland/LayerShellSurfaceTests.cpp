@@ -1,4 +1,4 @@
-#include "tests/wayland/OtherProgramOnSway.hpp"
+#include "tests/wayland/EventLoopWait.hpp"
 #include "tests/wayland/SwaySession.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 #include "vantaquill/wayland/WaylandDataDevice.hpp"
@@ -17,30 +17,10 @@ namespace vq {
 namespace {
 
 using test::SwaySession;
-using Type = IslandSurface::PointerEvent::Type;
-using DropType = IslandSurface::DropEvent::Type;
+using test::waitUntil;
 
-// Generous: a loaded two-core machine may take a while to run sway, grim and the test together.
-constexpr auto waitTimeout = std::chrono::seconds(20);
 const QColor islandColour(200, 30, 60);
 const QColor backgroundColour(SwaySession::backgroundHex);
-
-/// Runs the Qt event loop (which blocks and so flushes the Wayland connection, as in the
-/// application) until `condition` holds or the time-out passes.
-bool waitUntil(const std::function<bool()>& condition) {
-    if (condition())
-        return true;
-    QEventLoop loop;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (condition())
-            loop.quit();
-    });
-    poll.start(10);
-    QTimer::singleShot(waitTimeout, &loop, &QEventLoop::quit);
-    loop.exec();
-    return condition();
-}
 
 /// Lets the event loop run for a while with nothing to wait for.
 void settle(std::chrono::milliseconds duration) {
@@ -82,9 +62,6 @@ class LayerShellSurfaceTest : public ::testing::Test {
             painter.fillRect(QRect(QPoint(0, 0), frame.size()), islandColour);
         };
         surface->onFrame = [this](double) { ++frames; };
-        surface->onPointer = [this](const IslandSurface::PointerEvent& event) {
-            pointerEvents.push_back(event);
-        };
     }
 
     void TearDown() override {
@@ -116,34 +93,15 @@ class LayerShellSurfaceTest : public ::testing::Test {
         return image;
     }
 
-    /// Another program's window (`mode` as it takes it), once sway shows it over the output below
-    /// the island.
-    std::unique_ptr<test::OtherProgramOnSway> openWindow(const QStringList& mode) {
-        auto window = std::make_unique<test::OtherProgramOnSway>(sway->waylandDisplay(), mode);
-        EXPECT_TRUE(waitUntil([&] {
-            auto shot = sway->screenshot();
-            return shot && !near(shot->pixelColor(100, 300), backgroundColour);
-        })) << "the window was never shown";
-        return window;
-    }
-
-    bool pointerEventArrives(Type type) {
-        return waitUntil([&] {
-            return std::ranges::any_of(pointerEvents,
-                                       [type](const auto& event) { return event.type == type; });
-        });
-    }
-
     std::unique_ptr<SwaySession> sway;
     std::unique_ptr<LayerShellSurface> surface;
     QRect frame;
     int paints = 0;
     int frames = 0;
     qreal paintedScale = 0;
-    std::vector<IslandSurface::PointerEvent> pointerEvents;
 };
 
-// Where sway offers the layer shell, the island on it chooses that surface (IslandOnSway).
+// Where sway offers the layer shell, the island on it chooses that surface (tests/desktop IslandOnScreen).
 TEST(LayerShellProbe, SaysWhyThereIsNoLayerShellWithoutAReachableCompositor) {
     const QByteArray saved = qgetenv("WAYLAND_DISPLAY");
     qunsetenv("WAYLAND_DISPLAY");
@@ -188,46 +146,6 @@ TEST_F(LayerShellSurfaceTest, PaintsEveryDevicePixelAtTheOutputsScale) {
     ASSERT_TRUE(waitUntil([&] { return paintedScale == 1; }));
     expectColours(screenshotShowing({640, 39}, islandColour),
                   {{{540, 20}, islandColour}, {{640, 40}, backgroundColour}, {{539, 20}, backgroundColour}});
-}
-
-TEST_F(LayerShellSurfaceTest, OnlyTheInputRegionTakesThePointerAndClicksBesideItReachTheWindowBelow) {
-    start();
-    show({200, 40});
-    // The left half takes the pointer; the right half lets it through to what lies below.
-    surface->setInputRegion(QRegion(0, 0, 100, 40));
-    // The window is tiled over the whole output, under the island.
-    const auto window = openWindow({"--accept"});
-    const auto windowPresses = [&](int count) {
-        return waitUntil([&] { return window->count("pressed") == count; });
-    };
-    screenshotShowing({640, 20}, islandColour);
-    const auto click = [&](int x, int y) {
-        return sway->command("seat - cursor set " + std::to_string(x) + " " + std::to_string(y)) &&
-               sway->command("seat - cursor press button1") && sway->command("seat - cursor release button1");
-    };
-
-    ASSERT_TRUE(click(560, 20));
-    ASSERT_TRUE(pointerEventArrives(Type::release));
-    const auto press =
-        std::ranges::find_if(pointerEvents, [](const auto& event) { return event.type == Type::press; });
-    ASSERT_NE(press, pointerEvents.end());
-    EXPECT_EQ(press->button, Qt::LeftButton);
-    EXPECT_EQ(press->position, QPointF(20, 20));
-
-    // On the island's right half, outside its input region, the pointer leaves it and the window
-    // gets the click; one far away afterwards shows that the island's click never reached it.
-    pointerEvents.clear();
-    ASSERT_TRUE(click(700, 20));
-    ASSERT_TRUE(pointerEventArrives(Type::leave));
-    ASSERT_TRUE(windowPresses(1));
-    ASSERT_TRUE(click(100, 300));
-    ASSERT_TRUE(windowPresses(2));
-    // Coming back in is a marker: events are delivered in order, so a press outside would be seen
-    // before this enter.
-    ASSERT_TRUE(sway->command("seat - cursor set 600 10"));
-    ASSERT_TRUE(pointerEventArrives(Type::enter));
-    EXPECT_FALSE(
-        std::ranges::any_of(pointerEvents, [](const auto& event) { return event.type == Type::press; }));
 }
 
 TEST_F(LayerShellSurfaceTest, DrawsOnlyWhenAFrameIsAskedForAndKeepsItsConnectionThroughKeyboardChanges) {
@@ -320,73 +238,6 @@ TEST(WaylandDropContent, ReadsFilesLinksAndTextFromWhatWasDropped) {
         const auto drop = WaylandDataDevice::content(row.mimeType, row.bytes);
         EXPECT_EQ(drop.files, row.files) << row.name;
         EXPECT_EQ(drop.text, row.text) << row.name;
-    }
-}
-
-TEST_F(LayerShellSurfaceTest, TakesFilesAndTextDraggedOntoItFromAnotherProgram) {
-    start();
-    show({200, 40});
-    screenshotShowing({640, 20}, islandColour);
-    std::vector<IslandSurface::DropEvent> drops;
-    bool takes = true;
-    surface->onDrop = [&](const IslandSurface::DropEvent& event) {
-        drops.push_back(event);
-        return takes && (!event.files.empty() || !event.text.empty());
-    };
-    const auto has = [&](DropType type) {
-        return std::ranges::any_of(drops, [type](const auto& drop) { return drop.type == type; });
-    };
-
-    struct Row {
-        const char* name;
-        QStringList drags; ///< what the other program drags, as it takes it
-        bool takes;
-        std::vector<std::string> files;
-        std::string text;
-    };
-    const std::vector<Row> rows = {
-        {"a file", {"--file", "/tmp/dropped file.txt"}, true, {"/tmp/dropped file.txt"}, ""},
-        {"a snippet",
-         {"--offer", "text/plain;charset=utf-8", "a dropped snippet"},
-         true,
-         {},
-         "a dropped snippet"},
-        {"refused", {"--offer", "text/plain;charset=utf-8", "not wanted"}, false, {}, "not wanted"},
-        {"nothing readable", {"--offer", "image/png", "PNG bytes"}, true, {}, ""},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        drops.clear();
-        takes = row.takes;
-        const auto window = openWindow(row.drags);
-        ASSERT_TRUE(sway->command("seat - cursor set 100 300"));
-        ASSERT_TRUE(sway->command("seat - cursor press button1"));
-        ASSERT_TRUE(waitUntil([&] { return window->count("pressed") == 1; }));
-        // Over the island, then a little further on it, and let go.
-        ASSERT_TRUE(sway->command("seat - cursor set 640 20"));
-        const bool readable = !row.files.empty() || !row.text.empty();
-        if (readable) {
-            ASSERT_TRUE(waitUntil([&] { return has(DropType::enter); }));
-            EXPECT_EQ(drops.front().files, row.files);
-            EXPECT_EQ(drops.front().text, row.text);
-            EXPECT_EQ(drops.front().position, QPointF(100, 20));
-        }
-        ASSERT_TRUE(sway->command("seat - cursor set 650 25"));
-        if (readable && row.takes) {
-            ASSERT_TRUE(waitUntil([&] { return has(DropType::move); }));
-        }
-        ASSERT_TRUE(sway->command("seat - cursor release button1"));
-        ASSERT_TRUE(waitUntil([&] { return window->last("drag ended ").has_value(); }));
-        // Taken: the drop arrives and the other program hears the copy is done; otherwise it is
-        // cancelled and the island sees no drop.
-        EXPECT_EQ(window->last("drag ended "), readable && row.takes ? "copied" : "cancelled");
-        EXPECT_EQ(has(DropType::drop), readable && row.takes);
-        if (has(DropType::drop)) {
-            EXPECT_EQ(drops.back().type, DropType::drop);
-            EXPECT_EQ(drops.back().files, row.files);
-            EXPECT_EQ(drops.back().text, row.text);
-            EXPECT_EQ(drops.back().position, QPointF(110, 25));
-        }
     }
 }
 

@@ -1,131 +1,27 @@
 #include "BrindKit/island/IslandLayout.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
 #include "tests/e2e/E2EProcess.hpp"
+#include "tests/wayland/EventLoopWait.hpp"
 #include "tests/wayland/SwaySession.hpp"
 #include "vantaquill/wayland/LayerShellSurface.hpp"
 
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QPainter>
-#include <QProcess>
-#include <QTimer>
-#include <chrono>
 #include <cmath>
-#include <cstring>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
-#include <pwd.h>
-#include <signal.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace vq {
 namespace {
 
 using test::SwaySession;
+using test::waitUntil;
 using namespace std::chrono_literals;
 
-constexpr const char* testUser = "vqtest";
-constexpr int processTimeoutMs = 30'000;
-constexpr auto waitTimeout = 30s;
 // The headless sway's output, wide enough for two nested outputs side by side that each hold the
 // island's whole window.
 constexpr int hostWidth = 2560;
 constexpr int hostHeight = 720;
-
-/// Runs the Qt event loop (which drives a layer-shell surface's connection) until `condition` holds
-/// or the time-out passes.
-bool waitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + waitTimeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (condition())
-            return true;
-        QEventLoop loop;
-        QTimer::singleShot(100, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return condition();
-}
-
-/// A second sway whose outputs are windows of the test's headless sway (wlroots' Wayland backend):
-/// closing such a window takes the output away from it, as unplugging a monitor does, which the
-/// headless backend cannot do.
-class NestedSway {
-  public:
-    static std::expected<std::unique_ptr<NestedSway>, std::string> start(const SwaySession& host,
-                                                                         int outputs) {
-        const passwd* user = getpwnam(testUser);
-        if (!user)
-            return std::unexpected(std::string("no user ") + testUser);
-        std::unique_ptr<NestedSway> nested(new NestedSway);
-        std::string folder = (std::filesystem::temp_directory_path() / "vq-nested-XXXXXX").string();
-        if (!mkdtemp(folder.data()))
-            return std::unexpected(std::string("mkdtemp: ") + std::strerror(errno));
-        nested->folder_ = folder;
-        std::ofstream(nested->folder_ / "config")
-            << "output * bg " << SwaySession::backgroundHex << " solid_color\ndefault_border none\n";
-        if (chown(folder.c_str(), user->pw_uid, user->pw_gid) != 0 ||
-            chown((nested->folder_ / "config").c_str(), user->pw_uid, user->pw_gid) != 0 ||
-            chmod(folder.c_str(), 0700) != 0)
-            return std::unexpected(std::string("cannot hand the runtime folder to ") + testUser);
-        const QString path = QString::fromStdString(folder);
-        nested->sway_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        nested->sway_.setStandardOutputFile(QProcess::nullDevice());
-        nested->sway_.start("runuser",
-                            {"-u", testUser, "--", "env", "WLR_BACKENDS=wayland",
-                             "WLR_WL_OUTPUTS=" + QString::number(outputs), "WLR_RENDERER=pixman",
-                             "WLR_LIBINPUT_NO_DEVICES=1", "XDG_RUNTIME_DIR=" + path, "HOME=" + path,
-                             "WAYLAND_DISPLAY=" + QString::fromStdString(host.waylandDisplay()), "sway", "-c",
-                             path + "/config"});
-        if (!nested->sway_.waitForStarted(processTimeoutMs))
-            return std::unexpected("runuser did not start the nested sway");
-        // Its outputs are ready once grim can take each of them.
-        for (int index = 1; index <= outputs; ++index)
-            if (!waitUntil([&] { return nested->screenshot("WL-" + std::to_string(index)).has_value(); }))
-                return std::unexpected("the nested sway did not show WL-" + std::to_string(index));
-        return nested;
-    }
-
-    ~NestedSway() {
-        // sway itself, whose id is in its IPC socket's name (sway-ipc.<uid>.<pid>.sock); runuser follows.
-        std::error_code error;
-        for (const auto& entry : std::filesystem::directory_iterator(folder_, error)) {
-            const std::string name = entry.path().filename().string();
-            if (name.starts_with("sway-ipc.") && name.ends_with(".sock")) {
-                const std::string rest = name.substr(0, name.size() - 5);
-                if (const pid_t pid = std::atoi(rest.substr(rest.rfind('.') + 1).c_str()); pid > 0)
-                    kill(pid, SIGTERM);
-            }
-        }
-        if (!sway_.waitForFinished(processTimeoutMs))
-            sway_.kill();
-        sway_.waitForFinished(processTimeoutMs);
-        std::filesystem::remove_all(folder_, error);
-    }
-
-    std::string waylandDisplay() const { return (folder_ / "wayland-1").string(); }
-
-    /// One output as grim sees it, or nothing when the output is not there.
-    std::optional<QImage> screenshot(const std::string& output) const {
-        QProcess grim;
-        grim.start("runuser",
-                   {"-u", testUser, "--", "env", "XDG_RUNTIME_DIR=" + QString::fromStdString(folder_),
-                    "WAYLAND_DISPLAY=wayland-1", "grim", "-t", "ppm", "-o", QString::fromStdString(output),
-                    "-"});
-        if (!grim.waitForFinished(processTimeoutMs) || grim.exitCode() != 0)
-            return std::nullopt;
-        QImage image = QImage::fromData(grim.readAllStandardOutput(), "PPM");
-        if (image.isNull())
-            return std::nullopt;
-        return image.convertToFormat(QImage::Format_RGB32);
-    }
-
-  private:
-    NestedSway() = default;
-    std::filesystem::path folder_;
-    QProcess sway_;
-};
 
 /// The bounding box of what is not the desktop's background in the top band of an output: the
 /// island, antialiased edges and the ears' thin tips included.
@@ -193,9 +89,11 @@ class TwoOutputs {
         host = std::move(*started);
         ASSERT_TRUE(host->command("output HEADLESS-1 resolution " + std::to_string(hostWidth) + "x" +
                                   std::to_string(hostHeight)));
-        auto inner = NestedSway::start(*host, 2);
+        auto inner = SwaySession::start({.nestedIn = host->waylandDisplay(), .outputs = 2});
         ASSERT_TRUE(inner) << inner.error();
         nested = std::move(*inner);
+        ASSERT_TRUE(waitUntil([&] { return nested->screenshot("WL-1") && nested->screenshot("WL-2"); }))
+            << "the nested sway did not show its outputs";
     }
 
     /// Closes the output's window in the host (its title ends in the output's name) and waits until
@@ -209,7 +107,7 @@ class TwoOutputs {
     }
 
     std::unique_ptr<SwaySession> host;
-    std::unique_ptr<NestedSway> nested;
+    std::unique_ptr<SwaySession> nested;
 };
 
 class OutputRemoval : public ::testing::TestWithParam<Removal>, public TwoOutputs {};

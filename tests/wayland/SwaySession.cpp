@@ -78,9 +78,12 @@ std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Opti
     const auto config = session->runtimeFolder_ / "config";
     {
         std::ofstream out(config);
-        out << "output HEADLESS-1 resolution " << outputWidth << "x" << outputHeight << " scale "
-            << options.scale << " position 0 0 bg " << backgroundHex << " solid_color\n"
-            << "default_border none\n"
+        if (options.nestedIn.empty())
+            out << "output HEADLESS-1 resolution " << outputWidth << "x" << outputHeight << " scale "
+                << options.scale << " position 0 0 bg " << backgroundHex << " solid_color\n";
+        else
+            out << "output * bg " << backgroundHex << " solid_color\n";
+        out << "default_border none\n"
             << "focus_follows_mouse no\n";
     }
     if (chown(session->runtimeFolder_.c_str(), user->pw_uid, user->pw_gid) != 0 ||
@@ -91,10 +94,14 @@ std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Opti
     const QString folder = QString::fromStdString(session->runtimeFolder_.string());
     session->sway_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     session->sway_.setStandardOutputFile(QProcess::nullDevice());
-    session->sway_.start("runuser",
-                         {"-u", testUser, "--", "env", "WLR_BACKENDS=headless", "WLR_RENDERER=pixman",
-                          "WLR_LIBINPUT_NO_DEVICES=1", "XDG_RUNTIME_DIR=" + folder, "HOME=" + folder, "sway",
-                          "-c", folder + "/config"});
+    QStringList backend{"WLR_BACKENDS=headless"};
+    if (!options.nestedIn.empty())
+        backend = {"WLR_BACKENDS=wayland", "WLR_WL_OUTPUTS=" + QString::number(options.outputs),
+                   "WAYLAND_DISPLAY=" + QString::fromStdString(options.nestedIn)};
+    session->sway_.start("runuser", QStringList{"-u", testUser, "--", "env"} + backend +
+                                        QStringList{"WLR_RENDERER=pixman", "WLR_LIBINPUT_NO_DEVICES=1",
+                                                    "XDG_RUNTIME_DIR=" + folder, "HOME=" + folder, "sway",
+                                                    "-c", folder + "/config"});
     if (!session->sway_.waitForStarted(commandTimeoutMs))
         return std::unexpected("runuser did not start sway");
 
@@ -147,10 +154,14 @@ std::expected<void, std::string> SwaySession::command(const std::string& command
     return {};
 }
 
-std::expected<QImage, std::string> SwaySession::screenshot() const {
+std::expected<QImage, std::string> SwaySession::screenshot(const std::string& output) const {
     const QString folder = QString::fromStdString(runtimeFolder_.string());
-    auto ppm = run("runuser", {"-u", testUser, "--", "env", "XDG_RUNTIME_DIR=" + folder,
-                               "WAYLAND_DISPLAY=wayland-1", "grim", "-t", "ppm", "-"});
+    QStringList arguments{
+        "-u",   testUser, "--", "env", "XDG_RUNTIME_DIR=" + folder, "WAYLAND_DISPLAY=wayland-1",
+        "grim", "-t",     "ppm"};
+    if (!output.empty())
+        arguments << "-o" << QString::fromStdString(output);
+    auto ppm = run("runuser", arguments << "-");
     if (!ppm)
         return std::unexpected(ppm.error());
     QImage image = QImage::fromData(*ppm, "PPM");

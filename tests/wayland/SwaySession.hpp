@@ -20,6 +20,11 @@ class SwaySession {
   public:
     struct Options {
         int scale = 1;
+        /// The Wayland socket of another sway to run inside, with this many outputs that are windows
+        /// of it (wlroots' Wayland backend): closing such a window takes the output away, as
+        /// unplugging a monitor does, which the headless backend cannot do. Empty: headless.
+        std::string nestedIn = {};
+        int outputs = 1;
     };
     static constexpr int outputWidth = 1280;
     static constexpr int outputHeight = 720;
@@ -37,8 +42,8 @@ class SwaySession {
     /// Moves the pointer by a distance through the virtual pointer, as a hand would: unlike `seat -
     /// cursor set|move`, which only jump, the surface under it gets motion events.
     std::expected<void, std::string> movePointer(double dx, double dy) const;
-    /// The whole desktop as grim sees it, in device pixels.
-    std::expected<QImage, std::string> screenshot() const;
+    /// The whole desktop as grim sees it, in device pixels; or one output of it.
+    std::expected<QImage, std::string> screenshot(const std::string& output = {}) const;
 
   private:
     SwaySession() = default;

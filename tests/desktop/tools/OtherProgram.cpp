@@ -1,29 +1,33 @@
 // The other program in the desktop tests, on X11 or (with QT_QPA_PLATFORM=wayland) on the Wayland
 // tests' sway: a window that starts a drag of one file, one text or one flavour of data when pressed,
 // one that takes drops, or one with a text field. Usage: islandOtherProgram X Y (--file PATH | --text
-// TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" once shown, "pressed" for each
-// press, "drag ended copied" (or "cancelled") when its drag is over, "drag entered", "drag moved"
-// and "dropped " with the dropped URLs (or text) for each drop it takes, "text " and the field's
-// text after each change, "focus in" and "focus out", "full screen on" and "full screen off".
+// TEXT | --offer TYPE DATA | --accept | --field). It prints "ready" and its window's id once shown,
+// "pressed" for each press, "drag ended copied" (or "cancelled") when its drag is over, "drag
+// entered", "drag moved" and "dropped " with the dropped URLs (or text) for each drop it takes,
+// "text " and the field's text after each change, "focus in" and "focus out", "full screen on" and
+// "full screen off".
 
 #include <QApplication>
+#include <QDrag>
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QLineEdit>
-#include <QDrag>
 #include <QMimeData>
-#include <QMouseEvent>
 #include <QUrl>
 #include <QWidget>
-
 #include <cstdio>
 #include <functional>
 #include <memory>
 
 namespace {
 
+void report(const QString& line) {
+    std::puts(qPrintable(line));
+    std::fflush(stdout);
+}
+
 class DragSource final : public QWidget {
-public:
+  public:
     // Pressing it starts a drag without taking the keyboard, as dragging from a desktop's files does,
     // so an island the user opened stays open under the drag.
     explicit DragSource(std::function<QMimeData*()> make) : make_(std::move(make)) {
@@ -31,33 +35,29 @@ public:
         setWindowFlag(Qt::WindowDoesNotAcceptFocus);
     }
 
-protected:
+  protected:
     void mousePressEvent(QMouseEvent*) override {
         auto* drag = new QDrag(this);
         drag->setMimeData(make_());
-        const bool copied = drag->exec(Qt::CopyAction) == Qt::CopyAction;
-        std::puts(copied ? "drag ended copied" : "drag ended cancelled");
-        std::fflush(stdout);
+        report(drag->exec(Qt::CopyAction) == Qt::CopyAction ? "drag ended copied" : "drag ended cancelled");
     }
 
-private:
+  private:
     std::function<QMimeData*()> make_;
 };
 
 class DropTarget final : public QWidget {
-public:
+  public:
     DropTarget() { setAcceptDrops(true); }
 
-protected:
+  protected:
     void dragEnterEvent(QDragEnterEvent* event) override {
         event->acceptProposedAction();
-        std::puts("drag entered");
-        std::fflush(stdout);
+        report("drag entered");
     }
     void dragMoveEvent(QDragMoveEvent* event) override {
         event->acceptProposedAction();
-        std::puts("drag moved");
-        std::fflush(stdout);
+        report("drag moved");
     }
     void dropEvent(QDropEvent* event) override {
         QStringList dropped;
@@ -66,36 +66,20 @@ protected:
         if (dropped.isEmpty())
             dropped << event->mimeData()->text();
         event->acceptProposedAction();
-        std::printf("dropped %s\n", qPrintable(dropped.join(' ')));
-        std::fflush(stdout);
-    }
-};
-
-class TextField final : public QLineEdit {
-public:
-    TextField() {
-        connect(this, &QLineEdit::textChanged, this, [](const QString& text) {
-            std::printf("text %s\n", qPrintable(text));
-            std::fflush(stdout);
-        });
+        report("dropped " + dropped.join(' '));
     }
 };
 
 /// Reports what happens to the window, whichever it is.
 class Reporter final : public QObject {
-protected:
+  protected:
     bool eventFilter(QObject* watched, QEvent* event) override {
-        const char* line = nullptr;
         if (event->type() == QEvent::MouseButtonPress)
-            line = "pressed";
+            report("pressed");
         else if (event->type() == QEvent::FocusIn || event->type() == QEvent::FocusOut)
-            line = event->type() == QEvent::FocusIn ? "focus in" : "focus out";
+            report(event->type() == QEvent::FocusIn ? "focus in" : "focus out");
         else if (event->type() == QEvent::WindowStateChange)
-            line = static_cast<QWidget*>(watched)->isFullScreen() ? "full screen on" : "full screen off";
-        if (line) {
-            std::puts(line);
-            std::fflush(stdout);
-        }
+            report(static_cast<QWidget*>(watched)->isFullScreen() ? "full screen on" : "full screen off");
         return false;
     }
 };
@@ -114,17 +98,21 @@ int main(int argc, char** argv) {
     const bool dragged = (arguments.size() == 5 && (mode == "--file" || mode == "--text")) ||
                          (arguments.size() == 6 && mode == "--offer");
     if (!alone && !dragged) {
-        std::fputs("usage: islandOtherProgram X Y (--file PATH | --text TEXT | --offer TYPE DATA | --accept | "
-                   "--field)\n",
-                   stderr);
+        std::fputs(
+            "usage: islandOtherProgram X Y (--file PATH | --text TEXT | --offer TYPE DATA | --accept | "
+            "--field)\n",
+            stderr);
         return 2;
     }
     std::unique_ptr<QWidget> window;
-    if (mode == "--accept")
+    if (mode == "--accept") {
         window = std::make_unique<DropTarget>();
-    else if (mode == "--field")
-        window = std::make_unique<TextField>();
-    else
+    } else if (mode == "--field") {
+        auto field = std::make_unique<QLineEdit>();
+        QObject::connect(field.get(), &QLineEdit::textChanged,
+                         [](const QString& text) { report("text " + text); });
+        window = std::move(field);
+    } else {
         window = std::make_unique<DragSource>([&mode, &arguments] {
             auto* data = new QMimeData;
             if (mode == "--file")
@@ -135,12 +123,14 @@ int main(int argc, char** argv) {
                 data->setData(arguments[4], arguments[5].toUtf8());
             return data;
         });
+    }
     Reporter reporter;
     window->installEventFilter(&reporter);
-    window->setWindowTitle(mode == "--accept" ? "drop target" : mode == "--field" ? "text field" : "drag source");
+    window->setWindowTitle(mode == "--accept"  ? "drop target"
+                           : mode == "--field" ? "text field"
+                                               : "drag source");
     window->setGeometry(arguments[1].toInt(), arguments[2].toInt(), 200, 200);
     window->show();
-    std::puts("ready");
-    std::fflush(stdout);
+    report("ready 0x" + QString::number(window->winId(), 16));
     return QApplication::exec();
 }
