@@ -257,7 +257,8 @@ TEST_F(ActivitiesSectionTest, AConsentPromptShowsWhoAsksAndWhatForAndOpensTheIsl
     EXPECT_TRUE(displayed(R"(consent asked app=lumetta name="Lumetta" scopes=activities,shelf)"));
 }
 
-// Allow clicked on the island's window answers the client: tests/desktop ConsentOnScreen.
+// Allow clicked on the island's window answers the client: tests/desktop
+// IslandOnX11.AllowClickedInTheIslandGivesAConnectingClientAWorkingToken.
 TEST_F(ActivitiesSectionTest, DontAllowAnswersOnceByMouseOrKeyboard) {
     ask("quill");
     QTest::mouseClick(prompt("quill")->denyButton(), Qt::LeftButton);

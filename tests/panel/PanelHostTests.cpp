@@ -77,7 +77,8 @@ class PanelHostTest : public ::testing::Test {
 };
 
 // Keys reaching the focused control (typed text, Tab, Return and Space pressing, Escape handed back
-// to close the island) are proven through the real island in tests/desktop AgentsOnScreen.
+// to close the island) are proven through the real island in tests/desktop IslandOnX11 (the permission
+// and question tests).
 TEST_F(PanelHostTest, PointerAndWheelReachTheWidgetUnderThemAndTheSectionButtonsSwitch) {
     int repaints = 0;
     host.onRepaint = [&] { ++repaints; };
