@@ -65,7 +65,8 @@ SDKService::Timer SDKService::timerOn(brind::SDKHTTPServer& server) {
 }
 
 void SDKService::applyActivityChanges() {
-    std::vector<ActivityChange> changes;
+    // The queues trade places, so the SDK thread queues into storage already allocated.
+    std::vector<ActivityChange> changes = std::move(spare);
     {
         std::lock_guard guard(pendingLock);
         changes.swap(pending);
@@ -94,6 +95,8 @@ void SDKService::applyActivityChanges() {
         }
         }
     }
+    changes.clear();
+    spare = std::move(changes);
 }
 
 void SDKService::showHUD(brind::HUDEvent event) {

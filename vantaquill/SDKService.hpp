@@ -101,6 +101,7 @@ private:
     std::mutex pendingLock; // guards `pending` and `lastWake`
     std::vector<ActivityChange> pending;
     std::chrono::steady_clock::time_point lastWake{};
+    std::vector<ActivityChange> spare; ///< main thread only: the emptied queue, kept for its storage
 };
 
 } // namespace vq
