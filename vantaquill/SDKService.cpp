@@ -1,5 +1,9 @@
 #include "vantaquill/SDKService.hpp"
 
+#include "BrindKit/sdk/SDKHTTPServer.hpp"
+
+#include <algorithm>
+#include <memory>
 #include <utility>
 
 namespace vq {
@@ -27,23 +31,42 @@ void SDKService::endActivities(std::string prefix) {
 }
 
 void SDKService::queueActivityChange(ActivityChange change) {
+    using Clock = std::chrono::steady_clock;
     bool wake = false;
+    Clock::duration delay{};
     {
         std::lock_guard guard(pendingLock);
         wake = pending.empty();
         pending.push_back(std::move(change));
+        if (wake && wakeTimer) {
+            const auto moment = Clock::now();
+            delay = std::max(Clock::duration::zero(), lastWake + wakeSpacing - moment);
+            lastWake = moment + delay;
+        }
     }
     if (!wake)
         return;
-    // The change is queued already, in order; only the wake waits for the reply to be sent.
-    if (wakeLater)
-        wakeLater([this] { onMain([this] { applyActivityChanges(); }); });
+    // The change is queued already, in order; only the wake waits for the reply to be sent, or for
+    // the end of the spacing after the previous wake.
+    auto apply = [this] { onMain([this] { applyActivityChanges(); }); };
+    if (delay > Clock::duration::zero())
+        wakeTimer(delay, std::move(apply));
+    else if (wakeLater)
+        wakeLater(std::move(apply));
     else
-        onMain([this] { applyActivityChanges(); });
+        apply();
+}
+
+SDKService::Timer SDKService::timerOn(brind::SDKHTTPServer& server) {
+    return [&server](std::chrono::steady_clock::duration delay, std::function<void()> work) {
+        auto timer = std::make_shared<asio::steady_timer>(server.executor(), delay);
+        timer->async_wait([timer, work = std::move(work)](std::error_code) { work(); });
+    };
 }
 
 void SDKService::applyActivityChanges() {
-    std::vector<ActivityChange> changes;
+    // The queues trade places, so the SDK thread queues into storage already allocated.
+    std::vector<ActivityChange> changes = std::move(spare);
     {
         std::lock_guard guard(pendingLock);
         changes.swap(pending);
@@ -72,10 +95,16 @@ void SDKService::applyActivityChanges() {
         }
         }
     }
+    changes.clear();
+    spare = std::move(changes);
 }
 
 void SDKService::showHUD(brind::HUDEvent event) {
-    onMain([this, event = std::move(event)]() mutable { center.flash(std::move(event)); });
+    onMain([this, event = std::move(event)]() mutable {
+        // Activity changes queued before the flash, and perhaps waiting for a spaced wake, go first.
+        applyActivityChanges();
+        center.flash(std::move(event));
+    });
 }
 
 void SDKService::stepHUD(brind::HUDKey key, brind::HUDSteps::Grid grid,
@@ -138,7 +167,11 @@ void SDKService::settled(const ConsentQueue::Request& request, ConsentQueue::Out
 }
 
 void SDKService::agentEvent(brind::AgentHookEvent event) {
-    onMain([this, event = std::move(event)] { agentEvents(event); });
+    onMain([this, event = std::move(event)] {
+        // The agents post activities of their own: the SDK's queued before this event go first.
+        applyActivityChanges();
+        agentEvents(event);
+    });
 }
 
 } // namespace vq

@@ -7,11 +7,16 @@
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/ShelfStore.hpp"
 
+#include <chrono>
 #include <expected>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
+
+namespace brind {
+class SDKHTTPServer;
+}
 
 namespace vq {
 
@@ -54,6 +59,19 @@ public:
     /// changes only after the SDK thread has sent its reply, so the client does not wait for the wake.
     void setWakeLater(Later later) { wakeLater = std::move(later); }
 
+    /// Runs a function on the SDK thread after a delay.
+    using Timer = std::function<void(std::chrono::steady_clock::duration, std::function<void()>)>;
+    /// Set once at start, before the server runs: a change that comes within `wakeSpacing` of the
+    /// previous wake is then applied by a wake at the end of that spacing, with whatever else arrives
+    /// meanwhile, instead of a wake of its own. Without a timer every wake is made at once.
+    void setWakeTimer(Timer timer) { wakeTimer = std::move(timer); }
+    /// The server's thread as the timer.
+    static Timer timerOn(brind::SDKHTTPServer& server);
+    /// Requests that come one after the other share the main thread's wakes: at most one per 2 ms, a
+    /// delay nobody sees on the island (a frame is 16 ms), while a change after a quiet spell is
+    /// applied at once.
+    static constexpr std::chrono::milliseconds wakeSpacing{2};
+
 private:
     /// An activity to show, one to end, or every activity whose id starts with a prefix to end.
     struct ActivityChange {
@@ -79,8 +97,11 @@ private:
     ConsentQueue* consents;
     HUDKeys hudKeys;
     Later wakeLater;
-    std::mutex pendingLock; // guards `pending`
+    Timer wakeTimer;
+    std::mutex pendingLock; // guards `pending` and `lastWake`
     std::vector<ActivityChange> pending;
+    std::chrono::steady_clock::time_point lastWake{};
+    std::vector<ActivityChange> spare; ///< main thread only: the emptied queue, kept for its storage
 };
 
 } // namespace vq

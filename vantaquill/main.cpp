@@ -532,6 +532,7 @@ int main(int argc, char** argv) {
         },
         [&bridge](const brind::SDKHTTPRequest& request) { return bridge.answerNow(request); });
     service->setWakeLater([&server](std::function<void()> work) { asio::post(server.executor(), std::move(work)); });
+    service->setWakeTimer(vq::SDKService::timerOn(server));
     if (auto started = server.start(options->port); !started) {
         printError("vantaquill: Couldn't start: " + started.error().message());
         return exitStartFailure;

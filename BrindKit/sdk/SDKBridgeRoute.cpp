@@ -21,7 +21,7 @@ SDKHTTPResponse unavailable() {
     return SDKHTTPResponse::error(503, "unavailable", "vantaquill is starting or stopping. Try again.");
 }
 
-std::optional<JSON> jsonObject(const std::string& body) {
+std::optional<JSON> jsonObject(std::string_view body) {
     if (body.empty())
         return std::nullopt;
     auto parsed = JSONText::parse(body);

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 
 /// What the bridge's route families share: their common refusals and the way they read a body.
 namespace brind::SDKBridgeRoute {
@@ -21,7 +22,7 @@ SDKHTTPResponse jsonBodyRequired();
 SDKHTTPResponse unavailable();
 
 /// The body as a JSON object; nothing for an empty body, bad JSON or any other JSON value.
-std::optional<JSON> jsonObject(const std::string& body);
+std::optional<JSON> jsonObject(std::string_view body);
 
 /// Seconds from the configuration as a timer's duration; a negative value waits not at all.
 std::chrono::steady_clock::duration seconds(double value);

@@ -13,8 +13,12 @@ constexpr std::string_view bearerPrefix = "Bearer ";
 } // namespace
 
 std::optional<std::string> SDKHTTPRequest::header(std::string_view name) const {
-    // Lower-cased exactly as the parser keys the fields, so any name finds its own field.
-    const auto found = headers.find(Text::lowercased(name));
+    // Lower-cased exactly as the parser keys the fields, so any name finds its own field. The names
+    // the server asks for are lower-case ASCII already, which lower-casing leaves as they are.
+    const bool lowerASCII = std::ranges::all_of(name, [](char c) {
+        return static_cast<unsigned char>(c) < 0x80 && !(c >= 'A' && c <= 'Z');
+    });
+    const auto found = headers.find(lowerASCII ? std::string(name) : Text::lowercased(name));
     if (found == headers.end())
         return std::nullopt;
     return found->second;

@@ -20,13 +20,17 @@ double SDKRateLimiter::refilled(const Bucket& bucket, Date now) const {
 
 bool SDKRateLimiter::allow(std::string_view key, Date now, double cost) {
     auto found = buckets.find(key);
-    if (found == buckets.end())
+    const bool added = found == buckets.end();
+    if (added)
         found = buckets.emplace(std::string(key), Bucket{.tokens = capacity, .at = now}).first;
     Bucket& bucket = found->second;
     const double tokens = refilled(bucket, now);
     const bool allowed = cost <= tokens + tokenSlack;
     bucket = Bucket{.tokens = allowed ? std::max(0.0, tokens - cost) : tokens, .at = now};
-    if (allowed && buckets.size() >= pruneThreshold)
+    // Only a new bucket grows the map, so pruning when one is added bounds it as well as pruning on
+    // every request would; with hundreds of clients, a sweep of every bucket on every request was a
+    // large part of answering one.
+    if (added && allowed && buckets.size() >= pruneThreshold)
         std::erase_if(buckets, [now](const auto& entry) { return now - entry.second.at >= pruneAge; });
     return allowed;
 }

@@ -18,7 +18,8 @@ struct SDKRateLimiter {
         friend bool operator==(const Bucket&, const Bucket&) = default;
     };
 
-    /// Once this many buckets exist after an allowed request, buckets idle for `pruneAge` go.
+    /// Once this many buckets exist after an allowed request that added one, buckets idle for
+    /// `pruneAge` go.
     static constexpr std::size_t pruneThreshold = 513;
     static constexpr double pruneAge = 600;
 

@@ -4,7 +4,8 @@ instructions (callgrind) and system calls (strace), per request, for GET /v1/sta
 POST /v1/activities.
 
 The real `vantaquill-island --headless --port 0` runs in a temporary home with CLIENTS (default 64)
-registered clients. After a warm-up, the counters are zeroed, REQUESTS (default 300) requests are sent
+registered clients. After a warm-up (at least one request per client, so that every client's
+activity exists already and a POST updates it, as in the wrk runs), the counters are zeroed, REQUESTS (default 300) requests are sent
 one after the other (each on its own connection, as the SDK's clients do, with "Connection: close"),
 and the counters are read again; the figure is their difference divided by the request count. Every
 thread of the island is counted, so a POST's work on the main thread (the activity centre, the
@@ -79,7 +80,7 @@ def measure_instructions(work):
     try:
         figures = {}
         for route in ("status", "activities"):
-            send_all(port, route, tokens, 30)
+            send_all(port, route, tokens, max(30, len(tokens)))
             subprocess.run(["callgrind_control", "-z", str(process.pid)], check=True, capture_output=True)
             send_all(port, route, tokens, request_count)
             before = set(glob.glob(out + "*"))
@@ -101,7 +102,7 @@ def measure_syscalls(work):
     try:
         figures = {}
         for route in ("status", "activities"):
-            send_all(port, route, tokens, 30)
+            send_all(port, route, tokens, max(30, len(tokens)))
             summary = os.path.join(work, f"strace-{route}")
             tracer = subprocess.Popen(["strace", "-f", "-c", "-o", summary, "-p", str(process.pid)],
                                       stderr=subprocess.DEVNULL)

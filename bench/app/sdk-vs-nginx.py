@@ -39,7 +39,7 @@ build = sys.argv[1] if len(sys.argv) > 1 else "build/default"
 rounds = int(os.environ.get("ROUNDS", "3"))
 seconds = int(os.environ.get("DURATION", "3"))
 connection_counts = [int(n) for n in os.environ.get("CONNECTIONS", "1 8 32").split()]
-client_count = int(os.environ.get("CLIENTS", "1024"))
+client_count = int(os.environ.get("CLIENTS", "2048"))
 keep_alive = os.environ.get("KEEPALIVE") == "1"
 before = os.environ.get("BEFORE")
 
