@@ -194,10 +194,14 @@ TEST_F(NowPlaying, TheControllerTellsWhatPlaysAndTakesButtons) {
 
     Player player(home, bus.address(), {track});
     ASSERT_TRUE(player.running());
-    ASSERT_TRUE(
-        pumpUntil([&] { return media.nowPlaying() && media.nowPlaying()->playback.title == "Test Tone"; }));
+    // The player may publish the title before the tags it reads after it.
+    EXPECT_TRUE(pumpUntil([&] {
+        return media.nowPlaying() && media.nowPlaying()->playback.title == "Test Tone" &&
+               media.nowPlaying()->playback.artistLine() == "The Band";
+    })) << (media.nowPlaying() ? media.nowPlaying()->playback.title + " / " + media.nowPlaying()->playback.artistLine()
+                               : "nothing playing");
+    ASSERT_TRUE(media.nowPlaying());
     EXPECT_GT(told, 0);
-    EXPECT_EQ(media.nowPlaying()->playback.artistLine(), "The Band");
     EXPECT_EQ(media.nowPlaying()->lyricLine, std::nullopt);
 
     media.perform(MediaActivity::pauseAction);
