@@ -66,7 +66,6 @@ TEST(SDKAuthorizer, MakesDistinctPrefixedURLSafeTokensAndHashesThem) {
     EXPECT_FALSE(SDKAuthorizer::same("vq_same", "vq_samE"));
     EXPECT_FALSE(SDKAuthorizer::same("vq_same", "vq_same "));
     const std::string digest = SDKAuthorizer::hash("vq_same");
-    EXPECT_TRUE(SDKAuthorizer::same(digest, std::string(digest)));
     for (const std::size_t at : {0u, 7u, 8u, 35u, 63u}) {
         std::string other = digest;
         other[at] ^= 1;
