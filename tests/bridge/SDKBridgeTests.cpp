@@ -252,7 +252,7 @@ TEST_F(Bridge, PermissionRequestsWaitForTheBroker) {
     EXPECT_EQ(decision(R"({"event":"permission","session":"d","tool":"Bash"})"), none);
 }
 
-// The hello and action events byte for byte: tests/e2e Activities.EventStreamHearsHello….
+// Hello and action bytes: tests/e2e Activities.EventStreamHearsHelloThenActionPresses.
 TEST_F(Bridge, EventStreamsHearHelloActionsAndGoAwayOnDisconnect) {
     std::vector<std::string> sent;
     bool closed = false;
