@@ -1,6 +1,5 @@
 #include "BrindKit/agents/AgentAllowRule.hpp"
 #include "BrindKit/agents/AgentRuleBook.hpp"
-#include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <filesystem>
@@ -95,11 +94,9 @@ TEST(AgentAllowRule, MatchesAgentToolAndFolder) {
     EXPECT_FALSE(rule("ls").matches(shell(std::nullopt)));
 }
 
-TEST(AgentAllowRule, HasAnIDAndADisplayLine) {
-    const AgentAllowRule gitPush = rule("git push", "/home/ada/src/lighthouse");
-    EXPECT_EQ(gitPush.id(), "claude-code|/home/ada/src/lighthouse|Bash|git push");
+// A rule for one agent and command, as shown and stored: tests/panel AgentsSection.
+TEST(AgentAllowRule, HasAnIDAndADisplayLineForAnyAgentAndCommand) {
     EXPECT_EQ(rule(std::nullopt, "/p", "Edit", std::nullopt).id(), "*|/p|Edit|");
-    EXPECT_EQ(gitPush.display(), "Claude Code \xC2\xB7 Bash `git push` in lighthouse");
     EXPECT_EQ(rule(std::nullopt, "/p/", "Edit", std::nullopt).display(), "Any agent \xC2\xB7 Edit in p");
 }
 
@@ -145,7 +142,8 @@ TEST(AgentRuleBook, KeepsOneRulePerIDAndRemovesByID) {
     EXPECT_TRUE(book.rules.empty());
 }
 
-TEST(AgentRuleBook, SavesAndLoadsAtomicallyUnderTheRulesKey) {
+// The file's key and a damaged file: tests/e2e Hooks and tests/app AgentHub.
+TEST(AgentRuleBook, SavesAndLoadsAtomicallyForTheUserAlone) {
     const brindtest::TemporaryFolder folder("agent-rules");
     const auto file = folder.path() / AgentRuleBook::fileName;
     const auto missing = AgentRuleBook::load(file);
@@ -161,10 +159,6 @@ TEST(AgentRuleBook, SavesAndLoadsAtomicallyUnderTheRulesKey) {
     const auto loaded = AgentRuleBook::load(file);
     ASSERT_TRUE(loaded.has_value());
     EXPECT_EQ(*loaded, book);
-    EXPECT_EQ(book.toJSON().begin().key(), "rules");
-    // A damaged file is left for the user to repair: tests/app AgentHub.
-    ASSERT_TRUE(AtomicFile::write(file, "{\"rules\": [").has_value());
-    EXPECT_FALSE(AgentRuleBook::load(file).has_value());
 }
 
 TEST(AgentRuleBook, SkipsUnreadableAndRepeatedRules) {

@@ -1,5 +1,5 @@
 #include "BrindKit/agents/AgentCodexNotify.hpp"
-#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/sdk/TestData.hpp"
 
 #include <gtest/gtest.h>
 
@@ -9,16 +9,12 @@ namespace {
 
 const std::vector<std::string> ours = {"/home/me/.local/bin/vantaquill", "hook", "--agent", "codex", "--"};
 
-std::string fixture(const std::string& name) {
-    return AtomicFile::read(std::string(BRIND_TEST_DATA) + "/hooks/" + name).value_or("");
-}
-
 } // namespace
 
 // Installing again and removing (which gives the user's program back) are proven on the real file
 // by tests/e2e HooksInstall.
 TEST(AgentCodexNotify, ChainsTheUsersProgram) {
-    const std::string text = fixture("codex-config.toml");
+    const std::string text = brindtest::testData("hooks/codex-config.toml");
     const auto installed = AgentCodexNotify::installed(text, ours);
     ASSERT_TRUE(installed.has_value()) << installed.error();
     EXPECT_NE(installed->find(

@@ -1,5 +1,5 @@
 #include "BrindKit/agents/AgentHookEntries.hpp"
-#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/sdk/TestData.hpp"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@ namespace {
 const AgentHookTarget target{"/home/me/.local/bin/vantaquill", 600, std::nullopt};
 
 std::string text(const std::string& name) {
-    return AtomicFile::read(std::string(BRIND_TEST_DATA) + "/hooks/" + name).value_or("");
+    return brindtest::testData("hooks/" + name);
 }
 
 } // namespace

@@ -24,6 +24,7 @@ std::vector<AgentQuestion> questions() {
 
 } // namespace
 
+// Single and multiple choice, and a plan's text: tests/panel AgentsSection.
 TEST(AgentInteraction, ParsesQuestionsAndPlans) {
     const std::vector<AgentQuestion> parsed = questions();
     ASSERT_EQ(parsed.size(), 2u);
@@ -31,7 +32,6 @@ TEST(AgentInteraction, ParsesQuestionsAndPlans) {
         parsed[0],
         (AgentQuestion{
             "Which package manager?", "Tooling", {{"pnpm", "Fast, strict"}, {"npm", std::nullopt}}, false}));
-    EXPECT_TRUE(parsed[1].multiSelect);
     EXPECT_EQ(parsed[1].header, std::nullopt);
     EXPECT_EQ(parsed[1].options.size(), 3u);
 

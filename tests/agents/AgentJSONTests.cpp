@@ -19,12 +19,11 @@ using Kind = AgentJSON::ParseError::Kind;
 } // namespace
 
 // The layout fixture holds nested containers, empty ones, escapes, null and numbers in several
-// spellings, so this one comparison pins the writer's whole two-space layout.
+// spellings, so this one comparison pins the writer's whole two-space layout. That what is written
+// reads back the same is the fuzz target's check.
 TEST(AgentJSON, DocumentInOurLayoutRoundTripsByteForByte) {
-    const std::string text = brindtest::testData("agents/settings-layout.json");
-    const AgentJSON value = parsed(text);
-    EXPECT_EQ(value.serialized(2), text);
-    EXPECT_EQ(parsed(value.serialized(2)).serialized(2), text);
+    EXPECT_EQ(parsed(brindtest::testData("agents/settings-layout.json")).serialized(2),
+              brindtest::testData("agents/settings-layout.json"));
 }
 
 TEST(AgentJSON, ReadsCommentsTrailingCommasAndRepeatedKeys) {
@@ -100,10 +99,6 @@ TEST(AgentJSON, SetKeepsPositionsAppendsAndRemoves) {
     array.set("a", AgentJSON::integer(1));
     EXPECT_EQ(array, parsed("[1]"));
     EXPECT_EQ(array.get("a"), nullptr);
-    EXPECT_TRUE(array.objectKeys().empty());
-    EXPECT_FALSE(array.isObject());
-    ASSERT_NE(array.arrayValue(), nullptr);
-    EXPECT_EQ(array.arrayValue()->size(), 1u);
 }
 
 // Objects over sixteen members look repeated keys up through an index rather than a scan.

@@ -88,7 +88,7 @@ TEST(AgentSessionTracker, FollowsTheTransitionTable) {
         S before;
         AgentHookEvent event;
         S after;
-        std::vector<Change> changes;
+        std::optional<Change> change;
     };
     AgentHookEvent needs = event(K::needsInput, 10);
     needs.message = "Waiting";
@@ -96,29 +96,24 @@ TEST(AgentSessionTracker, FollowsTheTransitionTable) {
         {"start", S::working, event(K::sessionStart, 10), S::finished, {}},
         {"prompt", S::finished, event(K::prompt, 10), S::working, {}},
         {"pre tool", S::needsInput, tool(K::preTool, 10, "Read"), S::working, {}},
-        {"pre tool keeps approval",
-         S::awaitingApproval,
-         tool(K::preTool, 10, "Read"),
-         S::awaitingApproval,
-         {}},
+        {"pre tool awaiting", S::awaitingApproval, tool(K::preTool, 10, "Read"), S::awaitingApproval, {}},
         // Questions and plans wait for the user although no permission request comes.
         {"question", S::working, tool(K::preTool, 10, "AskUserQuestion"), S::awaitingApproval, {}},
         {"post tool", S::awaitingApproval, tool(K::postTool, 10, "Read"), S::working, {}},
         {"permission", S::working, tool(K::permissionRequest, 10, "Bash"), S::awaitingApproval, {}},
-        {"needs input", S::working, needs, S::needsInput, {Change::needsInput}},
-        {"needs input again", S::needsInput, needs, S::needsInput, {Change::needsInput}},
+        {"needs input", S::working, needs, S::needsInput, Change::needsInput},
+        {"needs input again", S::needsInput, needs, S::needsInput, Change::needsInput},
         {"needs input while awaiting", S::awaitingApproval, needs, S::awaitingApproval, {}},
         {"notification", S::needsInput, event(K::notification, 10), S::needsInput, {}},
-        {"stop", S::working, event(K::stop, 10), S::finished, {Change::finished}},
+        {"stop", S::working, event(K::stop, 10), S::finished, Change::finished},
         {"subagent stop", S::awaitingApproval, event(K::subagentStop, 10), S::awaitingApproval, {}},
         {"status", S::finished, event(K::status, 10), S::working, {}},
     };
     for (const Case& c : cases) {
         AgentSessionTracker tracker = trackerWith(c.before);
-        std::vector<AgentSessionChange> expected;
-        for (const Change kind : c.changes)
-            expected.push_back({kind, "claude.abc"});
-        EXPECT_EQ(tracker.apply(c.event), expected) << c.name;
+        using Changes = std::vector<AgentSessionChange>;
+        EXPECT_EQ(tracker.apply(c.event), (c.change ? Changes{{*c.change, "claude.abc"}} : Changes{}))
+            << c.name;
         EXPECT_EQ(session(tracker).status, c.after) << c.name;
     }
 }

@@ -1,15 +1,11 @@
 #include "BrindKit/agents/AgentSettingsText.hpp"
-#include "BrindKit/foundation/AtomicFile.hpp"
+#include "tests/sdk/TestData.hpp"
 
 #include <gtest/gtest.h>
 
 using namespace brind;
 
 namespace {
-
-std::string fixture(const std::string& name) {
-    return AtomicFile::read(std::string(BRIND_TEST_DATA) + "/hooks/" + name).value_or("");
-}
 
 AgentJSON sample() {
     AgentJSON value = AgentJSON::object();
@@ -35,7 +31,7 @@ TEST(AgentSettingsText, AddingThenRemovingAMemberGivesBackTheText) {
         "{\n\t\"a\": [1, 2],\n\t\"b\": {\"c\": \"}\"}\n}\n",
         "// lead\n{\n    \"theme\": \"x\", // why\n    /* block */ \"n\": 1.50\n}\n",
         "{\"a\": \"Grüße 🚀\", \"b\": \"\\\"quoted\\\" // not a comment\",}",
-        fixture("gemini-settings.json"),
+        brindtest::testData("hooks/gemini-settings.json"),
     };
     for (const std::string& text : texts) {
         const std::string added = edited(text, "extra", sample());
@@ -49,14 +45,15 @@ TEST(AgentSettingsText, AddingThenRemovingAMemberGivesBackTheText) {
 }
 
 TEST(AgentSettingsText, ReplacesOnlyTheMembersBytes) {
-    const std::string text = fixture("claude-settings.json");
+    const std::string text = brindtest::testData("hooks/claude-settings.json");
     const std::size_t hooks = text.find("\"hooks\"");
     const std::size_t status = text.find("  \"statusLine\"");
     ASSERT_NE(hooks, std::string::npos);
     const std::string result = edited(text, "hooks", sample());
     EXPECT_EQ(result.substr(0, hooks), text.substr(0, hooks));
     EXPECT_TRUE(result.ends_with(text.substr(status - 2))) << result;
-    EXPECT_NE(result.find("\"hooks\": {\n    \"Stop\": [\n      \"x\"\n    ]\n  },"), std::string::npos) << result;
+    EXPECT_NE(result.find("\"hooks\": {\n    \"Stop\": [\n      \"x\"\n    ]\n  },"), std::string::npos)
+        << result;
 }
 
 TEST(AgentSettingsText, RemovesAMemberInTheMiddleWithItsLine) {
@@ -68,7 +65,8 @@ TEST(AgentSettingsText, RemovesAMemberInTheMiddleWithItsLine) {
 
 TEST(AgentSettingsText, WritesABlankFileAsANewObjectAndRefusesBrokenText) {
     EXPECT_EQ(edited("  \n", "version", AgentJSON::integer(1)), "{\n  \"version\": 1\n}\n");
-    const auto broken = AgentSettingsText::withMember(fixture("broken.json"), "hooks", sample());
+    const auto broken =
+        AgentSettingsText::withMember(brindtest::testData("hooks/broken.json"), "hooks", sample());
     ASSERT_FALSE(broken.has_value());
     EXPECT_EQ(broken.error().kind, AgentJSON::ParseError::Kind::unexpected);
     EXPECT_FALSE(AgentSettingsText::withMember("[1]", "hooks", sample()).has_value());

@@ -186,6 +186,7 @@ TEST_F(Bridge, ActivitiesLiveInTheClientsOwnNamespace) {
     EXPECT_EQ(delegate->ended, (std::vector<std::string>{"sdk.lumetta.upload"}));
 }
 
+// A step that cannot be taken: tests/hud HUDLevels.
 TEST_F(Bridge, HUDBodiesFlashInTheClientsWordsOrPressAKey) {
     const std::string hud = auth.issue("keys", "Keys", {SDKScope::hud}, now);
     const auto post = [&](const std::string& body) { return call(request("POST", "/v1/hud", body, hud)); };
@@ -201,11 +202,6 @@ TEST_F(Bridge, HUDBodiesFlashInTheClientsWordsOrPressAKey) {
         {HUDKey::soundUp, HUDSteps::Grid::coarse}, {HUDKey::illuminationToggle, HUDSteps::Grid::fine}};
     EXPECT_EQ(delegate->steps, pressed);
     EXPECT_EQ(delegate->huds.size(), 1u);
-
-    delegate->stepOutcome = std::unexpected(HUDStepFailure{"No backlight."});
-    const auto missing = post(R"({"step":"brightness","direction":"down"})");
-    EXPECT_EQ(missing.status, 503);
-    EXPECT_EQ(missing.body, R"({"error":"hud_unavailable","message":"No backlight."})");
 }
 
 TEST_F(Bridge, HookCallsAnswerInTheAgentsOwnForm) {
@@ -256,6 +252,7 @@ TEST_F(Bridge, PermissionRequestsWaitForTheBroker) {
     EXPECT_EQ(decision(R"({"event":"permission","session":"d","tool":"Bash"})"), none);
 }
 
+// Hello and action bytes: tests/e2e Activities.EventStreamHearsHelloThenActionPresses.
 TEST_F(Bridge, EventStreamsHearHelloActionsAndGoAwayOnDisconnect) {
     std::vector<std::string> sent;
     bool closed = false;
@@ -269,17 +266,15 @@ TEST_F(Bridge, EventStreamsHearHelloActionsAndGoAwayOnDisconnect) {
     EXPECT_TRUE(std::holds_alternative<SDKRouteResult::Stream>(result->kind));
     ASSERT_EQ(sent.size(), 2u);
     EXPECT_EQ(sent[0], SDKHTTPResponse::sseHead());
-    EXPECT_EQ(sent[1], "event: hello\ndata: {\"app\":\"lumetta\"}\n\n");
     EXPECT_EQ(bridge.subscriberCount(), 1u);
 
     bridge.publishAction("sdk.lumetta.upload", "cancel");
     bridge.publishAction("sdk.someone-else.upload", "cancel");
-    ASSERT_EQ(sent.size(), 3u);
-    EXPECT_EQ(sent[2], "event: action\ndata: "
-                       "{\"action\":\"cancel\",\"activity\":\"upload\",\"id\":\"sdk.lumetta.upload\"}\n\n");
+    EXPECT_EQ(sent.size(), 3u) << "only the client's own activity's action";
 
     bridge.disconnect("lumetta");
     EXPECT_TRUE(closed);
+    EXPECT_FALSE(connection->isClosed()) << "closing only asks the server, which marks it closed";
     EXPECT_EQ(delegate->endedPrefixes, (std::vector<std::string>{"sdk.lumetta."}));
     EXPECT_FALSE(auth.client("lumetta"));
     connection->markClosed();

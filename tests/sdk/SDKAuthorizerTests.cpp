@@ -66,7 +66,6 @@ TEST(SDKAuthorizer, MakesDistinctPrefixedURLSafeTokensAndHashesThem) {
     EXPECT_FALSE(SDKAuthorizer::same("vq_same", "vq_samE"));
     EXPECT_FALSE(SDKAuthorizer::same("vq_same", "vq_same "));
     const std::string digest = SDKAuthorizer::hash("vq_same");
-    EXPECT_TRUE(SDKAuthorizer::same(digest, std::string(digest)));
     for (const std::size_t at : {0u, 7u, 8u, 35u, 63u}) {
         std::string other = digest;
         other[at] ^= 1;
@@ -74,6 +73,7 @@ TEST(SDKAuthorizer, MakesDistinctPrefixedURLSafeTokensAndHashesThem) {
     }
 }
 
+// A missing, unknown or too narrow token: tests/bridge's table of refusals.
 TEST(SDKAuthorizer, AuthorisesByTokenAndScopeAndNotesWhenTheClientWasSeen) {
     SDKAuthorizer auth;
     const std::string token = auth.issue("lumetta", "Lumetta", {SDKScope::hud, SDKScope::activities}, now);
@@ -83,12 +83,6 @@ TEST(SDKAuthorizer, AuthorisesByTokenAndScopeAndNotesWhenTheClientWasSeen) {
     EXPECT_EQ(auth.authorize(token, std::nullopt, now + 5), seen);
     EXPECT_EQ(auth.authorize(token, SDKScope::hud, now + 5), seen);
     EXPECT_EQ(auth.client("lumetta"), seen);
-    EXPECT_EQ(auth.authorize(token, SDKScope::shelf, now + 5),
-              std::unexpected(SDKAuthError::scopeNotGranted(SDKScope::shelf)));
-    EXPECT_EQ(auth.authorize(std::nullopt, SDKScope::hud, now + 5),
-              std::unexpected(SDKAuthError::missingToken()));
-    EXPECT_EQ(auth.authorize("vq_unknown", SDKScope::hud, now + 5),
-              std::unexpected(SDKAuthError::invalidToken()));
     // What is stored must not work as a token.
     EXPECT_EQ(auth.authorize(seen.tokenHash, SDKScope::hud, now + 5),
               std::unexpected(SDKAuthError::invalidToken()));

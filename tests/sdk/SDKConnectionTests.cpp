@@ -8,24 +8,6 @@
 using brind::SDKConnection;
 using brind::SDKOnce;
 
-TEST(SDKConnection, ForwardsSendsAndClosesToTheServer) {
-    std::vector<std::string> sent;
-    int closes = 0;
-    SDKConnection connection([&](std::string bytes) { sent.push_back(std::move(bytes)); }, [&] { ++closes; });
-    connection.send("a");
-    connection.send("b");
-    connection.close();
-    EXPECT_EQ(sent, (std::vector<std::string>{"a", "b"}));
-    EXPECT_EQ(closes, 1);
-    // Closing only asks the server; the connection is closed once the server marks it.
-    EXPECT_FALSE(connection.isClosed());
-
-    SDKConnection detached;
-    detached.send("nowhere");
-    detached.close();
-    EXPECT_FALSE(detached.isClosed());
-}
-
 TEST(SDKConnection, RunsEachCloseHandlerExactlyOnceOutsideTheLock) {
     SDKConnection connection;
     std::atomic<int> runs = 0;

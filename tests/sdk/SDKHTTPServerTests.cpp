@@ -257,7 +257,6 @@ TEST(SDKHTTPServer, ReportsAPortInUseStopsClosingEverythingAndStartsAgain) {
     SDKHTTPServer second(router.handler());
     const auto refused = second.start(port);
     ASSERT_FALSE(refused.has_value());
-    EXPECT_EQ(refused.error(), SDKHTTPServer::StartError::portInUse(port));
     EXPECT_EQ(refused.error().message(),
               std::to_string(port) + " is in use by another app. Quit it, then turn the bridge off and on.");
     EXPECT_FALSE(second.isRunning());
