@@ -141,7 +141,6 @@ TEST(ClipArchive, LoadDropsItemsItCannotUse) {
     ASSERT_TRUE(archive.save(ClipHistory({kept, image, outside})));
     fs::remove(temporary.path() / ".." / "escape.rtf");
 
-    // Delete the image by hand.
     fs::remove(archive.url(*image.imageFile));
 
     const ClipHistory loaded = archive.load();
