@@ -8,7 +8,6 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <optional>
 #include <random>
@@ -142,7 +141,6 @@ TEST(ClipArchive, LoadDropsItemsItCannotUse) {
     ASSERT_TRUE(archive.save(ClipHistory({kept, image, outside})));
     fs::remove(temporary.path() / ".." / "escape.rtf");
 
-    // Delete the image by hand.
     fs::remove(archive.url(*image.imageFile));
 
     const ClipHistory loaded = archive.load();
@@ -179,13 +177,10 @@ TEST(ClipArchive, SideFilesAreWrittenReadAndDeletedByName) {
     TemporaryFolder temporary;
     const ClipArchive archive{temporary.path() / "Clipboard"};
     const UUID id = UUID::random();
-    EXPECT_EQ(archive.totalBytes(), 0u);
     const auto name = archive.writeSideFile(std::string("\0\x01\xff", 3), id, "heic");
     ASSERT_TRUE(name);
     EXPECT_EQ(*name, id.string() + ".heic");
     EXPECT_EQ(archive.readSideFile(*name), std::string("\0\x01\xff", 3));
-    ASSERT_TRUE(archive.writeSideFile(std::string(1021, 'x'), UUID::random(), "png"));
-    EXPECT_EQ(archive.totalBytes(), 1024u);
     EXPECT_FALSE(archive.readSideFile(UUID::random().string() + ".png"));
     EXPECT_FALSE(archive.writeSideFile("x", id, "../png"));
     EXPECT_FALSE(archive.writeSideFile("x", id, "exe"));
@@ -220,17 +215,6 @@ TEST(ClipArchive, NamesAndExtensions) {
     };
     for (const auto& test : cases)
         EXPECT_EQ(ClipArchive::imageExtension(test.type), test.extension) << test.type.value_or("<none>");
-}
-
-TEST(ClipArchive, DefaultFolderIsInTheDataFolder) {
-    const char* previous = std::getenv("XDG_DATA_HOME");
-    const std::string saved = previous ? previous : "";
-    ::setenv("XDG_DATA_HOME", "/srv/data", 1);
-    EXPECT_EQ(ClipArchive::defaultFolder(), fs::path("/srv/data/vantaquill/Clipboard"));
-    if (previous)
-        ::setenv("XDG_DATA_HOME", saved.c_str(), 1);
-    else
-        ::unsetenv("XDG_DATA_HOME");
 }
 
 // The fast reader takes records in the writer's shape and hands the rest to ClipItem::fromJSON; every
@@ -328,8 +312,6 @@ TEST(ClipArchive, IndexSurvivesBeingKilledMidSave) {
     // Both histories were seen, so kills landed before, during and after complete saves.
     EXPECT_GT(sawSmall, 0);
     EXPECT_GT(sawLarge, 0);
-    std::printf("kills: %d, small index: %d, large index: %d, save cycle %ld us, kill window %ld us\n", kills,
-                sawSmall, sawLarge, static_cast<long>(cycle.count()), window);
     // Temporary files of interrupted saves never carry a side-file name.
     for (const auto& entry : fs::directory_iterator(archive.folder))
         EXPECT_FALSE(ClipArchive::isSafeName(entry.path().filename().string()));

@@ -1,5 +1,10 @@
+// The history, and finding a clip in it: retention, search scores and moving through the rows.
+
 #include "BrindKit/clipboard/ClipClassifier.hpp"
 #include "BrindKit/clipboard/ClipHistory.hpp"
+#include "BrindKit/clipboard/ClipQuickKeys.hpp"
+#include "BrindKit/clipboard/ClipSearch.hpp"
+#include "BrindKit/foundation/AtomicFile.hpp"
 
 #include <gtest/gtest.h>
 
@@ -45,6 +50,14 @@ ClipSettings limits(std::int64_t maxItems, std::int64_t maxDays) {
     settings.maxItems = maxItems;
     settings.maxDays = maxDays;
     return settings;
+}
+
+ClipItem item(ClipKind kind, std::optional<std::string> text) {
+    ClipItem result;
+    result.id = UUID::random();
+    result.kind = kind;
+    result.text = std::move(text);
+    return result;
 }
 
 } // namespace
@@ -153,7 +166,7 @@ TEST(ClipHistory, AgeLimitKeepsTheBoundaryAndReportsAgeRemovalsFirst) {
     EXPECT_EQ(ageless.items().size(), 1u);
 }
 
-TEST(ClipHistory, TouchPinRemoveAndClear) {
+TEST(ClipHistory, TouchPinAndRemove) {
     const ClipItem a = textItem("a");
     const ClipItem b = textItem("b");
     const ClipItem c = textItem("c");
@@ -168,22 +181,15 @@ TEST(ClipHistory, TouchPinRemoveAndClear) {
     EXPECT_TRUE(history.setPinned(b.id, true));
     EXPECT_TRUE(history.item(b.id)->pinned);
     EXPECT_EQ(texts(history.items()), (Texts{"c", "a", "b"}));
-    EXPECT_EQ(texts(history.ordered()), (Texts{"b", "c", "a"}));
     EXPECT_FALSE(history.setPinned(UUID::random(), true));
 
     EXPECT_EQ(history.remove(a.id), a);
     EXPECT_FALSE(history.remove(a.id));
     EXPECT_FALSE(history.item(a.id));
     EXPECT_FALSE(history.contains(a.contentHash));
-
-    EXPECT_EQ(texts(history.clear(ClipHistory::PinnedItems::keep)), Texts{"c"});
-    EXPECT_EQ(texts(history.items()), Texts{"b"});
-    EXPECT_EQ(texts(history.clear(ClipHistory::PinnedItems::remove)), Texts{"b"});
-    EXPECT_TRUE(history.items().empty());
-    EXPECT_FALSE(history.contains(b.contentHash));
 }
 
-TEST(ClipHistory, SearchFiltersByKindAndRanksByScore) {
+TEST(ClipHistory, SearchRanksByScoreAndFollowsChanges) {
     ClipItem link = textItem("https://example.org/report");
     link.kind = ClipKind::link;
     ClipHistory history({textItem("report"), link, textItem("the report"),
@@ -191,12 +197,9 @@ TEST(ClipHistory, SearchFiltersByKindAndRanksByScore) {
 
     EXPECT_EQ(texts(history.search("")), (Texts{"quarterly report draft", "report",
                                                 "https://example.org/report", "the report", "unrelated"}));
-    EXPECT_EQ(texts(history.search(" \n", ClipKind::link)), Texts{"https://example.org/report"});
     // exact 100; word starts 60 (+5 pinned); "/report" is also a word start.
     EXPECT_EQ(texts(history.search("  REPORT ")),
               (Texts{"report", "quarterly report draft", "https://example.org/report", "the report"}));
-    EXPECT_EQ(texts(history.search("report", ClipKind::text)),
-              (Texts{"report", "quarterly report draft", "the report"}));
     EXPECT_TRUE(history.search("nothing matches this").empty());
 
     // The search keeps prepared data per item; it must follow changes to the history.
@@ -215,4 +218,57 @@ TEST(ClipHistory, SearchFiltersByKindAndRanksByScore) {
     EXPECT_TRUE(history.search("alpha").empty());
     history.insert(textItem("alphabet"), ClipSettings{}, Date{3});
     EXPECT_EQ(texts(history.search("alpha")), Texts{"alphabet"});
+}
+
+TEST(ClipSearch, HaystackJoinsTextFileNamesAndColour) {
+    ClipItem files = item(ClipKind::file, "/Tmp/A.pdf");
+    files.fileURLs = {"file:///Tmp/A.pdf", "not a url", "file:///home/Notes%20Today.TXT"};
+    EXPECT_EQ(ClipSearch::haystack(files), "/tmp/a.pdf\na.pdf\nnotes today.txt");
+
+    ClipItem colour = item(ClipKind::colour, "RGB(255, 0, 0)");
+    colour.colour = RGBA{1, 0, 0, 1};
+    EXPECT_EQ(ClipSearch::haystack(colour), "rgb(255, 0, 0)\n#ff0000");
+
+    EXPECT_EQ(ClipSearch::haystack(item(ClipKind::image, std::nullopt)), "");
+    EXPECT_EQ(ClipSearch::haystack(item(ClipKind::text, "\u00C9T\u00C9")), "\u00E9t\u00E9");
+
+    // Only the beginning of a long clip is searched.
+    const std::string longText = std::string(20000, 'a') + "needle";
+    EXPECT_EQ(ClipSearch::haystack(item(ClipKind::text, longText)).size(), 20000u);
+    EXPECT_EQ(ClipSearch::score(item(ClipKind::text, longText), "needle"), 0);
+}
+
+// Each token scores by the first rule that applies, and every token must match; the file says why
+// each case scores as it does.
+TEST(ClipSearch, EachTokenScoresByTheFirstRuleThatApplies) {
+    const JSON cases = JSON::parse(AtomicFile::read(BRIND_TEST_DATA "/clipboard/search-scores.json").value());
+    for (const JSON& test : cases) {
+        const auto text = [&](const char* key) {
+            return test.contains(key) ? std::optional(test[key].get<std::string>()) : std::nullopt;
+        };
+        ClipItem scored = item(clipKindNamed(test.at("kind").get<std::string>()).value(), text("text"));
+        scored.sourceAppName = text("source");
+        scored.pinned = test.value("pinned", false);
+        EXPECT_EQ(ClipSearch::score(scored, test.at("query").get<std::string>()), test.at("score").get<int>())
+            << test.dump();
+    }
+    // Scattered matches keep the order of the query.
+    EXPECT_TRUE(ClipSearch::isSubsequence("abc", "a-b-c"));
+    EXPECT_TRUE(ClipSearch::isSubsequence("", "anything"));
+    EXPECT_TRUE(ClipSearch::isSubsequence("\u00E9t\u00E9", "\u00E9 t \u00E9"));
+    EXPECT_FALSE(ClipSearch::isSubsequence("cba", "abc"));
+    EXPECT_FALSE(ClipSearch::isSubsequence("aa", "a"));
+    EXPECT_FALSE(ClipSearch::isSubsequence("a", ""));
+}
+
+TEST(ClipQuickKeys, MoveStopsAtTheEnds) {
+    const struct {
+        std::int64_t current, step, count, expected;
+    } cases[] = {
+        {0, 1, 5, 1}, {0, -1, 5, 0}, {4, 1, 5, 4},         {2, -10, 5, 0},       {2, 10, 5, 4},
+        {3, 0, 0, 0}, {3, 1, -2, 0}, {0, INT64_MAX, 5, 4}, {0, INT64_MIN, 5, 0}, {9, -1, 5, 4},
+    };
+    for (const auto& test : cases)
+        EXPECT_EQ(ClipQuickKeys::move(test.current, test.step, test.count), test.expected)
+            << test.current << " by " << test.step << " of " << test.count;
 }

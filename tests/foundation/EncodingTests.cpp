@@ -1,5 +1,7 @@
 #include "BrindKit/foundation/Base64.hpp"
+#include "BrindKit/foundation/Date.hpp"
 #include "BrindKit/foundation/SHA256.hpp"
+#include "BrindKit/foundation/URL.hpp"
 #include "BrindKit/foundation/UUID.hpp"
 
 #include <algorithm>
@@ -53,4 +55,64 @@ TEST(UUID, RandomIdentifiersAreVersionFourAndDistinctAndParseInEitherCase) {
                              "G621E1F8-C36C-495A-93FC-0C247A3E6E5F", "E621E1F8-C36C-495A-93FC_0C247A3E6E5F",
                              "{E621E1F8-C36C-495A-93FC-0C247A3E6E5F}"})
         EXPECT_FALSE(UUID::parse(text)) << text;
+}
+
+TEST(Date, ParsesInternetDateTimesAndRefusesOtherForms) {
+    struct Case {
+        const char* text;
+        double seconds;
+    };
+    const Case cases[] = {
+        {"1970-01-01T00:00:00Z", 0},
+        {"2025-03-01T17:30:00Z", 1740850200},
+        {"2025-03-01T18:30:00+01:00", 1740850200},
+        {"2025-03-01T17:30:00.250Z", 1740850200.25},
+        {"2024-02-29T00:00:00z", 1709164800},
+        {"1969-12-31T23:59:59Z", -1},
+    };
+    for (const auto& c : cases) {
+        const auto date = Date::parseISO8601(c.text);
+        ASSERT_TRUE(date) << c.text;
+        EXPECT_DOUBLE_EQ(date->secondsSince1970, c.seconds) << c.text;
+    }
+    for (const char* text : {"", "2025-03-01", "2025-03-01T17:30:00", "2025-02-30T00:00:00Z",
+                             "2025-03-01 17:30:00Z", "2025-03-01T24:00:00Z", "2025-03-01T17:30:00Zjunk",
+                             "2025-03-01T17:30:00.Z", "2025-3-01T17:30:00Z", "2025-03-01T17:30:00+0100"})
+        EXPECT_FALSE(Date::parseISO8601(text)) << text;
+}
+
+TEST(Date, WritesWholeSecondsInUTCAndRoundTrips) {
+    EXPECT_EQ(Date{1740850200.75}.iso8601(), "2025-03-01T17:30:00Z");
+    EXPECT_EQ(Date{-1}.iso8601(), "1969-12-31T23:59:59Z");
+    const Date moment{1709164800};
+    EXPECT_EQ(Date::parseISO8601(moment.iso8601()), moment);
+}
+
+TEST(URL, SplitsReferencesAsWrittenAndRefusesWhatRFC3986DoesNotAllow) {
+    const std::pair<const char*, URL> cases[] = {
+        {"https://user@example.com:8080/a/b%20c?x=1&y=two%20words#top",
+         {"https", "user", "example.com", "8080", "/a/b%20c", "x=1&y=two%20words", "top"}},
+        {"vantaquill://notify?title=Hi", {"vantaquill", {}, "notify", {}, "", "title=Hi", {}}},
+        {"file:///tmp/a%20b.txt", {"file", {}, "", {}, "/tmp/a%20b.txt", {}, {}}},
+        {"mailto:someone@example.com", {"mailto", {}, {}, {}, "someone@example.com", {}, {}}},
+        {"http://[::1]:47829/v1/status", {"http", {}, "[::1]", "47829", "/v1/status", {}, {}}},
+    };
+    for (const auto& [text, components] : cases)
+        EXPECT_EQ(URL::parse(text), components) << text;
+
+    const auto url = URL::parse("https://example.com/a/b%20c?x=1&y=two%20words").value();
+    EXPECT_EQ(url.pathSegments(), (std::vector<std::string>{"a", "b c"}));
+    EXPECT_EQ(url.queryItems(), (std::vector<URL::QueryItem>{{"x", "1"}, {"y", "two words"}}));
+    EXPECT_EQ(URL::parse("file:///tmp/a%20b.txt")->decodedPath(), "/tmp/a b.txt");
+    for (const char* text : {"http://exa mple.com", "http://a/%zz", "http://a/b c", "ht tp://a",
+                             "http://[::1/", "http://a/\x01"})
+        EXPECT_FALSE(URL::parse(text)) << text;
+}
+
+TEST(URL, EncodesAndDecodesPercentEscapes) {
+    EXPECT_EQ(URL::percentDecode("a%20b%2fc%zz%4"), "a b/c%zz%4");
+    EXPECT_EQ(URL::percentEncode("a b/é"), "a%20b%2F%C3%A9");
+    EXPECT_EQ(URL::encodeQuery({{"name", "São Paulo"}, {"count", "1&2"}}),
+              "name=S%C3%A3o%20Paulo&count=1%262");
+    EXPECT_EQ(URL::fileURL("/tmp/a b#c.txt"), "file:///tmp/a%20b%23c.txt");
 }
