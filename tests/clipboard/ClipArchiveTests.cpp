@@ -177,10 +177,13 @@ TEST(ClipArchive, SideFilesAreWrittenReadAndDeletedByName) {
     TemporaryFolder temporary;
     const ClipArchive archive{temporary.path() / "Clipboard"};
     const UUID id = UUID::random();
+    EXPECT_EQ(archive.totalBytes(), 0u);
     const auto name = archive.writeSideFile(std::string("\0\x01\xff", 3), id, "heic");
     ASSERT_TRUE(name);
     EXPECT_EQ(*name, id.string() + ".heic");
     EXPECT_EQ(archive.readSideFile(*name), std::string("\0\x01\xff", 3));
+    ASSERT_TRUE(archive.writeSideFile(std::string(1021, 'x'), UUID::random(), "png"));
+    EXPECT_EQ(archive.totalBytes(), 1024u);
     EXPECT_FALSE(archive.readSideFile(UUID::random().string() + ".png"));
     EXPECT_FALSE(archive.writeSideFile("x", id, "../png"));
     EXPECT_FALSE(archive.writeSideFile("x", id, "exe"));

@@ -166,7 +166,7 @@ TEST(ClipHistory, AgeLimitKeepsTheBoundaryAndReportsAgeRemovalsFirst) {
     EXPECT_EQ(ageless.items().size(), 1u);
 }
 
-TEST(ClipHistory, TouchPinAndRemove) {
+TEST(ClipHistory, TouchPinRemoveAndClear) {
     const ClipItem a = textItem("a");
     const ClipItem b = textItem("b");
     const ClipItem c = textItem("c");
@@ -181,15 +181,22 @@ TEST(ClipHistory, TouchPinAndRemove) {
     EXPECT_TRUE(history.setPinned(b.id, true));
     EXPECT_TRUE(history.item(b.id)->pinned);
     EXPECT_EQ(texts(history.items()), (Texts{"c", "a", "b"}));
+    EXPECT_EQ(texts(history.ordered()), (Texts{"b", "c", "a"}));
     EXPECT_FALSE(history.setPinned(UUID::random(), true));
 
     EXPECT_EQ(history.remove(a.id), a);
     EXPECT_FALSE(history.remove(a.id));
     EXPECT_FALSE(history.item(a.id));
     EXPECT_FALSE(history.contains(a.contentHash));
+
+    EXPECT_EQ(texts(history.clear(ClipHistory::PinnedItems::keep)), Texts{"c"});
+    EXPECT_EQ(texts(history.items()), Texts{"b"});
+    EXPECT_EQ(texts(history.clear(ClipHistory::PinnedItems::remove)), Texts{"b"});
+    EXPECT_TRUE(history.items().empty());
+    EXPECT_FALSE(history.contains(b.contentHash));
 }
 
-TEST(ClipHistory, SearchRanksByScoreAndFollowsChanges) {
+TEST(ClipHistory, SearchFiltersByKindRanksByScoreAndFollowsChanges) {
     ClipItem link = textItem("https://example.org/report");
     link.kind = ClipKind::link;
     ClipHistory history({textItem("report"), link, textItem("the report"),
@@ -197,9 +204,12 @@ TEST(ClipHistory, SearchRanksByScoreAndFollowsChanges) {
 
     EXPECT_EQ(texts(history.search("")), (Texts{"quarterly report draft", "report",
                                                 "https://example.org/report", "the report", "unrelated"}));
+    EXPECT_EQ(texts(history.search(" \n", ClipKind::link)), Texts{"https://example.org/report"});
     // exact 100; word starts 60 (+5 pinned); "/report" is also a word start.
     EXPECT_EQ(texts(history.search("  REPORT ")),
               (Texts{"report", "quarterly report draft", "https://example.org/report", "the report"}));
+    EXPECT_EQ(texts(history.search("report", ClipKind::text)),
+              (Texts{"report", "quarterly report draft", "the report"}));
     EXPECT_TRUE(history.search("nothing matches this").empty());
 
     // The search keeps prepared data per item; it must follow changes to the history.

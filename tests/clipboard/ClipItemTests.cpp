@@ -1,6 +1,7 @@
 // The history's records as they are stored on disk.
 
 #include "BrindKit/clipboard/ClipItem.hpp"
+#include "BrindKit/clipboard/ClipSettings.hpp"
 
 #include <cstdint>
 #include <gtest/gtest.h>
@@ -173,19 +174,58 @@ TEST(ClipItem, PlainTextIsWhatGetsPasted) {
 }
 
 // The raw values are stored in the index on disk: renaming one would drop every stored clip of that kind.
+// The raw values are stored in the index on disk: renaming one would drop every stored clip of that kind.
 TEST(ClipKind, RawValuesAreTheStoredNamesInCaseOrder) {
     const char* names[] = {"text", "richText", "link", "image", "file", "colour"};
     ASSERT_EQ(allClipKinds.size(), std::size(names));
+    std::set<std::string_view> titles;
     std::set<std::string_view> symbols;
     for (std::size_t index = 0; index < allClipKinds.size(); ++index) {
         const ClipKind kind = allClipKinds[index];
         EXPECT_EQ(static_cast<std::size_t>(kind), index);
         EXPECT_EQ(name(kind), names[index]);
         EXPECT_EQ(clipKindNamed(names[index]), kind);
+        titles.insert(title(kind));
         symbols.insert(symbol(kind));
     }
-    // Each kind has its own icon in the list.
+    // Each kind is told apart in filters and lists.
+    EXPECT_EQ(titles.size(), allClipKinds.size());
     EXPECT_EQ(symbols.size(), allClipKinds.size());
     for (const char* unknown : {"Text", "text ", "color", ""})
         EXPECT_FALSE(clipKindNamed(unknown)) << unknown;
+}
+
+TEST(ClipSettings, JSONRoundTripsEveryField) {
+    ClipSettings custom;
+    custom.enabled = false;
+    custom.maxItems = 50;
+    custom.maxDays = 0;
+    custom.captureImages = false;
+    custom.captureFiles = false;
+    custom.captureRichText = false;
+    custom.maxImageBytes = 1024;
+    custom.excludedBundleIDs = {"org.example.vault", "com.example.notes"};
+    custom.hotkeyEnabled = false;
+    custom.pasteDirectly = false;
+    custom.pausedUntil = Date{1700000000.5};
+    EXPECT_EQ(ClipSettings::fromJSON(custom.toJSON()), custom);
+    EXPECT_FALSE(ClipSettings{}.toJSON().contains("pausedUntil"));
+}
+
+TEST(ClipSettings, MissingOrMistypedValuesTakeTheDefaults) {
+    EXPECT_EQ(ClipSettings::fromJSON(JSON::object()), ClipSettings{});
+    EXPECT_EQ(ClipSettings::fromJSON(JSON("garbage")), ClipSettings{});
+
+    ClipSettings custom;
+    custom.maxDays = 0;
+    custom.excludedBundleIDs = {"org.example.vault"};
+    JSON mistyped = custom.toJSON();
+    mistyped["maxItems"] = "many";
+    mistyped["enabled"] = 0;
+    mistyped["pausedUntil"] = "tomorrow";
+    // Past the signed range: read as it is, it would wrap to a negative limit.
+    mistyped["maxImageBytes"] = std::numeric_limits<std::uint64_t>::max();
+    // A stray non-string keeps the list's strings: dropping the list would record excluded applications.
+    mistyped["excludedBundleIDs"] = JSON::array({"org.example.vault", 7});
+    EXPECT_EQ(ClipSettings::fromJSON(mistyped), custom);
 }

@@ -33,6 +33,16 @@ TEST(RGBA, ParsesShortAndLongHexFormsAndRefusesOthers) {
         EXPECT_FALSE(RGBA::fromHex(text)) << text;
 }
 
+TEST(RGBA, LuminanceFollowsWCAGAndPicksTextColour) {
+    EXPECT_NEAR((RGBA{1, 0, 0, 1}).luminance(), 0.2126, 1e-12);
+    // 0.03928 sits on the linear side of the WCAG curve.
+    EXPECT_NEAR((RGBA{0.03928, 0.03928, 0.03928, 0.2}).luminance(), 0.03928 / 12.92, 1e-12);
+    EXPECT_NEAR((RGBA{0.5, 0.5, 0.5, 1}).luminance(), 0.2140411, 1e-6);
+
+    EXPECT_EQ(RGBA::white.contrastingText(), (RGBA{0, 0, 0, 0.75}));
+    EXPECT_EQ((RGBA{0.5, 0.5, 0.5, 1}).contrastingText(), (RGBA{1, 1, 1, 0.9}));
+}
+
 TEST(RGBA, DecodesStringsAndObjectsAndEncodesHex) {
     EXPECT_EQ(RGBA::fromJSON(JSON("#FF0000")), (RGBA{1, 0, 0, 1}));
     EXPECT_EQ(RGBA::fromJSON(JSON{{"r", 0.1}, {"g", 0.2}, {"b", 0.3}}), (RGBA{0.1, 0.2, 0.3, 1}));

@@ -40,9 +40,20 @@ std::string dataFile(const std::string& name) {
 
 } // namespace
 
-TEST(ShelfEntry, DerivesAFileURLForFilesOnly) {
+TEST(ShelfEntry, DerivesFileURLAndLowerCasedExtension) {
     EXPECT_EQ(file("/home/ana/Report Q1.PDF").fileURL(), "file:///home/ana/Report%20Q1.PDF");
     EXPECT_EQ(textEntry("hi").fileURL(), std::nullopt);
+
+    const std::vector<std::pair<std::string, std::string>> extensions = {
+        {"/tmp/Report.PDF", "pdf"}, {"/tmp/archive.tar.gz", "gz"}, {"/tmp/.profile", ""},
+        {"/tmp/Makefile", ""},      {"/tmp/dir.d/notes", ""},      {"/tmp/Ünïcode.ÄÖ", "äö"},
+    };
+    for (const auto& [path, extension] : extensions)
+        EXPECT_EQ(file(path).fileExtension(), extension) << path;
+
+    auto link = textEntry("https://example.com/a.pdf", Kind::link);
+    link.path = "/tmp/a.pdf";
+    EXPECT_EQ(link.fileExtension(), "") << "only file entries have an extension";
 }
 
 TEST(ShelfEntry, TitlesTextByItsFirstNonBlankLine) {
@@ -125,6 +136,23 @@ TEST(ShelfEntry, ReadsLenientlyButInsistsOnIdentityKindAndDate) {
         EXPECT_FALSE(ShelfEntry::fromJSON(broken)) << key << " = " << bad.dump();
     }
     EXPECT_FALSE(ShelfEntry::fromJSON(JSON::array()));
+}
+
+TEST(ShelfExpiry, NextSweepIsTheEarliestUnpinnedExpiry) {
+    const std::vector<ShelfEntry> entries = {file("/e", Date{5 * hour}), file("/e", Date{1 * hour}, true),
+                                             file("/e", Date{3 * hour})};
+    EXPECT_EQ(ShelfExpiry::next(entries, 2), Date{5 * hour});
+    EXPECT_EQ(ShelfExpiry::next(entries, 0), std::nullopt);
+    EXPECT_EQ(ShelfExpiry::next({file("/e", Date{hour}, true)}, 2), std::nullopt);
+    EXPECT_EQ(ShelfExpiry::next({}, 2), std::nullopt);
+}
+
+TEST(ShelfExpiry, BadgeShowsCountsUpTo99) {
+    const std::vector<std::pair<int, std::optional<std::string>>> cases = {
+        {-3, std::nullopt}, {0, std::nullopt}, {1, "1"}, {42, "42"}, {99, "99"}, {100, "99+"}, {12345, "99+"},
+    };
+    for (const auto& [count, badge] : cases)
+        EXPECT_EQ(ShelfExpiry::badge(count), badge) << count;
 }
 
 TEST(ShelfLibrary, InsertsNewContentAtTheFrontAndSkipsDuplicates) {
