@@ -62,10 +62,8 @@ TEST(NetworkPeekMachine, ReportsChangesBetweenObservations) {
         {"wifi and internet lost", wifi("Home"), noLink, {P::wifiLost()}},
         {"wifi lost to cable", wifi("Home"), wired(), {P::wifiLost()}},
         {"wifi, vpn and internet lost", withVPN(wifi("Home")), noLink, {P::wifiLost(), P::vpnDown()}},
-        {"vpn up", wifi("Home"), withVPN(wifi("Home")), {P::vpnUp()}},
         {"vpn down", withVPN(wired()), wired(), {P::vpnDown()}},
         {"internet lost on wifi", wifi("Home"), wifi("Home", false), {P::noInternet()}},
-        {"internet back on cable", linkOnly, wired(), {P::backOnline()}},
         // Online again after no link at all: the join says it, not "Back online".
         {"online from no link by cable", noLink, wired(), {}},
         {"online from no link by wifi", noLink, wifi("Home"), {P::wifiJoined("Home")}},
@@ -122,8 +120,6 @@ TEST(NetworkPeekPreferences, KindsAreOnAndNamesOffUnlessSet) {
                                                      {"activities.network.vpn", true},
                                                      {"activities.network.ssid", true}}));
     EXPECT_EQ(preferences.enabled, (std::set<Kind>{Kind::vpn, Kind::hotspot}));
-    EXPECT_EQ(preferences.presented(NetworkPeek::wifiJoined("Home")).title(), "Joined Home");
-    EXPECT_EQ(preferences.presented(NetworkPeek::hotspotJoined("Phone")).title(), "Hotspot \u00B7 Phone");
     EXPECT_EQ(NetworkPeekPreferences::read(from({{"activities.network.hotspot", false}})).enabled,
               (std::set<Kind>{Kind::wifi, Kind::vpn, Kind::internet}));
 }
@@ -204,7 +200,6 @@ TEST(VPNDetector, TypedInterfacesCountByTheirKindAndUntypedOnesByName) {
     };
     const std::vector<Case> cases = {
         // Tunnels whose names no prefix knows.
-        {{{"tailscale0", tun}}, true},
         {{{"proton0", wireguard}}, true},
         {{{"ppp0", ppp}}, true},
         {{{"xfrm-vpn", ipsec}}, true},
@@ -297,7 +292,6 @@ TEST(BatteryEstimate, PluggedInSubtitleJoinsWhatIsKnown) {
         {67, std::nullopt, 100, "67 W adapter \u00B7 Fully charged"},
         {std::nullopt, std::nullopt, 80, "Charging"},
         {96.7, 95, 40, "96 W adapter \u00B7 1 h 35 min to full"},
-        {std::nullopt, 45, 90, "45 min to full"},
         {30, std::nullopt, 80, "30 W adapter"},
         {0.5, 0, 80, "Charging"},
         {1, 120, 100, "1 W adapter \u00B7 2 h to full"},
