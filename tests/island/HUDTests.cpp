@@ -49,12 +49,16 @@ TEST(HUDKeyRules, ModifiersChooseTheGridOrLeaveTheKeyToTheDesktop) {
         {{.shift = true}, Grid::coarse},
         {{.shift = true, .command = true}, std::nullopt},
         {{.shift = true, .option = true, .command = true}, std::nullopt},
+        {{.option = true}, std::nullopt},
         {{.command = true}, std::nullopt},
+        {{.control = true}, std::nullopt},
         {{.shift = true, .option = true, .control = true}, std::nullopt},
     };
     for (const auto& [modifiers, expected] : cases)
         EXPECT_EQ(grid(modifiers), expected)
             << modifiers.shift << modifiers.option << modifiers.command << modifiers.control;
+    EXPECT_EQ(decide(HUDKey::soundUp, KeyState::down, {.option = true}, everythingThere).action,
+              Action::pass);
 }
 
 TEST(HUDKeyRules, EachFamilyNeedsItsSwitchAndItsDevice) {
