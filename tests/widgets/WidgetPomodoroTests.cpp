@@ -193,12 +193,8 @@ TEST(WidgetPomodoroActivity, ShowsThePhaseCountdownAndSessions) {
     EXPECT_EQ(PomodoroActivity::subtitle(1), "1 focus session today");
 }
 
-TEST(WidgetPomodoroActivity, ToggleLabelFollowsTheTimersState) {
+TEST(WidgetPomodoroActivity, ToggleLabelOffersTheLongBreakNotBegun) {
     auto pomodoro = WidgetPomodoro::make({});
-    EXPECT_EQ(PomodoroActivity::toggleLabel(pomodoro), "Start focus");
-    pomodoro.start(Date{0});
-    EXPECT_EQ(PomodoroActivity::toggleLabel(pomodoro), "Pause");
-    pomodoro.pause(Date{60});
     pomodoro.phase = Phase::longBreak;
     pomodoro.pausedRemaining = pomodoro.config.longBreak;
     EXPECT_EQ(PomodoroActivity::activity(pomodoro, Date{61}).actions.front().label, "Start long break");
