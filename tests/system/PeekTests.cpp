@@ -117,8 +117,7 @@ TEST(NetworkPeekPreferences, KindsAreOnAndNamesOffUnlessSet) {
 
     preferences = NetworkPeekPreferences::read(from({{"activities.network.wifi", false},
                                                      {"activities.network.internet", false},
-                                                     {"activities.network.vpn", true},
-                                                     {"activities.network.ssid", true}}));
+                                                     {"activities.network.vpn", true}}));
     EXPECT_EQ(preferences.enabled, (std::set<Kind>{Kind::vpn, Kind::hotspot}));
     EXPECT_EQ(NetworkPeekPreferences::read(from({{"activities.network.hotspot", false}})).enabled,
               (std::set<Kind>{Kind::wifi, Kind::vpn, Kind::internet}));
@@ -172,9 +171,9 @@ TEST(NetworkPeekDelivery, AShortDropLeavesNoTraceAndOnlyTheLatestCheckCounts) {
     EXPECT_FALSE(delivery.hasPendingCheck());
 }
 
-// One activity per kind, so a newer peek of a kind replaces the older one: their ids and titles are
-// read from the island's console in the provider tests, titles with and without the network's name
-// in the preferences test above.
+// One activity per kind, so a newer peek of a kind replaces the older one: their ids, source and
+// titles are read from the island's console in the provider tests, titles without the network's
+// name in the preferences test above.
 TEST(NetworkPeekDelivery, EachPeekBecomesAShortLivedActivityAndLostConnectionsWarn) {
     const std::vector<std::tuple<NetworkPeek, bool, double>> cases = {
         {P::wifiJoined("Home"), false, 3.5}, {P::hotspotJoined(std::nullopt), false, 3.5},
@@ -186,7 +185,6 @@ TEST(NetworkPeekDelivery, EachPeekBecomesAShortLivedActivityAndLostConnectionsWa
         const LiveActivity activity = NetworkPeekDelivery::activity(peek, later);
         SCOPED_TRACE(activity.title);
         EXPECT_EQ(peek.isWarning(), warning);
-        EXPECT_EQ(activity.source, "network");
         EXPECT_EQ(activity.postedAt, later);
         EXPECT_EQ(activity.expiresAt, later + lifetime);
     }
