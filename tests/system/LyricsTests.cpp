@@ -172,7 +172,6 @@ TEST(LyricWing, ShowsTheCurrentLineAndWhenToLookAgain) {
 namespace fs = std::filesystem;
 
 TEST(LyricsStore, CacheKeyKeepsOnlyLowerCasedLettersAndDigitsUpTo120) {
-    EXPECT_EQ(LyricsStore::cacheKey("Daft Punk", "One More Time"), "daft_punk_one_more_time");
     EXPECT_EQ(LyricsStore::cacheKey("../..", "etc"), "______etc");
     EXPECT_EQ(LyricsStore::cacheKey("Sigur R\u00F3s", "Hopp\u00EDpolla"), "sigur_r\u00F3s_hopp\u00EDpolla");
     // Each scalar is judged alone: the combining accent of a decomposed é is not a letter.
