@@ -60,12 +60,25 @@ std::optional<brind::ShelfEntry> ShelfStore::remove(const brind::UUID& id) {
         return std::nullopt;
     brind::ShelfEntry removed = std::move(*found);
     entries.erase(found);
-    if (removed.owned && removed.path && isInsideFolder(*removed.path)) {
-        std::error_code ignored;
-        std::filesystem::remove(*removed.path, ignored);
-    }
+    deleteOwnedFile(removed);
     changed();
     return removed;
+}
+
+std::vector<brind::ShelfEntry> ShelfStore::expire(double hours, brind::Date now) {
+    auto expired = library_.expire(hours, now);
+    for (const auto& entry : expired)
+        deleteOwnedFile(entry);
+    if (!expired.empty())
+        changed();
+    return expired;
+}
+
+void ShelfStore::deleteOwnedFile(const brind::ShelfEntry& entry) const {
+    if (entry.owned && entry.path && isInsideFolder(*entry.path)) {
+        std::error_code ignored;
+        std::filesystem::remove(*entry.path, ignored);
+    }
 }
 
 std::optional<std::string> ShelfStore::openURL(const brind::UUID& id) const {

@@ -36,6 +36,11 @@ public:
     /// put on the shelf is never touched.
     std::optional<brind::ShelfEntry> remove(const brind::UUID& id);
 
+    /// Takes off the shelf every unpinned entry added more than `hours` before `now` (none when
+    /// `hours` is 0 or less), deleting the files the shelf made itself as `remove` does, and saves
+    /// when one went; the entries removed.
+    std::vector<brind::ShelfEntry> expire(double hours, brind::Date now);
+
     /// What opening the entry shows: the file's "file://" URL, or a link's URL; nothing for a text
     /// snippet, which has nothing to open, or when no entry has that id.
     std::optional<std::string> openURL(const brind::UUID& id) const;
@@ -49,6 +54,8 @@ public:
 private:
     void changed();
     void save();
+    /// Deletes the file of an entry leaving the shelf when the shelf made it, inside its own folder.
+    void deleteOwnedFile(const brind::ShelfEntry& entry) const;
     bool isInsideFolder(const std::string& path) const;
 
     std::filesystem::path folder;

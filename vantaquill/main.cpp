@@ -12,6 +12,7 @@
 #include "vantaquill/HeadlessDisplay.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/SDKService.hpp"
+#include "vantaquill/ShelfAutoClear.hpp"
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/instance/SingleInstance.hpp"
 #include "vantaquill/panel/PanelHost.hpp"
@@ -478,6 +479,19 @@ int main(int argc, char** argv) {
 
     vq::ShelfStore shelf(dataFolder);
     vq::ShelfSection* shelfSection = nullptr;
+    vq::ShelfAutoClear shelfAutoClear(shelf, scheduler);
+    shelf.onChange = [&] {
+        shelfAutoClear.shelfChanged();
+        if (shelfSection)
+            shelfSection->refresh();
+    };
+    shelfAutoClear.onCleared = [&](const std::vector<brind::ShelfEntry>& cleared) {
+        for (const auto& entry : cleared)
+            display.line("shelf cleared " + vq::HeadlessDisplay::field("title", entry.title));
+    };
+    const auto followShelfAutoClear = [&] { shelfAutoClear.setHours(preferences.number("shelf.autoClearHours")); };
+    followShelfAutoClear();
+    preferences.onChange(followShelfAutoClear);
     // Files, texts and links dragged onto an island land on the shelf, as `vantaquill shelf add` does;
     // the island opens on the shelf when they come near the notch or are shaken over the island.
     if (islands) {
@@ -653,7 +667,6 @@ int main(int argc, char** argv) {
             return islands && islands->startDrag(flavours, std::move(finished));
         };
         panel->panel().addSection(shelfSection);
-        shelf.onChange = [section = shelfSection] { section->refresh(); };
         auto* clipboardSection = new vq::ClipboardSection(clipboard, center, writeClipboard);
         panel->panel().addSection(clipboardSection);
         clipboard.onChange = [clipboardSection] { clipboardSection->refresh(); };

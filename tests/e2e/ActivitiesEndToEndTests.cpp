@@ -1,3 +1,6 @@
+#include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/foundation/Date.hpp"
+#include "BrindKit/foundation/UUID.hpp"
 #include "tests/e2e/E2EFixture.hpp"
 
 #include <algorithm>
@@ -12,6 +15,22 @@ using namespace vq::e2e;
 namespace {
 
 class Activities : public IslandTest {};
+
+// A shelf left from an earlier run, with "shelf.autoClearHours" at one hour.
+class ShelfAutoClearing : public IslandTest {
+  protected:
+    std::vector<std::string> preferences() const override { return {"shelf.autoClearHours=1"}; }
+    std::vector<std::pair<std::string, std::string>> dataFiles() const override {
+        const auto at = [](double hoursAgo) { return (brind::Date::now() - hoursAgo * 3600).iso8601(); };
+        const auto note = [&](const std::string& text, double hoursAgo, bool pinned) {
+            return R"({"id": ")" + brind::UUID::random().string() + R"(", "kind": "text", "text": ")" + text +
+                   R"(", "title": ")" + text + R"(", "addedAt": ")" + at(hoursAgo) + R"(", "pinned": )" +
+                   (pinned ? "true" : "false") + "}";
+        };
+        return {{"shelf.json", R"({"version": 1, "entries": [)" + note("fresh", 0.5, false) + ", " +
+                                   note("stale", 3, false) + ", " + note("kept", 3, true) + "]}"}};
+    }
+};
 class Guard : public IslandTest {};
 
 // The test's home has none of the desktop's services, which the providers say once each (the lines
@@ -73,6 +92,20 @@ TEST_F(Activities, HUDFlashesAndClears) {
     EXPECT_NE(shown->find("label=\"Headphones\""), std::string::npos);
     EXPECT_TRUE(island->waitForLine("island state=peek"));
     EXPECT_TRUE(island->waitForLine("hud cleared", std::chrono::seconds(5)));
+}
+
+// Entries older than the setting leave the shelf at start, pinned ones stay, and the file says so.
+TEST_F(ShelfAutoClearing, StaleUnpinnedEntriesLeaveTheShelfAtStart) {
+    // Swept before the island listens, and saved before it is said.
+    const auto lines = island->lines();
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "shelf cleared title=\"stale\""), 1)
+        << ::testing::PrintToString(lines);
+    const auto saved = brind::AtomicFile::read(dataFolder() / "shelf.json").value_or("");
+    EXPECT_EQ(saved.find("stale"), std::string::npos) << saved;
+    EXPECT_NE(saved.find("fresh"), std::string::npos) << saved;
+    EXPECT_NE(saved.find("kept"), std::string::npos) << saved;
+    island->stop();
+    EXPECT_EQ(island->errors().find("shelf"), std::string::npos) << island->errors();
 }
 
 TEST_F(Activities, ShelfTakesExistingAbsoluteFiles) {

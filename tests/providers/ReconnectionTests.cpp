@@ -35,12 +35,16 @@ TEST(ServiceSockets, FindTheSocketWhereTheClientLibrariesLookAndNothingForAServe
     } rows[] = {
         {{{"XDG_RUNTIME_DIR", "/run/user/7"}}, {"/run/user/7/pulse/native", "/run/user/7/pipewire-0"}},
         {{}, {std::nullopt, std::nullopt}},
-        {{{"XDG_RUNTIME_DIR", "/run/user/7"}, {"PULSE_SERVER", "unix:/tmp/pulse.sock"}, {"PIPEWIRE_REMOTE", "/tmp/pw"}},
+        {{{"XDG_RUNTIME_DIR", "/run/user/7"},
+          {"PULSE_SERVER", "unix:/tmp/pulse.sock"},
+          {"PIPEWIRE_REMOTE", "/tmp/pw"}},
          {"/tmp/pulse.sock", "/tmp/pw"}},
         {{{"XDG_RUNTIME_DIR", "/run/user/7"}, {"PULSE_SERVER", "tcp:mixer.local:4713"}},
          {std::nullopt, "/run/user/7/pipewire-0"}},
-        {{{"XDG_RUNTIME_DIR", "/run/user/7"}, {"PULSE_RUNTIME_PATH", "/tmp/pa"},
-          {"PIPEWIRE_RUNTIME_DIR", "/tmp/pwr"}, {"PIPEWIRE_REMOTE", "pipewire-1"}},
+        {{{"XDG_RUNTIME_DIR", "/run/user/7"},
+          {"PULSE_RUNTIME_PATH", "/tmp/pa"},
+          {"PIPEWIRE_RUNTIME_DIR", "/tmp/pwr"},
+          {"PIPEWIRE_REMOTE", "pipewire-1"}},
          {"/tmp/pa/native", "/tmp/pwr/pipewire-1"}},
         {{{"XDG_RUNTIME_DIR", "/run/user/7"}, {"PULSE_CLIENTCONFIG", config.string()}},
          {"/srv/sound/native", "/run/user/7/pipewire-0"}},
@@ -76,18 +80,22 @@ TEST(Reconnection, AMissingSoundServerIsWaitedForWithoutATimerAndFollowedOnceItS
     VolumeWatcher watcher(
         scheduler,
         [](std::function<void()> function) {
-            QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(function), Qt::QueuedConnection);
+            QMetaObject::invokeMethod(QCoreApplication::instance(), std::move(function),
+                                      Qt::QueuedConnection);
         },
         [&](const std::string& line) { said.push_back(line); }, [] { return false; });
     const auto saidThat = [&](const std::string& text) {
-        return eventually([&] {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-            // A server met between making its socket and listening on it is asked again by the timer.
-            if (scheduler.pendingCount() > 0)
-                scheduler.advance(Reconnection::longestDelay);
-            return std::any_of(said.begin(), said.end(),
-                               [&](const std::string& line) { return line.find(text) != std::string::npos; });
-        }, 20ms);
+        return eventually(
+            [&] {
+                QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+                // A server met between making its socket and listening on it is asked again by the timer.
+                if (scheduler.pendingCount() > 0)
+                    scheduler.advance(Reconnection::longestDelay);
+                return std::any_of(said.begin(), said.end(), [&](const std::string& line) {
+                    return line.find(text) != std::string::npos;
+                });
+            },
+            20ms);
     };
 
     watcher.start(center);

@@ -12,8 +12,8 @@ namespace vq {
 
 /// Asking a desktop service again after it went away or never answered. When the service's socket
 /// is known and missing (no sound server was ever started in this session, say), nothing is polled:
-/// the folders on the socket's way are watched, one at a time, and the service is asked again the moment the socket
-/// appears, so an island without the service sits without a single wake-up. Otherwise, or when the
+/// the folders on the socket's way are watched, one at a time, and the service is asked again the moment the
+/// socket appears, so an island without the service sits without a single wake-up. Otherwise, or when the
 /// socket is there but the service does not answer yet: `firstDelay` after the first failure, twice
 /// as long after each further one up to `longestDelay`, and back to the start once it answers. One
 /// wait at a time; dropping the reconnection cancels it.
