@@ -1,6 +1,7 @@
 #include "BrindKit/clipboard/ClipIndex.hpp"
 
 #include "BrindKit/foundation/JSON.hpp"
+#include "BrindKit/foundation/SimdJSONRead.hpp"
 #include "BrindKit/foundation/Text.hpp"
 
 #include <array>
@@ -112,6 +113,7 @@ void appendItem(std::string& out, const ClipItem& item) {
 // in one place.
 
 using simdjson::dom::element;
+using SimdJSONRead::assign;
 using simdjson::dom::element_type;
 
 enum class Field : std::size_t {
@@ -143,14 +145,6 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(Field::count)> f
 
 using FieldSet = std::bitset<static_cast<std::size_t>(Field::count)>;
 
-std::optional<Field> fieldNamed(std::string_view key) {
-    for (std::size_t index = 0; index < fieldNames.size(); ++index) {
-        if (fieldNames[index] == key)
-            return static_cast<Field>(index);
-    }
-    return std::nullopt;
-}
-
 FieldSet requiredFields() {
     FieldSet required;
     for (const Field field : {Field::byteSize, Field::contentHash, Field::created, Field::fileURLs, Field::id,
@@ -160,10 +154,8 @@ FieldSet requiredFields() {
 }
 
 std::optional<std::string> stringValue(element value) {
-    std::string_view text;
-    if (value.get_string().get(text))
-        return std::nullopt;
-    return std::string(text);
+    const auto text = SimdJSONRead::text(value);
+    return text ? std::optional(std::string(*text)) : std::nullopt;
 }
 
 std::optional<std::int64_t> integerValue(element value) {
@@ -176,21 +168,6 @@ std::optional<double> numberValue(element value) {
     if (value.type() != element_type::INT64 && value.type() != element_type::DOUBLE)
         return std::nullopt;
     return value.get_double().value_unsafe();
-}
-
-// Each `assign` sets a field from its value and says whether the value had the type the writer
-// gives that field.
-template <typename Value>
-bool assign(Value& target, std::optional<Value> value) {
-    if (value)
-        target = std::move(*value);
-    return value.has_value();
-}
-
-template <typename Value>
-bool assign(std::optional<Value>& target, std::optional<Value> value) {
-    target = std::move(value);
-    return target.has_value();
 }
 
 bool assignFileURLs(std::vector<std::string>& target, element value) {
@@ -224,11 +201,6 @@ std::optional<Date> dateValue(element value) {
     return seconds ? std::optional(Date{*seconds}) : std::nullopt;
 }
 
-std::optional<bool> booleanValue(element value) {
-    bool flag = false;
-    return value.get_bool().get(flag) ? std::nullopt : std::optional(flag);
-}
-
 bool take(ClipItem& item, Field field, element value) {
     switch (field) {
     case Field::byteSize:
@@ -254,7 +226,7 @@ bool take(ClipItem& item, Field field, element value) {
     case Field::lastUsed:
         return assign(item.lastUsed, dateValue(value));
     case Field::pinned:
-        return assign(item.pinned, booleanValue(value));
+        return assign(item.pinned, SimdJSONRead::boolean(value));
     case Field::rtfFile:
         return assign(item.rtfFile, stringValue(value));
     case Field::sourceAppName:
@@ -280,7 +252,7 @@ std::optional<ClipItem> decodeWrittenShape(element record) {
     ClipItem item;
     FieldSet seen;
     for (const simdjson::dom::key_value_pair member : object) {
-        const auto field = fieldNamed(member.key);
+        const auto field = SimdJSONRead::fieldNamed<Field>(fieldNames, member.key);
         if (!field || seen.test(static_cast<std::size_t>(*field)) || !take(item, *field, member.value))
             return std::nullopt;
         seen.set(static_cast<std::size_t>(*field));

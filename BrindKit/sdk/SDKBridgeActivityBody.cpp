@@ -1,6 +1,7 @@
 #include "BrindKit/sdk/SDKBridgeActivityBody.hpp"
 
 #include "BrindKit/foundation/ASCII.hpp"
+#include "BrindKit/foundation/SimdJSONRead.hpp"
 #include "BrindKit/foundation/UnitInterval.hpp"
 #include "BrindKit/sdk/SDKBridge.hpp"
 #include "BrindKit/sdk/SDKBridgeRoute.hpp"
@@ -51,6 +52,7 @@ Result readTree(JSON& activity, std::string_view appID, Date now) {
 // target compare the two).
 
 using simdjson::dom::element;
+using SimdJSONRead::assign;
 using simdjson::dom::element_type;
 
 enum class Field : std::size_t {
@@ -74,21 +76,6 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(Field::count)> f
     "tint", "expiresIn", "expiresAt", "alert",    "dismissible", "tapAction",
 };
 
-std::optional<Field> fieldNamed(std::string_view key) {
-    for (std::size_t index = 0; index < fieldNames.size(); ++index) {
-        if (fieldNames[index] == key)
-            return static_cast<Field>(index);
-    }
-    return std::nullopt;
-}
-
-std::optional<std::string_view> stringValue(element value) {
-    std::string_view text;
-    if (value.get_string().get(text))
-        return std::nullopt;
-    return text;
-}
-
 // Any JSON number, as the tree reads it into a double. A negative zero is left to the tree, which
 // reads "-0" as the integer 0 where simdjson may give -0.0.
 std::optional<double> numberValue(element value) {
@@ -101,16 +88,10 @@ std::optional<double> numberValue(element value) {
     return number;
 }
 
-std::optional<bool> booleanValue(element value) {
-    bool flag = false;
-    if (value.get_bool().get(flag))
-        return std::nullopt;
-    return flag;
-}
 
 // A name, or a raw value that fits 64 signed bits; an unknown one is normal, as in the tree.
 std::optional<ActivityPriority> priorityValue(element value) {
-    if (const auto name = stringValue(value))
+    if (const auto name = SimdJSONRead::text(value))
         return activityPriorityNamed(*name).value_or(ActivityPriority::normal);
     if (value.type() == element_type::INT64)
         return activityPriorityWithRawValue(value.get_int64().value_unsafe()).value_or(ActivityPriority::normal);
@@ -125,28 +106,15 @@ struct CommonShape {
     std::optional<double> expiresAt;
 };
 
-template <typename Value>
-bool assign(Value& target, std::optional<Value> value) {
-    if (value)
-        target = std::move(*value);
-    return value.has_value();
-}
-
-template <typename Value>
-bool assign(std::optional<Value>& target, std::optional<Value> value) {
-    target = std::move(value);
-    return target.has_value();
-}
-
 bool assignString(std::string& target, element value) {
-    const auto text = stringValue(value);
+    const auto text = SimdJSONRead::text(value);
     if (text)
         target.assign(*text);
     return text.has_value();
 }
 
 bool assignString(std::optional<std::string>& target, element value) {
-    const auto text = stringValue(value);
+    const auto text = SimdJSONRead::text(value);
     if (text)
         target.emplace(*text);
     return text.has_value();
@@ -156,7 +124,7 @@ bool assignString(std::optional<std::string>& target, element value) {
 bool take(LiveActivity& activity, CommonShape& shape, Field field, element value) {
     switch (field) {
     case Field::id: {
-        const auto text = stringValue(value);
+        const auto text = SimdJSONRead::text(value);
         if (!text || !isValidLocalID(*text))
             return false;
         shape.localID = *text;
@@ -175,9 +143,9 @@ bool take(LiveActivity& activity, CommonShape& shape, Field field, element value
     case Field::priority:
         return assign(activity.priority, priorityValue(value));
     case Field::symbol:
-        return assign(shape.symbol, stringValue(value));
+        return assign(shape.symbol, SimdJSONRead::text(value));
     case Field::tint: {
-        const auto text = stringValue(value);
+        const auto text = SimdJSONRead::text(value);
         return text && assign(activity.tint, RGBA::fromHex(*text));
     }
     case Field::expiresIn:
@@ -185,9 +153,9 @@ bool take(LiveActivity& activity, CommonShape& shape, Field field, element value
     case Field::expiresAt:
         return assign(shape.expiresAt, numberValue(value));
     case Field::alert:
-        return assign(activity.alert, booleanValue(value));
+        return assign(activity.alert, SimdJSONRead::boolean(value));
     case Field::dismissible:
-        return assign(activity.dismissible, booleanValue(value));
+        return assign(activity.dismissible, SimdJSONRead::boolean(value));
     case Field::tapAction:
         return assignString(activity.tapAction, value);
     case Field::count:
@@ -230,7 +198,7 @@ std::optional<LiveActivity> readCommonShape(std::string_view body, std::string_v
     CommonShape shape;
     Fields seen;
     for (const simdjson::dom::key_value_pair member : object) {
-        const auto field = fieldNamed(member.key);
+        const auto field = SimdJSONRead::fieldNamed<Field>(fieldNames, member.key);
         if (!field || seen.test(static_cast<std::size_t>(*field)) || !take(activity, shape, *field, member.value))
             return std::nullopt;
         seen.set(static_cast<std::size_t>(*field));
