@@ -1,7 +1,9 @@
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/SDKService.hpp"
 
+#include <chrono>
 #include <gtest/gtest.h>
+#include <string>
 
 using namespace vq;
 
@@ -60,4 +62,34 @@ TEST(SDKService, HandsABurstOfActivityChangesToTheMainThreadAtOnceAndInOrder) {
     mainThread.back()();
     ASSERT_EQ(center.activities().size(), 1u);
     EXPECT_EQ(lines.back(), "activity ended id=sdk.a.late");
+
+    // With a timer, a change right after a wake waits for the end of the spacing instead of waking the
+    // main thread again; a HUD flash that comes meanwhile brings the waiting change with it, first.
+    std::vector<std::chrono::steady_clock::duration> delays;
+    std::vector<std::function<void()>> timed;
+    service.setWakeTimer([&](std::chrono::steady_clock::duration delay, std::function<void()> work) {
+        delays.push_back(delay);
+        timed.push_back(std::move(work));
+    });
+    // Each round wakes at once and then queues within the spacing, unless the machine stalled this
+    // thread past it in between; a few rounds make that stall irrelevant.
+    for (int round = 0; round < 5 && delays.empty(); ++round) {
+        service.showActivity(activity("sdk.c.first", "First"));
+        sdkThread.back()();
+        mainThread.back()();
+        service.showActivity(activity("sdk.c.second", "Second " + std::to_string(round)));
+    }
+    ASSERT_EQ(delays.size(), 1u);
+    EXPECT_GT(delays.front(), std::chrono::steady_clock::duration::zero());
+    EXPECT_LE(delays.front(), SDKService::wakeSpacing);
+    const auto wakes = mainThread.size();
+    service.showHUD(brind::HUDEvent{});
+    ASSERT_EQ(mainThread.size(), wakes + 1);
+    mainThread.back()();
+    EXPECT_NE(center.queue().activity("sdk.c.second"), nullptr);
+    EXPECT_TRUE(center.hud().has_value());
+    timed.front()();
+    ASSERT_EQ(mainThread.size(), wakes + 2);
+    mainThread.back()(); // the spaced wake finds the change applied already
+    EXPECT_EQ(center.activities().size(), 3u);
 }
