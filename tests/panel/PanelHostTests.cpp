@@ -31,6 +31,7 @@ class SampleSection final : public PanelSection {
         column->addWidget(scroll);
     }
     QString title() const override { return name; }
+    QString badge() const override { return count; }
     bool needsUser() const override { return waiting; }
     int contentHeight(int) const override { return wanted; }
     void setWanted(int height) {
@@ -43,6 +44,7 @@ class SampleSection final : public PanelSection {
     }
 
     QString name;
+    QString count;
     QLineEdit* field;
     QPushButton* button;
     QScrollArea* scroll;
@@ -104,6 +106,10 @@ TEST_F(PanelHostTest, PointerAndWheelReachTheWidgetUnderThemAndTheSectionButtons
     ASSERT_NE(secondTab, tabs.end());
     click(centreOf(*secondTab));
     EXPECT_EQ(host.panel().current(), second);
+    // A section's count follows its name on its button.
+    second->count = "3";
+    second->setWaiting(false);
+    EXPECT_EQ((*secondTab)->text(), "Second 3");
     // A click beside every control does nothing.
     click({-50, -50});
     EXPECT_EQ(first->clicks + second->clicks, 1);

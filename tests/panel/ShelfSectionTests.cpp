@@ -149,6 +149,7 @@ TEST_F(ShelfSectionTests, CopyPutsTheFileOnTheClipboardAsAFileAndAPath) {
 TEST_F(ShelfSectionTests, FilesDroppedOnTheSectionJoinTheShelf) {
     show();
     ASSERT_TRUE(section->emptyHint()->isVisible());
+    EXPECT_EQ(section->badge(), "");
     EXPECT_TRUE(section->emptyHint()->text().contains("vantaquill shelf add FILE"));
     EXPECT_TRUE(section->emptyHint()->text().contains("Drop files"));
 
@@ -168,6 +169,7 @@ TEST_F(ShelfSectionTests, FilesDroppedOnTheSectionJoinTheShelf) {
     EXPECT_EQ(store->library().entries.front().path, dropped);
     EXPECT_EQ(names(), (std::vector<std::string>{"dropped.txt"}));
     EXPECT_FALSE(section->emptyHint()->isVisible());
+    EXPECT_EQ(section->badge(), "1") << "the section's button counts the entries";
 }
 
 } // namespace

@@ -162,8 +162,12 @@ bool IslandPanel::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void IslandPanel::updateTabs() {
-    for (std::size_t index = 0; index < sections_.size(); ++index)
-        tabs_[index]->setText(sections_[index]->title() + (sections_[index]->needsUser() ? waitingMark : QString()));
+    for (std::size_t index = 0; index < sections_.size(); ++index) {
+        const PanelSection& section = *sections_[index];
+        const QString badge = section.badge();
+        tabs_[index]->setText(section.title() + (badge.isEmpty() ? QString() : " " + badge) +
+                              (section.needsUser() ? waitingMark : QString()));
+    }
 }
 
 void IslandPanel::changed() {

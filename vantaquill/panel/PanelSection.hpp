@@ -17,6 +17,8 @@ public:
 
     /// The section's name in the panel's header.
     virtual QString title() const = 0;
+    /// A short count shown after the name on the section's button, or nothing.
+    virtual QString badge() const { return {}; }
     /// Whether the section holds something only the user can answer (a permission request, a
     /// question, a consent prompt): the island opens on such a section first.
     virtual bool needsUser() const = 0;
@@ -24,7 +26,7 @@ public:
     /// height follows it up to what the window can hold; beyond that the section scrolls.
     virtual int contentHeight(int width) const = 0;
 
-    /// Set by the panel: called when `title`, `needsUser` or `contentHeight` may have changed.
+    /// Set by the panel: called when `title`, `badge`, `needsUser` or `contentHeight` may have changed.
     std::function<void()> onChanged;
     /// Set by the panel: the section asks the island to close (after an answer that leaves nothing
     /// to do, or Escape pressed where the section has no use for it).

@@ -1,5 +1,7 @@
 #include "vantaquill/panel/shelf/ShelfSection.hpp"
 
+#include "BrindKit/shelf/ShelfExpiry.hpp"
+
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/ShelfStore.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
@@ -73,6 +75,11 @@ ShelfSection::ShelfSection(ShelfStore& store, Scheduler& scheduler, ClipboardWri
 
 QString ShelfSection::title() const {
     return QStringLiteral("Shelf");
+}
+
+QString ShelfSection::badge() const {
+    const auto count = brind::ShelfExpiry::badge(static_cast<int>(store.library().entries.size()));
+    return count ? QString::fromStdString(*count) : QString();
 }
 
 bool ShelfSection::needsUser() const {

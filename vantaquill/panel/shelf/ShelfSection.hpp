@@ -28,6 +28,8 @@ public:
                  QWidget* parent = nullptr);
 
     QString title() const override;
+    /// How many entries the shelf holds ("99+" past 99), so the button tells it without opening.
+    QString badge() const override;
     bool needsUser() const override;
     int contentHeight(int width) const override;
 
