@@ -555,19 +555,21 @@ TEST_P(IslandOnScreen, DraggedFilesAndLinksJoinTheShelfAndWhatItCannotHoldIsRefu
         std::string line; ///< what the island says it added, or nothing when it refuses the drag
         std::vector<std::string> shelf;
     } rows[] = {
-        {{"--offer", "image/png", "PNG bytes"},
-         "",
-         {}}, // nothing the shelf holds: refused, the island stays shut
         {{"--file", QString::fromStdString(file.string())},
          "path=\"" + file.string() + "\"",
          {"dropped report.txt"}},
         {{"--text", "https://www.example.org/notes"}, "shelf added", {"\"link\"", "example.org"}},
+        {{"--offer", "image/png", "PNG bytes"},
+         "",
+         {}}, // nothing the shelf holds: refused, the island stays shut
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.drags.join(' ').toStdString());
         const long added = linesWith("shelf added");
         const auto window = openWindow(row.drags);
         move(away);
+        // The pointer left on the island by the row before opened it: each drag starts at a shut island.
+        ASSERT_TRUE(showsOutline(closed));
         button(true);
         ASSERT_TRUE(waitUntil([&] { return window->count("pressed") == 1; }));
         glide(closed.rect.center());
