@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -29,6 +32,21 @@ constexpr char lowercased(char c) {
 /// "a" to "z" upper-cased; every other byte kept.
 constexpr char uppercased(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+/// How many bytes at the start of `text` are ASCII. Protocol text is mostly ASCII, so it is passed
+/// over eight bytes at a time.
+inline std::size_t prefixLength(std::string_view text) {
+    std::size_t length = 0;
+    for (; length + 8 <= text.size(); length += 8) {
+        std::uint64_t word = 0;
+        std::memcpy(&word, text.data() + length, 8);
+        if (word & 0x8080808080808080ull)
+            break;
+    }
+    while (length < text.size() && static_cast<unsigned char>(text[length]) < 0x80)
+        ++length;
+    return length;
 }
 
 /// Without spaces, tabs and line breaks at either end.

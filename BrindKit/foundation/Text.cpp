@@ -12,8 +12,6 @@
 #include <dlfcn.h>
 
 #include <cctype>
-#include <cstdint>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <type_traits>
@@ -94,11 +92,7 @@ UBreakIterator* characterIterator(const ICU& functions) {
 }
 
 bool isASCII(std::string_view text) {
-    for (const char c : text) {
-        if (static_cast<unsigned char>(c) >= 0x80)
-            return false;
-    }
-    return true;
+    return ASCII::prefixLength(text) == text.size();
 }
 
 // Visits the grapheme boundaries of `text` as byte offsets until `visit` returns false. Without
@@ -229,6 +223,15 @@ std::string lowercased(std::string_view text) {
     return ASCII::lowercased(text);
 }
 
+void lowercase(std::string& text) {
+    if (isASCII(text)) {
+        for (char& c : text)
+            c = ASCII::lowercased(c);
+        return;
+    }
+    text = lowercased(text);
+}
+
 std::string uppercased(std::string_view text) {
     if (auto mapped = mappedCase(text, true))
         return std::move(*mapped);
@@ -277,16 +280,9 @@ std::string trimmed(std::string_view text) {
 }
 
 bool isValidUTF8(std::string_view text) {
-    // Runs of ASCII, most of what is checked (request heads, keys, ids), are passed over eight bytes
-    // at a time; the decoder takes over from the first word that holds any other byte.
-    std::size_t start = 0;
-    for (; start + 8 <= text.size(); start += 8) {
-        std::uint64_t word = 0;
-        std::memcpy(&word, text.data() + start, 8);
-        if (word & 0x8080808080808080ull)
-            break;
-    }
-    text.remove_prefix(start);
+    // ASCII, most of what is checked (request heads, keys, ids), is valid as it stands; the decoder
+    // takes over from the first other byte.
+    text.remove_prefix(ASCII::prefixLength(text));
     const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
     const auto length = static_cast<int32_t>(text.size());
     for (int32_t i = 0; i < length;) {

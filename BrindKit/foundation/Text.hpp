@@ -16,6 +16,8 @@ std::string graphemePrefix(std::string_view text, std::size_t count);
 
 /// Full Unicode case mapping in the root locale ("Straße" upper-cases to "STRASSE").
 std::string lowercased(std::string_view text);
+/// `text` lower-cased in place, as `lowercased` would; ASCII text is not copied.
+void lowercase(std::string& text);
 std::string uppercased(std::string_view text);
 
 /// Removes Unicode white space and line breaks from both ends.

@@ -1,7 +1,6 @@
 #include "BrindKit/island/ActivityQueue.hpp"
 
 #include "BrindKit/foundation/EnumTable.hpp"
-#include "BrindKit/foundation/UnitInterval.hpp"
 
 #include <algorithm>
 #include <utility>
@@ -49,9 +48,7 @@ ActivityQueue::PostResult ActivityQueue::post(LiveActivity activity, Date now) {
         dismissed_.erase(record);
     }
 
-    // Clamped in place: the activity is already this call's own copy.
-    if (activity.progress)
-        activity.progress = UnitInterval::clamp(*activity.progress);
+    activity.clamp(); // in place: the activity is already this call's own copy
     if (const auto stored = items_.find(activity.id); stored != items_.end()) {
         activity.postedAt = stored->second.postedAt;
         if (activity == stored->second)

@@ -73,9 +73,13 @@ LiveActivity LiveActivity::make(std::string id, std::string source, ActivityPrio
 
 LiveActivity LiveActivity::clamped() const {
     LiveActivity copy = *this;
-    if (copy.progress)
-        copy.progress = UnitInterval::clamp(*copy.progress);
+    copy.clamp();
     return copy;
+}
+
+void LiveActivity::clamp() {
+    if (progress)
+        progress = UnitInterval::clamp(*progress);
 }
 
 bool LiveActivity::isExpired(Date now) const {

@@ -53,6 +53,8 @@ struct LiveActivity {
 
     /// The same activity with `progress` clamped into 0...1.
     LiveActivity clamped() const;
+    /// `progress` clamped into 0...1 in place.
+    void clamp();
 
     /// True from `expiresAt` on (an activity whose expiry equals `now` is already expired).
     bool isExpired(Date now) const;

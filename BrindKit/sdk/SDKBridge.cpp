@@ -4,9 +4,8 @@
 #include "BrindKit/sdk/SDKBridgeRoute.hpp"
 #include "BrindKit/sdk/SDKRequestGuard.hpp"
 
-#include <algorithm>
-#include <array>
 #include <string_view>
+#include <vector>
 
 // The bridge's routes live in one file per family (SDKBridgeRegistration, SDKBridgeActivities,
 // SDKBridgeHUD, SDKBridgeShelf, SDKBridgeEvents, SDKBridgeAgents); this file holds what every request
@@ -68,32 +67,10 @@ asio::awaitable<SDKRouteResult> SDKBridge::handle(SDKHTTPRequest request, std::s
 
 namespace {
 
-// The pieces of a path that a route can have (at most three), as views into it, split as
-// `SDKHTTPRequest::segments` splits them; a path of more pieces keeps the first four, which matches
-// no route.
-struct PathSegments {
-    std::array<std::string_view, 4> pieces{};
-    std::size_t count = 0;
-
-    explicit PathSegments(std::string_view path) {
-        std::size_t start = 0;
-        while (start <= path.size() && count < pieces.size()) {
-            const std::size_t end = std::min(path.find('/', start), path.size());
-            if (end > start)
-                pieces[count++] = path.substr(start, end - start);
-            start = end + 1;
-        }
-    }
-    std::size_t size() const { return count; }
-    bool empty() const { return count == 0; }
-    std::string_view front() const { return pieces[0]; }
-    std::string_view operator[](std::size_t index) const { return pieces[index]; }
-};
-
 // A request's method and path, matched against the route table.
 struct RouteKey {
     const std::string& method;
-    const PathSegments& segments;
+    const std::vector<std::string_view>& segments;
 
     // `method` and the segments after "v1".
     bool is(std::string_view wantedMethod, std::initializer_list<std::string_view> rest) const {
@@ -120,7 +97,7 @@ struct RouteKey {
 std::optional<SDKRouteResult> SDKBridge::answerNow(const SDKHTTPRequest& request) {
     if (auto refusal = SDKRequestGuard::check(request, port()))
         return respond(std::move(*refusal));
-    const PathSegments segments(request.path);
+    const auto segments = request.segments();
     if (segments.empty() || segments.front() != "v1")
         return respond(notFound());
     const RouteKey key{request.method, segments};
@@ -145,7 +122,7 @@ std::optional<SDKRouteResult> SDKBridge::answerNow(const SDKHTTPRequest& request
 
 // The routes that may wait; `answerNow` has already passed the request through the guard.
 SDKBridge::Result SDKBridge::route(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection) {
-    const PathSegments segments(request.path);
+    const auto segments = request.segments();
     const RouteKey key{request.method, segments};
     if (key.is("POST", {"register"}))
         co_return co_await registerClient(request);

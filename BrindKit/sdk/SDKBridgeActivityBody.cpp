@@ -88,7 +88,6 @@ std::optional<double> numberValue(element value) {
     return number;
 }
 
-
 // A name, or a raw value that fits 64 signed bits; an unknown one is normal, as in the tree.
 std::optional<ActivityPriority> priorityValue(element value) {
     if (const auto name = SimdJSONRead::text(value))
@@ -211,7 +210,7 @@ std::optional<LiveActivity> readCommonShape(std::string_view body, std::string_v
     if (shape.symbol)
         activity.leading = ActivityGlyph::symbol(std::string(*shape.symbol));
     if (shape.expiresIn)
-        activity.expiresAt = Date{(now + *shape.expiresIn).secondsSince1970};
+        activity.expiresAt = now + *shape.expiresIn;
     else if (shape.expiresAt)
         activity.expiresAt = Date{*shape.expiresAt};
     activity.postedAt = now;

@@ -203,11 +203,7 @@ std::expected<SDKHTTPParser::Head, SDKHTTPParseError> SDKHTTPParser::parseHead(s
         if (colon == std::string_view::npos)
             return std::unexpected(SDKHTTPParseError::malformed);
         std::string name = trimmedField(line.substr(0, colon));
-        // ASCII names (all but the odd malformed one) are lower-cased in place, as Text would.
-        if (std::ranges::all_of(name, [](char c) { return static_cast<unsigned char>(c) < 0x80; }))
-            std::ranges::transform(name, name.begin(), [](char c) { return ASCII::lowercased(c); });
-        else
-            name = Text::lowercased(name);
+        Text::lowercase(name);
         if (name.empty())
             return std::unexpected(SDKHTTPParseError::malformed);
         std::string value = trimmedField(line.substr(colon + 1));

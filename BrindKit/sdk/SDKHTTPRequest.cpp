@@ -24,8 +24,9 @@ std::optional<std::string> SDKHTTPRequest::header(std::string_view name) const {
     return found->second;
 }
 
-std::vector<std::string> SDKHTTPRequest::segments() const {
-    std::vector<std::string> pieces;
+std::vector<std::string_view> SDKHTTPRequest::segments() const {
+    const std::string_view path = this->path;
+    std::vector<std::string_view> pieces;
     std::size_t start = 0;
     while (start <= path.size()) {
         const std::size_t end = std::min(path.find('/', start), path.size());

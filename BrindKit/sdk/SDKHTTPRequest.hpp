@@ -19,8 +19,9 @@ struct SDKHTTPRequest {
     /// The value of a header field; the name is matched without regard to case.
     std::optional<std::string> header(std::string_view name) const;
 
-    /// The path split at "/" with empty pieces dropped: "/v1/activities/abc" gives v1, activities, abc.
-    std::vector<std::string> segments() const;
+    /// The path split at "/" with empty pieces dropped: "/v1/activities/abc" gives v1, activities, abc
+    /// (views into `path`).
+    std::vector<std::string_view> segments() const;
 
     /// The token of an "Authorization: Bearer <token>" field, trimmed; nothing for a missing field,
     /// another scheme or an empty token.

@@ -162,7 +162,7 @@ TEST(SDKHTTPRequest, SplitsThePathIntoSegmentsDroppingEmptyPieces) {
         SCOPED_TRACE(path);
         SDKHTTPRequest request;
         request.path = path;
-        EXPECT_EQ(request.segments(), segments);
+        EXPECT_EQ(request.segments(), std::vector<std::string_view>(segments.begin(), segments.end()));
     }
 }
 
