@@ -1,5 +1,7 @@
 #include "vantaquill/providers/ServiceSockets.hpp"
 
+#include "BrindKit/foundation/ASCII.hpp"
+
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
@@ -9,14 +11,6 @@
 namespace vq {
 
 namespace {
-
-std::string trimmed(std::string text) {
-    const auto isSpace = [](unsigned char c) { return c == ' ' || c == '\t' || c == '\r'; };
-    while (!text.empty() && isSpace(text.back()))
-        text.pop_back();
-    const auto first = std::find_if_not(text.begin(), text.end(), isSpace);
-    return std::string(first, text.end());
-}
 
 /// A server address that names one local socket ("unix:/path" or "/path"); nothing for a list of
 /// servers, a network address or anything else.
@@ -84,13 +78,11 @@ std::optional<std::string> ServiceSockets::configuredPulseServer() const {
     for (const auto& file : files) {
         std::ifstream in(file);
         for (std::string line; std::getline(in, line);) {
-            line = trimmed(line);
-            if (!line.starts_with("default-server"))
-                continue;
-            const auto equals = line.find('=');
-            if (equals == std::string::npos || trimmed(line.substr(14, equals - 14)) != "")
-                continue;
-            server = trimmed(line.substr(equals + 1));
+            const std::string_view text = line;
+            const auto equals = text.find('=');
+            if (equals != std::string_view::npos &&
+                brind::ASCII::trimmed(text.substr(0, equals)) == "default-server")
+                server = std::string(brind::ASCII::trimmed(text.substr(equals + 1)));
         }
     }
     if (server && server->empty())
