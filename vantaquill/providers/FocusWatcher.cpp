@@ -53,6 +53,7 @@ void FocusWatcher::start(LiveActivityCenter&) {
                              if (interface != serverName)
                                  return;
                              if (const auto found = changed.find("Inhibited"); found != changed.end()) {
+                                 ++serverChanges_;
                                  serverInhibited_ = found->toBool();
                                  update();
                              } else if (invalidated.contains("Inhibited")) {
@@ -64,6 +65,7 @@ void FocusWatcher::start(LiveActivityCenter&) {
                       {serverName}, QString(), relay_.get(), SLOT(relayNameOwnerChanged(QString, QString, QString)));
         QObject::connect(relay_.get(), &BusSignalRelay::nameOwnerChanged, relay_.get(),
                          [this](const QString&, const QString&, const QString& newOwner) {
+                             ++serverChanges_;
                              serverInhibited_.reset();
                              update();
                              if (!newOwner.isEmpty())
@@ -92,14 +94,18 @@ void FocusWatcher::readInhibited() {
     auto message = QDBusMessage::createMethodCall(serverName, serverPath, "org.freedesktop.DBus.Properties", "Get");
     message << QString(serverName) << QString("Inhibited");
     auto* watcher = new QDBusPendingCallWatcher(bus_->asyncCall(message), relay_.get());
-    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, relay_.get(), [this](QDBusPendingCallWatcher* finished) {
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, relay_.get(),
+                     [this, asked = serverChanges_](QDBusPendingCallWatcher* finished) {
         finished->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *finished;
-        // No server, or one without the switch: nothing to follow there.
-        if (reply.isError())
-            serverInhibited_.reset();
-        else
-            serverInhibited_ = reply.value().variant().toBool();
+        // No server, or one without the switch: nothing to follow there. A change that came after
+        // the question is newer than the answer.
+        if (asked == serverChanges_) {
+            if (reply.isError())
+                serverInhibited_.reset();
+            else
+                serverInhibited_ = reply.value().variant().toBool();
+        }
         serverAnswered_ = true;
         update();
         reportMissing();

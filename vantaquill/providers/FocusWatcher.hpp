@@ -5,6 +5,7 @@
 
 #include <QDBusConnection>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -57,6 +58,9 @@ class FocusWatcher final : public LiveActivityCenter::Provider {
     std::unique_ptr<GSettingsKey> banners_;
     /// Nothing until the source answered; a source that cannot be read stays empty.
     std::optional<bool> serverInhibited_;
+    /// Counts the server's changes (a new value, a new owner): a read asked for before one of them
+    /// answers with an older value, which Qt may deliver after the change, and is not taken.
+    std::uint64_t serverChanges_ = 0;
     std::optional<bool> bannersOff_;
     bool serverAnswered_ = false;
     bool gnomeAnswered_ = false;
