@@ -1,6 +1,7 @@
 #include "tests/support/TemporaryFolder.hpp"
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
 
+#include <QSettings>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -31,6 +32,15 @@ TEST(ClipboardPreferencesTests, ReadsTheClipboardKeysAndKeepsDefaultsForBadValue
 
     std::ofstream(file) << "[General]\nclipboard.excludedBundleIDs=KeePassXC\n";
     EXPECT_EQ(ClipboardPreferences::read(file).excludedBundleIDs, std::vector<std::string>{"KeePassXC"});
+    // As the settings window writes what the user typed: one string, quoted when it holds a comma.
+    for (const char* typed : {"Firefox  KeePassXC", "Firefox, KeePassXC", " Firefox,KeePassXC "}) {
+        QSettings written(QString::fromStdString(file.string()), QSettings::IniFormat);
+        written.setValue("clipboard.excludedBundleIDs", QString(typed));
+        written.sync();
+        EXPECT_EQ(ClipboardPreferences::read(file).excludedBundleIDs,
+                  (std::vector<std::string>{"Firefox", "KeePassXC"}))
+            << typed;
+    }
     EXPECT_EQ(ClipboardPreferences::read(folder.path() / "missing.conf"), defaults);
 }
 

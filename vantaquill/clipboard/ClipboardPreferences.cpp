@@ -1,5 +1,6 @@
 #include "vantaquill/clipboard/ClipboardPreferences.hpp"
 
+#include <QRegularExpression>
 #include <QSettings>
 
 namespace vq::ClipboardPreferences {
@@ -29,10 +30,12 @@ brind::ClipSettings read(const std::filesystem::path& file) {
     result.captureFiles = flag(settings, "clipboard.captureFiles", result.captureFiles);
     result.captureRichText = flag(settings, "clipboard.captureRichText", result.captureRichText);
     result.maxImageBytes = count(settings, "clipboard.maxImageBytes", result.maxImageBytes);
-    // QSettings reads an unquoted comma-separated INI value as a list already.
-    for (const QString& id : settings.value("clipboard.excludedBundleIDs").toStringList()) {
-        if (!id.trimmed().isEmpty())
-            result.excludedBundleIDs.push_back(id.trimmed().toStdString());
+    // QSettings reads an unquoted comma-separated INI value as a list already; the settings window
+    // writes one string, quoted when it holds a comma, with the ids apart by spaces or commas.
+    static const QRegularExpression separators("[,\\s]+");
+    for (const QString& value : settings.value("clipboard.excludedBundleIDs").toStringList()) {
+        for (const QString& id : value.split(separators, Qt::SkipEmptyParts))
+            result.excludedBundleIDs.push_back(id.toStdString());
     }
     result.hotkeyEnabled = flag(settings, "clipboard.hotkeyEnabled", result.hotkeyEnabled);
     result.pasteDirectly = flag(settings, "clipboard.pasteDirectly", result.pasteDirectly);
