@@ -575,6 +575,17 @@ int main(int argc, char** argv) {
     };
     applyPreferences();
     preferences.onChange(applyPreferences);
+    // The clipboard history, archived in the data folder; its settings apply as the file changes.
+    vq::ClipboardStore clipboard(brind::ClipArchive{brind::ClipArchive::defaultFolder()}, scheduler,
+                                 vq::ClipboardPreferences::read(preferencesFile));
+    preferences.onChange([&] { clipboard.setSettings(vq::ClipboardPreferences::read(preferencesFile)); });
+    clipboard.onCapture = [&display](const brind::ClipItem& item) {
+        display.line("clipboard: " + std::string(brind::name(item.kind)) + " " + item.displayTitle());
+    };
+    clipboard.onSkip = [&display](brind::ClipSkipReason reason) {
+        display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
+                                                                : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
+    };
     // The status menu and the settings window belong to the desktop; a headless island has neither.
     std::unique_ptr<vq::SettingsWindow> settingsWindow;
     std::unique_ptr<vq::StatusMenu> statusMenu;
@@ -587,7 +598,8 @@ int main(int argc, char** argv) {
             vq::SettingsWindow::Services{
                 .clients = [&auth] { return auth.all(); },
                 .revoke = [&bridge](const std::string& appID) { bridge.disconnect(appID); },
-                .command = QCoreApplication::applicationDirPath() + "/vantaquill"});
+                .command = QCoreApplication::applicationDirPath() + "/vantaquill",
+                .clipboard = &clipboard});
         statusMenu = std::make_unique<vq::StatusMenu>(
             preferences,
             vq::StatusMenu::Actions{.openIsland = [&islands] { islands->open(); },
@@ -626,18 +638,9 @@ int main(int argc, char** argv) {
             printError("vantaquill: ignored " + url.toStdString() + ": " + done.error());
     };
 
-    // The clipboard history: archived in the data folder; watched through X11 where Qt's clipboard is
-    // X11's, else through the compositor's data control when there is a window.
-    vq::ClipboardStore clipboard(brind::ClipArchive{brind::ClipArchive::defaultFolder()}, scheduler,
-                                 vq::ClipboardPreferences::read(preferencesFile));
-    clipboard.onCapture = [&display](const brind::ClipItem& item) {
-        display.line("clipboard: " + std::string(brind::name(item.kind)) + " " + item.displayTitle());
-    };
-    clipboard.onSkip = [&display](brind::ClipSkipReason reason) {
-        display.line(reason == brind::ClipSkipReason::concealed ? "clipboard: concealed copy ignored"
-                                                                : "clipboard: skipped (" + std::string(brind::name(reason)) + ")");
-    };
-    // The primary selection (text selected with the pointer) is recorded only when the user asks.
+    // The clipboard is watched through X11 where Qt's clipboard is X11's, else through the compositor's
+    // data control when there is a window. The primary selection (text selected with the pointer) is
+    // recorded only when the user asks.
     const bool watchPrimary = preferences.flag("clipboard.watchPrimary");
     const auto x11Clipboard = vq::X11ClipboardWatcher::available()
                                   ? std::make_unique<vq::X11ClipboardWatcher>(clipboard, watchPrimary)

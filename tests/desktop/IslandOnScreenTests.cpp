@@ -677,6 +677,18 @@ TEST_P(IslandOnScreen, AClipChosenFromTheHistoryIsPastedIntoTheWindowInUse) {
     keys({"Return"});
     EXPECT_TRUE(waitUntil([&] { return window->last("text ") == pasted + "the first clip"; }))
         << "pasted: \"" << window->last("text ").value_or("") << "\"";
+
+    // The history follows its settings while it runs: switched off, copies are no longer kept.
+    const auto settings = home.path() / ".config/vantaquill/vantaquill.conf";
+    ASSERT_TRUE(brind::AtomicFile::write(settings, brind::AtomicFile::read(settings).value_or("") +
+                                                       "clipboard.enabled=false\n"));
+    // Copied until one is refused: the island notices the file's change a moment after it is written.
+    int copies = 0;
+    EXPECT_TRUE(waitUntil([&] {
+        copy("copied while switched off " + std::to_string(++copies));
+        std::this_thread::sleep_for(400ms);
+        return linesWith("clipboard: skipped (disabled)") > 0;
+    })) << "the history kept recording after it was switched off";
 }
 
 // On X11 nothing but the island's window lies over the root window, so the root hears every click

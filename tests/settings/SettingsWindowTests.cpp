@@ -1,10 +1,15 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "tests/settings/Eventually.hpp"
 #include "tests/support/TemporaryFolder.hpp"
+#include "BrindKit/widgets/WidgetStatsMath.hpp"
+#include "vantaquill/clipboard/ClipboardStore.hpp"
 #include "vantaquill/settings/SettingsWindow.hpp"
 
 #include <QCheckBox>
+#include <QComboBox>
+#include <QDateTime>
 #include <QDoubleSpinBox>
+#include <QLabel>
 #include <QListWidget>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -87,6 +92,58 @@ TEST_F(SettingsWindowForm, RevokeEndsTheChosenAppAndNeverOffersTheCommandsOwnCli
     EXPECT_EQ(revoked, std::vector<std::string>{"builds"});
     ASSERT_EQ(list->count(), 1);
     EXPECT_FALSE(list->item(0)->flags() & Qt::ItemIsSelectable) << "the empty list's note is not a client";
+}
+
+TEST_F(SettingsWindowForm, ClipboardPaneCountsTheHistoryPausesRecordingAndClearsWhatIsNotPinned) {
+    ManualScheduler scheduler{brind::Date{1'700'000'000}};
+    const auto archive = folder.path() / "Clipboard";
+    ClipboardStore store({archive}, scheduler, {});
+    const auto copy = [&](const std::string& text) {
+        brind::ClipSnapshot snapshot;
+        snapshot.types = snapshot.allTypes = {"public.utf8-plain-text"};
+        snapshot.string = text;
+        return store.capture(snapshot);
+    };
+    const auto kept = copy("kept");
+    ASSERT_TRUE(kept && copy("first") && copy("second"));
+    store.setPinned(kept->id, true);
+    scheduler.advance(ClipboardStore::saveDelay);
+    services.clipboard = &store;
+    SettingsWindow window(preferences, AutostartEntry(folder.path() / "autostart.desktop", "island"), services);
+    window.showPane("clipboard");
+    auto* summary = window.findChild<QLabel*>("clipboardSummary");
+    auto* recording = window.findChild<QLabel*>("clipboardRecording");
+    auto* pause = window.findChild<QPushButton*>("clipboardPause");
+    auto* resume = window.findChild<QPushButton*>("clipboardResume");
+    auto* clear = window.findChild<QPushButton*>("clipboardClear");
+    ASSERT_TRUE(summary && recording && pause && resume && clear);
+    std::uintmax_t onDisk = 0;
+    for (const auto& file : std::filesystem::directory_iterator(archive))
+        onDisk += file.file_size();
+    ASSERT_GT(onDisk, 0u);
+    EXPECT_EQ(summary->text().toStdString(),
+              "3 clips (1 pinned), " + brind::WidgetStatsMath::formatBytes(static_cast<double>(onDisk)) + " on disk");
+    EXPECT_EQ(recording->text(), "Recording.");
+
+    // An hour's pause: copies are refused, and the pane says so and until when.
+    ASSERT_EQ(window.findChild<QComboBox*>("clipboardPauseFor")->currentText(), "1 hour");
+    pause->click();
+    EXPECT_FALSE(copy("during the pause"));
+    window.showPane("clipboard");
+    const auto until = QDateTime::fromSecsSinceEpoch(1'700'000'000 + 3600).toString("HH:mm");
+    EXPECT_EQ(recording->text(), "Recording paused until " + until +
+                                     ". The last copy not recorded: recording was paused.");
+    EXPECT_TRUE(resume->isVisibleTo(&window) && !pause->isVisibleTo(&window));
+    store.setSettings(brind::ClipSettings{}); // as the preferences file gives them: it holds no pause
+    EXPECT_TRUE(store.pausedUntil()) << "a change of the preferences ended the pause";
+    resume->click();
+    EXPECT_TRUE(copy("after the pause"));
+
+    clear->click();
+    ASSERT_EQ(store.history().items().size(), 1u);
+    EXPECT_EQ(store.history().items().front().id, kept->id);
+    EXPECT_TRUE(summary->text().startsWith("1 clip (1 pinned), ")) << summary->text().toStdString();
+    EXPECT_FALSE(clear->isEnabled()) << "nothing is left that clearing would remove";
 }
 
 } // namespace

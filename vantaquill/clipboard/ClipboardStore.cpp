@@ -88,6 +88,10 @@ std::optional<std::string> ClipboardStore::writeSideFile(const std::optional<std
 }
 
 void ClipboardStore::setSettings(brind::ClipSettings settings) {
+    settings.pausedUntil = settings_.pausedUntil;
+    // Every change of the preferences file lands here, most of them not the clipboard's.
+    if (settings == settings_)
+        return;
     settings_ = std::move(settings);
     changed(history_.applyRetention(settings_, scheduler.now()));
 }
@@ -98,6 +102,12 @@ void ClipboardStore::pause(double hours) {
 
 void ClipboardStore::resume() {
     settings_.pausedUntil.reset();
+}
+
+std::optional<brind::Date> ClipboardStore::pausedUntil() const {
+    if (!settings_.isPaused(scheduler.now()))
+        return std::nullopt;
+    return settings_.pausedUntil;
 }
 
 bool ClipboardStore::isConcealed(const brind::ClipItem& item) const {

@@ -46,10 +46,14 @@ public:
     /// Why the last copy was not recorded.
     std::optional<brind::ClipSkipReason> lastSkip() const { return lastSkip_; }
 
-    /// Applies retention at once, so lowering a limit removes items and their side files now.
+    /// Applies retention at once, so lowering a limit removes items and their side files now. A
+    /// pause is the store's own and outlives a change of the settings.
     void setSettings(brind::ClipSettings settings);
+    /// No copy is recorded for `hours` from now; `resume` ends the pause early.
     void pause(double hours);
     void resume();
+    /// When the pause ends, while recording is paused.
+    std::optional<brind::Date> pausedUntil() const;
 
     /// The item's flavours to put on the clipboard, marked as the island's own write; the item
     /// moves to the front. Nothing when no item has that id or its side file has gone.

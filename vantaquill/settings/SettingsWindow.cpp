@@ -1,5 +1,7 @@
 #include "vantaquill/settings/SettingsWindow.hpp"
 
+#include "vantaquill/settings/ClipboardHistoryBox.hpp"
+
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
@@ -73,9 +75,9 @@ SettingsWindow::SettingsWindow(Preferences& preferences, AutostartEntry autostar
         case PreferenceKey::Section::island: addLaunchAtLogin(*form); break;
         case PreferenceKey::Section::agents: addHooks(*form); break;
         case PreferenceKey::Section::sdk: addClients(*form); break;
+        case PreferenceKey::Section::clipboard: addClipboardHistory(*form); break;
         case PreferenceKey::Section::hud:
         case PreferenceKey::Section::activities:
-        case PreferenceKey::Section::clipboard:
         case PreferenceKey::Section::shelf:
         case PreferenceKey::Section::widgets: break;
         }
@@ -92,6 +94,8 @@ SettingsWindow::SettingsWindow(Preferences& preferences, AutostartEntry autostar
     connect(sections, &QListWidget::currentRowChanged, this, [this](int row) {
         if (row == sections->count() - 1)
             refreshDesktop();
+        if (clipboardHistory)
+            clipboardHistory->refresh();
     });
     sections->setCurrentRow(0);
     load();
@@ -298,6 +302,14 @@ void SettingsWindow::addClients(QFormLayout& form) {
     refreshClients();
 }
 
+void SettingsWindow::addClipboardHistory(QFormLayout& form) {
+    if (!services.clipboard)
+        return;
+    form.addRow(new QLabel("<b>History</b>"));
+    clipboardHistory = new ClipboardHistoryBox(*services.clipboard);
+    form.addRow(clipboardHistory);
+}
+
 void SettingsWindow::refreshClients() {
     clients->clear();
     for (const auto& client : services.clients()) {
@@ -365,6 +377,8 @@ void SettingsWindow::showPane(const QString& pane) {
     if (index == sections->count() - 1)
         refreshDesktop();
     refreshClients();
+    if (clipboardHistory)
+        clipboardHistory->refresh();
     show();
     raise();
     activateWindow();

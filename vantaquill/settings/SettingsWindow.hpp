@@ -21,6 +21,9 @@ class QFormLayout;
 
 namespace vq {
 
+class ClipboardHistoryBox;
+class ClipboardStore;
+
 /// The settings window: a list of sections (Island, HUD, Activities, Clipboard, Shelf, Widgets,
 /// Agents, SDK), each a form of its preferences. A change is written to the preferences file at
 /// once; edits of the file by hand show up in the form.
@@ -32,6 +35,8 @@ public:
         std::function<void(const std::string& appID)> revoke;
         /// The `vantaquill` command, which installs and removes the agents' hooks.
         QString command;
+        /// The clipboard history, shown and cleared in its pane (none: the pane shows only its keys).
+        ClipboardStore* clipboard = nullptr;
     };
 
     /// Listens to `preferences` from then on: the store must not change after the window is gone.
@@ -51,6 +56,7 @@ private:
     void addLaunchAtLogin(QFormLayout& form);
     void addHooks(QFormLayout& form);
     void addClients(QFormLayout& form);
+    void addClipboardHistory(QFormLayout& form);
     void refreshHooks();
     void runHooks(const QStringList& arguments);
     void refreshClients();
@@ -68,6 +74,7 @@ private:
     QGridLayout* hooks = nullptr;
     QLabel* hooksOutput = nullptr;
     QListWidget* clients = nullptr;
+    ClipboardHistoryBox* clipboardHistory = nullptr;
     QPlainTextEdit* desktopReport = nullptr;
 };
 
