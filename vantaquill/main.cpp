@@ -707,13 +707,21 @@ int main(int argc, char** argv) {
     }
     // The desktop's providers, each registered under its own source and started when switched on.
     // Read through the preferences store, which already holds the file and checks each value.
-    const vq::MediaSettings media{
-        .enabled = preferences.flag("media.enabled"),
-        .lyrics = preferences.flag("media.lyrics"),
-        .lyricsHost = vq::MediaSettings::lyricsHostOrDefault(preferences.text("media.lyricsHost"))};
-    center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, media, printError));
-    if (media.enabled)
-        center.start(vq::MediaController::providerID);
+    const auto mediaSettings = [&preferences] {
+        return vq::MediaSettings{
+            .enabled = preferences.flag("media.enabled"),
+            .lyrics = preferences.flag("media.lyrics"),
+            .lyricsHost = vq::MediaSettings::lyricsHostOrDefault(preferences.text("media.lyricsHost"))};
+    };
+    center.registerProvider(std::make_unique<vq::MediaController>(scheduler, dataFolder, mediaSettings(), printError));
+    auto& nowPlaying = *static_cast<vq::MediaController*>(center.provider(vq::MediaController::providerID));
+    const auto followMedia = [&center, &nowPlaying, mediaSettings] {
+        const auto settings = mediaSettings();
+        nowPlaying.applySettings(settings);
+        settings.enabled ? center.start(vq::MediaController::providerID) : center.stop(vq::MediaController::providerID);
+    };
+    followMedia();
+    preferences.onChange(followMedia);
     // The weather: fetched for the chosen place (or the machine's location), kept on disk, shown by
     // the panel's card and the wings. It asks the network only once a place is set.
     const auto weatherSettings = [&preferences] {
@@ -730,13 +738,12 @@ int main(int argc, char** argv) {
     auto& weather = *static_cast<vq::WeatherProvider*>(center.provider(vq::WeatherProvider::providerID));
     vq::WidgetsSection* widgetsSection = nullptr;
     if (panel) {
-        auto* nowPlaying = static_cast<vq::MediaController*>(center.provider(vq::MediaController::providerID));
         widgetsSection = new vq::WidgetsSection({.scheduler = scheduler,
                                                  .preferences = preferences,
                                                  .pomodoro = pomodoro,
                                                  .stayAwake = stayAwake,
                                                  .stats = stats,
-                                                 .media = media.enabled ? nowPlaying : nullptr,
+                                                 .media = &nowPlaying,
                                                  .forecastFile = vq::WeatherForecastFile::path(dataFolder),
                                                  .weather = &weather});
         panel->panel().addSection(widgetsSection);

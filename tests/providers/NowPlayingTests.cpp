@@ -141,6 +141,15 @@ TEST_F(NowPlaying, FollowsThePlayerItsLyricsAndItsButtons) {
     EXPECT_NE(lyrics.requests()[1].find("track_name=Second%20Tone"), std::string::npos)
         << lyrics.requests()[1];
 
+    // The settings apply while the island runs: lyrics switched off leave the artists, now playing
+    // switched off ends the activity, and switched on again it follows the player once more.
+    writePreferences(home, "media.lyricsHost=\"" + lyrics.url() + "\"\nmedia.lyrics=false\n");
+    ASSERT_TRUE(island.waitForLine("title=\"Second Tone\" subtitle=\"The Band\"", patience));
+    writePreferences(home, "media.enabled=false\n");
+    ASSERT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));
+    writePreferences(home, "media.lyrics=false\n");
+    ASSERT_TRUE(island.waitForLine("title=\"Second Tone\" subtitle=\"The Band\"", patience));
+
     // The player leaving the bus ends the activity.
     player.quit();
     EXPECT_TRUE(island.waitForLine("activity ended id=media.nowPlaying", patience));

@@ -24,8 +24,21 @@ constexpr const char* connectionName = "vantaquill-media";
 
 MediaController::MediaController(Scheduler& scheduler, const std::filesystem::path& dataFolder,
                                  MediaSettings settings, Log log)
-    : scheduler_(scheduler), settings_(std::move(settings)), log_(std::move(log)),
-      store_(dataFolder, settings_.lyricsHost) {}
+    : scheduler_(scheduler), dataFolder_(dataFolder), settings_(std::move(settings)), log_(std::move(log)),
+      store_(dataFolder_, settings_.lyricsHost) {}
+
+void MediaController::applySettings(MediaSettings settings) {
+    const bool lyricsChanged = settings.lyrics != settings_.lyrics || settings.lyricsHost != settings_.lyricsHost;
+    settings_ = std::move(settings);
+    if (!lyricsChanged)
+        return;
+    store_ = brind::LyricsStore(dataFolder_, settings_.lyricsHost);
+    // The lyrics shown, or still being asked for, followed the old settings: ask again, or show none.
+    ++fetchGeneration_;
+    lyricsTrack_.reset();
+    lyrics_.reset();
+    refresh();
+}
 
 MediaController::~MediaController() {
     // Whoever listens may be gone already; stopping has nobody left to tell.
@@ -35,6 +48,8 @@ MediaController::~MediaController() {
 
 void MediaController::start(LiveActivityCenter& center) {
     center_ = &center;
+    if (onNowPlayingChanged)
+        onNowPlayingChanged();
     center.handleActions(std::string(MediaActivity::id),
                          [this](const std::string&, const std::string& action) { perform(action); });
     const auto address = brind::Paths::sessionBusAddress();
@@ -71,12 +86,14 @@ void MediaController::stop() {
     shown_.reset();
     lyricsTrack_.reset();
     lyrics_.reset();
-    show(std::nullopt);
+    nowPlaying_.reset();
     if (bus_) {
         bus_.reset();
         QDBusConnection::disconnectFromBus(connectionName);
     }
     center_ = nullptr;
+    if (onNowPlayingChanged)
+        onNowPlayingChanged();
 }
 
 void MediaController::listPlayers() {

@@ -46,9 +46,15 @@ class MediaController final : public LiveActivityCenter::Provider {
     void start(LiveActivityCenter& center) override;
     void stop() override;
 
+    /// Whether the controller follows the players (between `start` and `stop`).
+    bool started() const { return center_ != nullptr; }
+    /// Takes the lyrics keys of new settings at once (`enabled` is the centre's start and stop).
+    void applySettings(MediaSettings settings);
+
     /// What the island shows as playing; nothing while no player plays or pauses a track.
     const std::optional<NowPlaying>& nowPlaying() const { return nowPlaying_; }
-    /// Told after `nowPlaying` changed (another track, state or lyric line, or the player left).
+    /// Told after `nowPlaying` changed (another track, state or lyric line, or the player left),
+    /// and when the controller starts or stops.
     std::function<void()> onNowPlayingChanged;
 
     /// Sends one of `MediaActivity`'s button actions to the shown player; unknown ones do nothing.
@@ -64,6 +70,7 @@ class MediaController final : public LiveActivityCenter::Provider {
     void show(std::optional<NowPlaying> nowPlaying);
 
     Scheduler& scheduler_;
+    std::filesystem::path dataFolder_;
     MediaSettings settings_;
     Log log_;
     brind::LyricsStore store_;

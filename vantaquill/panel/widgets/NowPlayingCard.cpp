@@ -49,7 +49,7 @@ void NowPlayingCard::refresh() {
     if (!now) {
         setStatus({});
         title_->setText("Nothing is playing");
-        artists_->setText(media_
+        artists_->setText(media_ && media_->started()
                               ? "A track playing in any media player shows here, with its lyrics when they are found."
                               : "Now playing is switched off in the settings (\"media.enabled\").");
         return;
