@@ -604,7 +604,12 @@ int main(int argc, char** argv) {
             preferences,
             vq::StatusMenu::Actions{.openIsland = [&islands] { islands->open(); },
                                     .openSettings = [&settingsWindow] { settingsWindow->showPane({}); },
-                                    .quit = [] { QCoreApplication::quit(); }},
+                                    .quit = [] { QCoreApplication::quit(); },
+                                    .pauseClipboard =
+                                        [&clipboard](bool on) {
+                                            on ? clipboard.pause(vq::StatusMenu::pauseHours) : clipboard.resume();
+                                        },
+                                    .clipboardPaused = [&clipboard] { return clipboard.pausedUntil().has_value(); }},
             printError);
         // The first start on a desktop shows, once, what works here and why not where it doesn't.
         const auto firstStartShown = dataFolder / "first-start-shown";

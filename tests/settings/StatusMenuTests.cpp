@@ -21,16 +21,30 @@ TEST(StatusMenu, ItsSwitchesAreThePreferencesAndItsItemsReachTheApplication) {
     Preferences preferences(folder.path() / "vantaquill.conf", [](const std::string&) {});
     std::vector<std::string> asked;
     std::vector<std::string> logged;
+    bool clipboardPaused = false;
     StatusMenu status(preferences,
                       {.openIsland = [&] { asked.push_back("open"); },
                        .openSettings = [&] { asked.push_back("settings"); },
-                       .quit = [&] { asked.push_back("quit"); }},
+                       .quit = [&] { asked.push_back("quit"); },
+                       .pauseClipboard = [&](bool on) { asked.push_back(on ? "pause" : "resume"); },
+                       .clipboardPaused = [&] { return clipboardPaused; }},
                       [&](const std::string& line) { logged.push_back(line); });
     QMenu* menu = status.contextMenu();
     ASSERT_TRUE(menu);
-    for (const QString text :
-         {"Open the Island", "Pause Notifications", "Stay Awake", "Settings…", "Quit vantaquill"})
+    for (const QString text : {"Open the Island", "Pause Notifications", "Stay Awake",
+                               "Pause Clipboard History for 1 Hour", "Settings…", "Quit vantaquill"})
         ASSERT_TRUE(action(*menu, text)) << text.toStdString();
+
+    // The clipboard's pause, asked for elsewhere, shows when the menu opens; unticked, it resumes.
+    QAction* pauseClipboard = action(*menu, "Pause Clipboard History for 1 Hour");
+    clipboardPaused = true;
+    emit menu->aboutToShow();
+    EXPECT_TRUE(pauseClipboard->isChecked());
+    EXPECT_TRUE(asked.empty()) << "showing the state asked for a change";
+    pauseClipboard->trigger();
+    pauseClipboard->trigger();
+    EXPECT_EQ(asked, (std::vector<std::string>{"resume", "pause"}));
+    asked.clear();
 
     action(*menu, "Pause Notifications")->trigger();
     EXPECT_TRUE(preferences.flag("activities.paused"));

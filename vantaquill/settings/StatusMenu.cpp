@@ -34,6 +34,16 @@ StatusMenu::StatusMenu(Preferences& preferences, Actions actions, const std::fun
     stayAwake->setCheckable(true);
     QObject::connect(stayAwake, &QAction::toggled,
                      [this](bool on) { this->preferences.set("activities.stayAwake", on); });
+    if (actions.pauseClipboard && actions.clipboardPaused) {
+        pauseClipboard = menu.addAction("Pause Clipboard History for 1 Hour");
+        pauseClipboard->setCheckable(true);
+        QObject::connect(pauseClipboard, &QAction::toggled, actions.pauseClipboard);
+        // The settings window pauses and resumes too, and a pause ends by itself: read when shown.
+        QObject::connect(&menu, &QMenu::aboutToShow, [this, paused = actions.clipboardPaused] {
+            const QSignalBlocker quiet(pauseClipboard);
+            pauseClipboard->setChecked(paused());
+        });
+    }
     menu.addSeparator();
     menu.addAction("Settings…", actions.openSettings);
     menu.addAction("Quit vantaquill", actions.quit);
