@@ -21,10 +21,8 @@ void ShelfAutoClear::shelfChanged() {
 
 void ShelfAutoClear::sweep() {
     sweeping_ = true;
-    const auto cleared = store_.expire(hours_, scheduler_.now());
+    store_.expire(hours_, scheduler_.now());
     sweeping_ = false;
-    if (!cleared.empty() && onCleared)
-        onCleared(cleared);
     timer_.reset();
     const auto next = brind::ShelfExpiry::next(store_.library().entries, hours_);
     if (!next)

@@ -3,16 +3,15 @@
 #include "vantaquill/Scheduler.hpp"
 #include "vantaquill/ShelfStore.hpp"
 
-#include <functional>
 #include <memory>
-#include <vector>
 
 namespace vq {
 
 /// Clears the shelf's unpinned entries once they are older than "shelf.autoClearHours": a sweep at
 /// start, at each change of the shelf or the setting, and one timer set for the moment the oldest
 /// unpinned entry expires, so nothing wakes the island in between and nothing at all while the
-/// setting is 0 (never) or every entry is pinned.
+/// setting is 0 (never) or every entry is pinned. The store tells of what a sweep took off
+/// (`ShelfStore::onCleared`).
 class ShelfAutoClear {
   public:
     /// A sweep runs this long after the oldest entry's expiry: an entry is kept until it is strictly
@@ -25,9 +24,6 @@ class ShelfAutoClear {
     void setHours(double hours);
     /// Sweeps and sets the timer again; called after every change of the shelf.
     void shelfChanged();
-
-    /// Told of the entries each sweep took off the shelf.
-    std::function<void(const std::vector<brind::ShelfEntry>&)> onCleared;
 
   private:
     void sweep();

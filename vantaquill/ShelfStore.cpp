@@ -1,9 +1,14 @@
 #include "vantaquill/ShelfStore.hpp"
 
 #include "BrindKit/foundation/AtomicFile.hpp"
+#include "BrindKit/shelf/ShelfNaming.hpp"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
 #include <system_error>
+#include <unistd.h>
 #include <utility>
 
 namespace vq {
@@ -66,12 +71,96 @@ std::optional<brind::ShelfEntry> ShelfStore::remove(const brind::UUID& id) {
 }
 
 std::vector<brind::ShelfEntry> ShelfStore::expire(double hours, brind::Date now) {
-    auto expired = library_.expire(hours, now);
-    for (const auto& entry : expired)
+    return cleared(library_.expire(hours, now));
+}
+
+std::vector<brind::ShelfEntry> ShelfStore::clearUnpinned() {
+    auto& entries = library_.entries;
+    const auto unpinned = std::ranges::stable_partition(entries, &brind::ShelfEntry::pinned).begin();
+    std::vector<brind::ShelfEntry> removed(std::make_move_iterator(unpinned),
+                                           std::make_move_iterator(entries.end()));
+    entries.erase(unpinned, entries.end());
+    return cleared(std::move(removed));
+}
+
+std::vector<brind::ShelfEntry> ShelfStore::cleared(std::vector<brind::ShelfEntry> entries) {
+    if (entries.empty())
+        return entries;
+    for (const auto& entry : entries)
         deleteOwnedFile(entry);
-    if (!expired.empty())
-        changed();
-    return expired;
+    changed();
+    if (onCleared)
+        onCleared(entries);
+    return entries;
+}
+
+namespace {
+
+// Renames `from` to `to` unless something is already called `to`: a file that appeared since the
+// name was chosen is never replaced. False with errno set otherwise.
+bool renameWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) {
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS)
+        return false;
+    // A file system without no-replace renames: a second link fails as well when the name is taken.
+    if (::link(from.c_str(), to.c_str()) != 0)
+        return false;
+    ::unlink(from.c_str());
+    return true;
+}
+
+// Gives a file the shelf made a free name in its own folder, close to `name`; the new path, or
+// nothing when the disk refused.
+std::optional<std::filesystem::path> renameInFolder(const std::filesystem::path& file,
+                                                    const std::string& name) {
+    const auto folder = file.parent_path();
+    const auto currentName = file.filename().string();
+    const auto taken = [&](std::string_view candidate) {
+        if (candidate == currentName)
+            return false;
+        std::error_code ignored;
+        return std::filesystem::exists(std::filesystem::symlink_status(folder / candidate, ignored));
+    };
+    // Another program may take the chosen name before the rename: choose again a few times.
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        const auto free = brind::ShelfNaming::unique(name, taken);
+        if (!free)
+            return std::nullopt;
+        const auto target = folder / *free;
+        if (*free == currentName || renameWithoutReplacing(file, target))
+            return target;
+        if (errno != EEXIST)
+            return std::nullopt;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::expected<brind::ShelfEntry, ShelfStore::RenameError> ShelfStore::rename(const brind::UUID& id,
+                                                                             std::string_view proposed) {
+    auto& entries = library_.entries;
+    const auto found = std::ranges::find(entries, id, &brind::ShelfEntry::id);
+    if (found == entries.end())
+        return std::unexpected(RenameError::noSuchEntry);
+    const auto name = brind::ShelfNaming::sanitisedRename(proposed, found->title);
+    if (!name)
+        return std::unexpected(RenameError::refusedName);
+    if (found->kind == brind::ShelfEntry::Kind::file && found->owned && found->path &&
+        isInsideFolder(*found->path)) {
+        const auto moved = renameInFolder(brind::ShelfEntry::standardisedPath(*found->path), *name);
+        if (!moved)
+            return std::unexpected(RenameError::fileNotRenamed);
+        found->path = moved->string();
+        found->title = moved->filename().string();
+    } else {
+        found->title = *name;
+    }
+    // Copied first: what follows a change (the auto-clear's sweep) may take entries off.
+    brind::ShelfEntry renamed = *found;
+    changed();
+    return renamed;
 }
 
 void ShelfStore::deleteOwnedFile(const brind::ShelfEntry& entry) const {

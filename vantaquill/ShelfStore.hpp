@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vq {
@@ -41,18 +42,35 @@ public:
     /// when one went; the entries removed.
     std::vector<brind::ShelfEntry> expire(double hours, brind::Date now);
 
+    /// Takes every unpinned entry off the shelf, deleting the files the shelf made itself as `remove`
+    /// does, and saves when one went; the entries removed. Pinned entries stay, in their order.
+    std::vector<brind::ShelfEntry> clearUnpinned();
+
+    enum class RenameError { noSuchEntry, refusedName, fileNotRenamed };
+
+    /// Gives the entry the name `proposed` (after `ShelfNaming::sanitisedRename`) and saves; the
+    /// renamed entry. A file the shelf made itself inside its own folder is renamed on disk too,
+    /// within its folder, to a name no other file there has (`ShelfNaming::unique`), and the title
+    /// is that name; any other entry, a file the user put on the shelf included, only changes its
+    /// title, never a file of the user's. A refused name or a failed disk rename changes nothing.
+    std::expected<brind::ShelfEntry, RenameError> rename(const brind::UUID& id, std::string_view proposed);
+
     /// What opening the entry shows: the file's "file://" URL, or a link's URL; nothing for a text
     /// snippet, which has nothing to open, or when no entry has that id.
     std::optional<std::string> openURL(const brind::UUID& id) const;
 
     /// Called after every change of the entries, once they are saved.
     std::function<void()> onChange;
+    /// Told of the entries a clear or an expiry took off the shelf, after `onChange`.
+    std::function<void(const std::vector<brind::ShelfEntry>&)> onCleared;
 
     /// The last save's failure, naming the file; empty when it succeeded.
     const std::string& lastError() const { return lastError_; }
 
 private:
     void changed();
+    /// Deletes the owned files of entries just taken off, saves and tells `onCleared`.
+    std::vector<brind::ShelfEntry> cleared(std::vector<brind::ShelfEntry> entries);
     void save();
     /// Deletes the file of an entry leaving the shelf when the shelf made it, inside its own folder.
     void deleteOwnedFile(const brind::ShelfEntry& entry) const;

@@ -485,7 +485,8 @@ int main(int argc, char** argv) {
         if (shelfSection)
             shelfSection->refresh();
     };
-    shelfAutoClear.onCleared = [&](const std::vector<brind::ShelfEntry>& cleared) {
+    // Said for every entry the auto-clear or "Clear shelf" took off.
+    shelf.onCleared = [&](const std::vector<brind::ShelfEntry>& cleared) {
         for (const auto& entry : cleared)
             display.line("shelf cleared " + vq::HeadlessDisplay::field("title", entry.title));
     };

@@ -26,7 +26,7 @@ TEST(ShelfAutoClear, ClearsEachUnpinnedEntryWhenItExpiresWithOneTimerAtATime) {
     ShelfStore store(folder.path());
     ShelfAutoClear autoClear(store, scheduler);
     std::vector<std::string> cleared;
-    autoClear.onCleared = [&](const std::vector<brind::ShelfEntry>& entries) {
+    store.onCleared = [&](const std::vector<brind::ShelfEntry>& entries) {
         for (const auto& entry : entries)
             cleared.push_back(entry.title);
     };

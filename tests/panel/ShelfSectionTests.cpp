@@ -7,10 +7,13 @@
 #include "vantaquill/panel/shelf/ShelfEntryRow.hpp"
 #include "vantaquill/panel/shelf/ShelfSection.hpp"
 
+#include <QApplication>
 #include <QClipboard>
 #include <QDropEvent>
 #include <QGuiApplication>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QTest>
@@ -56,6 +59,26 @@ class ShelfSectionTests : public ::testing::Test {
         ASSERT_TRUE(QTest::qWaitForWindowExposed(section.get()));
     }
 
+    // A file the shelf made itself, in its own folder.
+    std::string ownedFile(const std::string& name) {
+        fs::create_directories(data);
+        std::ofstream(data / name) << name;
+        return (data / name).string();
+    }
+
+    // Writes the library the store will read: one file entry per path, in this order.
+    void shelve(const std::vector<std::tuple<std::string, bool, bool>>& files) { // path, owned, pinned
+        brind::ShelfLibrary library;
+        for (const auto& [path, owned, pinned] : files)
+            library.entries.push_back({.id = brind::UUID::random(),
+                                       .path = path,
+                                       .title = fs::path(path).filename(),
+                                       .owned = owned,
+                                       .pinned = pinned});
+        fs::create_directories(data);
+        ASSERT_TRUE(brind::AtomicFile::write(data / ShelfStore::fileName, library.encoded()));
+    }
+
     std::vector<std::string> names() const {
         std::vector<std::string> result;
         for (const ShelfEntryRow* row : section->rows())
@@ -91,6 +114,47 @@ TEST_F(ShelfSectionTests, RemoveTakesTheEntryOffAndDeletesOnlyFilesTheShelfMade)
     QTest::mouseClick(section->rows().front()->removeButton(), Qt::LeftButton);
     EXPECT_TRUE(section->rows().empty());
     EXPECT_TRUE(fs::exists(notes));
+    EXPECT_EQ(closeRequests, 0);
+}
+
+// "Clear shelf" takes off every unpinned entry, deleting only the files the shelf made in its folder,
+// says what went and saves; with only pinned entries left it has nothing to do.
+TEST_F(ShelfSectionTests, ClearShelfKeepsPinnedEntriesAndDeletesOnlyFilesTheShelfMade) {
+    const std::string converted = ownedFile("converted.png");
+    const std::string keptCopy = ownedFile("kept.png");
+    const std::string notes = file("notes.txt");
+    const std::string elsewhere = file("precious.txt");
+    const std::string pinnedNotes = file("pinned.txt");
+    shelve({{converted, true, false},
+            {keptCopy, true, true},
+            {notes, false, false},
+            {elsewhere, true, false},
+            {pinnedNotes, false, true}});
+    store = std::make_unique<ShelfStore>(data);
+    std::vector<std::string> cleared;
+    store->onCleared = [&](const std::vector<brind::ShelfEntry>& entries) {
+        for (const auto& entry : entries)
+            cleared.push_back(entry.title);
+    };
+    show();
+    ASSERT_TRUE(section->clearButton()->isVisible());
+    EXPECT_EQ(section->clearButton()->text(), "Clear shelf (keeps pinned)");
+    ASSERT_TRUE(section->clearButton()->isEnabled());
+    // The keyboard reaches the cards' buttons before Clear: Enter presses the button it is on.
+    QApplication::setActiveWindow(section.get());
+    section->setFocus();
+    for (int tab = 0; tab < 5 && !qobject_cast<QPushButton*>(QApplication::focusWidget()); ++tab)
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(QApplication::focusWidget(), section->rows().front()->openButton());
+
+    QTest::mouseClick(section->clearButton(), Qt::LeftButton);
+    EXPECT_EQ(names(), (std::vector<std::string>{"kept.png", "pinned.txt"}));
+    EXPECT_EQ(cleared, (std::vector<std::string>{"converted.png", "notes.txt", "precious.txt"}));
+    EXPECT_EQ(ShelfStore(data).library().entries, store->library().entries) << "the clearing is saved";
+    EXPECT_FALSE(fs::exists(converted));
+    for (const auto& path : {keptCopy, notes, elsewhere, pinnedNotes})
+        EXPECT_TRUE(fs::exists(path)) << path;
+    EXPECT_FALSE(section->clearButton()->isEnabled()) << "only pinned entries are left";
     EXPECT_EQ(closeRequests, 0);
 }
 
@@ -170,6 +234,75 @@ TEST_F(ShelfSectionTests, FilesDroppedOnTheSectionJoinTheShelf) {
     EXPECT_EQ(names(), (std::vector<std::string>{"dropped.txt"}));
     EXPECT_FALSE(section->emptyHint()->isVisible());
     EXPECT_EQ(section->badge(), "1") << "the section's button counts the entries";
+}
+
+// F2 or the card's menu turns the name into a field. A file the shelf made is renamed on disk, to a
+// name no other file in its folder has; a file of the user's keeps its name on disk and only its
+// card changes; a name that is refused, or Escape, leaves the entry as it was.
+TEST_F(ShelfSectionTests, RenamingAnEntryThroughItsCard) {
+    const std::string draft = ownedFile("draft.png");
+    const std::string final = ownedFile("final.png");
+    const std::string notes = file("notes.txt");
+    shelve({{draft, true, false}, {final, true, false}, {notes, false, false}});
+    show();
+    QApplication::setActiveWindow(section.get());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(section.get()));
+    const auto row = [this](std::size_t index) { return section->rows().at(index); };
+    const auto saved = [this] { return ShelfStore(data).library().entries; };
+
+    // A click selects the card; F2 shows the field, the name without its extension selected.
+    QTest::mouseClick(row(0), Qt::LeftButton, {}, QPoint(60, 10));
+    QTest::keyClick(row(0), Qt::Key_F2);
+    QLineEdit* field = row(0)->renameField();
+    ASSERT_TRUE(field->isVisible());
+    EXPECT_TRUE(field->hasFocus());
+    EXPECT_EQ(field->selectedText(), "draft");
+    QTest::keyClicks(field, "final");
+    QTest::keyClick(field, Qt::Key_Return);
+    ASSERT_EQ(names(), (std::vector<std::string>{"final (2).png", "final.png", "notes.txt"}));
+    EXPECT_EQ(store->library().entries[0].path, (data / "final (2).png").string());
+    EXPECT_FALSE(fs::exists(draft));
+    EXPECT_TRUE(fs::exists(data / "final (2).png"));
+    EXPECT_EQ(brind::AtomicFile::read(final).value_or(""), "final.png") << "the other file is left alone";
+    EXPECT_EQ(saved(), store->library().entries);
+    EXPECT_TRUE(row(0)->hasFocus()) << "the renamed card stays selected";
+
+    // The menu's Rename; a name that is only blanks and dots is refused.
+    const auto before = store->library().entries;
+    QTest::mouseClick(row(2), Qt::RightButton, {}, QPoint(60, 10));
+    ASSERT_NE(row(2)->contextMenu(), nullptr);
+    EXPECT_TRUE(row(2)->contextMenu()->isVisible());
+    QAction* rename = nullptr;
+    for (QAction* action : row(2)->contextMenu()->actions())
+        if (action->text().startsWith("Rename"))
+            rename = action;
+    ASSERT_NE(rename, nullptr);
+    QTest::mouseClick(row(2)->contextMenu(), Qt::LeftButton, {},
+                      row(2)->contextMenu()->actionGeometry(rename).center());
+    EXPECT_FALSE(row(2)->contextMenu()->isVisible());
+    ASSERT_TRUE(row(2)->renameField()->isVisible());
+    row(2)->renameField()->setText("  ..  ");
+    QTest::keyClick(row(2)->renameField(), Qt::Key_Return);
+    EXPECT_FALSE(row(2)->renameField()->isVisible());
+    EXPECT_EQ(store->library().entries, before);
+
+    // Escape takes the typing back and leaves the island open.
+    QTest::keyClick(row(2), Qt::Key_F2);
+    QTest::keyClicks(row(2)->renameField(), "gone");
+    QTest::keyClick(row(2)->renameField(), Qt::Key_Escape);
+    EXPECT_FALSE(row(2)->renameField()->isVisible());
+    EXPECT_EQ(store->library().entries, before);
+    EXPECT_EQ(closeRequests, 0);
+
+    // The user's own file: the card takes the name, the file on disk keeps its own.
+    QTest::keyClick(row(2), Qt::Key_F2);
+    QTest::keyClicks(row(2)->renameField(), "Meeting notes");
+    QTest::keyClick(row(2)->renameField(), Qt::Key_Return);
+    EXPECT_EQ(names(), (std::vector<std::string>{"final (2).png", "final.png", "Meeting notes.txt"}));
+    EXPECT_EQ(store->library().entries[2].path, notes);
+    EXPECT_EQ(brind::AtomicFile::read(notes).value_or(""), "notes.txt");
+    EXPECT_FALSE(fs::exists(temporary.path() / "Meeting notes.txt"));
+    EXPECT_EQ(saved(), store->library().entries);
 }
 
 } // namespace

@@ -1,17 +1,23 @@
 #include "vantaquill/panel/shelf/ShelfEntryRow.hpp"
 
+#include "BrindKit/shelf/ShelfNaming.hpp"
+
+#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/PanelStyle.hpp"
 #include "vantaquill/panel/clipboard/QtClipboard.hpp"
 #include "vantaquill/panel/shelf/DragPointerGuard.hpp"
-#include "vantaquill/panel/ElidedLabel.hpp"
 #include "vantaquill/panel/shelf/ShelfEntryFlavours.hpp"
 #include "vantaquill/panel/shelf/ShelfEntryIcon.hpp"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QDrag>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QPointer>
 #include <QPushButton>
@@ -56,9 +62,15 @@ QPushButton* button(const QString& text, QWidget* parent) {
 ShelfEntryRow::ShelfEntryRow(brind::ShelfEntry entry, QWidget* parent)
     : QFrame(parent), entry_(std::move(entry)), icon(ShelfEntryIcon::of(entry_)),
       name(new ElidedLabel({}, this)), open(button(QStringLiteral("Open"), this)),
-      copy(button(QStringLiteral("Copy"), this)), remove(button(QStringLiteral("Remove"), this)) {
+      copy(button(QStringLiteral("Copy"), this)), remove(button(QStringLiteral("Remove"), this)),
+      renameField_(new QLineEdit(this)) {
     setProperty("card", true);
     setFixedHeight(height);
+    // A click on the card selects it, for F2 and the menu key; the ring shows which card that is.
+    setFocusPolicy(Qt::ClickFocus);
+    setStyleSheet(QStringLiteral("QFrame[card=\"true\"] { border: 1px solid transparent; background-clip: "
+                                 "border; } QFrame[card=\"true\"]:focus { border-color: %1; }")
+                      .arg(PanelStyle::accent().name()));
 
     auto* iconLabel = new QLabel(this);
     iconLabel->setFixedSize(iconSide, iconSide);
@@ -74,11 +86,16 @@ ShelfEntryRow::ShelfEntryRow(brind::ShelfEntry entry, QWidget* parent)
     text->setSpacing(1);
     text->addStretch();
     text->addWidget(name);
+    text->addWidget(renameField_);
     text->addWidget(where);
+    renameField_->hide();
+    renameField_->installEventFilter(this);
+    connect(renameField_, &QLineEdit::returnPressed, this, [this] { finishRename(true); });
     text->addStretch();
 
     auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(PanelStyle::spacing, 0, PanelStyle::spacing, 0);
+    // Less the selection ring's pixel, which the card keeps transparent while it is not selected.
+    layout->setContentsMargins(PanelStyle::spacing - 1, 0, PanelStyle::spacing - 1, 0);
     layout->setSpacing(PanelStyle::spacing);
     layout->addWidget(iconLabel);
     layout->addLayout(text, 1);
@@ -94,6 +111,13 @@ ShelfEntryRow::ShelfEntryRow(brind::ShelfEntry entry, QWidget* parent)
 }
 
 void ShelfEntryRow::mousePressEvent(QMouseEvent* event) {
+    // The island hands the panel bare presses, with no context menu event after them.
+    if (event->button() == Qt::RightButton) {
+        pressed = false;
+        showMenu(event->position().toPoint());
+        event->accept();
+        return;
+    }
     pressed = event->button() == Qt::LeftButton;
     if (!pressed) {
         QFrame::mousePressEvent(event);
@@ -131,6 +155,103 @@ void ShelfEntryRow::mouseMoveEvent(QMouseEvent* event) {
     drag->exec(Qt::CopyAction | Qt::LinkAction, Qt::CopyAction);
     if (onDragging)
         onDragging(false);
+}
+
+void ShelfEntryRow::contextMenuEvent(QContextMenuEvent* event) {
+    // A window of its own sends this after the right press that showed the menu already.
+    if (!menu || !menu->isVisible())
+        showMenu(event->pos());
+    event->accept();
+}
+
+void ShelfEntryRow::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_F2 && event->modifiers() == Qt::NoModifier) {
+        beginRename();
+        return;
+    }
+    if (event->key() == Qt::Key_Menu) {
+        showMenu(QPoint(name->geometry().left(), height / 2));
+        return;
+    }
+    QFrame::keyPressEvent(event);
+}
+
+void ShelfEntryRow::showMenu(QPoint at) {
+    if (renaming)
+        return;
+    if (!menu) {
+        // A child of the card, so that the panel shows it inside the island with the card's look.
+        menu = new QMenu(this);
+        menu->setStyleSheet(
+            QStringLiteral("QMenu { background: %1; border: 1px solid #3A3A3C; padding: 4px; }"
+                           "QMenu::item { padding: 4px 24px 4px 12px; }"
+                           "QMenu::item:selected { background: %2; color: white; }"
+                           "QMenu::separator { height: 1px; background: #3A3A3C; margin: 4px 6px; }")
+                .arg(PanelStyle::control().name(), PanelStyle::accent().name()));
+        // The card's own buttons act for the menu, so both do the same.
+        if (entry_.kind != brind::ShelfEntry::Kind::text)
+            menu->addAction(QStringLiteral("Open"), open, &QPushButton::click);
+        menu->addAction(QStringLiteral("Copy"), copy, &QPushButton::click);
+        // The key is written into the text: a real shortcut would also act while the menu is shut.
+        menu->addAction(QStringLiteral("Rename\tF2"), this, [this] { beginRename(); });
+        menu->addSeparator();
+        menu->addAction(QStringLiteral("Remove"), remove, &QPushButton::click);
+    }
+    menu->popup(mapToGlobal(at));
+}
+
+void ShelfEntryRow::beginRename() {
+    if (renaming)
+        return;
+    renaming = true;
+    if (onEditing)
+        onEditing(true);
+    const QString title = QString::fromStdString(entry_.title);
+    renameField_->setText(title);
+    name->hide();
+    renameField_->show();
+    renameField_->setFocus(Qt::OtherFocusReason);
+    // As file managers do: the base is selected, so typing keeps the extension.
+    const auto base = brind::ShelfNaming::split(entry_.title).base;
+    renameField_->setSelection(0, QString::fromStdString(std::string(base)).size());
+}
+
+void ShelfEntryRow::finishRename(bool commit) {
+    if (!renaming)
+        return;
+    renaming = false;
+    const QString typed = renameField_->text();
+    // The card takes the keyboard back before the field goes, so it does not wander to another card.
+    setFocus(Qt::OtherFocusReason);
+    renameField_->hide();
+    name->show();
+    if (commit && onRename)
+        onRename(typed);
+    if (onEditing)
+        onEditing(false);
+}
+
+bool ShelfEntryRow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == renameField_ && renaming) {
+        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+            // Here, not in the section, where Escape closes the island.
+            finishRename(false);
+            return true;
+        }
+        if (event->type() == QEvent::FocusOut) {
+            switch (static_cast<QFocusEvent*>(event)->reason()) {
+            case Qt::PopupFocusReason: // the field's own menu
+                break;
+            case Qt::ActiveWindowFocusReason: // the island closed: nothing was confirmed
+                finishRename(false);
+                break;
+            default: // the user moved on in the panel, as a file manager takes it
+                finishRename(true);
+                break;
+            }
+        }
+    }
+    return QFrame::eventFilter(watched, event);
 }
 
 } // namespace vq

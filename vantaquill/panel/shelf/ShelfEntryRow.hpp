@@ -9,6 +9,8 @@
 
 #include <functional>
 
+class QLineEdit;
+class QMenu;
 class QPushButton;
 
 namespace vq {
@@ -17,7 +19,8 @@ class ElidedLabel;
 
 /// One shelf entry as a card: its icon, name and where it is, with Open (files and links), Copy and
 /// Remove. Dragging the card takes the entry out of the island, as a file, a link or text, into
-/// whatever accepts drops.
+/// whatever accepts drops. F2 or "Rename" in the card's context menu turns the name into a field:
+/// Enter (or moving on elsewhere in the panel) renames, Escape leaves the name as it was.
 class ShelfEntryRow : public QFrame {
 public:
     static constexpr int height = 48;
@@ -29,6 +32,11 @@ public:
     std::function<void()> onOpen;
     std::function<void()> onCopy;
     std::function<void()> onRemove;
+    /// The name typed into the rename field, as the user left it (`ShelfStore::rename` decides).
+    std::function<void(const QString&)> onRename;
+    /// Called with true when the name becomes a field and with false once it is a name again (after
+    /// `onRename`): the shelf must not rebuild this row under the user's typing.
+    std::function<void(bool)> onEditing;
     /// Called with true as a drag of the entry starts and false when it has ended: the shelf must
     /// not rebuild this row while its drag runs.
     std::function<void(bool)> onDragging;
@@ -41,18 +49,33 @@ public:
     QPushButton* openButton() const { return open; }
     QPushButton* copyButton() const { return copy; }
     QPushButton* removeButton() const { return remove; }
+    QLineEdit* renameField() const { return renameField_; }
+    /// The context menu, once it was asked for.
+    QMenu* contextMenu() const { return menu; }
+
+    /// Turns the name into a field holding it, its base selected and the keyboard in it.
+    void beginRename();
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    void showMenu(QPoint at);
+    void finishRename(bool commit);
+
     brind::ShelfEntry entry_;
     QIcon icon;
     ElidedLabel* name;
     QPushButton* open;
     QPushButton* copy;
     QPushButton* remove;
+    QLineEdit* renameField_;
+    QMenu* menu = nullptr;
+    bool renaming = false;
     QPoint pressedAt;
     bool pressed = false;
 };

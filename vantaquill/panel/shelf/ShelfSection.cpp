@@ -12,14 +12,18 @@
 #include <QDragEnterEvent>
 #include <QDropEvent>
 #include <QFileInfo>
+#include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QMimeData>
+#include <QPushButton>
 #include <QScrollArea>
 #include <QTimer>
-
-#include <utility>
 #include <QVBoxLayout>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace vq {
 
@@ -43,9 +47,10 @@ std::vector<std::string> droppedFiles(const QMimeData& data) {
 } // namespace
 
 ShelfSection::ShelfSection(ShelfStore& store, Scheduler& scheduler, ClipboardWriter writer, QWidget* parent)
-    : PanelSection(parent), opener([](const QUrl& url) { return QDesktopServices::openUrl(url); }), store(store),
-      scheduler(scheduler), writer(std::move(writer)), scroll(new QScrollArea(this)), list(nullptr),
-      hint(new QLabel(this)) {
+    : PanelSection(parent), opener([](const QUrl& url) { return QDesktopServices::openUrl(url); }),
+      store(store), scheduler(scheduler), writer(std::move(writer)), scroll(new QScrollArea(this)),
+      list(nullptr), hint(new QLabel(this)), footer(new QWidget(this)),
+      clear(new QPushButton(QStringLiteral("Clear shelf (keeps pinned)"), footer)) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(PanelStyle::margin, PanelStyle::margin, PanelStyle::margin, PanelStyle::margin);
     layout->setSpacing(PanelStyle::spacing);
@@ -67,8 +72,16 @@ ShelfSection::ShelfSection(ShelfStore& store, Scheduler& scheduler, ClipboardWri
     hint->setText(QStringLiteral("Files you put on the shelf wait here until you drag them out again. Drop files "
                                  "on this view while the island is open, or run \u201Cvantaquill shelf add FILE\u201D."));
 
+    auto* footerRow = new QHBoxLayout(footer);
+    footerRow->setContentsMargins(0, 0, 0, 0);
+    footerRow->addStretch();
+    footerRow->addWidget(clear);
+    clear->setFocusPolicy(Qt::StrongFocus);
+    connect(clear, &QPushButton::clicked, this, [this] { this->store.clearUnpinned(); });
+
     layout->addWidget(scroll, 1);
     layout->addWidget(hint, 1);
+    layout->addWidget(footer);
     setAcceptDrops(true);
     rebuild();
 }
@@ -88,13 +101,15 @@ bool ShelfSection::needsUser() const {
 
 int ShelfSection::contentHeight(int width) const {
     const int count = static_cast<int>(rows_.size());
-    const int body = count > 0 ? count * ShelfEntryRow::height + (count - 1) * rowSpacing
-                               : hint->heightForWidth(width - 2 * PanelStyle::margin) + 2 * PanelStyle::spacing;
+    const int body = count > 0
+                         ? count * ShelfEntryRow::height + (count - 1) * rowSpacing + PanelStyle::spacing +
+                               clear->sizeHint().height()
+                         : hint->heightForWidth(width - 2 * PanelStyle::margin) + 2 * PanelStyle::spacing;
     return 2 * PanelStyle::margin + body;
 }
 
 void ShelfSection::refresh() {
-    if (dragRunning) {
+    if (dragRunning || renaming) {
         refreshPending = true;
         return;
     }
@@ -102,6 +117,15 @@ void ShelfSection::refresh() {
 }
 
 void ShelfSection::rebuild() {
+    // The selected card stays selected: the keyboard waits on the section while the cards are
+    // replaced, since a hidden card would take it out of the panel, and goes to the new card.
+    std::optional<brind::UUID> selected;
+    for (const ShelfEntryRow* row : rows_) {
+        if (focusWidget() && (row == focusWidget() || row->isAncestorOf(focusWidget())))
+            selected = row->entry().id;
+    }
+    if (selected)
+        setFocus(Qt::OtherFocusReason);
     for (ShelfEntryRow* row : rows_) {
         list->removeWidget(row);
         row->hide();
@@ -114,15 +138,32 @@ void ShelfSection::rebuild() {
         row->onOpen = [this, id] { open(id); };
         row->onCopy = [this, flavours = ShelfEntryFlavours::of(entry)] { writer(flavours); };
         row->onRemove = [this, id] { store.remove(id); };
+        row->onRename = [this, id](const QString& name) { store.rename(id, name.toStdString()); };
+        row->onEditing = [this](bool running) { editing(running); };
         row->onDragging = [this](bool running) { dragging(running); };
         row->startNativeDrag = [this](const ClipFlavours& flavours, std::function<void()> finished) {
             return startNativeDrag && startNativeDrag(flavours, std::move(finished));
         };
         list->insertWidget(list->count() - 1, row);
+        // Now rather than on the layout's next turn, so that a card can take the keyboard at once.
+        row->show();
         rows_.push_back(row);
     }
     scroll->setVisible(!rows_.empty());
     hint->setVisible(rows_.empty());
+    footer->setVisible(!rows_.empty());
+    // The cards come first to the keyboard: the island gives it to the section's first control, on
+    // which Enter presses, and that must never be Clear.
+    if (!rows_.empty())
+        setTabOrder(rows_.back()->removeButton(), clear);
+    if (selected) {
+        const auto row =
+            std::ranges::find(rows_, *selected, [](const ShelfEntryRow* card) { return card->entry().id; });
+        if (row != rows_.end())
+            (*row)->setFocus(Qt::OtherFocusReason);
+    }
+    clear->setEnabled(
+        std::ranges::any_of(store.library().entries, [](const auto& entry) { return !entry.pinned; }));
     changed();
 }
 
@@ -146,6 +187,14 @@ void ShelfSection::dragging(bool running) {
             refresh();
         requestClose();
     });
+}
+
+void ShelfSection::editing(bool running) {
+    renaming = running;
+    if (running)
+        return;
+    if (std::exchange(refreshPending, false))
+        refresh();
 }
 
 void ShelfSection::dragEnterEvent(QDragEnterEvent* event) {

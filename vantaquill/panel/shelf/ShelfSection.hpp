@@ -10,6 +10,7 @@
 #include <vector>
 
 class QLabel;
+class QPushButton;
 class QScrollArea;
 class QVBoxLayout;
 
@@ -20,7 +21,8 @@ class ShelfEntryRow;
 class ShelfStore;
 
 /// The panel's shelf: the entries of the shelf as cards, newest first, each with Open, Copy and
-/// Remove, and dragged out of the island by the card itself. Files dropped on the section join the
+/// Remove, renamed in place, and dragged out of the island by the card itself. Under them "Clear
+/// shelf (keeps pinned)" takes off everything not pinned. Files dropped on the section join the
 /// shelf. Empty, it says how things get there.
 class ShelfSection : public PanelSection {
 public:
@@ -43,6 +45,7 @@ public:
 
     const std::vector<ShelfEntryRow*>& rows() const { return rows_; }
     QLabel* emptyHint() const { return hint; }
+    QPushButton* clearButton() const { return clear; }
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
@@ -54,6 +57,7 @@ private:
     void rebuild();
     void open(const brind::UUID& id);
     void dragging(bool running);
+    void editing(bool running);
 
     ShelfStore& store;
     Scheduler& scheduler;
@@ -61,8 +65,11 @@ private:
     QScrollArea* scroll;
     QVBoxLayout* list;
     QLabel* hint;
+    QWidget* footer;
+    QPushButton* clear;
     std::vector<ShelfEntryRow*> rows_;
     bool dragRunning = false;
+    bool renaming = false;
     bool refreshPending = false;
 };
 
