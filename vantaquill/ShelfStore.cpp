@@ -74,6 +74,17 @@ std::vector<brind::ShelfEntry> ShelfStore::expire(double hours, brind::Date now)
     return cleared(library_.expire(hours, now));
 }
 
+bool ShelfStore::setPinned(const brind::UUID& id, bool pinned) {
+    const auto found = std::ranges::find(library_.entries, id, &brind::ShelfEntry::id);
+    if (found == library_.entries.end())
+        return false;
+    if (found->pinned != pinned) {
+        found->pinned = pinned;
+        changed();
+    }
+    return true;
+}
+
 std::vector<brind::ShelfEntry> ShelfStore::clearUnpinned() {
     auto& entries = library_.entries;
     const auto unpinned = std::ranges::stable_partition(entries, &brind::ShelfEntry::pinned).begin();

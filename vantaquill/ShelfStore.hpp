@@ -46,6 +46,10 @@ public:
     /// does, and saves when one went; the entries removed. Pinned entries stay, in their order.
     std::vector<brind::ShelfEntry> clearUnpinned();
 
+    /// Pins the entry (it never expires and stays through "Clear shelf") or unpins it, and saves;
+    /// false when no entry has that id.
+    bool setPinned(const brind::UUID& id, bool pinned);
+
     enum class RenameError { noSuchEntry, refusedName, fileNotRenamed };
 
     /// Gives the entry the name `proposed` (after `ShelfNaming::sanitisedRename`) and saves; the

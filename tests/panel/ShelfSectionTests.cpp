@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QLineEdit>
+#include <QAction>
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
@@ -147,9 +148,24 @@ TEST_F(ShelfSectionTests, ClearShelfKeepsPinnedEntriesAndDeletesOnlyFilesTheShel
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
     EXPECT_EQ(QApplication::focusWidget(), section->rows().front()->openButton());
 
+    // The cards' menus pin the notes, which then stay, and unpin pinned.txt, which then goes.
+    const auto choose = [&](std::size_t index, const QString& text) {
+        ShelfEntryRow* row = section->rows().at(index);
+        QTest::mouseClick(row, Qt::RightButton, {}, QPoint(60, 10));
+        ASSERT_NE(row->contextMenu(), nullptr);
+        const auto actions = row->contextMenu()->actions();
+        const auto found = std::ranges::find(actions, text, &QAction::text);
+        ASSERT_NE(found, actions.end()) << text.toStdString();
+        (*found)->trigger();
+    };
+    choose(2, "Pin");
+    choose(4, "Unpin");
+    ASSERT_TRUE(section->rows().at(2)->entry().pinned);
+    EXPECT_EQ(ShelfStore(data).library().entries, store->library().entries) << "the pins are saved";
+
     QTest::mouseClick(section->clearButton(), Qt::LeftButton);
-    EXPECT_EQ(names(), (std::vector<std::string>{"kept.png", "pinned.txt"}));
-    EXPECT_EQ(cleared, (std::vector<std::string>{"converted.png", "notes.txt", "precious.txt"}));
+    EXPECT_EQ(names(), (std::vector<std::string>{"kept.png", "notes.txt"}));
+    EXPECT_EQ(cleared, (std::vector<std::string>{"converted.png", "precious.txt", "pinned.txt"}));
     EXPECT_EQ(ShelfStore(data).library().entries, store->library().entries) << "the clearing is saved";
     EXPECT_FALSE(fs::exists(converted));
     for (const auto& path : {keptCopy, notes, elsewhere, pinnedNotes})

@@ -81,7 +81,7 @@ ShelfEntryRow::ShelfEntryRow(brind::ShelfEntry entry, QWidget* parent)
     name->setElideMode(Qt::ElideMiddle);
     auto* where = new ElidedLabel({}, this);
     where->setProperty("secondary", true);
-    where->setText(location(entry_));
+    where->setText(entry_.pinned ? QStringLiteral("Pinned · ") + location(entry_) : location(entry_));
     auto* text = new QVBoxLayout;
     text->setSpacing(1);
     text->addStretch();
@@ -194,6 +194,11 @@ void ShelfEntryRow::showMenu(QPoint at) {
         menu->addAction(QStringLiteral("Copy"), copy, &QPushButton::click);
         // The key is written into the text: a real shortcut would also act while the menu is shut.
         menu->addAction(QStringLiteral("Rename\tF2"), this, [this] { beginRename(); });
+        const bool pin = !entry_.pinned;
+        menu->addAction(pin ? QStringLiteral("Pin") : QStringLiteral("Unpin"), this, [this, pin] {
+            if (onPin)
+                onPin(pin);
+        });
         menu->addSeparator();
         menu->addAction(QStringLiteral("Remove"), remove, &QPushButton::click);
     }

@@ -17,8 +17,8 @@ namespace vq {
 
 class ElidedLabel;
 
-/// One shelf entry as a card: its icon, name and where it is, with Open (files and links), Copy and
-/// Remove. Dragging the card takes the entry out of the island, as a file, a link or text, into
+/// One shelf entry as a card: its icon, name and where it is (after "Pinned" for a pinned entry),
+/// with Open (files and links), Copy and Remove; its context menu adds Rename and Pin or Unpin. Dragging the card takes the entry out of the island, as a file, a link or text, into
 /// whatever accepts drops. F2 or "Rename" in the card's context menu turns the name into a field:
 /// Enter (or moving on elsewhere in the panel) renames, Escape leaves the name as it was.
 class ShelfEntryRow : public QFrame {
@@ -32,6 +32,8 @@ public:
     std::function<void()> onOpen;
     std::function<void()> onCopy;
     std::function<void()> onRemove;
+    /// Pin (true) or Unpin (false), from the card's menu.
+    std::function<void(bool)> onPin;
     /// The name typed into the rename field, as the user left it (`ShelfStore::rename` decides).
     std::function<void(const QString&)> onRename;
     /// Called with true when the name becomes a field and with false once it is a name again (after

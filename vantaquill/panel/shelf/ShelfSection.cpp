@@ -138,6 +138,7 @@ void ShelfSection::rebuild() {
         row->onOpen = [this, id] { open(id); };
         row->onCopy = [this, flavours = ShelfEntryFlavours::of(entry)] { writer(flavours); };
         row->onRemove = [this, id] { store.remove(id); };
+        row->onPin = [this, id](bool pinned) { store.setPinned(id, pinned); };
         row->onRename = [this, id](const QString& name) { store.rename(id, name.toStdString()); };
         row->onEditing = [this](bool running) { editing(running); };
         row->onDragging = [this](bool running) { dragging(running); };
