@@ -221,7 +221,7 @@ TEST(HooksWithoutIsland, EveryWayOfWritingTheCommandLineIsReadAsBefore) {
     EXPECT_EQ(traced.exitCode, 0);
     EXPECT_EQ(traced.out, "");
     ASSERT_NE(traced.err.find("libc.so"), std::string::npos) << "the loader's trace is missing";
-    for (const char* library : {"libicu", "libcrypto"})
+    for (const char* library : {"libicu", "libcrypto", "liburiparser"})
         EXPECT_EQ(traced.err.find(library), std::string::npos) << library;
 }
 
