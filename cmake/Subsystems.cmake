@@ -34,6 +34,9 @@ function(brind_subsystem folder)
       target_link_libraries(${target} PUBLIC ${dependencyTarget})
     endif()
   endforeach()
+  # A section per function and object, so that a program linking only part of a subsystem (the
+  # `vantaquill` command) can leave the rest out (--gc-sections): less to map and to relocate.
+  target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
   brind_warnings(${target})
   set(BRIND_SUBSYSTEM_TARGETS ${BRIND_SUBSYSTEM_TARGETS} ${target} CACHE INTERNAL "")
 endfunction()
