@@ -2,9 +2,14 @@
 
 #include "BrindKit/foundation/ASCII.hpp"
 
-#include <asio.hpp>
-
+#include <arpa/inet.h>
+#include <cerrno>
 #include <cstdlib>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <system_error>
+#include <unistd.h>
 
 namespace vq {
 
@@ -48,26 +53,53 @@ bool parseHead(std::string_view head, HTTPClient::Response& response) {
     return response.status > 0;
 }
 
+std::string reason(int error) {
+    return std::system_category().message(error);
+}
+
+// Closes the socket however `send` ends.
+struct Descriptor {
+    int value = -1;
+    ~Descriptor() {
+        if (value >= 0)
+            ::close(value);
+    }
+};
+
 } // namespace
 
+// Plain blocking socket calls: an event loop would add a dozen system calls to every hook call,
+// for one connection that is written once and read to its end.
 std::expected<HTTPClient::Response, HTTPClient::Error>
 HTTPClient::send(std::string_view method, std::string_view target, const Headers& headers,
                  std::string_view body) const {
-    asio::io_context context;
-    asio::ip::tcp::socket socket(context);
-    asio::error_code error;
-    socket.connect({asio::ip::make_address_v4("127.0.0.1"), port_}, error);
-    if (error) {
-        const Failure failure = error == asio::error::connection_refused ? Failure::unreachable : Failure::broken;
-        return std::unexpected(Error{failure, "couldn't reach vantaquill on 127.0.0.1:" + std::to_string(port_) +
-                                                  " (" + error.message() + ")"});
+    Descriptor socket{::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, IPPROTO_TCP)};
+    int error = socket.value < 0 ? errno : 0;
+    if (!error) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(port_);
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        if (::connect(socket.value, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+            error = errno;
     }
-    socket.set_option(asio::ip::tcp::no_delay(true), error);
+    if (error) {
+        const Failure failure = error == ECONNREFUSED ? Failure::unreachable : Failure::broken;
+        return std::unexpected(Error{failure, "couldn't reach vantaquill on 127.0.0.1:" + std::to_string(port_) +
+                                                  " (" + reason(error) + ")"});
+    }
+    const int on = 1;
+    ::setsockopt(socket.value, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 
     const std::string request = requestText(method, target, port_, headers, body);
-    asio::write(socket, asio::buffer(request), error);
-    if (error)
-        return std::unexpected(Error{Failure::broken, "couldn't send the request (" + error.message() + ")"});
+    for (std::size_t sent = 0; sent < request.size();) {
+        // MSG_NOSIGNAL: an island that closes early is an error here, not a SIGPIPE.
+        const ssize_t count = ::send(socket.value, request.data() + sent, request.size() - sent, MSG_NOSIGNAL);
+        if (count >= 0)
+            sent += static_cast<std::size_t>(count);
+        else if (errno != EINTR)
+            return std::unexpected(Error{Failure::broken, "couldn't send the request (" + reason(errno) + ")"});
+    }
 
     std::string received;
     Response response;
@@ -75,8 +107,15 @@ HTTPClient::send(std::string_view method, std::string_view target, const Headers
     std::size_t contentLength = std::string::npos;
     char chunk[readChunk];
     for (;;) {
-        const std::size_t count = socket.read_some(asio::buffer(chunk), error);
-        received.append(chunk, count);
+        const ssize_t count = ::recv(socket.value, chunk, sizeof chunk, 0);
+        if (count < 0) {
+            if (errno == EINTR)
+                continue;
+            return std::unexpected(Error{Failure::broken, "the connection broke (" + reason(errno) + ")"});
+        }
+        if (count == 0)
+            break; // the island closed: the reply ends here
+        received.append(chunk, static_cast<std::size_t>(count));
         if (bodyStart == std::string::npos) {
             const std::size_t headEnd = received.find("\r\n\r\n");
             if (headEnd != std::string::npos) {
@@ -90,10 +129,6 @@ HTTPClient::send(std::string_view method, std::string_view target, const Headers
         if (bodyStart != std::string::npos && contentLength != std::string::npos &&
             received.size() >= bodyStart + contentLength)
             break;
-        if (error == asio::error::eof)
-            break;
-        if (error)
-            return std::unexpected(Error{Failure::broken, "the connection broke (" + error.message() + ")"});
     }
     if (bodyStart == std::string::npos)
         return std::unexpected(Error{Failure::broken, "the reply ended before its head"});

@@ -70,12 +70,17 @@ void forwardHook(const HookOptions& options, CommandContext& context) {
     const auto kind = brind::agentKindLoose(options.agent);
     // An agent must never be blocked or slowed by a missing island: whatever goes wrong, print
     // the answer that lets it carry on by itself and succeed.
+    // The payload is read for its event only when the answer depends on it: a payload may carry a
+    // whole tool output, and parsing it on every tool use while the island is down would be wasted.
     const auto fallback = [&] {
         if (kind) {
-            std::optional<std::string_view> given;
-            if (!options.event.empty())
-                given = options.event;
-            const auto event = brind::AgentEventDecoder::eventName(*kind, given, payload);
+            std::optional<std::string> event;
+            if (brind::AgentDecisionEncoder::unreachableFallbackVaries(*kind)) {
+                std::optional<std::string_view> given;
+                if (!options.event.empty())
+                    given = options.event;
+                event = brind::AgentEventDecoder::eventName(*kind, given, payload);
+            }
             std::cout << brind::AgentDecisionEncoder::unreachableFallback(*kind, event.value_or(""));
         }
         std::cout.flush();

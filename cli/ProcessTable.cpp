@@ -1,25 +1,82 @@
 #include "cli/ProcessTable.hpp"
 
-#include <fstream>
-#include <iterator>
-#include <sstream>
+#include <cerrno>
+#include <charconv>
+#include <fcntl.h>
+#include <string_view>
+#include <unistd.h>
 
 namespace vq::ProcessTable {
 
-std::optional<Entry> entry(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    const std::string stat((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    // The name (field 2) may hold spaces and parentheses; the fields resume after the last ")".
+namespace {
+
+// Read with plain descriptors: `vantaquill hook` reads two of these files on every tool use of an
+// agent, and a file stream and a string stream (with their locales) cost more than the rest of it.
+std::string contents(const std::string& path) {
+    std::string text;
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0)
+        return text;
+    char buffer[1024];
+    for (;;) {
+        const ssize_t count = ::read(descriptor, buffer, sizeof buffer);
+        if (count > 0)
+            text.append(buffer, static_cast<std::size_t>(count));
+        else if (count < 0 && errno == EINTR)
+            continue;
+        else
+            break;
+    }
+    ::close(descriptor);
+    return text;
+}
+
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+
+// The next field separated by white space, from `at` on; empty at the end.
+std::string_view nextField(std::string_view text, std::size_t& at) {
+    while (at < text.size() && isSpace(text[at]))
+        ++at;
+    const std::size_t start = at;
+    while (at < text.size() && !isSpace(text[at]))
+        ++at;
+    return text.substr(start, at - start);
+}
+
+template <typename Number>
+bool readNumber(std::string_view field, Number& number) {
+    const auto [end, error] = std::from_chars(field.data(), field.data() + field.size(), number);
+    return error == std::errc() && end == field.data() + field.size();
+}
+
+std::optional<Entry> parse(std::string_view stat) {
+    // The name (field 2) may hold spaces and parentheses; the fields resume after the last ")":
+    // state, parent, process group, session, terminal.
     const std::size_t open = stat.find('(');
     const std::size_t close = stat.rfind(')');
-    if (open == std::string::npos || close == std::string::npos || close < open)
+    if (open == std::string_view::npos || close == std::string_view::npos || close < open)
         return std::nullopt;
-    std::istringstream fields(stat.substr(close + 1));
-    std::string state;
-    Entry result{stat.substr(open + 1, close - open - 1), 0};
-    if (!(fields >> state >> result.parent))
+    Entry result{std::string(stat.substr(open + 1, close - open - 1))};
+    std::size_t at = close + 1;
+    if (nextField(stat, at).empty() || !readNumber(nextField(stat, at), result.parent))
         return std::nullopt;
+    nextField(stat, at);
+    nextField(stat, at);
+    if (!readNumber(nextField(stat, at), result.terminal))
+        result.terminal = 0;
     return result;
+}
+
+} // namespace
+
+std::optional<Entry> entry(pid_t pid) {
+    return parse(contents("/proc/" + std::to_string(pid) + "/stat"));
+}
+
+std::optional<Entry> self() {
+    return parse(contents("/proc/self/stat"));
 }
 
 } // namespace vq::ProcessTable

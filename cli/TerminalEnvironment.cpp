@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
 #include <iterator>
-#include <sstream>
 #include <unistd.h>
 
 namespace vq::TerminalEnvironment {
@@ -44,20 +42,11 @@ pid_t agentProcess() {
 } // namespace
 
 std::string controllingTTY() {
-    std::ifstream stat("/proc/self/stat");
-    std::string contents((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-    // The command name (field 2) may hold spaces and parentheses; fields resume after the last ")".
-    const std::size_t close = contents.rfind(')');
-    if (close != std::string::npos) {
-        std::istringstream fields(contents.substr(close + 1));
-        std::string state, parent, group, session;
-        unsigned long long device = 0;
-        if (fields >> state >> parent >> group >> session >> device && device != 0) {
-            const unsigned major = static_cast<unsigned>((device >> 8) & 0xFFF);
-            const unsigned minor = static_cast<unsigned>((device & 0xFF) | ((device >> 12) & 0xFFF00));
-            if (major >= firstPTSMajor && major <= lastPTSMajor)
-                return "/dev/pts/" + std::to_string((major - firstPTSMajor) * 256 + minor);
-        }
+    if (const auto own = ProcessTable::self(); own && own->terminal != 0) {
+        const auto major = static_cast<unsigned>((own->terminal >> 8) & 0xFFF);
+        const auto minor = static_cast<unsigned>((own->terminal & 0xFF) | ((own->terminal >> 12) & 0xFFF00));
+        if (major >= firstPTSMajor && major <= lastPTSMajor)
+            return "/dev/pts/" + std::to_string((major - firstPTSMajor) * 256 + minor);
     }
     return ttyFromStandardStreams();
 }

@@ -140,6 +140,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "https://vantaquill.invalid/")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Opened with dlopen on first use (URL.cpp), so dpkg-shlibdeps cannot see it; the automatic list
+# is added to this one.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "liburiparser1")
 # The doctor asks these tools about the desktop; the island runs without them. libcanberra loads its
 # sound server backend at run time, which dpkg-shlibdeps cannot see; without it (or the sound theme)
 # the focus timer ends silently.

@@ -25,13 +25,18 @@ function(brind_subsystem folder)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   target_link_libraries(${target} PUBLIC
     asio::asio nlohmann_json::nlohmann_json
-    PkgConfig::ICU PkgConfig::URIPARSER PkgConfig::NETTLE Threads::Threads ${CMAKE_DL_LIBS})
+    PkgConfig::ICU PkgConfig::NETTLE Threads::Threads ${CMAKE_DL_LIBS})
+  # uriparser is opened on demand (URL.cpp): its declarations only.
+  target_include_directories(${target} PUBLIC $<TARGET_PROPERTY:PkgConfig::URIPARSER,INTERFACE_INCLUDE_DIRECTORIES>)
   foreach(dependency ${ARGN})
     brind_target_name(${dependency} dependencyTarget)
     if(TARGET ${dependencyTarget})
       target_link_libraries(${target} PUBLIC ${dependencyTarget})
     endif()
   endforeach()
+  # A section per function and object, so that a program linking only part of a subsystem (the
+  # `vantaquill` command) can leave the rest out (--gc-sections): less to map and to relocate.
+  target_compile_options(${target} PRIVATE -ffunction-sections -fdata-sections)
   brind_warnings(${target})
   set(BRIND_SUBSYSTEM_TARGETS ${BRIND_SUBSYSTEM_TARGETS} ${target} CACHE INTERNAL "")
 endfunction()

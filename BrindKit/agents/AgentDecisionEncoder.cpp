@@ -150,13 +150,17 @@ Meaningful meaningful(const AgentHookEvent& event) {
 }
 
 std::string unreachableFallback(AgentKind agent, std::string_view eventName) {
-    if (agent != AgentKind::cursor)
+    if (!unreachableFallbackVaries(agent))
         return {};
     if (eventName == "beforeShellExecution" || eventName == "beforeMCPExecution")
         return "{\"permission\":\"ask\"}";
     if (eventName == "beforeSubmitPrompt")
         return "{\"continue\":true}";
     return {};
+}
+
+bool unreachableFallbackVaries(AgentKind agent) {
+    return agent == AgentKind::cursor;
 }
 
 } // namespace brind::AgentDecisionEncoder

@@ -35,6 +35,10 @@ Meaningful meaningful(const AgentHookEvent& event);
 /// on exactly as it would without us (empty for almost every event).
 std::string unreachableFallback(AgentKind agent, std::string_view eventName);
 
+/// Whether `unreachableFallback` differs from one event of `agent` to another (Cursor's); for the
+/// other agents the payload need not be read to answer without the application.
+bool unreachableFallbackVaries(AgentKind agent);
+
 } // namespace AgentDecisionEncoder
 
 } // namespace brind

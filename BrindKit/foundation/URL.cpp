@@ -6,9 +6,42 @@
 
 #include <uriparser/Uri.h>
 
+#include <dlfcn.h>
+
+#include <cstdio>
+
 namespace brind {
 
 namespace {
+
+// uriparser is opened the first time a URL is parsed instead of being linked: the `vantaquill`
+// command forwards an agent's hook payload on every tool use without parsing a URL, and loading the
+// library was part of its start-up. The package depends on it; if it cannot be opened all the same,
+// that is said once and no text parses.
+struct URIParser {
+    decltype(&::uriParseSingleUriExA) parse = nullptr;
+    decltype(&::uriFreeUriMembersA) free = nullptr;
+};
+
+const URIParser* uriParser() {
+    static const std::optional<URIParser> loaded = []() -> std::optional<URIParser> {
+        void* library = ::dlopen("liburiparser.so.1", RTLD_LAZY | RTLD_LOCAL);
+        URIParser functions;
+        if (library) {
+            functions.parse = reinterpret_cast<decltype(functions.parse)>(::dlsym(library, "uriParseSingleUriExA"));
+            functions.free = reinterpret_cast<decltype(functions.free)>(::dlsym(library, "uriFreeUriMembersA"));
+        }
+        if (!functions.parse || !functions.free) {
+            const char* reason = ::dlerror();
+            std::fprintf(stderr, "URLs cannot be read: liburiparser.so.1 is missing (%s)\n",
+                         reason ? reason : "an entry point is missing");
+            return std::nullopt;
+        }
+        // The library stays open for the life of the process, like a linked one.
+        return functions;
+    }();
+    return loaded ? &*loaded : nullptr;
+}
 
 std::string range(const UriTextRangeA& range) {
     if (!range.first || !range.afterLast)
@@ -30,10 +63,13 @@ std::optional<URL> URL::parse(std::string_view text) {
     // uriparser reads up to a terminator; an embedded NUL would silently cut the text short.
     if (text.find('\0') != std::string_view::npos)
         return std::nullopt;
+    const URIParser* parser = uriParser();
+    if (!parser)
+        return std::nullopt;
     const std::string owned(text);
     UriUriA uri;
     const char* errorPosition = nullptr;
-    if (uriParseSingleUriExA(&uri, owned.data(), owned.data() + owned.size(), &errorPosition) != URI_SUCCESS)
+    if (parser->parse(&uri, owned.data(), owned.data() + owned.size(), &errorPosition) != URI_SUCCESS)
         return std::nullopt;
 
     URL url;
@@ -66,7 +102,7 @@ std::optional<URL> URL::parse(std::string_view text) {
         url.query = range(uri.query);
     if (present(uri.fragment))
         url.fragment = range(uri.fragment);
-    uriFreeUriMembersA(&uri);
+    parser->free(&uri);
     return url;
 }
 

@@ -10,7 +10,8 @@ session start, which is answered at once).
 
 Usage: bench/app/hook-vs-curl.py [build-dir] (ROUNDS, default 300). Prints p50 and p90 in
 milliseconds, the ratio of the p50s, and /bin/true timed the same way in the same rounds: the floor
-of starting any program from here."""
+of starting any program from here. BEFORE=<another build-dir> times that build's command too, in the
+same rounds, so that an old and a new command see the same load."""
 
 import os
 import re
@@ -26,6 +27,8 @@ rounds = int(os.environ.get("ROUNDS", "300"))
 source = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
 payload_file = os.path.join(source, "tests/data/agents/payloads/claude-session-start.json")
 command = os.path.abspath(os.path.join(build, "bin/vantaquill"))
+before = os.environ.get("BEFORE")
+before_command = os.path.abspath(os.path.join(before, "bin/vantaquill")) if before else None
 if not shutil.which("curl"):
     sys.exit("curl is not installed")
 
@@ -59,11 +62,14 @@ def compare(label, port, token):
     for _ in range(10):  # page cache and the island's first-request work
         timed(hook, env)
         timed(curl, env)
-    hooks, curls, floor = [], [], []
+    old_hook = [before_command] + hook[1:] if before_command else None
+    hooks, curls, floor, olds = [], [], [], []
     for _ in range(rounds):
         hooks.append(timed(hook, env))
         curls.append(timed(curl, env))
         floor.append(timed(["/bin/true"], env))
+        if old_hook:
+            olds.append(timed(old_hook, env))
     def row(name, times):
         p50 = statistics.median(times)
         p90 = statistics.quantiles(times, n=10)[-1]
@@ -72,6 +78,8 @@ def compare(label, port, token):
     print(f"{label} ({rounds} paired rounds):")
     ratio = row("vantaquill hook", hooks) / row("curl", curls)
     row("/bin/true", floor)  # the cost of starting any program, timed the same way
+    if olds:
+        row("hook, BEFORE", olds)
     print(f"  hook p50 / curl p50 = {ratio:.2f}")
 
 

@@ -61,6 +61,10 @@ TEST(AgentDecisionEncoder, OffersMeaningfulAnswersAndFallsBackWhenTheAppIsAway) 
         if (row.contains("unreachable")) {
             EXPECT_EQ(AgentDecisionEncoder::unreachableFallback(event.agent, event.rawName),
                       row["unreachable"]);
+            // The hook command reads no event for the agents whose answer does not vary.
+            if (!AgentDecisionEncoder::unreachableFallbackVaries(event.agent)) {
+                EXPECT_EQ(row["unreachable"], "");
+            }
         }
     }
 }

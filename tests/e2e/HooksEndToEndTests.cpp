@@ -1,6 +1,7 @@
 #include "BrindKit/foundation/AtomicFile.hpp"
 #include "BrindKit/foundation/JSON.hpp"
 #include "tests/e2e/E2EFixture.hpp"
+#include "tests/support/LoopbackHTTPServer.hpp"
 
 #include <thread>
 #include <unistd.h>
@@ -221,8 +222,25 @@ TEST(HooksWithoutIsland, EveryWayOfWritingTheCommandLineIsReadAsBefore) {
     EXPECT_EQ(traced.exitCode, 0);
     EXPECT_EQ(traced.out, "");
     ASSERT_NE(traced.err.find("libc.so"), std::string::npos) << "the loader's trace is missing";
-    for (const char* library : {"libicu", "libcrypto"})
+    for (const char* library : {"libicu", "libcrypto", "liburiparser"})
         EXPECT_EQ(traced.err.find(library), std::string::npos) << library;
+}
+
+// Where the agent runs, read from /proc: the process behind the shell that ran the hook is the
+// agent. The island's answer is printed as it came.
+TEST(HooksWithoutIsland, TheAgentBehindTheShellIsNamedToTheIsland) {
+    TemporaryHome home;
+    vq::LoopbackHTTPServer island(200, R"({"continue":true})");
+    auto environment = home.environment();
+    environment["VANTAQUILL_PORT"] = island.url().substr(island.url().rfind(':') + 1);
+    // "; exit" keeps the shell from replacing itself with the command.
+    const auto result = run("/bin/sh", {"-c", builtProgram("vantaquill") + " hook --agent claude-code; exit $?"},
+                            environment, payload("claude-permission-request.json"));
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_EQ(result.out, R"({"continue":true})");
+    const auto requests = island.requestsFor("POST /v1/agents/hook?agent=claude-code ");
+    ASSERT_EQ(requests.size(), 1U);
+    EXPECT_EQ(vq::LoopbackServer::fieldOf(requests.front(), "x-vantaquill-pid"), std::to_string(::getpid()));
 }
 
 // Files as people have them (comments, unknown keys, other tools' hooks, odd whitespace, Unicode),
