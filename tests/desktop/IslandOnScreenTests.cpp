@@ -555,13 +555,14 @@ TEST_P(IslandOnScreen, DraggedFilesAndLinksJoinTheShelfAndWhatItCannotHoldIsRefu
         std::string line; ///< what the island says it added, or nothing when it refuses the drag
         std::vector<std::string> shelf;
     } rows[] = {
+        // First: the drag after a refused one must still reach the island.
+        {{"--offer", "image/png", "PNG bytes"},
+         "",
+         {}}, // nothing the shelf holds: refused, the island stays shut
         {{"--file", QString::fromStdString(file.string())},
          "path=\"" + file.string() + "\"",
          {"dropped report.txt"}},
         {{"--text", "https://www.example.org/notes"}, "shelf added", {"\"link\"", "example.org"}},
-        {{"--offer", "image/png", "PNG bytes"},
-         "",
-         {}}, // nothing the shelf holds: refused, the island stays shut
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.drags.join(' ').toStdString());
