@@ -545,28 +545,31 @@ TEST_P(IslandOnScreen, HidesWhileTheScreenIsSharedOrTheActiveWindowIsFullScreenU
 
 // A file manager's drag, a browser's of a link and an image's data: pressed in its window, carried
 // onto the island, which opens for what the shelf can hold and lets the rest pass, and let go there.
+// Each drag the island takes comes after one it refused: let go, or ended by its program dying over
+// the island, which then hears no more of it.
 TEST_P(IslandOnScreen, DraggedFilesAndLinksJoinTheShelfAndWhatItCannotHoldIsRefused) {
     const Outline closed = onScreen(IslandState::closed, IslandLayout::closed(input()));
     ASSERT_TRUE(showsOutline(closed));
     const auto file = home.path() / "dropped report.txt";
     std::ofstream(file) << "quarterly figures\n";
+    const QStringList image{"--offer", "image/png", "PNG bytes"};
     const struct {
         QStringList drags;
         std::string line; ///< what the island says it added, or nothing when it refuses the drag
         std::vector<std::string> shelf;
+        bool dies = false; ///< the dragging program is killed in mid-drag, over the island
     } rows[] = {
+        {image, "", {}}, // nothing the shelf holds: refused, the island stays shut
         {{"--file", QString::fromStdString(file.string())},
          "path=\"" + file.string() + "\"",
          {"dropped report.txt"}},
+        {image, "", {}, true}, // refused, and its program dies before letting go
         {{"--text", "https://www.example.org/notes"}, "shelf added", {"\"link\"", "example.org"}},
-        {{"--offer", "image/png", "PNG bytes"},
-         "",
-         {}}, // nothing the shelf holds: refused, the island stays shut
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.drags.join(' ').toStdString());
+        SCOPED_TRACE(row.drags.join(' ').toStdString() + (row.dies ? " (dies)" : ""));
         const long added = linesWith("shelf added");
-        const auto window = openWindow(row.drags);
+        auto window = openWindow(row.drags);
         move(away);
         // The pointer left on the island by the row before opened it: each drag starts at a shut island.
         ASSERT_TRUE(showsOutline(closed));
@@ -581,9 +584,15 @@ TEST_P(IslandOnScreen, DraggedFilesAndLinksJoinTheShelfAndWhatItCannotHoldIsRefu
         }
         EXPECT_EQ(opened, !row.line.empty())
             << "the island opened for a drag it refuses, or not for one it takes";
+        if (row.dies) {
+            window.reset();
+            move(away);
+        }
         button(false);
         const std::string ended = row.line.empty() ? "drag ended cancelled" : "drag ended copied";
-        EXPECT_TRUE(waitUntil([&] { return window->count(ended) == 1; })) << "no " << ended;
+        if (!row.dies) {
+            EXPECT_TRUE(waitUntil([&] { return window->count(ended) == 1; })) << "no " << ended;
+        }
         if (row.line.empty()) {
             EXPECT_EQ(linesWith("shelf added"), added);
             continue;

@@ -66,6 +66,8 @@ X11IslandSurface::X11IslandSurface()
                            Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
       connection_(x11Connection()) {
     translucent_ = compositorRunning(connection_, defaultScreenNumber());
+    if (connection_)
+        xdndEnter_ = atom(connection_, "XdndEnter");
     // A translucent window needs an ARGB visual, chosen when the native window is created.
     setAttribute(Qt::WA_TranslucentBackground, translucent_);
     setAttribute(Qt::WA_NoSystemBackground);
@@ -257,6 +259,7 @@ bool X11IslandSurface::sendDrop(DropEvent::Type type, QPointF position, const QM
 }
 
 void X11IslandSurface::dragEnterEvent(QDragEnterEvent* event) {
+    dragInside_ = true;
     if (sendDrop(DropEvent::Type::enter, event->position(), event->mimeData()))
         event->acceptProposedAction();
 }
@@ -267,12 +270,30 @@ void X11IslandSurface::dragMoveEvent(QDragMoveEvent* event) {
 }
 
 void X11IslandSurface::dragLeaveEvent(QDragLeaveEvent*) {
+    dragInside_ = false;
     sendDrop(DropEvent::Type::leave, {}, nullptr);
 }
 
 void X11IslandSurface::dropEvent(QDropEvent* event) {
+    dragInside_ = false;
     if (sendDrop(DropEvent::Type::drop, event->position(), event->mimeData()))
         event->acceptProposedAction();
+}
+
+// A drag ends for the island with the XDND leave or drop its program sends. A program that dies in
+// mid-drag sends neither, and Qt keeps that drag as the one over the island: the next drag's enter
+// then reaches no widget, and the island would let it pass by. A new drag entering while one is
+// still inside is the sign; the stale drag leaves first, so the new one enters the island afresh.
+bool X11IslandSurface::nativeEvent(const QByteArray& eventType, void* message, qintptr* result) {
+    if (dragInside_ && xdndEnter_ != XCB_ATOM_NONE && eventType == "xcb_generic_event_t") {
+        const auto* event = static_cast<const xcb_generic_event_t*>(message);
+        if ((event->response_type & 0x7F) == XCB_CLIENT_MESSAGE &&
+            static_cast<const xcb_client_message_event_t*>(message)->type == xdndEnter_) {
+            QDragLeaveEvent leave;
+            QCoreApplication::sendEvent(windowHandle(), &leave);
+        }
+    }
+    return QWidget::nativeEvent(eventType, message, result);
 }
 
 } // namespace vq

@@ -46,6 +46,7 @@ protected:
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    bool nativeEvent(const QByteArray& eventType, void* message, qintptr* result) override;
 
 private:
     void announceToWindowManager();
@@ -61,6 +62,9 @@ private:
     /// The window that had the keyboard when the island took it.
     std::uint32_t previousFocus_ = 0;
     QRegion inputRegion_;
+    xcb_atom_t xdndEnter_ = XCB_ATOM_NONE;
+    /// Between a drag's enter and its leave or drop, as Qt delivered them to the island.
+    bool dragInside_ = false;
     QElapsedTimer clock_;
     qint64 lastFrame_ = 0; ///< nanoseconds on `clock_`
     QTimer frameTimer_;

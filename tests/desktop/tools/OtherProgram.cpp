@@ -39,7 +39,14 @@ class DragSource final : public QWidget {
     void mousePressEvent(QMouseEvent*) override {
         auto* drag = new QDrag(this);
         drag->setMimeData(make_());
-        report(drag->exec(Qt::CopyAction) == Qt::CopyAction ? "drag ended copied" : "drag ended cancelled");
+        const bool copied = drag->exec(Qt::CopyAction) == Qt::CopyAction;
+        // A cancelled drag's last word to the window under the pointer (XDND's leave) is still in this
+        // program's X connection when exec returns, sent only once the event loop next goes idle. A
+        // test closes this program as soon as it reads how the drag ended: killed before then, the
+        // window would never hear the drag leave, and Qt there would take the next drag for this
+        // one. A round trip to the server first has the server deliver all the drag sent.
+        QGuiApplication::sync();
+        report(copied ? "drag ended copied" : "drag ended cancelled");
     }
 
   private:
