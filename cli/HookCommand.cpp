@@ -1,4 +1,5 @@
 #include "cli/CommandContext.hpp"
+#include "cli/ReadToEnd.hpp"
 #include "cli/TerminalEnvironment.hpp"
 
 #include "BrindKit/agents/AgentDecisionEncoder.hpp"
@@ -10,7 +11,6 @@
 #include "BrindKit/foundation/URL.hpp"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <iostream>
 #include <span>
@@ -40,27 +40,11 @@ void runChained(const std::vector<std::string>& program) {
         std::cerr << "vantaquill: couldn't run " << program.front() << "\n";
 }
 
-// Straight from the descriptor: a payload may carry a whole tool output, and std::cin (kept in step
-// with stdio) would hand it over one byte at a time, on every tool use of the agent.
-std::string readStandardInput() {
-    std::string text;
-    char buffer[64 * 1024];
-    for (;;) {
-        const ssize_t count = ::read(STDIN_FILENO, buffer, sizeof buffer);
-        if (count > 0)
-            text.append(buffer, static_cast<std::size_t>(count));
-        else if (count < 0 && errno == EINTR)
-            continue;
-        else
-            return text;
-    }
-}
-
 // Sends the payload and prints the island's answer, or the answer that lets the agent carry on.
 void forwardHook(const HookOptions& options, CommandContext& context) {
     std::string payload;
     if (options.arguments.empty()) {
-        payload = readStandardInput();
+        payload = readToEnd(STDIN_FILENO);
     } else {
         // The user's program (before the payload) gets the same arguments Codex gave us.
         payload = options.arguments.back();

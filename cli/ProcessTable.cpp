@@ -1,6 +1,7 @@
 #include "cli/ProcessTable.hpp"
 
-#include <cerrno>
+#include "cli/ReadToEnd.hpp"
+
 #include <charconv>
 #include <fcntl.h>
 #include <string_view>
@@ -13,20 +14,10 @@ namespace {
 // Read with plain descriptors: `vantaquill hook` reads two of these files on every tool use of an
 // agent, and a file stream and a string stream (with their locales) cost more than the rest of it.
 std::string contents(const std::string& path) {
-    std::string text;
     const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (descriptor < 0)
-        return text;
-    char buffer[1024];
-    for (;;) {
-        const ssize_t count = ::read(descriptor, buffer, sizeof buffer);
-        if (count > 0)
-            text.append(buffer, static_cast<std::size_t>(count));
-        else if (count < 0 && errno == EINTR)
-            continue;
-        else
-            break;
-    }
+        return {};
+    std::string text = readToEnd(descriptor);
     ::close(descriptor);
     return text;
 }
