@@ -77,12 +77,8 @@ public:
     std::optional<SDKClient> owner(std::string_view ofActivity) const;
 
 private:
-    /// A stored digest in binary, beside the client it belongs to: the form `authorize` compares.
-    struct StoredDigest {
-        std::array<std::uint64_t, 4> words{};
-        bool readable = false; ///< false for a stored text that is not 64 lower-case hex digits: never matches
-        std::string appID;
-    };
+    /// A stored digest in binary: the form `authorize` compares, 32 bytes side by side with the others.
+    using StoredDigest = std::array<std::uint64_t, 4>;
 
     std::vector<SDKClient> sortedLocked() const;
     /// Rebuilds `digests` from `clients`; called whenever a client is added or removed.
@@ -91,7 +87,11 @@ private:
 
     mutable std::mutex lock;
     std::map<std::string, SDKClient, std::less<>> clients;
+    // Readable digests only (a stored text that is not 64 lower-case hex digits never matches), and
+    // beside them the client each belongs to: map nodes stay put until erased, and every erase
+    // rebuilds both.
     std::vector<StoredDigest> digests;
+    std::vector<SDKClient*> digestOwners;
     ChangeHandler onChange;
 };
 
