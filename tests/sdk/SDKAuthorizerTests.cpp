@@ -103,6 +103,10 @@ TEST(SDKAuthorizer, FindsEachOfManyClientsByItsOwnTokenOnly) {
     }
     // A digest stored in upper case is not the lower-case text it should have been.
     EXPECT_EQ(auth.authorize("vq_loud", SDKScope::hud, now).error(), SDKAuthError::invalidToken());
+    // Two clients edited into the file with one digest: the later appID holds it.
+    SDKAuthorizer twins({SDKClient{"b-twin", "B", {}, SDKAuthorizer::hash("vq_twin"), now, now},
+                               SDKClient{"a-twin", "A", {}, SDKAuthorizer::hash("vq_twin"), now, now}});
+    EXPECT_EQ(twins.authorize("vq_twin", std::nullopt, now)->appID, "b-twin");
 }
 
 TEST(SDKAuthorizer, ReissuingRevokingAndRescopingTakeEffectAtOnce) {
