@@ -154,11 +154,32 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
         // its client has gone.
         watch();
         auto self = shared_from_this();
+        connection = handOver(self, server.context->get_executor());
         asio::co_spawn(socket.get_executor(), answer(self, std::move(request)),
                        [self](std::exception_ptr failure) {
                            if (failure)
                                self->close();
                        });
+    }
+
+    // The handle a handler that waits keeps to the connection; requests answered at once never need
+    // one, so it is made only here.
+    static std::shared_ptr<SDKConnection> handOver(const std::weak_ptr<Session>& weak, Executor executor) {
+        return std::make_shared<SDKConnection>(
+            [weak, executor](std::string bytes) {
+                // Inline on the server's thread keeps a handler's sends in order with its response.
+                asio::dispatch(executor, [weak, bytes = std::move(bytes)]() mutable {
+                    if (const auto alive = weak.lock())
+                        alive->push(std::move(bytes));
+                });
+            },
+            [weak, executor] {
+                // Always queued, so close handlers never run inside the caller's own call.
+                asio::post(executor, [weak] {
+                    if (const auto alive = weak.lock())
+                        alive->close();
+                });
+            });
     }
 
     asio::awaitable<void> answer(std::shared_ptr<Session> self, SDKHTTPRequest request) {
@@ -344,7 +365,8 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
         std::error_code ignored;
         socket.close(ignored);
         server.forget(id);
-        connection->markClosed();
+        if (connection)
+            connection->markClosed();
     }
 
     SDKHTTPServer& server;
@@ -520,23 +542,6 @@ void SDKHTTPServer::admit(tcp::socket socket, const tcp::endpoint& peer) {
         connections.emplace(session->id, session);
     }
 
-    const std::weak_ptr<Session> weak = session;
-    const Executor executor = context->get_executor();
-    session->connection = std::make_shared<SDKConnection>(
-        [weak, executor](std::string bytes) {
-            // Inline on the server's thread keeps a handler's sends in order with its response.
-            asio::dispatch(executor, [weak, bytes = std::move(bytes)]() mutable {
-                if (const auto alive = weak.lock())
-                    alive->push(std::move(bytes));
-            });
-        },
-        [weak, executor] {
-            // Always queued, so close handlers never run inside the caller's own call.
-            asio::post(executor, [weak] {
-                if (const auto alive = weak.lock())
-                    alive->close();
-            });
-        });
     session->closeAt(Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                         std::chrono::duration<double>(readTimeoutSeconds.load())));
     session->receive();
