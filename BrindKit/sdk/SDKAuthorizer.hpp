@@ -77,21 +77,19 @@ public:
     std::optional<SDKClient> owner(std::string_view ofActivity) const;
 
 private:
-    /// A stored digest in binary, beside the client it belongs to: the form `authorize` compares.
-    struct StoredDigest {
-        std::array<std::uint64_t, 4> words{};
-        bool readable = false; ///< false for a stored text that is not 64 lower-case hex digits: never matches
-        std::string appID;
-    };
-
     std::vector<SDKClient> sortedLocked() const;
-    /// Rebuilds `digests` from `clients`; called whenever a client is added or removed.
+    /// Rebuilds `digestWords` and `digestOwners` from `clients`; called whenever a client is added or removed.
     void indexLocked();
     void report(std::vector<SDKClient> clients) const;
 
     mutable std::mutex lock;
     std::map<std::string, SDKClient, std::less<>> clients;
-    std::vector<StoredDigest> digests;
+    // The stored digests in binary, the form `authorize` compares: the four 64-bit words of each in
+    // four columns. Readable digests only (a stored text that is not 64 lower-case hex digits never
+    // matches), and beside them the client each belongs to: map nodes stay put until erased, and
+    // every erase rebuilds both.
+    std::array<std::vector<std::uint64_t>, 4> digestWords;
+    std::vector<SDKClient*> digestOwners;
     ChangeHandler onChange;
 };
 

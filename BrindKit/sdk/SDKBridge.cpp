@@ -32,11 +32,13 @@ SDKBridge::Config SDKBridge::config() const {
 void SDKBridge::setConfig(Config config) {
     std::lock_guard guard(lock);
     _config = std::move(config);
+    statusBody.clear();
 }
 
 void SDKBridge::setPort(std::uint16_t port) {
     std::lock_guard guard(lock);
     _port = port;
+    statusBody.clear();
 }
 
 std::uint16_t SDKBridge::port() const {

@@ -144,6 +144,9 @@ private:
     std::set<std::string> pendingConsents;
     std::map<std::string, Subscriber> subscribers;
     std::uint16_t _port;
+    // The status reply's body, written once for the current configuration and port (under `lock`;
+    // emptied when either changes).
+    mutable std::string statusBody;
     std::function<Date()> clock;
 };
 

@@ -10,22 +10,26 @@ using namespace SDKBridgeRoute;
 
 SDKRouteResult SDKBridge::status() const {
     // Scripts poll this route: the reply is written as text, keys in the sorted order every JSON
-    // reply has, rather than built as an object first.
-    std::string body = R"({"app":"vantaquill","ok":true,"port":)";
+    // reply has, rather than built as an object first, and only again when what it reports changes.
+    std::string body;
     {
         std::lock_guard guard(lock);
-        body += std::to_string(_port);
-        if (!_config.surface.empty()) {
-            body += R"(,"surface":{"kind":)";
-            JSONText::appendCompactString(body, _config.surface);
-            body += R"(,"reason":)";
-            JSONText::appendCompactString(body, _config.surfaceReason);
-            body += '}';
+        if (statusBody.empty()) {
+            statusBody = R"({"app":"vantaquill","ok":true,"port":)";
+            statusBody += std::to_string(_port);
+            if (!_config.surface.empty()) {
+                statusBody += R"(,"surface":{"kind":)";
+                JSONText::appendCompactString(statusBody, _config.surface);
+                statusBody += R"(,"reason":)";
+                JSONText::appendCompactString(statusBody, _config.surfaceReason);
+                statusBody += '}';
+            }
+            statusBody += R"(,"version":)";
+            JSONText::appendCompactString(statusBody, _config.version);
+            statusBody += '}';
         }
-        body += R"(,"version":)";
-        JSONText::appendCompactString(body, _config.version);
+        body = statusBody;
     }
-    body += '}';
     return respond(SDKHTTPResponse::raw(200, std::move(body), "application/json"));
 }
 

@@ -19,6 +19,10 @@ struct SDKHTTPRequest {
     /// The value of a header field; the name is matched without regard to case.
     std::optional<std::string> header(std::string_view name) const;
 
+    /// The same value, seen where it is stored (valid while the request is unchanged): for the
+    /// checks every request goes through, which need no copy.
+    std::optional<std::string_view> headerView(std::string_view name) const;
+
     /// The path split at "/" with empty pieces dropped: "/v1/activities/abc" gives v1, activities, abc
     /// (views into `path`).
     std::vector<std::string_view> segments() const;

@@ -4,11 +4,14 @@
 #include "BrindKit/sdk/SDKHTTPResponse.hpp"
 
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <deque>
 #include <future>
 #include <utility>
 #include <vector>
+
+#include <sys/socket.h>
 
 namespace brind {
 
@@ -22,6 +25,46 @@ constexpr std::size_t receiveChunkBytes = 65536;
 constexpr auto lingerAfterResponse = std::chrono::milliseconds(50);
 // When accepting fails for want of descriptors, pause instead of spinning on the error.
 constexpr auto acceptRetryDelay = std::chrono::milliseconds(50);
+
+// Reads and writes are made without blocking by their flags rather than by the socket's mode: a
+// socket whose request and response go through at once is then never switched to non-blocking
+// (Asio does that, one system call, the first time it waits on the socket).
+std::error_code lastError() {
+    return errno == EAGAIN || errno == EWOULDBLOCK ? std::error_code(asio::error::would_block)
+                                                   : std::error_code(errno, asio::error::get_system_category());
+}
+
+std::size_t receiveNow(tcp::socket& socket, char* into, std::size_t size, std::error_code& error) {
+    for (;;) {
+        const ssize_t count = ::recv(socket.native_handle(), into, size, MSG_DONTWAIT);
+        if (count > 0) {
+            error.clear();
+            return static_cast<std::size_t>(count);
+        }
+        if (count == 0) {
+            error = asio::error::eof;
+            return 0;
+        }
+        if (errno != EINTR) {
+            error = lastError();
+            return 0;
+        }
+    }
+}
+
+std::size_t sendNow(tcp::socket& socket, std::string_view bytes, std::error_code& error) {
+    for (;;) {
+        const ssize_t count = ::send(socket.native_handle(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        if (count >= 0) {
+            error.clear();
+            return static_cast<std::size_t>(count);
+        }
+        if (errno != EINTR) {
+            error = lastError();
+            return 0;
+        }
+    }
+}
 
 SDKHTTPResponse parseErrorResponse(SDKHTTPParseError error) {
     const auto status = [error] {
@@ -66,8 +109,7 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     void receive() {
         while (!closed) {
             std::error_code error;
-            const std::size_t count =
-                socket.read_some(asio::buffer(server.receiveBuffer.get(), receiveChunkBytes), error);
+            const std::size_t count = receiveNow(socket, server.receiveBuffer.get(), receiveChunkBytes, error);
             if (error == asio::error::would_block) {
                 whenReadable(&Session::receive);
                 return;
@@ -104,7 +146,7 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
             }
             if (answer) {
                 settle(std::move(*answer));
-                watch();
+                lingerOrWatch();
                 return;
             }
         }
@@ -112,11 +154,32 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
         // its client has gone.
         watch();
         auto self = shared_from_this();
+        connection = handOver(self, server.context->get_executor());
         asio::co_spawn(socket.get_executor(), answer(self, std::move(request)),
                        [self](std::exception_ptr failure) {
                            if (failure)
                                self->close();
                        });
+    }
+
+    // The handle a handler that waits keeps to the connection; requests answered at once never need
+    // one, so it is made only here.
+    static std::shared_ptr<SDKConnection> handOver(const std::weak_ptr<Session>& weak, Executor executor) {
+        return std::make_shared<SDKConnection>(
+            [weak, executor](std::string bytes) {
+                // Inline on the server's thread keeps a handler's sends in order with its response.
+                asio::dispatch(executor, [weak, bytes = std::move(bytes)]() mutable {
+                    if (const auto alive = weak.lock())
+                        alive->push(std::move(bytes));
+                });
+            },
+            [weak, executor] {
+                // Always queued, so close handlers never run inside the caller's own call.
+                asio::post(executor, [weak] {
+                    if (const auto alive = weak.lock())
+                        alive->close();
+                });
+            });
     }
 
     asio::awaitable<void> answer(std::shared_ptr<Session> self, SDKHTTPRequest request) {
@@ -165,10 +228,41 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
         whenReadable(&Session::drain);
     }
 
+    // After a response that went out at once, the peer's close is looked for when the next
+    // connection arrives, or at the deadline 50 ms on, instead of by a wait on this socket: the wait
+    // cost two system calls on every connection (making the socket non-blocking for Asio, and
+    // arming it), and a client that reads its response and closes is usually followed by its next
+    // connection. A response still on its way, a stream or a held request keeps the wait.
+    void lingerOrWatch() {
+        if (closed || watching)
+            return;
+        if (!responseSent) {
+            watch();
+            return;
+        }
+        server.lingering.push_back(shared_from_this());
+    }
+
+    // For a lingering connection: drops what the peer sent after the request and closes once it
+    // has finished sending (or failed). True when the connection is closed.
+    bool settleLinger() {
+        while (!closed) {
+            std::error_code error;
+            receiveNow(socket, server.receiveBuffer.get(), receiveChunkBytes, error);
+            if (!error)
+                continue;
+            if (error == asio::error::would_block)
+                return false;
+            peerFinished = error == asio::error::eof;
+            close();
+        }
+        return true;
+    }
+
     void drain() {
         while (!closed) {
             std::error_code error;
-            socket.read_some(asio::buffer(server.receiveBuffer.get(), receiveChunkBytes), error);
+            receiveNow(socket, server.receiveBuffer.get(), receiveChunkBytes, error);
             if (!error)
                 continue;
             if (error == asio::error::would_block) {
@@ -206,7 +300,7 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
             return;
         if (!writing) {
             std::error_code error;
-            const std::size_t written = socket.write_some(asio::buffer(bytes), error);
+            const std::size_t written = sendNow(socket, bytes, error);
             if (error && error != asio::error::would_block) {
                 close();
                 return;
@@ -271,7 +365,8 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
         std::error_code ignored;
         socket.close(ignored);
         server.forget(id);
-        connection->markClosed();
+        if (connection)
+            connection->markClosed();
     }
 
     SDKHTTPServer& server;
@@ -376,6 +471,7 @@ void SDKHTTPServer::shutdownOnThread() {
     }
     for (auto& session : open)
         session->close();
+    lingering.clear();
     {
         std::lock_guard guard(lock);
         connections.clear();
@@ -407,6 +503,7 @@ void SDKHTTPServer::acceptNext(const std::shared_ptr<tcp::acceptor>& acceptor) {
     auto peer = std::make_shared<tcp::endpoint>();
     acceptor->async_accept(*socket, *peer, [this, acceptor, socket, peer](std::error_code error) {
         if (!error) {
+            settleLingering();
             admit(std::move(*socket), *peer);
             acceptNext(acceptor);
             return;
@@ -421,6 +518,10 @@ void SDKHTTPServer::acceptNext(const std::shared_ptr<tcp::acceptor>& acceptor) {
         auto pause = std::make_shared<asio::steady_timer>(*context, acceptRetryDelay);
         pause->async_wait([this, acceptor, pause](std::error_code) { acceptNext(acceptor); });
     });
+}
+
+void SDKHTTPServer::settleLingering() {
+    std::erase_if(lingering, [](const std::shared_ptr<Session>& session) { return session->settleLinger(); });
 }
 
 void SDKHTTPServer::admit(tcp::socket socket, const tcp::endpoint& peer) {
@@ -439,29 +540,6 @@ void SDKHTTPServer::admit(tcp::socket socket, const tcp::endpoint& peer) {
         }
         session = std::make_shared<Session>(*this, std::move(socket), nextSessionID++);
         connections.emplace(session->id, session);
-    }
-
-    const std::weak_ptr<Session> weak = session;
-    const Executor executor = context->get_executor();
-    session->connection = std::make_shared<SDKConnection>(
-        [weak, executor](std::string bytes) {
-            // Inline on the server's thread keeps a handler's sends in order with its response.
-            asio::dispatch(executor, [weak, bytes = std::move(bytes)]() mutable {
-                if (const auto alive = weak.lock())
-                    alive->push(std::move(bytes));
-            });
-        },
-        [weak, executor] {
-            // Always queued, so close handlers never run inside the caller's own call.
-            asio::post(executor, [weak] {
-                if (const auto alive = weak.lock())
-                    alive->close();
-            });
-        });
-    // Reads and writes are made when the socket is ready and must never block the thread.
-    if (session->socket.non_blocking(true, error); error) {
-        session->close();
-        return;
     }
 
     session->closeAt(Clock::now() + std::chrono::duration_cast<Clock::duration>(
@@ -496,6 +574,9 @@ void SDKHTTPServer::sweep() {
                 next = std::min(next, session->deadline);
         }
     }
+    // Lingering connections are read to the end first, so that none is closed over unread bytes
+    // (which would answer with a reset).
+    settleLingering();
     for (const auto& session : expired)
         session->close();
     if (next != Clock::time_point::max())

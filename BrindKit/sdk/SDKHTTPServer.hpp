@@ -19,6 +19,7 @@
 #include <string>
 #include <thread>
 #include <variant>
+#include <vector>
 
 namespace brind {
 
@@ -34,8 +35,10 @@ namespace brind {
 /// seconds is dropped without a response, while a request that has reached the handler is never
 /// timed out (held hook calls and streams may last). Parse errors are answered with their fixed
 /// 400/413/411 response and a handler that throws with 500; neither affects other connections.
-/// After a response the server waits 50 ms so that the client can read it, then closes, or closes
-/// at once when the peer has already closed its side.
+/// After a response the server ends its sending and waits for the peer to close its side (reading
+/// and dropping anything more), 50 ms at most, so that the client can read it all, then closes. The
+/// peer's close is noticed when the next connection arrives, or at the 50 ms, for a response that
+/// went out at once, and at once otherwise.
 ///
 /// The connections are driven by readiness callbacks rather than coroutines, and every deadline
 /// (the read time-out, the 50 ms after a response) is kept by one timer for the whole server: a
@@ -120,6 +123,8 @@ private:
     void admit(asio::ip::tcp::socket socket, const asio::ip::tcp::endpoint& peer);
     asio::awaitable<SDKRouteResult> runHandler(SDKHTTPRequest request, std::shared_ptr<SDKConnection> connection);
     void forget(std::uint64_t sessionID);
+    /// Closes the lingering connections whose peers have finished sending.
+    void settleLingering();
     void shutdownOnThread();
     /// Makes sure the sweep runs no later than `deadline`.
     void sweepBy(Clock::time_point deadline);
@@ -139,6 +144,8 @@ private:
     // when a new deadline comes before it.
     std::unique_ptr<asio::steady_timer> sweeper;
     Clock::time_point sweepAt = Clock::time_point::max();
+    // Connections whose response has gone out, waiting for their peer's close (see `Session`).
+    std::vector<std::shared_ptr<Session>> lingering;
 
     std::mutex lifecycle;              // serialises start and stop
     std::shared_ptr<asio::ip::tcp::acceptor> listener; // touched only under `lifecycle`, closed on the server's thread

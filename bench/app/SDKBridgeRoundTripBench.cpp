@@ -1,6 +1,10 @@
 // POST /v1/activities through the real server and bridge, a fresh loopback connection per request,
 // as a script calling the API does. Reports the median and 99th percentile round trip.
+// Beside it, the work the server's thread does between reading a request and sending its reply
+// (parse, guard, token, rate, body, reply text), without sockets: GET /v1/status, and POST
+// /v1/activities with 64 and 2,048 registered clients, each request from the next client.
 #include "BrindKit/sdk/SDKBridge.hpp"
+#include "BrindKit/sdk/SDKHTTPParser.hpp"
 #include "BrindKit/sdk/SDKHTTPServer.hpp"
 
 #include <benchmark/benchmark.h>
@@ -93,7 +97,51 @@ void postActivityRoundTrip(benchmark::State& state) {
     state.counters["p99_us"] = microseconds[microseconds.size() * 99 / 100];
 }
 
+// Parse, answer and serialise, as the server's thread does for a request that arrived in one piece.
+void answerWithoutSockets(benchmark::State& state) {
+    const auto clients = static_cast<int>(state.range(0));
+    const bool posting = clients > 0;
+    std::vector<SDKClient> registered;
+    std::vector<std::string> requests;
+    const std::string body = R"({"id":"bench","title":"Uploading report.pdf","subtitle":"42 of 80 MB","progress":0.52})";
+    for (int n = 0; n < std::max(clients, 1); ++n) {
+        const std::string token = "vq_bench_client_" + std::to_string(n);
+        registered.push_back(SDKClient{"bench-" + std::to_string(n), "Bench", {SDKScope::activities},
+                                       SDKAuthorizer::hash(token), Date{1}, Date{1}});
+        requests.push_back(posting ? "POST /v1/activities HTTP/1.1\r\nConnection: close\r\nHost: 127.0.0.1:47829\r\n"
+                                     "Content-Type: application/json\r\nAuthorization: Bearer " +
+                                         token + "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body
+                                   : "GET /v1/status HTTP/1.1\r\nHost: 127.0.0.1:47829\r\nConnection: close\r\n\r\n");
+    }
+    SDKAuthorizer auth(registered);
+    AgentApprovalBroker broker;
+    SDKBridge bridge(auth, broker, "hook", 47829);
+    auto delegate = std::make_shared<DiscardingDelegate>();
+    bridge.setDelegate(delegate);
+    // Each client's turn comes a twentieth of a second after its last: its allowance is back, and
+    // no client is seen a minute after it was last reported.
+    double now = 1;
+    const double step = 0.05 / std::max(clients, 1);
+    bridge.setClock([&now] { return Date{now}; });
+    std::size_t next = 0;
+    for (auto _ : state) {
+        now += step;
+        SDKHTTPParser parser;
+        auto request = parser.feed(requests[next]);
+        next = (next + 1) % requests.size();
+        auto answer = bridge.answerNow(**request);
+        const auto* response = std::get_if<SDKRouteResult::Response>(&answer->kind);
+        if (!response || response->response.status != 200) {
+            state.SkipWithError("a request was refused");
+            break;
+        }
+        benchmark::DoNotOptimize(response->response.serialized());
+    }
+}
+
 } // namespace
+
+BENCHMARK(answerWithoutSockets)->ArgName("clients")->Arg(0)->Arg(64)->Arg(2048);
 
 // A client may send 40 requests at once (then 20 a second): each repetition builds a fresh bridge
 // and sends 35, so the rate limit never answers instead of the route.

@@ -343,4 +343,9 @@ TEST_F(Bridge, StatusWrittenAsTextIsTheJSONOfItsObject) {
                             {"surface", JSON{{"kind", "x11"}, {"reason", reason}}}};
         EXPECT_EQ(call(request("GET", "/v1/status")), SDKHTTPResponse::json(200, expected)) << reason;
     }
+    // A new port is reported at once.
+    bridge.setPort(47830);
+    auto moved = request("GET", "/v1/status");
+    moved.headers["host"] = "localhost";
+    EXPECT_EQ(JSON::parse(call(moved).body)["port"], 47830);
 }

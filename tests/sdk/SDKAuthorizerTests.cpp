@@ -1,4 +1,5 @@
 #include "BrindKit/sdk/SDKAuthorizer.hpp"
+#include "BrindKit/foundation/ASCII.hpp"
 #include "BrindKit/sdk/SDKClient.hpp"
 
 #include <gtest/gtest.h>
@@ -86,6 +87,26 @@ TEST(SDKAuthorizer, AuthorisesByTokenAndScopeAndNotesWhenTheClientWasSeen) {
     // What is stored must not work as a token.
     EXPECT_EQ(auth.authorize(seen.tokenHash, SDKScope::hud, now + 5),
               std::unexpected(SDKAuthError::invalidToken()));
+}
+
+TEST(SDKAuthorizer, FindsEachOfManyClientsByItsOwnTokenOnly) {
+    // Enough clients for the digests to be compared many to a pass, and a count that is not even.
+    SDKAuthorizer auth({SDKClient{"shouting", "Shouting", {SDKScope::hud}, brind::ASCII::uppercased(SDKAuthorizer::hash("vq_loud")), now, now}});
+    std::vector<std::string> tokens;
+    for (int n = 0; n < 37; ++n)
+        tokens.push_back(auth.issue("app" + std::to_string(n), "App", {SDKScope::hud}, now));
+    for (int n = 0; n < 37; ++n) {
+        EXPECT_EQ(auth.authorize(tokens[n], SDKScope::hud, now).value_or(SDKClient{}).appID, "app" + std::to_string(n));
+        std::string changed = tokens[n];
+        changed.back() = changed.back() == 'A' ? 'B' : 'A';
+        EXPECT_EQ(auth.authorize(changed, SDKScope::hud, now).error(), SDKAuthError::invalidToken());
+    }
+    // A digest stored in upper case is not the lower-case text it should have been.
+    EXPECT_EQ(auth.authorize("vq_loud", SDKScope::hud, now).error(), SDKAuthError::invalidToken());
+    // Two clients edited into the file with one digest: the later appID holds it.
+    SDKAuthorizer twins({SDKClient{"b-twin", "B", {}, SDKAuthorizer::hash("vq_twin"), now, now},
+                               SDKClient{"a-twin", "A", {}, SDKAuthorizer::hash("vq_twin"), now, now}});
+    EXPECT_EQ(twins.authorize("vq_twin", std::nullopt, now)->appID, "b-twin");
 }
 
 TEST(SDKAuthorizer, ReissuingRevokingAndRescopingTakeEffectAtOnce) {

@@ -323,6 +323,16 @@ TEST(SDKHTTPServer, AnswersAtOnceWhatItCanAndHandsTheRestToTheHandler) {
         closedAfter(
             SDKHTTPResponse::error(500, "internal_error", "The request couldn't be handled.").serialized()));
     EXPECT_EQ(router.calls.load(), 1);
+
+    // A client that sends more after a request answered at once, and reads only after the server
+    // has stopped waiting for its close, still gets the whole response and then the end.
+    Client late(server.port());
+    ASSERT_TRUE(late.send("GET /now HTTP/1.1\r\n\r\n"));
+    std::this_thread::sleep_for(20ms);
+    ASSERT_TRUE(late.send("and more"));
+    std::this_thread::sleep_for(200ms);
+    EXPECT_EQ(late.read(), closedAfter(echoed("now", "/now")));
+    EXPECT_EQ(server.connectionCount(), 0u);
 }
 
 // Idle clients and unfinished requests are dropped when their time is up, requests in flight are
