@@ -52,9 +52,10 @@ std::size_t receiveNow(tcp::socket& socket, char* into, std::size_t size, std::e
     }
 }
 
-std::size_t sendNow(tcp::socket& socket, std::string_view bytes, std::error_code& error) {
+std::size_t sendNow(tcp::socket& socket, std::string_view bytes, std::error_code& error, int flags = 0) {
     for (;;) {
-        const ssize_t count = ::send(socket.native_handle(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+        const ssize_t count =
+            ::send(socket.native_handle(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL | flags);
         if (count >= 0) {
             error.clear();
             return static_cast<std::size_t>(count);
@@ -294,13 +295,13 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     }
 
     // Writes at once what the socket takes; the rest, and anything queued behind it, goes out
-    // asynchronously in order.
-    void enqueue(std::string bytes, std::function<void()> then) {
+    // asynchronously in order. `sendFlags` go with the write made at once.
+    void enqueue(std::string bytes, std::function<void()> then, int sendFlags = 0) {
         if (closed)
             return;
         if (!writing) {
             std::error_code error;
-            const std::size_t written = sendNow(socket, bytes, error);
+            const std::size_t written = sendNow(socket, bytes, error, sendFlags);
             if (error && error != asio::error::would_block) {
                 close();
                 return;
@@ -344,6 +345,9 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     // TIME_WAIT stays on this side, as with any server that closes first: left to clients that open
     // thousands of connections a second, it exhausted their ports. The socket is still read to the
     // peer's close, so unread bytes never turn the close into a reset that could cut the response.
+    // The response is written with MSG_MORE, which holds its last piece until the end of sending
+    // joins it: the client cannot read the response, close and so take the TIME_WAIT itself in the
+    // moment between the write and the shutdown (a moment that grows when the thread is preempted).
     void finish(const SDKHTTPResponse& response) {
         enqueue(response.serialized(), [this] {
             responseSent = true;
@@ -354,7 +358,7 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
             std::error_code ignored;
             socket.shutdown(tcp::socket::shutdown_send, ignored);
             closeAt(Clock::now() + lingerAfterResponse);
-        });
+        }, MSG_MORE);
     }
 
     void close() {
