@@ -7,6 +7,7 @@
 #include "BrindKit/widgets/WidgetPomodoroActivity.hpp"
 #include "BrindKit/widgets/WidgetWeatherCode.hpp"
 #include "vantaquill/AgentHub.hpp"
+#include "vantaquill/ClientFileWriter.hpp"
 #include "vantaquill/ClientStore.hpp"
 #include "vantaquill/HeadlessConsole.hpp"
 #include "vantaquill/HeadlessDisplay.hpp"
@@ -464,10 +465,7 @@ int main(int argc, char** argv) {
     // Clients: the authoriser starts from the stored list and writes every change back.
     vq::ClientStore clients(dataFolder);
     brind::SDKAuthorizer auth(clients.load());
-    auth.setOnChange([&clients](const std::vector<brind::SDKClient>& all) {
-        if (auto saved = clients.save(all); !saved)
-            printError("vantaquill: couldn't write " + saved.error());
-    });
+    vq::ClientFileWriter clientFile(clients, auth, scheduler, onMainThread, printError);
     const auto hookToken = vq::TokenFiles::loadOrCreateHookToken(dataFolder);
     if (!hookToken)
         printError("vantaquill: " + hookToken.error());

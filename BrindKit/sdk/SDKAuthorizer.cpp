@@ -135,6 +135,11 @@ void SDKAuthorizer::setOnChange(ChangeHandler handler) {
     onChange = std::move(handler);
 }
 
+void SDKAuthorizer::setOnSeen(std::function<void()> handler) {
+    std::lock_guard guard(lock);
+    onSeen = std::move(handler);
+}
+
 std::vector<SDKClient> SDKAuthorizer::sortedLocked() const {
     struct Keyed {
         std::string key;
@@ -287,6 +292,7 @@ std::expected<SDKClient, SDKAuthError> SDKAuthorizer::authorize(const std::optio
 
     SDKClient result;
     std::vector<SDKClient> list;
+    std::function<void()> seen;
     {
         std::lock_guard guard(lock);
         // Every stored digest is compared, whole, so the time taken does not depend on which one
@@ -303,10 +309,16 @@ std::expected<SDKClient, SDKAuthError> SDKAuthorizer::authorize(const std::optio
         const bool worthReporting = now - match->lastSeen >= lastSeenReportInterval;
         match->lastSeen = now;
         result = *match;
-        if (worthReporting)
-            list = sortedLocked();
+        if (worthReporting) {
+            if (onSeen)
+                seen = onSeen;
+            else
+                list = sortedLocked();
+        }
     }
-    if (!list.empty())
+    if (seen)
+        seen();
+    else if (!list.empty())
         report(std::move(list));
     return result;
 }

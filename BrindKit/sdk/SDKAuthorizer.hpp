@@ -37,6 +37,10 @@ public:
     explicit SDKAuthorizer(const std::vector<SDKClient>& clients = {});
 
     void setOnChange(ChangeHandler handler);
+    /// Called instead of `onChange`, outside the lock and on the authorising thread, when only a
+    /// `lastSeen` moved (`all` then holds it): a writer may put that off. Without one, `onChange`
+    /// is called as for any change.
+    void setOnSeen(std::function<void()> handler);
 
     /// The clients sorted for display: by name without regard to case, then by appID.
     std::vector<SDKClient> all() const;
@@ -91,6 +95,7 @@ private:
     std::array<std::vector<std::uint64_t>, 4> digestWords;
     std::vector<SDKClient*> digestOwners;
     ChangeHandler onChange;
+    std::function<void()> onSeen;
 };
 
 } // namespace brind
