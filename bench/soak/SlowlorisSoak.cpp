@@ -141,6 +141,9 @@ bool slowlorisSoak() {
     // Once the attack stops, the island serves as before.
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
     const auto after = goodClients(island.port(), calmLength);
+    // As before the attack: a connection answered at once is closed once its client's close is seen,
+    // at the next connection or 50 ms on.
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
     const auto end = ProcessSampler::sample(pid);
 
     std::printf("== slowloris: %zu sockets for %lld s, one header byte a second, reopened a second after closing\n",
