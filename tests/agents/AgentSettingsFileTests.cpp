@@ -1,6 +1,5 @@
 #include "BrindKit/agents/AgentSettingsFile.hpp"
 #include "BrindKit/foundation/AtomicFile.hpp"
-
 #include "tests/support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
@@ -12,7 +11,8 @@ namespace {
 using Contents = std::expected<std::optional<std::string>, std::string>;
 
 AgentSettingsFile::Change appending(std::string tail) {
-    return [tail](const std::optional<std::string>& current) -> Contents { return current.value_or("") + tail; };
+    return
+        [tail](const std::optional<std::string>& current) -> Contents { return current.value_or("") + tail; };
 }
 
 } // namespace
