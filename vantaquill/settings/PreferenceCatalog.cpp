@@ -86,7 +86,7 @@ const std::vector<PreferenceKey>& catalog() {
         {"clipboard.maxImageBytes", S::clipboard, K::integer, "Largest image", "26214400", 1048576, 268435456, {},
          "bytes"},
         {"clipboard.excludedBundleIDs", S::clipboard, K::text, "Never record copies from", "", 0, 0, {},
-         "window classes or application ids, separated by spaces or commas"},
+         "window classes or app ids (spaces or commas)"},
         {"clipboard.hotkeyEnabled", S::clipboard, K::flag, "Open the history with its hot key", "true"},
         {"clipboard.pasteDirectly", S::clipboard, K::flag, "Paste the chosen clip", "true"},
         {"clipboard.watchPrimary", S::clipboard, K::flag, "Also record selected text (primary selection)", "false"},
