@@ -247,6 +247,18 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
     // For a lingering connection: drops what the peer sent after the request and closes once it
     // has finished sending (or failed). True when the connection is closed.
     bool settleLinger() {
+        dropUntilPeerEnds();
+        return closed;
+    }
+
+    void drain() {
+        if (!dropUntilPeerEnds())
+            whenReadable(&Session::drain);
+    }
+
+    // Reads and drops what has arrived; false when the peer may still send more. Its orderly end
+    // closes a stream or a connection whose response has gone, a failure any connection.
+    bool dropUntilPeerEnds() {
         while (!closed) {
             std::error_code error;
             receiveNow(socket, server.receiveBuffer.get(), receiveChunkBytes, error);
@@ -254,31 +266,15 @@ struct SDKHTTPServer::Session : std::enable_shared_from_this<Session> {
                 continue;
             if (error == asio::error::would_block)
                 return false;
-            peerFinished = error == asio::error::eof;
-            close();
-        }
-        return true;
-    }
-
-    void drain() {
-        while (!closed) {
-            std::error_code error;
-            receiveNow(socket, server.receiveBuffer.get(), receiveChunkBytes, error);
-            if (!error)
-                continue;
-            if (error == asio::error::would_block) {
-                whenReadable(&Session::drain);
-                return;
-            }
             if (error == asio::error::eof) {
                 peerFinished = true;
                 if (streaming || responseSent)
                     close();
-                return;
+                return true;
             }
             close();
-            return;
         }
+        return true;
     }
 
     // Bytes a handler sends on its own (an event stream): small writes in a row, so they go out

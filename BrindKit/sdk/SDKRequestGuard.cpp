@@ -1,7 +1,6 @@
 #include "BrindKit/sdk/SDKRequestGuard.hpp"
 
 #include "BrindKit/foundation/ASCII.hpp"
-#include "BrindKit/foundation/Text.hpp"
 
 #include <array>
 #include <charconv>
@@ -14,19 +13,16 @@ namespace {
 constexpr std::string_view browserMessage = "Browser requests are not accepted.";
 constexpr std::string_view jsonType = "application/json";
 
-// The Host field names this server: "127.0.0.1" or "localhost", with or without ":" and the port,
-// compared lower-cased. Every request passes here, so an ASCII field (the only kind that can match
-// once lower-cased as ASCII) is compared in place; any other goes through the Unicode lower-casing.
+// Lower-cased as Unicode, no character outside ASCII becomes one of the letters, digits or
+// punctuation of "127.0.0.1", "localhost" or "application/json" (only the Kelvin sign turns into an
+// ASCII letter, "k"), so a field matches only when its compared part is ASCII, and ASCII's
+// lower-casing decides: every request passes here.
+
+// The Host field names this server: "127.0.0.1" or "localhost", with or without ":" and the port.
 bool namesThisServer(std::string_view host, std::uint16_t port) {
     std::array<char, 8> digits{};
     const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), port).ptr;
     const std::string_view portText(digits.data(), static_cast<std::size_t>(end - digits.data()));
-    if (ASCII::prefixLength(host) != host.size()) {
-        const std::string lowered = Text::lowercased(host);
-        const std::string withPort = ":" + std::string(portText);
-        return lowered == "127.0.0.1" + withPort || lowered == "localhost" + withPort || lowered == "127.0.0.1" ||
-               lowered == "localhost";
-    }
     for (const std::string_view name : {std::string_view("127.0.0.1"), std::string_view("localhost")}) {
         if (host.size() < name.size() || !ASCII::equalsIgnoringCase(host.substr(0, name.size()), name))
             continue;
@@ -36,12 +32,9 @@ bool namesThisServer(std::string_view host, std::uint16_t port) {
     return false;
 }
 
-// Whether the Content-Type, lower-cased, starts with "application/json". Lower-casing maps each
-// character on its own, so when the first bytes are ASCII their ASCII lower-casing decides.
+// Whether the Content-Type starts with "application/json", in any case.
 bool isJSONType(std::string_view type) {
-    if (ASCII::prefixLength(type.substr(0, jsonType.size())) == std::min(type.size(), jsonType.size()))
-        return type.size() >= jsonType.size() && ASCII::equalsIgnoringCase(type.substr(0, jsonType.size()), jsonType);
-    return Text::lowercased(type).starts_with(jsonType);
+    return type.size() >= jsonType.size() && ASCII::equalsIgnoringCase(type.substr(0, jsonType.size()), jsonType);
 }
 
 } // namespace
