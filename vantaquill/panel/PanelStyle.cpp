@@ -35,6 +35,8 @@ QString PanelStyle::styleSheet() {
 QWidget#panelRoot, QStackedWidget, QScrollArea, QScrollArea > QWidget > QWidget { background: transparent; }
 QLabel[secondary="true"] { color: %2; font-size: %9px; }
 QFrame[card="true"] { background: %3; border-radius: %7px; }
+QFrame[selectable="true"] { border: 1px solid transparent; background-clip: border; }
+QFrame[selectable="true"]:focus { border-color: %5; }
 QPushButton, QToolButton { background: %4; border: none; border-radius: 7px; padding: 4px 12px; min-height: 20px; }
 QPushButton:hover, QToolButton:hover { background: #3A3A3C; }
 QPushButton:focus, QToolButton:focus { outline: none; border: 2px solid %5; padding: 2px 10px; }

@@ -66,11 +66,9 @@ ShelfEntryRow::ShelfEntryRow(brind::ShelfEntry entry, QWidget* parent)
       renameField_(new QLineEdit(this)) {
     setProperty("card", true);
     setFixedHeight(height);
-    // A click on the card selects it, for F2 and the menu key; the ring shows which card that is.
+    // A click on the card selects it, for F2 and the menu key; the panel's ring shows which card.
+    setProperty("selectable", true);
     setFocusPolicy(Qt::ClickFocus);
-    setStyleSheet(QStringLiteral("QFrame[card=\"true\"] { border: 1px solid transparent; background-clip: "
-                                 "border; } QFrame[card=\"true\"]:focus { border-color: %1; }")
-                      .arg(PanelStyle::accent().name()));
 
     auto* iconLabel = new QLabel(this);
     iconLabel->setFixedSize(iconSide, iconSide);
