@@ -89,7 +89,8 @@ ClipboardHistoryBox::ClipboardHistoryBox(ClipboardStore& store) : store(store) {
         this->store.clear(brind::ClipHistory::PinnedItems::keep);
         refresh();
     });
-    refresh();
+    // Filled when the pane is shown (`refresh`): the window is made at every start, and reading the
+    // history's folder then would be work for a pane that may never be opened.
 }
 
 void ClipboardHistoryBox::refresh() {

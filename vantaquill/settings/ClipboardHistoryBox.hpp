@@ -18,7 +18,7 @@ class ClipboardHistoryBox final : public QWidget {
     /// The store must outlive the box.
     explicit ClipboardHistoryBox(ClipboardStore& store);
 
-    /// Shows the store as it is now (the window calls it when the pane is shown).
+    /// Shows the store as it is now; the window calls it whenever the pane is shown.
     void refresh();
 
     /// The pauses offered, in hours.

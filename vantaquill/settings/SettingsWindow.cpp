@@ -94,8 +94,7 @@ SettingsWindow::SettingsWindow(Preferences& preferences, AutostartEntry autostar
     connect(sections, &QListWidget::currentRowChanged, this, [this](int row) {
         if (row == sections->count() - 1)
             refreshDesktop();
-        if (clipboardHistory)
-            clipboardHistory->refresh();
+        refreshClipboardHistory();
     });
     sections->setCurrentRow(0);
     load();
@@ -310,6 +309,12 @@ void SettingsWindow::addClipboardHistory(QFormLayout& form) {
     form.addRow(clipboardHistory);
 }
 
+void SettingsWindow::refreshClipboardHistory() {
+    // Only on its own pane: the first pane is shown when the window is made, at every start.
+    if (clipboardHistory && clipboardHistory->isVisibleTo(this))
+        clipboardHistory->refresh();
+}
+
 void SettingsWindow::refreshClients() {
     clients->clear();
     for (const auto& client : services.clients()) {
@@ -377,8 +382,7 @@ void SettingsWindow::showPane(const QString& pane) {
     if (index == sections->count() - 1)
         refreshDesktop();
     refreshClients();
-    if (clipboardHistory)
-        clipboardHistory->refresh();
+    refreshClipboardHistory();
     show();
     raise();
     activateWindow();

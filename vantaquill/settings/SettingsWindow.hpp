@@ -60,6 +60,7 @@ private:
     void refreshHooks();
     void runHooks(const QStringList& arguments);
     void refreshClients();
+    void refreshClipboardHistory();
     QWidget* desktopPage();
     void refreshDesktop();
 
