@@ -12,7 +12,8 @@ namespace vq {
 AgentHub::AgentHub(Scheduler& scheduler, std::filesystem::path dataFolder, HeadlessDisplay& display,
                    LiveActivityCenter& center, MainThread mainThread, double pruneInterval)
     : scheduler(scheduler), rulesFile(dataFolder / brind::AgentRuleBook::fileName), display(display),
-      center(center), onMain(std::move(mainThread)), pruneInterval(pruneInterval) {
+      center(center), onMain(std::move(mainThread)), pruneInterval(pruneInterval), usage(onMain) {
+    usage.onUsage = [this](const std::string& key, const brind::AgentUsage& read) { showUsage(key, read); };
     if (auto book = brind::AgentRuleBook::load(rulesFile)) {
         broker_.setRuleBook(std::move(*book));
     } else {
@@ -97,7 +98,9 @@ void AgentHub::apply(const brind::AgentHookEvent& event) {
     const auto changes = tracker_.apply(event);
     for (const auto& change : changes)
         display.line("agent " + std::string(brind::name(change.kind)) + " key=" + change.key);
-    showSession(brind::AgentSession::key(event.agent, event.sessionID));
+    const std::string key = brind::AgentSession::key(event.agent, event.sessionID);
+    showSession(key);
+    followUsage(key);
     changed();
     if (!pruneTimer)
         schedulePrune();
@@ -108,6 +111,7 @@ void AgentHub::prune() {
     for (const auto& key : forgotten) {
         display.line("agent forgotten key=" + key);
         shownSessions.erase(key);
+        usage.forget(key);
     }
     if (!forgotten.empty())
         changed();
@@ -146,6 +150,34 @@ void AgentHub::showSession(const std::string& key) {
         return;
     shown = line;
     display.line(line);
+}
+
+void AgentHub::followUsage(const std::string& key) {
+    const auto found = tracker_.sessions.find(key);
+    if (found == tracker_.sessions.end()) {
+        usage.forget(key);
+        return;
+    }
+    const brind::AgentSession& session = found->second;
+    // Gemini CLI keeps one JSON document rewritten whole, and Cursor's transcript carries no usage.
+    const bool readable = session.agent == brind::AgentKind::claudeCode || session.agent == brind::AgentKind::codex;
+    if (readable && session.transcriptPath)
+        usage.touched(key, *session.transcriptPath);
+}
+
+void AgentHub::showUsage(const std::string& key, const brind::AgentUsage& read) {
+    const auto found = tracker_.sessions.find(key);
+    if (found == tracker_.sessions.end())
+        return;
+    found->second.usage = read;
+    std::string line = "agent usage key=" + key + " tokens=" + std::to_string(read.spent()) +
+                       " input=" + std::to_string(read.inputTokens) + " output=" + std::to_string(read.outputTokens) +
+                       " cacheRead=" + std::to_string(read.cacheReadTokens) +
+                       " cacheWritten=" + std::to_string(read.cacheWrittenTokens);
+    if (read.contextTokens)
+        line += " context=" + std::to_string(*read.contextTokens);
+    display.line(line);
+    changed();
 }
 
 void AgentHub::showApprovals() {

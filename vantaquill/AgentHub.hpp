@@ -4,6 +4,7 @@
 #include "BrindKit/agents/AgentApprovalBroker.hpp"
 #include "BrindKit/agents/AgentRuleBook.hpp"
 #include "BrindKit/agents/AgentSessionTracker.hpp"
+#include "vantaquill/AgentUsageWatcher.hpp"
 #include "vantaquill/HeadlessDisplay.hpp"
 #include "vantaquill/LiveActivityCenter.hpp"
 #include "vantaquill/Scheduler.hpp"
@@ -23,6 +24,7 @@ namespace vq {
 /// (shared with the SDK thread) and the standing allow rules ("agent-rules.json" in the data folder).
 /// Sessions silent for too long are swept on a timer. Every visible change is told to the display;
 /// while a request waits, the activity centre holds one activity saying so (`AgentWaitingActivity`).
+/// Claude Code's and Codex's transcripts are followed for the sessions' token usage (`AgentUsageWatcher`).
 class AgentHub {
 public:
     using MainThread = std::function<void(std::function<void()>)>;
@@ -69,6 +71,8 @@ private:
     void showApprovals();
     std::expected<void, std::string> saveRules(const brind::AgentRuleBook& book);
     void changed();
+    void followUsage(const std::string& key);
+    void showUsage(const std::string& key, const brind::AgentUsage& usage);
 
     Scheduler& scheduler;
     std::filesystem::path rulesFile;
@@ -83,6 +87,7 @@ private:
     std::unique_ptr<Scheduler::Timer> pruneTimer;
     std::map<std::string, std::string> shownSessions; ///< key -> last line shown
     std::set<std::string> shownApprovals;
+    AgentUsageWatcher usage;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 };
 

@@ -2,6 +2,7 @@
 
 #include "BrindKit/agents/AgentKind.hpp"
 #include "BrindKit/agents/AgentTerminalInfo.hpp"
+#include "BrindKit/agents/AgentUsage.hpp"
 #include "BrindKit/foundation/Date.hpp"
 
 #include <optional>
@@ -37,6 +38,8 @@ struct AgentSession {
     std::optional<double> progress;
     std::optional<std::string> model;
     std::optional<std::string> transcriptPath;
+    /// The tokens used so far, once read from the transcript (the application fills it in).
+    std::optional<AgentUsage> usage;
     /// The last non-empty terminal identifier reported.
     std::optional<std::string> terminal;
     std::optional<AgentTerminalInfo> terminalInfo;

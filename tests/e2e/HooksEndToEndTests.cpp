@@ -3,6 +3,7 @@
 #include "tests/e2e/E2EFixture.hpp"
 #include "tests/support/LoopbackHTTPServer.hpp"
 
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -194,6 +195,53 @@ TEST_F(Hooks, ClaudeCodeHTTPEntryPostsStraightToTheIsland) {
     // Back to the command entries: the HTTP ones are recognised as ours and replaced in place.
     ASSERT_EQ(command({"hooks", "install", "--agent", "claude-code"}).exitCode, 0);
     EXPECT_EQ(contents(home.path() / ".claude/settings.json").find("\"http\""), std::string::npos);
+}
+
+// The tokens a session used are read from its transcript as it grows, a line the agent is still
+// writing is finished by a later read, and a transcript rewritten shorter is read again from the
+// start. A transcript path that names a FIFO or a symbolic link is never read and blocks nothing.
+TEST_F(Hooks, TokenUsageIsReadFromTheGrowingTranscript) {
+    const auto reply = [](const std::string& id, int input, int output, int cacheRead, int cacheWritten) {
+        return R"({"type":"assistant","message":{"id":")" + id + R"(","usage":{"input_tokens":)" +
+               std::to_string(input) + R"(,"cache_creation_input_tokens":)" + std::to_string(cacheWritten) +
+               R"(,"cache_read_input_tokens":)" + std::to_string(cacheRead) + R"(,"output_tokens":)" +
+               std::to_string(output) + "}}}\n";
+    };
+    const auto prompt = [&](const std::string& session, const fs::path& transcript) {
+        brind::JSON event = brind::JSON::parse(payload("claude-user-prompt-submit.json"));
+        event["session_id"] = session;
+        event["transcript_path"] = transcript.string();
+        const auto result = entry(".claude/settings.json", "UserPromptSubmit", event.dump());
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+    };
+    const fs::path transcript = home.path() / "transcript.jsonl";
+    const std::string second = reply("msg_b", 5, 50, 1000, 0);
+    // msg_a is written twice, its output growing; msg_b is cut halfway.
+    place(transcript, reply("msg_a", 10, 3, 0, 200) + reply("msg_a", 10, 40, 0, 200) + second.substr(0, 30));
+    prompt("grow", transcript);
+    EXPECT_TRUE(island->waitForLine("agent usage key=claude.grow tokens=250 input=10 output=40 cacheRead=0 "
+                                    "cacheWritten=200 context=210"));
+
+    std::ofstream(transcript, std::ios::app) << second.substr(30);
+    prompt("grow", transcript);
+    EXPECT_TRUE(island->waitForLine("agent usage key=claude.grow tokens=305 input=15 output=90 cacheRead=1000 "
+                                    "cacheWritten=200 context=1005"));
+
+    const fs::path fifo = home.path() / "fifo.jsonl";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const fs::path link = home.path() / "link.jsonl";
+    fs::create_symlink(transcript, link);
+    prompt("fifo", fifo);
+    prompt("link", link);
+    // Rewritten shorter: the counts start over. Reads are made one after another, so this line
+    // also shows that the two reads before it came back.
+    place(transcript, reply("msg_c", 7, 8, 0, 0));
+    prompt("grow", transcript);
+    EXPECT_TRUE(island->waitForLine("agent usage key=claude.grow tokens=15 input=7 output=8 "));
+    for (const auto& line : island->lines()) {
+        EXPECT_EQ(line.find("agent usage key=claude.fifo"), std::string::npos) << line;
+        EXPECT_EQ(line.find("agent usage key=claude.link"), std::string::npos) << line;
+    }
 }
 
 // Without the island the agent is sent at once to its own prompt.
