@@ -16,6 +16,9 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTest>
+#include <QThread>
+#include <chrono>
+#include <fstream>
 #include <asio.hpp>
 #include <gtest/gtest.h>
 #include <map>
@@ -56,7 +59,14 @@ class AgentsSectionTest : public ::testing::Test {
     AgentsSectionTest()
         : display([](const std::string&) {}, [](const std::string&) {}), center(scheduler),
           hub(
-              scheduler, folder.path(), display, center, [](std::function<void()> work) { work(); },
+              scheduler, folder.path(), display, center,
+              [](std::function<void()> work) {
+                  // The transcript reader's worker posts to the event loop, as in the application.
+                  if (QThread::currentThread() == qApp->thread())
+                      work();
+                  else
+                      QMetaObject::invokeMethod(qApp, std::move(work), Qt::QueuedConnection);
+              },
               pruneInterval),
           section(hub, scheduler, QStringLiteral(BRIND_BIN_DIR "/vantaquill")) {
         hub.onChange = [this] { section.refresh(); };
@@ -262,6 +272,25 @@ TEST_F(AgentsSectionTest, CountdownRunsOnlyWhileTheSectionIsVisible) {
     EXPECT_EQ(scheduler.pendingCount(), 1u);
     section.show();
     EXPECT_EQ(scheduler.pendingCount(), 2u);
+}
+
+// The tokens a session spent show beside its elapsed time once its transcript is read.
+TEST_F(AgentsSectionTest, SessionRowShowsTheTokensReadFromTheTranscript) {
+    const auto transcript = folder.path() / "abc.jsonl";
+    std::ofstream(transcript)
+        << R"({"type":"assistant","message":{"id":"msg_1","usage":{"input_tokens":1200,"output_tokens":300}}})" "\n";
+    auto event = claudeEvent("PreToolUse", "Read", "{}", std::nullopt, scheduler.now());
+    hub.apply(event);
+    auto* tokens = find<QLabel>("agentSessionTokens");
+    ASSERT_NE(tokens, nullptr);
+    EXPECT_FALSE(tokens->isVisible());
+    event.transcriptPath = transcript.string();
+    hub.apply(event);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (tokens->text().isEmpty() && std::chrono::steady_clock::now() < deadline)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    EXPECT_EQ(tokens->text(), QStringLiteral("1.5k tokens"));
+    EXPECT_TRUE(tokens->isVisible());
 }
 
 // Gemini CLI applies its own policy after an allow: the island offers only what changes anything.

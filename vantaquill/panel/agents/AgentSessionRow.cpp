@@ -89,6 +89,11 @@ AgentSessionRow::AgentSessionRow(QWidget* parent) : QFrame(parent) {
     elapsed = new QLabel(this);
     elapsed->setProperty("secondary", true);
     top->addWidget(elapsed);
+    tokens = new QLabel(this);
+    tokens->setObjectName("agentSessionTokens");
+    tokens->setProperty("secondary", true);
+    tokens->hide();
+    top->addWidget(tokens);
     showRequest = new AgentButton(QStringLiteral("Show request"), "agentShowRequest", nullptr, this);
     top->addWidget(showRequest);
     jump = new AgentButton(QStringLiteral("Jump to terminal"), "agentJump", nullptr, this);
@@ -125,6 +130,11 @@ void AgentSessionRow::present(const brind::AgentSession& shown, brind::Date now,
     const QString what = activity(session);
     doing->setText(what);
     doing->setVisible(!what.isEmpty());
+    // The tokens spent, once read from the agent's transcript; nothing while unknown.
+    tokens->setText(session.usage ? fromStd(brind::AgentDurationFormat::tokens(session.usage->spent())) +
+                                        QStringLiteral(" tokens")
+                                  : QString());
+    tokens->setVisible(session.usage.has_value());
     showRequest->setVisible(request && !requestShown);
     jump->setEnabled(session.terminalInfo && AgentTerminalJumpRunner::canJump(*session.terminalInfo));
     tick(now);

@@ -16,8 +16,9 @@ namespace vq {
 
 class ElidedLabel;
 
-/// One agent session: agent and project, status, the time spent on the current turn, what it is
-/// doing now, its waiting request, and the button that brings its terminal forward.
+/// One agent session: agent and project, status, the time spent on the current turn, the tokens it
+/// has spent (once its transcript told), what it is doing now, its waiting request, and the button
+/// that brings its terminal forward.
 class AgentSessionRow : public QFrame {
 public:
     explicit AgentSessionRow(QWidget* parent = nullptr);
@@ -44,6 +45,7 @@ private:
     ElidedLabel* title = nullptr;
     QLabel* status = nullptr;
     QLabel* elapsed = nullptr;
+    QLabel* tokens = nullptr;
     ElidedLabel* doing = nullptr;
     ElidedLabel* note = nullptr;
     QPushButton* showRequest = nullptr;
