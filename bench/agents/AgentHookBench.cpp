@@ -1,5 +1,6 @@
 #include "BrindKit/agents/AgentEventDecoder.hpp"
 #include "BrindKit/agents/AgentJSON.hpp"
+#include "BrindKit/agents/AgentUsageReader.hpp"
 
 #include <benchmark/benchmark.h>
 
@@ -76,6 +77,39 @@ void parseAndSerializeSettings(benchmark::State& state) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) * static_cast<std::int64_t>(text.size()));
 }
 BENCHMARK(parseAndSerializeSettings)->Unit(benchmark::kMillisecond);
+
+// A Claude Code transcript of about 24 MB, the size of a long day's session: each turn a tool result
+// of 20 KB and a reply written as three lines repeating one message id, read in the 1 MiB slices
+// the island reads it in.
+std::string longTranscript() {
+    const std::string toolOutput(20000, 'x');
+    const std::string text(800, 'y');
+    std::string transcript;
+    for (int turn = 0; turn < 1100; ++turn) {
+        const std::string id = "msg_" + std::to_string(turn);
+        transcript += R"({"type":"user","message":{"role":"user","content":[{"type":"tool_result","content":")" +
+                      toolOutput + "\"}]}}\n";
+        for (int block = 0; block < 3; ++block)
+            transcript += R"({"type":"assistant","requestId":"req_)" + std::to_string(turn) +
+                          R"(","message":{"id":")" + id + R"(","content":[{"type":"text","text":")" + text +
+                          R"("}],"usage":{"input_tokens":4,"cache_creation_input_tokens":900,)"
+                          R"("cache_read_input_tokens":40000,"output_tokens":)" +
+                          std::to_string(100 + block) + "}}}\n";
+    }
+    return transcript;
+}
+
+void readTranscriptUsage(benchmark::State& state) {
+    const std::string transcript = longTranscript();
+    for (auto _ : state) {
+        AgentUsageReader reader;
+        for (std::size_t at = 0; at < transcript.size(); at += 1 << 20)
+            reader.feed(std::string_view(transcript).substr(at, 1 << 20));
+        benchmark::DoNotOptimize(reader.usage());
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * transcript.size()));
+}
+BENCHMARK(readTranscriptUsage)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
