@@ -159,10 +159,11 @@ void AgentHub::followUsage(const std::string& key) {
         return;
     }
     const brind::AgentSession& session = found->second;
-    // Gemini CLI keeps one JSON document rewritten whole, and Cursor's transcript carries no usage.
-    const bool readable = session.agent == brind::AgentKind::claudeCode || session.agent == brind::AgentKind::codex;
+    // Cursor's transcript carries no usage; Gemini CLI keeps one JSON document rewritten whole.
+    const bool readable = session.agent == brind::AgentKind::claudeCode ||
+                          session.agent == brind::AgentKind::codex || session.agent == brind::AgentKind::gemini;
     if (readable && session.transcriptPath)
-        usage.touched(key, *session.transcriptPath);
+        usage.touched(key, *session.transcriptPath, session.agent == brind::AgentKind::gemini);
 }
 
 void AgentHub::showUsage(const std::string& key, const brind::AgentUsage& read) {

@@ -24,7 +24,8 @@ namespace vq {
 /// (shared with the SDK thread) and the standing allow rules ("agent-rules.json" in the data folder).
 /// Sessions silent for too long are swept on a timer. Every visible change is told to the display;
 /// while a request waits, the activity centre holds one activity saying so (`AgentWaitingActivity`).
-/// Claude Code's and Codex's transcripts are followed for the sessions' token usage (`AgentUsageWatcher`).
+/// Claude Code's, Codex's and Gemini CLI's transcripts are followed for the sessions' token usage
+/// (`AgentUsageWatcher`).
 class AgentHub {
 public:
     using MainThread = std::function<void(std::function<void()>)>;

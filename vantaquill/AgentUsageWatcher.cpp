@@ -21,7 +21,7 @@ AgentUsageWatcher::~AgentUsageWatcher() {
         worker.join();
 }
 
-void AgentUsageWatcher::touched(const std::string& key, const std::string& path) {
+void AgentUsageWatcher::touched(const std::string& key, const std::string& path, bool conversation) {
     // Only absolute paths: a relative one would be read against the island's own folder.
     if (path.empty() || path.front() != '/')
         return;
@@ -35,6 +35,7 @@ void AgentUsageWatcher::touched(const std::string& key, const std::string& path)
         if (!session.reading)
             session.progress = std::make_unique<Progress>();
     }
+    session.conversation = conversation;
     if (session.reading) {
         session.again = true;
         return;
@@ -51,6 +52,7 @@ void AgentUsageWatcher::start(const std::string& key, Session& session) {
     session.again = false;
     {
         std::lock_guard guard(lock);
+        session.progress->conversation = session.conversation;
         jobs.push_back(Job{key, session.serial, session.path, std::move(session.progress)});
         if (!worker.joinable())
             worker = std::thread([this] { work(); });
@@ -86,7 +88,7 @@ void AgentUsageWatcher::finished(Job job) {
     Session& session = found->second;
     session.reading = false;
     session.progress = session.path == job.path ? std::move(job.progress) : std::make_unique<Progress>();
-    const auto& usage = session.progress->reader.usage();
+    const auto& usage = session.progress->usage();
     if (session.path == job.path && usage && usage != session.shown) {
         session.shown = usage;
         if (onUsage)
@@ -95,6 +97,40 @@ void AgentUsageWatcher::finished(Job job) {
     if (session.again)
         start(job.key, session);
 }
+
+namespace {
+
+// A conversation file is rewritten whole: it is read again only when its size or time of change
+// moved, and not at all past `maxConversation`.
+void readConversation(int descriptor, const struct stat& status, AgentUsageWatcher::Progress& progress) {
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    const std::int64_t changedAt =
+        static_cast<std::int64_t>(status.st_mtim.tv_sec) * 1'000'000'000 + status.st_mtim.tv_nsec;
+    if (status.st_dev == progress.device && status.st_ino == progress.inode && size == progress.size &&
+        changedAt == progress.changedAt)
+        return;
+    progress.device = status.st_dev;
+    progress.inode = status.st_ino;
+    progress.size = size;
+    progress.changedAt = changedAt;
+    if (size > AgentUsageWatcher::maxConversation)
+        return;
+    std::string document(size, '\0');
+    std::size_t read = 0;
+    while (read < document.size()) {
+        const ssize_t count =
+            ::pread(descriptor, document.data() + read, document.size() - read, static_cast<off_t>(read));
+        if (count <= 0)
+            break;
+        read += static_cast<std::size_t>(count);
+    }
+    document.resize(read);
+    // A document caught half-written is not JSON: the usage read before stands until the next change.
+    if (auto usage = brind::AgentUsageReader::readConversation(document))
+        progress.conversationUsage = std::move(usage);
+}
+
+} // namespace
 
 void AgentUsageWatcher::readAppended(const std::string& path, Progress& progress) {
     // Without O_NONBLOCK, opening a FIFO would wait for a writer; O_NOFOLLOW refuses a link put in
@@ -108,6 +144,11 @@ void AgentUsageWatcher::readAppended(const std::string& path, Progress& progress
         return;
     }
     const auto size = static_cast<std::uint64_t>(status.st_size);
+    if (progress.conversation) {
+        readConversation(descriptor, status, progress);
+        ::close(descriptor);
+        return;
+    }
     if (status.st_dev != progress.device || status.st_ino != progress.inode || size < progress.offset) {
         // A new file, or the same one rewritten shorter: read it from the start.
         progress = Progress{};

@@ -32,6 +32,8 @@ class AgentUsageWatcher {
     /// At most this much is read for one event; a longer backlog is caught up by the next events.
     static constexpr std::size_t maxReadPerEvent = 32 * 1024 * 1024;
     static constexpr std::size_t readSlice = 1024 * 1024;
+    /// Gemini CLI's conversation files are read whole; larger ones are not read at all.
+    static constexpr std::size_t maxConversation = 16 * 1024 * 1024;
 
     explicit AgentUsageWatcher(MainThread mainThread);
     ~AgentUsageWatcher();
@@ -39,8 +41,9 @@ class AgentUsageWatcher {
     AgentUsageWatcher(const AgentUsageWatcher&) = delete;
     AgentUsageWatcher& operator=(const AgentUsageWatcher&) = delete;
 
-    /// A hook event of session `key` arrived; its transcript is at `path` (main thread).
-    void touched(const std::string& key, const std::string& path);
+    /// A hook event of session `key` arrived; its transcript is at `path` (main thread), JSON Lines
+    /// read as they are appended, or with `conversation` one JSON document read whole when it changed.
+    void touched(const std::string& key, const std::string& path, bool conversation = false);
     /// Drops everything kept for `key` (main thread).
     void forget(const std::string& key);
 
@@ -49,14 +52,24 @@ class AgentUsageWatcher {
 
     /// Where a transcript was read up to; kept between reads and carried by the worker during one.
     struct Progress {
+        bool conversation = false;
         brind::AgentUsageReader reader;
         std::uint64_t offset = 0;
         dev_t device = 0;
         ino_t inode = 0;
+        /// A conversation file: its size and time of change when it was last read, and its usage.
+        std::uint64_t size = 0;
+        std::int64_t changedAt = -1;
+        std::optional<brind::AgentUsage> conversationUsage;
+
+        const std::optional<brind::AgentUsage>& usage() const {
+            return conversation ? conversationUsage : reader.usage();
+        }
     };
 
     /// Reads what was appended to `path` since `progress`, at most `maxReadPerEvent` bytes, starting
-    /// over when the file shrank or was replaced. Refuses (and leaves `progress`) anything but a
+    /// over when the file shrank or was replaced; a conversation file is read whole when its size or
+    /// time of change moved. Refuses (and leaves `progress`) anything but a
     /// regular file of the user's reached without a symbolic link at its end.
     static void readAppended(const std::string& path, Progress& progress);
 
@@ -65,6 +78,7 @@ class AgentUsageWatcher {
         std::uint64_t serial = 0;
         std::string path;
         std::unique_ptr<Progress> progress = std::make_unique<Progress>();
+        bool conversation = false;
         bool reading = false;
         bool again = false;
         std::optional<brind::AgentUsage> shown;

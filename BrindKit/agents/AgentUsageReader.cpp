@@ -112,4 +112,27 @@ void AgentUsageReader::readClaude(const std::string& id, const Counts& counts) {
                         .contextTokens = counts.input + counts.cacheRead + counts.cacheWritten};
 }
 
+std::optional<AgentUsage> AgentUsageReader::readConversation(std::string_view document) {
+    const auto parsed = JSONText::parse(document);
+    const JSON* messages = parsed && parsed->is_object() ? JSONRead::present(*parsed, "messages") : nullptr;
+    if (!messages || !messages->is_array())
+        return std::nullopt;
+    std::optional<AgentUsage> usage;
+    for (const JSON& message : *messages) {
+        const JSON* tokens = message.is_object() ? JSONRead::present(message, "tokens") : nullptr;
+        if (!tokens || !tokens->is_object())
+            continue;
+        // Like Codex, Gemini counts cached prompt tokens inside `input`; its thoughts are output.
+        const std::int64_t input = count(*tokens, "input");
+        const std::int64_t cached = std::min(count(*tokens, "cached"), input);
+        if (!usage)
+            usage.emplace();
+        usage->inputTokens += input - cached;
+        usage->cacheReadTokens += cached;
+        usage->outputTokens += count(*tokens, "output") + count(*tokens, "thoughts");
+        usage->contextTokens = input;
+    }
+    return usage;
+}
+
 } // namespace brind

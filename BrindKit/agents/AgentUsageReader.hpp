@@ -30,6 +30,11 @@ class AgentUsageReader {
     /// The usage read so far; nothing until one usage entry has been read.
     const std::optional<AgentUsage>& usage() const { return usage_; }
 
+    /// Gemini CLI keeps its conversation as one JSON document, rewritten whole as it grows: the sum
+    /// of the `tokens` its messages carry. Nothing when no message carries any, or when the text is
+    /// not such a document.
+    static std::optional<AgentUsage> readConversation(std::string_view document);
+
   private:
     struct Counts {
         std::int64_t input = 0;

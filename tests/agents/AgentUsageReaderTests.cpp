@@ -111,3 +111,15 @@ TEST(AgentUsageReader, PassesOverAnOverlongLineWithoutHoldingIt) {
     reader.feed(claude("b", 2, 3, 0, 0));
     EXPECT_EQ(reader.usage(), (AgentUsage{.inputTokens = 2, .outputTokens = 3, .contextTokens = 2}));
 }
+
+TEST(AgentUsageReader, AddsUpAGeminiConversation) {
+    const std::string conversation = R"({"sessionId":"c2b9e6f4","messages":[
+        {"id":"1","type":"user","content":"Summarise the open pull requests"},
+        {"id":"2","type":"gemini","content":"","tokens":{"input":1000,"output":40,"cached":600,"thoughts":10,"tool":0,"total":1050}},
+        {"id":"3","type":"gemini","content":"There are three.","tokens":{"input":1200,"output":60,"cached":1000,"thoughts":0,"total":1260}}]})";
+    EXPECT_EQ(AgentUsageReader::readConversation(conversation),
+              (AgentUsage{.inputTokens = 600, .outputTokens = 110, .cacheReadTokens = 1600, .contextTokens = 1200}));
+    for (const char* nothing : {R"({"messages":[{"type":"user","content":"hi"}]})", R"({"messages":{}})", "[]",
+                                R"({"messages":[{"tokens":{"input":1)"})
+        EXPECT_EQ(AgentUsageReader::readConversation(nothing), std::nullopt) << nothing;
+}

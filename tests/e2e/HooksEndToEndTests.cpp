@@ -200,6 +200,7 @@ TEST_F(Hooks, ClaudeCodeHTTPEntryPostsStraightToTheIsland) {
 // The tokens a session used are read from its transcript as it grows, a line the agent is still
 // writing is finished by a later read, and a transcript rewritten shorter is read again from the
 // start. A transcript path that names a FIFO or a symbolic link is never read and blocks nothing.
+// Gemini CLI's conversation, one JSON document, is read again whole when it changed.
 TEST_F(Hooks, TokenUsageIsReadFromTheGrowingTranscript) {
     const auto reply = [](const std::string& id, int input, int output, int cacheRead, int cacheWritten) {
         return R"({"type":"assistant","message":{"id":")" + id + R"(","usage":{"input_tokens":)" +
@@ -224,8 +225,9 @@ TEST_F(Hooks, TokenUsageIsReadFromTheGrowingTranscript) {
 
     std::ofstream(transcript, std::ios::app) << second.substr(30);
     prompt("grow", transcript);
-    EXPECT_TRUE(island->waitForLine("agent usage key=claude.grow tokens=305 input=15 output=90 cacheRead=1000 "
-                                    "cacheWritten=200 context=1005"));
+    EXPECT_TRUE(
+        island->waitForLine("agent usage key=claude.grow tokens=305 input=15 output=90 cacheRead=1000 "
+                            "cacheWritten=200 context=1005"));
 
     const fs::path fifo = home.path() / "fifo.jsonl";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
@@ -242,6 +244,25 @@ TEST_F(Hooks, TokenUsageIsReadFromTheGrowingTranscript) {
         EXPECT_EQ(line.find("agent usage key=claude.fifo"), std::string::npos) << line;
         EXPECT_EQ(line.find("agent usage key=claude.link"), std::string::npos) << line;
     }
+
+    // Gemini CLI's conversation is one document, read whole each time it changed.
+    const fs::path conversation = home.path() / "session-gem.json";
+    const auto gemini = [&](int output) {
+        place(conversation, R"({"sessionId":"gem","messages":[{"type":"user","content":"hi"},)"
+                            R"({"type":"gemini","tokens":{"input":900,"output":)" +
+                                std::to_string(output) + R"(,"cached":500,"thoughts":5,"total":0}}]})");
+        brind::JSON event = brind::JSON::parse(payload("gemini-after-agent.json"));
+        event["session_id"] = "gem";
+        event["transcript_path"] = conversation.string();
+        const auto result = entry(".gemini/settings.json", "AfterAgent", event.dump());
+        EXPECT_EQ(result.exitCode, 0) << result.err;
+    };
+    gemini(20);
+    EXPECT_TRUE(
+        island->waitForLine("agent usage key=gemini.gem tokens=425 input=400 output=25 cacheRead=500 "));
+    gemini(200);
+    EXPECT_TRUE(
+        island->waitForLine("agent usage key=gemini.gem tokens=605 input=400 output=205 cacheRead=500 "));
 }
 
 // Without the island the agent is sent at once to its own prompt.
