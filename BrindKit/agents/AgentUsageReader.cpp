@@ -8,10 +8,14 @@ namespace brind {
 
 namespace {
 
+// No session comes near a trillion tokens: a larger count is held there, so that adding counts up
+// stays far from overflowing.
+constexpr std::int64_t largestCount = 1'000'000'000'000;
+
 // A count that is missing, negative or not a whole number counts as zero.
 std::int64_t count(const JSON& object, std::string_view key) {
     const auto value = JSONRead::integer(object, key);
-    return value && *value > 0 ? *value : 0;
+    return value && *value > 0 ? std::min(*value, largestCount) : 0;
 }
 
 // Only lines naming a usage field are parsed: most of a transcript is prompts, tool results and

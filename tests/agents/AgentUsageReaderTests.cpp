@@ -85,6 +85,12 @@ TEST(AgentUsageReader, ReadsTranscripts) {
           R"({"type":"event_msg","payload":{"type":"token_count","info":null,"rate_limits":{}}})"
           "\n"},
          AgentUsage{.inputTokens = 400, .outputTokens = 50, .cacheReadTokens = 600, .contextTokens = 400}},
+        {"absurd counts are held at a trillion, and two of them add up without overflowing",
+         {R"({"type":"assistant","message":{"id":"a","usage":{"input_tokens":9000000000000000000}}})"
+          "\n"
+          R"({"type":"assistant","message":{"id":"b","usage":{"input_tokens":9000000000000000000}}})"
+          "\n"},
+         AgentUsage{.inputTokens = 2'000'000'000'000, .contextTokens = 1'000'000'000'000}},
     };
     for (const auto& test : cases)
         EXPECT_EQ(read(test.chunks), test.expected) << test.name;
