@@ -117,12 +117,13 @@ TEST_F(SettingsWindowForm, ClipboardPaneCountsTheHistoryPausesRecordingAndClears
     auto* resume = window.findChild<QPushButton*>("clipboardResume");
     auto* clear = window.findChild<QPushButton*>("clipboardClear");
     ASSERT_TRUE(summary && recording && pause && resume && clear);
-    std::uintmax_t onDisk = 0;
-    for (const auto& file : std::filesystem::directory_iterator(archive))
-        onDisk += file.file_size();
-    ASSERT_GT(onDisk, 0u);
-    EXPECT_EQ(summary->text().toStdString(),
-              "3 clips (1 pinned), " + brind::WidgetStatsMath::formatBytes(static_cast<double>(onDisk)) + " on disk");
+    const auto onDisk = [&] {
+        std::uintmax_t bytes = 0;
+        for (const auto& file : std::filesystem::directory_iterator(archive))
+            bytes += file.file_size();
+        return brind::WidgetStatsMath::formatBytes(static_cast<double>(bytes)) + " on disk";
+    };
+    EXPECT_EQ(summary->text().toStdString(), "3 clips (1 pinned), " + onDisk());
     EXPECT_EQ(recording->text(), "Recording.");
 
     // While shown, the pane follows what happens elsewhere: a copy, a deletion in the panel, the
@@ -130,6 +131,8 @@ TEST_F(SettingsWindowForm, ClipboardPaneCountsTheHistoryPausesRecordingAndClears
     const auto another = copy("another");
     ASSERT_TRUE(another);
     EXPECT_TRUE(summary->text().startsWith("4 clips (1 pinned), ")) << summary->text().toStdString();
+    scheduler.advance(ClipboardStore::saveDelay);
+    EXPECT_EQ(summary->text().toStdString(), "4 clips (1 pinned), " + onDisk()) << "once saved";
     store.remove(another->id);
     EXPECT_TRUE(summary->text().startsWith("3 clips (1 pinned), ")) << summary->text().toStdString();
     store.pause(1);

@@ -209,6 +209,8 @@ void ClipboardStore::save() {
         lastError_ = saved.error();
     else
         lastError_.clear();
+    // What the history takes on disk has changed only now.
+    tellListeners();
 }
 
 } // namespace vq
