@@ -248,8 +248,60 @@ TEST_F(ShelfSectionTests, FilesDroppedOnTheSectionJoinTheShelf) {
     ASSERT_EQ(store->library().entries.size(), 1u) << "only files that exist join";
     EXPECT_EQ(store->library().entries.front().path, dropped);
     EXPECT_EQ(names(), (std::vector<std::string>{"dropped.txt"}));
+    EXPECT_EQ(section->focusWidget(), section->rows().front()) << "the first card is selected";
     EXPECT_FALSE(section->emptyHint()->isVisible());
     EXPECT_EQ(section->badge(), "1") << "the section's button counts the entries";
+}
+
+// Shown with cards, the newest is selected, so its keys work at once. The arrows move the selection
+// and stop at the ends; it stays on its entry as the shelf changes and goes to the card that takes
+// its place when its entry leaves (the one above after the last). Keys act on the selected card.
+TEST_F(ShelfSectionTests, TheKeyboardIsOnACardFromTheStart) {
+    const std::string first = file("a.txt");
+    shelve({{first, false, false}, {file("b.txt"), false, false}, {file("c.txt"), false, false}});
+    show();
+    QApplication::setActiveWindow(section.get());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(section.get()));
+    const auto selected = [this]() -> std::string {
+        for (const ShelfEntryRow* row : section->rows())
+            if (row->hasFocus())
+                return row->entry().title;
+        return "no card";
+    };
+    const auto press = [](Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+    };
+    const auto entry = [this](const std::string& title) {
+        return *std::ranges::find(store->library().entries, title, &brind::ShelfEntry::title);
+    };
+
+    ASSERT_EQ(selected(), "a.txt");
+    press(Qt::Key_F2);
+    EXPECT_TRUE(section->rows().front()->renameField()->isVisible());
+    press(Qt::Key_Escape);
+    EXPECT_EQ(selected(), "a.txt");
+    for (int down = 0; down < 3; ++down)
+        press(Qt::Key_Down);
+    EXPECT_EQ(selected(), "c.txt");
+    press(Qt::Key_Up);
+    EXPECT_EQ(selected(), "b.txt");
+
+    store->addFiles({file("d.txt")}, scheduler.now());
+    ASSERT_EQ(names(), (std::vector<std::string>{"d.txt", "a.txt", "b.txt", "c.txt"}));
+    EXPECT_EQ(selected(), "b.txt") << "a new entry took the selection";
+    press(Qt::Key_P, Qt::ControlModifier);
+    EXPECT_TRUE(entry("b.txt").pinned);
+    EXPECT_EQ(selected(), "b.txt");
+
+    press(Qt::Key_Delete);
+    EXPECT_EQ(names(), (std::vector<std::string>{"d.txt", "a.txt", "c.txt"}));
+    EXPECT_EQ(selected(), "c.txt");
+    press(Qt::Key_Backspace);
+    EXPECT_EQ(selected(), "a.txt");
+    EXPECT_EQ(closeRequests, 0);
+    press(Qt::Key_Return);
+    EXPECT_EQ(opened, std::vector<QUrl>{QUrl::fromLocalFile(QString::fromStdString(first))});
+    EXPECT_EQ(closeRequests, 1);
 }
 
 // F2 or the card's menu turns the name into a field. A file the shelf made is renamed on disk, to a

@@ -117,20 +117,36 @@ TEST_F(SettingsWindowForm, ClipboardPaneCountsTheHistoryPausesRecordingAndClears
     auto* resume = window.findChild<QPushButton*>("clipboardResume");
     auto* clear = window.findChild<QPushButton*>("clipboardClear");
     ASSERT_TRUE(summary && recording && pause && resume && clear);
-    std::uintmax_t onDisk = 0;
-    for (const auto& file : std::filesystem::directory_iterator(archive))
-        onDisk += file.file_size();
-    ASSERT_GT(onDisk, 0u);
-    EXPECT_EQ(summary->text().toStdString(),
-              "3 clips (1 pinned), " + brind::WidgetStatsMath::formatBytes(static_cast<double>(onDisk)) + " on disk");
+    const auto onDisk = [&] {
+        std::uintmax_t bytes = 0;
+        for (const auto& file : std::filesystem::directory_iterator(archive))
+            bytes += file.file_size();
+        return brind::WidgetStatsMath::formatBytes(static_cast<double>(bytes)) + " on disk";
+    };
+    EXPECT_EQ(summary->text().toStdString(), "3 clips (1 pinned), " + onDisk());
     EXPECT_EQ(recording->text(), "Recording.");
+
+    // While shown, the pane follows what happens elsewhere: a copy, a deletion in the panel, the
+    // status menu's pause and the pause running out.
+    const auto another = copy("another");
+    ASSERT_TRUE(another);
+    EXPECT_TRUE(summary->text().startsWith("4 clips (1 pinned), ")) << summary->text().toStdString();
+    scheduler.advance(ClipboardStore::saveDelay);
+    EXPECT_EQ(summary->text().toStdString(), "4 clips (1 pinned), " + onDisk()) << "once saved";
+    store.remove(another->id);
+    EXPECT_TRUE(summary->text().startsWith("3 clips (1 pinned), ")) << summary->text().toStdString();
+    store.pause(1);
+    EXPECT_TRUE(recording->text().startsWith("Recording paused until ")) << recording->text().toStdString();
+    EXPECT_TRUE(resume->isVisibleTo(&window) && !pause->isVisibleTo(&window));
+    scheduler.advance(3600);
+    EXPECT_EQ(recording->text(), "Recording.");
+    EXPECT_TRUE(pause->isVisibleTo(&window) && !resume->isVisibleTo(&window));
 
     // An hour's pause: copies are refused, and the pane says so and until when.
     ASSERT_EQ(window.findChild<QComboBox*>("clipboardPauseFor")->currentText(), "1 hour");
     pause->click();
     EXPECT_FALSE(copy("during the pause"));
-    window.showPane("clipboard");
-    const auto until = QDateTime::fromSecsSinceEpoch(1'700'000'000 + 3600).toString("HH:mm");
+    const auto until = QDateTime::fromSecsSinceEpoch(1'700'000'000 + 2 * 3600).toString("HH:mm");
     EXPECT_EQ(recording->text(), "Recording paused until " + until +
                                      ". The last copy not recorded: recording was paused.");
     EXPECT_TRUE(resume->isVisibleTo(&window) && !pause->isVisibleTo(&window));
@@ -144,6 +160,16 @@ TEST_F(SettingsWindowForm, ClipboardPaneCountsTheHistoryPausesRecordingAndClears
     EXPECT_EQ(store.history().items().front().id, kept->id);
     EXPECT_TRUE(summary->text().startsWith("1 clip (1 pinned), ")) << summary->text().toStdString();
     EXPECT_FALSE(clear->isEnabled()) << "nothing is left that clearing would remove";
+
+    // Closed, the pane neither listens nor waits for a pause to end; shown again, it catches up.
+    window.close();
+    store.pause(1);
+    scheduler.advance(ClipboardStore::saveDelay);
+    EXPECT_EQ(scheduler.pendingCount(), 0u) << "a timer runs for a window nobody sees";
+    EXPECT_TRUE(recording->text().startsWith("Recording.")) << recording->text().toStdString();
+    window.showPane("clipboard");
+    EXPECT_TRUE(recording->text().startsWith("Recording paused until ")) << recording->text().toStdString();
+    EXPECT_EQ(scheduler.pendingCount(), 1u) << "the pause's end is awaited while the pane is shown";
 }
 
 } // namespace

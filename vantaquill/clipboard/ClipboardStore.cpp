@@ -40,6 +40,7 @@ std::optional<brind::ClipItem> ClipboardStore::capture(const brind::ClipSnapshot
         lastSkip_ = skip;
         if (onSkip)
             onSkip(*skip);
+        tellListeners();
         return std::nullopt;
     }
     auto candidate = brind::ClipClassifier::classify(snapshot, settings_);
@@ -98,10 +99,14 @@ void ClipboardStore::setSettings(brind::ClipSettings settings) {
 
 void ClipboardStore::pause(double hours) {
     settings_.pausedUntil = brind::ClipPrivacy::pauseEnd(scheduler.now(), hours);
+    followPause();
+    tellListeners();
 }
 
 void ClipboardStore::resume() {
     settings_.pausedUntil.reset();
+    followPause();
+    tellListeners();
 }
 
 std::optional<brind::Date> ClipboardStore::pausedUntil() const {
@@ -154,6 +159,42 @@ void ClipboardStore::changed(const std::vector<brind::ClipItem>& removed) {
     pendingSave = scheduler.schedule(saveDelay, [this] { save(); });
     if (onChange)
         onChange();
+    tellListeners();
+}
+
+std::unique_ptr<ClipboardStore::Listening> ClipboardStore::listen(std::function<void()> listener) {
+    const int id = nextListener++;
+    listeners.emplace(id, std::move(listener));
+    followPause();
+    return std::make_unique<Listening>(*this, id);
+}
+
+ClipboardStore::Listening::~Listening() {
+    store.listeners.erase(id);
+    store.followPause();
+}
+
+void ClipboardStore::tellListeners() {
+    // A listener may stop listening from its call.
+    for (auto each = listeners.begin(); each != listeners.end();) {
+        const int id = each->first;
+        const auto listener = each->second;
+        listener();
+        each = listeners.upper_bound(id);
+    }
+}
+
+void ClipboardStore::followPause() {
+    const auto until = pausedUntil();
+    if (listeners.empty() || !until) {
+        pauseEnd.reset();
+        return;
+    }
+    pauseEnd = scheduler.schedule(until->secondsSince1970 - scheduler.now().secondsSince1970, [this] {
+        // Released after the calls: the timer is the one running this.
+        auto timer = std::move(pauseEnd);
+        tellListeners();
+    });
 }
 
 void ClipboardStore::flush() {
@@ -168,6 +209,8 @@ void ClipboardStore::save() {
         lastError_ = saved.error();
     else
         lastError_.clear();
+    // What the history takes on disk has changed only now.
+    tellListeners();
 }
 
 } // namespace vq

@@ -9,6 +9,7 @@
 #include "vantaquill/clipboard/ClipFlavour.hpp"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -75,9 +76,28 @@ public:
     std::function<void(const brind::ClipItem&)> onCapture;
     std::function<void(brind::ClipSkipReason)> onSkip;
 
+    /// A listener's hold on the store; dropping it stops the calls. The store must outlive it.
+    class Listening {
+    public:
+        Listening(ClipboardStore& store, int id) : store(store), id(id) {}
+        ~Listening();
+        Listening(const Listening&) = delete;
+        Listening& operator=(const Listening&) = delete;
+
+    private:
+        ClipboardStore& store;
+        int id;
+    };
+    /// Calls `listener` after everything someone watching the history would see change: the
+    /// history itself, a copy skipped, recording paused or resumed, and a pause ending by itself.
+    /// For the last, one timer waits for the pause's end, and only while somebody listens.
+    [[nodiscard]] std::unique_ptr<Listening> listen(std::function<void()> listener);
+
 private:
     void changed(const std::vector<brind::ClipItem>& removed);
     void save();
+    void tellListeners();
+    void followPause();
     std::optional<std::string> writeSideFile(const std::optional<std::string>& data, const brind::UUID& id,
                                              std::string_view extension);
 
@@ -88,6 +108,9 @@ private:
     std::optional<brind::ClipSkipReason> lastSkip_;
     std::unique_ptr<Scheduler::Timer> pendingSave;
     std::string lastError_;
+    std::map<int, std::function<void()>> listeners;
+    int nextListener = 0;
+    std::unique_ptr<Scheduler::Timer> pauseEnd;
 };
 
 } // namespace vq

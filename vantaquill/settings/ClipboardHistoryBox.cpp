@@ -79,18 +79,26 @@ ClipboardHistoryBox::ClipboardHistoryBox(ClipboardStore& store) : store(store) {
 
     connect(pause, &QPushButton::clicked, this, [this] {
         this->store.pause(pauseFor->currentData().toDouble());
-        refresh();
     });
     connect(resume, &QPushButton::clicked, this, [this] {
         this->store.resume();
-        refresh();
     });
     connect(clear, &QPushButton::clicked, this, [this] {
         this->store.clear(brind::ClipHistory::PinnedItems::keep);
-        refresh();
     });
-    // Filled when the pane is shown (`refresh`): the window is made at every start, and reading the
-    // history's folder then would be work for a pane that may never be opened.
+    // Filled when the pane is shown: the window is made at every start, and reading the history's
+    // folder then would be work for a pane that may never be opened.
+}
+
+void ClipboardHistoryBox::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    listening = store.listen([this] { refresh(); });
+    refresh();
+}
+
+void ClipboardHistoryBox::hideEvent(QHideEvent* event) {
+    listening.reset();
+    QWidget::hideEvent(event);
 }
 
 void ClipboardHistoryBox::refresh() {

@@ -94,7 +94,6 @@ SettingsWindow::SettingsWindow(Preferences& preferences, AutostartEntry autostar
     connect(sections, &QListWidget::currentRowChanged, this, [this](int row) {
         if (row == sections->count() - 1)
             refreshDesktop();
-        refreshClipboardHistory();
     });
     sections->setCurrentRow(0);
     load();
@@ -305,14 +304,7 @@ void SettingsWindow::addClipboardHistory(QFormLayout& form) {
     if (!services.clipboard)
         return;
     form.addRow(new QLabel("<b>History</b>"));
-    clipboardHistory = new ClipboardHistoryBox(*services.clipboard);
-    form.addRow(clipboardHistory);
-}
-
-void SettingsWindow::refreshClipboardHistory() {
-    // Only on its own pane: the first pane is shown when the window is made, at every start.
-    if (clipboardHistory && clipboardHistory->isVisibleTo(this))
-        clipboardHistory->refresh();
+    form.addRow(new ClipboardHistoryBox(*services.clipboard));
 }
 
 void SettingsWindow::refreshClients() {
@@ -382,7 +374,6 @@ void SettingsWindow::showPane(const QString& pane) {
     if (index == sections->count() - 1)
         refreshDesktop();
     refreshClients();
-    refreshClipboardHistory();
     show();
     raise();
     activateWindow();

@@ -21,7 +21,6 @@ class QFormLayout;
 
 namespace vq {
 
-class ClipboardHistoryBox;
 class ClipboardStore;
 
 /// The settings window: a list of sections (Island, HUD, Activities, Clipboard, Shelf, Widgets,
@@ -60,7 +59,6 @@ private:
     void refreshHooks();
     void runHooks(const QStringList& arguments);
     void refreshClients();
-    void refreshClipboardHistory();
     QWidget* desktopPage();
     void refreshDesktop();
 
@@ -75,7 +73,6 @@ private:
     QGridLayout* hooks = nullptr;
     QLabel* hooksOutput = nullptr;
     QListWidget* clients = nullptr;
-    ClipboardHistoryBox* clipboardHistory = nullptr;
     QPlainTextEdit* desktopReport = nullptr;
 };
 

@@ -88,7 +88,6 @@ ShelfEntryRow::ShelfEntryRow(brind::ShelfEntry entry, QWidget* parent)
     text->addWidget(where);
     renameField_->hide();
     renameField_->installEventFilter(this);
-    connect(renameField_, &QLineEdit::returnPressed, this, [this] { finishRename(true); });
     text->addStretch();
 
     auto* layout = new QHBoxLayout(this);
@@ -236,9 +235,15 @@ void ShelfEntryRow::finishRename(bool commit) {
 
 bool ShelfEntryRow::eventFilter(QObject* watched, QEvent* event) {
     if (watched == renameField_ && renaming) {
-        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
+        const int key = event->type() == QEvent::KeyPress ? static_cast<QKeyEvent*>(event)->key() : 0;
+        if (key == Qt::Key_Escape) {
             // Here, not in the section, where Escape closes the island.
             finishRename(false);
+            return true;
+        }
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            // Taken here: the field would let it on to the card, where Enter opens the entry.
+            finishRename(true);
             return true;
         }
         if (event->type() == QEvent::FocusOut) {

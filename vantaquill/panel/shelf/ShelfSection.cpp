@@ -119,11 +119,13 @@ void ShelfSection::refresh() {
 void ShelfSection::rebuild() {
     // The selected card stays selected: the keyboard waits on the section while the cards are
     // replaced, since a hidden card would take it out of the panel, and goes to the new card.
+    const auto selectedAt = selectedIndex();
     std::optional<brind::UUID> selected;
-    for (const ShelfEntryRow* row : rows_) {
-        if (focusWidget() && (row == focusWidget() || row->isAncestorOf(focusWidget())))
-            selected = row->entry().id;
-    }
+    if (selectedAt)
+        selected = rows_[*selectedAt]->entry().id;
+    // Nothing of the section had the keyboard: a shelf that was empty while shown gets its first
+    // card selected, as when it is shown with cards.
+    const bool unselected = !focusWidget() || focusWidget() == this;
     if (selected)
         setFocus(Qt::OtherFocusReason);
     for (ShelfEntryRow* row : rows_) {
@@ -145,6 +147,7 @@ void ShelfSection::rebuild() {
         row->startNativeDrag = [this](const ClipFlavours& flavours, std::function<void()> finished) {
             return startNativeDrag && startNativeDrag(flavours, std::move(finished));
         };
+        row->installEventFilter(this);
         list->insertWidget(list->count() - 1, row);
         // Now rather than on the layout's next turn, so that a card can take the keyboard at once.
         row->show();
@@ -160,8 +163,13 @@ void ShelfSection::rebuild() {
     if (selected) {
         const auto row =
             std::ranges::find(rows_, *selected, [](const ShelfEntryRow* card) { return card->entry().id; });
+        // Its entry left: the card that took its place, or the one above when it was the last.
         if (row != rows_.end())
             (*row)->setFocus(Qt::OtherFocusReason);
+        else if (!rows_.empty())
+            select(std::min(*selectedAt, rows_.size() - 1));
+    } else if (unselected && isVisible() && !rows_.empty()) {
+        select(0);
     }
     clear->setEnabled(
         std::ranges::any_of(store.library().entries, [](const auto& entry) { return !entry.pinned; }));
@@ -214,6 +222,75 @@ void ShelfSection::dropEvent(QDropEvent* event) {
         return;
     store.addFiles(paths, scheduler.now());
     event->acceptProposedAction();
+}
+
+std::optional<std::size_t> ShelfSection::selectedIndex() const {
+    QWidget* focused = focusWidget();
+    if (!focused)
+        return std::nullopt;
+    for (std::size_t index = 0; index < rows_.size(); ++index) {
+        if (rows_[index] == focused || rows_[index]->isAncestorOf(focused))
+            return index;
+    }
+    return std::nullopt;
+}
+
+void ShelfSection::select(std::size_t index) {
+    if (index >= rows_.size())
+        return;
+    rows_[index]->setFocus(Qt::OtherFocusReason);
+    scroll->ensureWidgetVisible(rows_[index], 0, 0);
+}
+
+void ShelfSection::showEvent(QShowEvent* event) {
+    PanelSection::showEvent(event);
+    // However the island opened on the shelf (a drag, a shake, a link, the button), the keys act on
+    // a card at once: the one the user chose before, or the newest.
+    if (!rows_.empty())
+        select(selectedIndex().value_or(0));
+}
+
+bool ShelfSection::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::KeyPress) {
+        // The card's own keys, not those its buttons or rename field let through.
+        const auto row = std::ranges::find(rows_, watched);
+        if (row != rows_.end() && (*row)->hasFocus() && cardKey(**row, static_cast<const QKeyEvent&>(*event)))
+            return true;
+    }
+    return PanelSection::eventFilter(watched, event);
+}
+
+bool ShelfSection::cardKey(ShelfEntryRow& row, const QKeyEvent& key) {
+    const auto at = std::ranges::find(rows_, &row);
+    if (at == rows_.end())
+        return false;
+    const auto index = static_cast<std::size_t>(at - rows_.begin());
+    const brind::ShelfEntry& entry = row.entry();
+    // The selection stops at the ends rather than wrapping round, as in the clipboard's list.
+    if (key.key() == Qt::Key_Up && key.modifiers() == Qt::NoModifier) {
+        select(index == 0 ? 0 : index - 1);
+        return true;
+    }
+    if (key.key() == Qt::Key_Down && key.modifiers() == Qt::NoModifier) {
+        select(std::min(index + 1, rows_.size() - 1));
+        return true;
+    }
+    if (key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter) {
+        if (entry.kind == brind::ShelfEntry::Kind::text)
+            row.copyButton()->click();
+        else
+            row.openButton()->click();
+        return true;
+    }
+    if (key.key() == Qt::Key_Delete || key.key() == Qt::Key_Backspace) {
+        store.remove(entry.id);
+        return true;
+    }
+    if (key.key() == Qt::Key_P && key.modifiers() == Qt::ControlModifier) {
+        store.setPinned(entry.id, !entry.pinned);
+        return true;
+    }
+    return false;
 }
 
 void ShelfSection::keyPressEvent(QKeyEvent* event) {

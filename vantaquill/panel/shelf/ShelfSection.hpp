@@ -7,6 +7,7 @@
 #include <QUrl>
 
 #include <functional>
+#include <optional>
 #include <vector>
 
 class QLabel;
@@ -24,6 +25,12 @@ class ShelfStore;
 /// Remove, renamed in place, and dragged out of the island by the card itself. Under them "Clear
 /// shelf (keeps pinned)" takes off everything not pinned. Files dropped on the section join the
 /// shelf. Empty, it says how things get there.
+///
+/// Keys: shown with cards, the newest card is selected, unless the user chose one that is still
+/// there; the selection stays on its entry as the shelf changes, and goes to a neighbour when its
+/// entry leaves. Up and Down move it, stopping at the ends; Enter opens the entry (copies a
+/// snippet), Delete or Backspace removes it, Ctrl+P pins or unpins it, F2 renames it and the menu
+/// key shows its menu; Escape closes the island.
 class ShelfSection : public PanelSection {
 public:
     ShelfSection(ShelfStore& store, Scheduler& scheduler, ClipboardWriter writer = QtClipboard::write,
@@ -52,9 +59,15 @@ protected:
     void dragMoveEvent(QDragMoveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void rebuild();
+    /// The card holding the keyboard, itself or through one of its buttons.
+    std::optional<std::size_t> selectedIndex() const;
+    void select(std::size_t index);
+    bool cardKey(ShelfEntryRow& row, const QKeyEvent& key);
     void open(const brind::UUID& id);
     void dragging(bool running);
     void editing(bool running);
