@@ -94,7 +94,7 @@ void AgentUsageWatcher::finished(Job job) {
         if (onUsage)
             onUsage(job.key, *usage);
     }
-    if (session.again)
+    if (session.again || session.progress->behind)
         start(job.key, session);
 }
 
@@ -166,6 +166,7 @@ void AgentUsageWatcher::readAppended(const std::string& path, Progress& progress
         progress.offset += static_cast<std::uint64_t>(count);
         total += static_cast<std::size_t>(count);
     }
+    progress.behind = total >= maxReadPerEvent && progress.offset < size;
     ::close(descriptor);
 }
 

@@ -29,7 +29,8 @@ class AgentUsageWatcher {
   public:
     using MainThread = std::function<void(std::function<void()>)>;
 
-    /// At most this much is read for one event; a longer backlog is caught up by the next events.
+    /// At most this much is read at a time; a longer backlog is read in turns with the other
+    /// sessions' reads, its usage shown after each turn.
     static constexpr std::size_t maxReadPerEvent = 32 * 1024 * 1024;
     static constexpr std::size_t readSlice = 1024 * 1024;
     /// Gemini CLI's conversation files are read whole; larger ones are not read at all.
@@ -55,6 +56,8 @@ class AgentUsageWatcher {
         bool conversation = false;
         brind::AgentUsageReader reader;
         std::uint64_t offset = 0;
+        /// The last read stopped at `maxReadPerEvent` with more of the file left to read.
+        bool behind = false;
         dev_t device = 0;
         ino_t inode = 0;
         /// A conversation file: its size and time of change when it was last read, and its usage.
