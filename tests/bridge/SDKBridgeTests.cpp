@@ -130,8 +130,11 @@ TEST_F(Bridge, RegistrationAsksTheUserAndIssuesATokenForTheScopesGranted) {
     const auto again = request("POST", "/v1/register", R"({"app":"kiln","name":"Kiln","scopes":["hud"]})");
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(call(again).body, R"({"error":"denied","message":"The user didn't allow this app."})");
-    // The fourth registration for one app within a minute is refused before anyone is asked.
-    EXPECT_EQ(call(again).status, 429);
+    // The fourth registration for one app within a minute is refused before anyone is asked, and
+    // told when the next one is let through (one every 20 seconds).
+    const auto refused = call(again);
+    EXPECT_EQ(refused.status, 429);
+    EXPECT_EQ(refused.headers.contains("Retry-After") ? refused.headers.at("Retry-After") : "", "20");
     EXPECT_EQ(delegate->consentAsked.size(), 3u);
 
     auto config = bridge.config();
