@@ -111,6 +111,9 @@ TEST_F(Bridge, AnswersStatusUnknownPathsAndRefusalsWithTheirExactBodies) {
         const auto reply = call(std::move(sent));
         EXPECT_EQ(reply.status, row["status"]);
         EXPECT_EQ(reply.body, row["reply"].dump());
+        if (row.contains("allow")) {
+            EXPECT_EQ(reply.headers.contains("Allow") ? reply.headers.at("Allow") : "(none)", row["allow"]);
+        }
     }
     EXPECT_TRUE(delegate->shown.empty() && delegate->huds.empty() && delegate->steps.empty());
     EXPECT_TRUE(delegate->agentEvents.empty() && delegate->consentAsked.empty() && delegate->ended.empty());
