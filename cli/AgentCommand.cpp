@@ -64,8 +64,9 @@ void addAgentCommand(CLI::App& app, CommandContext& context) {
         if (*answer == "allow")
             return;
         context.fail(*answer == "deny" ? "the user denied " + *approve->command
-                                       : "no answer for " + *approve->command +
-                                             " (approvals are off in vantaquill, or the request timed out)");
+                                       : "no decision for " + *approve->command +
+                                             " (it was left to ask, approvals are off in vantaquill, or "
+                                             "nobody answered in time)");
     });
 
     auto event = std::make_shared<AgentEventOptions>();

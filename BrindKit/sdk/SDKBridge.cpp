@@ -4,6 +4,7 @@
 #include "BrindKit/sdk/SDKBridgeRoute.hpp"
 #include "BrindKit/sdk/SDKRequestGuard.hpp"
 
+#include <algorithm>
 #include <string_view>
 #include <vector>
 
@@ -90,6 +91,20 @@ struct RouteKey {
     }
 };
 
+// The methods the route table answers at a path, for the Allow field of a 405: an OPTIONS
+// request is refused whatever its path, and HTTP asks such a refusal to say what the path takes.
+std::string_view methodsAt(const std::vector<std::string_view>& segments) {
+    const auto is = [&](std::initializer_list<std::string_view> path) { return std::ranges::equal(segments, path); };
+    if (is({"v1", "status"}) || is({"v1", "events"}))
+        return "GET";
+    if (is({"v1", "register"}) || is({"v1", "activities"}) || is({"v1", "hud"}) || is({"v1", "shelf"}) ||
+        is({"v1", "agents", "hook"}) || is({"v1", "agents", "event"}))
+        return "POST";
+    if (segments.size() == 3 && segments[0] == "v1" && segments[1] == "activities")
+        return "DELETE";
+    return "";
+}
+
 } // namespace
 
 // Everything that never waits is answered here, on the server's thread, without a coroutine: the
@@ -97,8 +112,11 @@ struct RouteKey {
 // rate. The routes that wait (registration, hooks, streams, the HUD, the shelf, agent events) are
 // left to `route`, untouched: they are authorised there, so that a request is charged once.
 std::optional<SDKRouteResult> SDKBridge::answerNow(const SDKHTTPRequest& request) {
-    if (auto refusal = SDKRequestGuard::check(request, port()))
+    if (auto refusal = SDKRequestGuard::check(request, port())) {
+        if (refusal->status == 405)
+            refusal->headers["Allow"] = std::string(methodsAt(request.segments()));
         return respond(std::move(*refusal));
+    }
     const auto segments = request.segments();
     if (segments.empty() || segments.front() != "v1")
         return respond(notFound());

@@ -71,9 +71,13 @@ SDKBridge::Result SDKBridge::registerClient(const SDKHTTPRequest& request) {
     {
         const Date moment = now();
         std::lock_guard guard(lock);
-        if (!registerLimiter.allow(appID, moment, 1))
-            co_return respond(SDKHTTPResponse::error(429, "rate_limited",
-                                                     "Too many registration requests. Try again in a minute."));
+        if (!registerLimiter.allow(appID, moment, 1)) {
+            // Every 429 says when to come back, as the requests' limit does.
+            auto refusal =
+                SDKHTTPResponse::error(429, "rate_limited", "Too many registration requests. Try again in a minute.");
+            refusal.headers["Retry-After"] = std::to_string(registerLimiter.retryAfter(appID, moment));
+            co_return respond(std::move(refusal));
+        }
         if (pendingConsents.contains(appID))
             co_return respond(
                 SDKHTTPResponse::error(409, "pending", "A consent prompt for this app is already showing."));

@@ -111,6 +111,9 @@ TEST_F(Bridge, AnswersStatusUnknownPathsAndRefusalsWithTheirExactBodies) {
         const auto reply = call(std::move(sent));
         EXPECT_EQ(reply.status, row["status"]);
         EXPECT_EQ(reply.body, row["reply"].dump());
+        if (row.contains("allow")) {
+            EXPECT_EQ(reply.headers.contains("Allow") ? reply.headers.at("Allow") : "(none)", row["allow"]);
+        }
     }
     EXPECT_TRUE(delegate->shown.empty() && delegate->huds.empty() && delegate->steps.empty());
     EXPECT_TRUE(delegate->agentEvents.empty() && delegate->consentAsked.empty() && delegate->ended.empty());
@@ -130,8 +133,11 @@ TEST_F(Bridge, RegistrationAsksTheUserAndIssuesATokenForTheScopesGranted) {
     const auto again = request("POST", "/v1/register", R"({"app":"kiln","name":"Kiln","scopes":["hud"]})");
     for (int i = 0; i < 2; ++i)
         EXPECT_EQ(call(again).body, R"({"error":"denied","message":"The user didn't allow this app."})");
-    // The fourth registration for one app within a minute is refused before anyone is asked.
-    EXPECT_EQ(call(again).status, 429);
+    // The fourth registration for one app within a minute is refused before anyone is asked, and
+    // told when the next one is let through (one every 20 seconds).
+    const auto refused = call(again);
+    EXPECT_EQ(refused.status, 429);
+    EXPECT_EQ(refused.headers.contains("Retry-After") ? refused.headers.at("Retry-After") : "", "20");
     EXPECT_EQ(delegate->consentAsked.size(), 3u);
 
     auto config = bridge.config();

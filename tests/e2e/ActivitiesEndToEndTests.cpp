@@ -182,6 +182,24 @@ TEST_F(Guard, StatusNeedsNoTokenAndHeadlessNobodyCanAllowANewClient) {
     EXPECT_TRUE(island->waitForLine("consent denied app=lumetta"));
 }
 
+// A mistyped port variable is said as such, rather than turned into another port that nothing
+// listens on; a hook still answers its agent.
+TEST(CommandLine, APortVariableThatIsNoPortIsAUsageError) {
+    TemporaryHome home;
+    for (const std::string value : {"abc", "70000", "0", "80x"}) {
+        SCOPED_TRACE(value);
+        auto environment = home.environment();
+        environment["VANTAQUILL_PORT"] = value;
+        const auto status = run(builtProgram("vantaquill"), {"status"}, environment);
+        EXPECT_EQ(status.exitCode, 2);
+        EXPECT_EQ(status.err, "vantaquill: VANTAQUILL_PORT=" + value + " is not a port (1 to 65535)\n");
+        const auto hook = run(builtProgram("vantaquill"), {"hook", "--agent", "cursor"}, environment,
+                              R"({"hook_event_name":"beforeSubmitPrompt"})");
+        EXPECT_EQ(hook.exitCode, 0);
+        EXPECT_EQ(hook.out, R"({"continue":true})");
+    }
+}
+
 TEST(StartFailure, PortInUseIsReportedAndExitsNonZero) {
     TemporaryHome home;
     IslandProcess first(home);

@@ -150,12 +150,27 @@ TEST_F(Hooks, CodexPermissionRequestIsAnsweredFromTheIsland) {
 }
 
 TEST_F(Hooks, ConsoleAnswerReachesTheWaitingAgent) {
-    // The request is answered from the console while the hook call waits (a separate thread).
-    std::thread answerer([this] { answerNextRequest("deny"); });
-    const auto result = command({"agent", "approve", "--session", "deploy", "--command", "./deploy.sh"});
-    answerer.join();
-    EXPECT_EQ(result.exitCode, 1);
-    EXPECT_NE(result.err.find("denied"), std::string::npos) << result.err;
+    // Each request is answered from the console while the command waits (a separate thread); only
+    // "allow" lets a chained command run, and the others say why not.
+    const struct {
+        std::string answer;
+        int exitCode;
+        std::string err;
+    } rows[] = {
+        {"allow", 0, ""},
+        {"deny", 1, "vantaquill: the user denied ./deploy.sh\n"},
+        {"ask", 1,
+         "vantaquill: no decision for ./deploy.sh (it was left to ask, approvals are off in vantaquill, or "
+         "nobody answered in time)\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.answer);
+        std::thread answerer([this, &row] { answerNextRequest(row.answer); });
+        const auto result = command({"agent", "approve", "--session", "deploy", "--command", "./deploy.sh"});
+        answerer.join();
+        EXPECT_EQ(result.exitCode, row.exitCode);
+        EXPECT_EQ(result.err, row.err);
+    }
 }
 
 TEST_F(Hooks, AlwaysAllowOnTheConsoleAnswersTheNextRequestLikeItUnasked) {
