@@ -1,8 +1,10 @@
 #include "cli/CommandContext.hpp"
 
 #include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <string_view>
 

@@ -4,7 +4,6 @@
 #include "BrindKit/sdk/SDKBridgeRoute.hpp"
 #include "BrindKit/sdk/SDKRequestGuard.hpp"
 
-#include <algorithm>
 #include <string_view>
 #include <vector>
 
@@ -91,18 +90,23 @@ struct RouteKey {
     }
 };
 
-// The methods the route table answers at a path, for the Allow field of a 405: an OPTIONS
-// request is refused whatever its path, and HTTP asks such a refusal to say what the path takes.
-std::string_view methodsAt(const std::vector<std::string_view>& segments) {
-    const auto is = [&](std::initializer_list<std::string_view> path) { return std::ranges::equal(segments, path); };
-    if (is({"v1", "status"}) || is({"v1", "events"}))
-        return "GET";
-    if (is({"v1", "register"}) || is({"v1", "activities"}) || is({"v1", "hud"}) || is({"v1", "shelf"}) ||
-        is({"v1", "agents", "hook"}) || is({"v1", "agents", "event"}))
-        return "POST";
-    if (segments.size() == 3 && segments[0] == "v1" && segments[1] == "activities")
-        return "DELETE";
-    return "";
+// Every route the bridge answers, by method and path.
+bool isRoute(const RouteKey& key) {
+    return key.is("GET", {"status"}) || key.is("GET", {"events"}) || key.is("POST", {"register"}) ||
+           key.is("POST", {"activities"}) || key.is("POST", {"hud"}) || key.is("POST", {"shelf"}) ||
+           key.is("POST", {"agents", "hook"}) || key.is("POST", {"agents", "event"}) || key.isDeleteActivity();
+}
+
+// The method a path takes, for the Allow field of a 405: an OPTIONS request is refused whatever its
+// path, and HTTP asks such a refusal to say what the path takes. Empty for a path that is no route.
+std::string methodsAt(const std::vector<std::string_view>& segments) {
+    if (segments.empty() || segments.front() != "v1")
+        return {};
+    for (std::string method : {"GET", "POST", "DELETE"}) {
+        if (isRoute(RouteKey{method, segments}))
+            return method;
+    }
+    return {};
 }
 
 } // namespace
@@ -114,7 +118,7 @@ std::string_view methodsAt(const std::vector<std::string_view>& segments) {
 std::optional<SDKRouteResult> SDKBridge::answerNow(const SDKHTTPRequest& request) {
     if (auto refusal = SDKRequestGuard::check(request, port())) {
         if (refusal->status == 405)
-            refusal->headers["Allow"] = std::string(methodsAt(request.segments()));
+            refusal->headers["Allow"] = methodsAt(request.segments());
         return respond(std::move(*refusal));
     }
     const auto segments = request.segments();
