@@ -11,8 +11,13 @@ std::expected<std::string, std::string> loadOrCreateHookToken(const std::filesys
     if (const auto existing = brind::AtomicFile::read(file)) {
         // Trimmed as the hook command trims it, so that both ends agree on the same secret.
         const std::string token(brind::ASCII::trimmed(*existing));
-        if (!token.empty())
+        if (!token.empty()) {
+            // A token file copied or restored with a wider mode is made the user's alone again.
+            std::error_code ignored;
+            std::filesystem::permissions(file, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write,
+                                         ignored);
             return token;
+        }
     }
     if (auto folder = brind::AtomicFile::ensureFolder(dataFolder); !folder)
         return std::unexpected(folder.error());

@@ -56,7 +56,9 @@ class Hooks : public IslandTest {
   protected:
     std::vector<std::string> preferences() const override { return {"agents.approvalTimeout=2"}; }
     std::vector<std::pair<std::string, std::string>> dataFiles() const override {
-        return {{"agent-rules.json",
+        // A token left by an earlier run, in a file and folder of a wider mode than the island's own.
+        return {{"hook-token", "kept-from-an-earlier-run\n"},
+                {"agent-rules.json",
                  R"({"rules":[{"agent":"claude-code","project":"/home/ada/src/lighthouse",)"
                  R"("tool":"Write","createdAt":0}]})"}};
     }
@@ -202,6 +204,9 @@ TEST_F(Hooks, ClaudeCodeHTTPEntryPostsStraightToTheIsland) {
     // Claude Code puts the variable's value in the header and posts the payload as JSON.
     std::string token = contents(dataFolder() / "hook-token");
     token.erase(token.find_last_not_of(" \n") + 1);
+    EXPECT_EQ(token, "kept-from-an-earlier-run");
+    EXPECT_EQ(fs::status(dataFolder()).permissions(), fs::perms::owner_all);
+    EXPECT_EQ(fs::status(dataFolder() / "hook-token").permissions(), fs::perms::owner_read | fs::perms::owner_write);
     const auto reply = request("POST", url.substr(prefix.size()),
                                "x-vantaquill-hook: " + token + "\r\nContent-Type: application/json\r\n",
                                payload("claude-permission-request.json"));
