@@ -225,7 +225,8 @@ TEST_F(IslandOnKWin, AClickOpensThePanelWithTheKeyboardAndClicksBesideItReachThe
 }
 
 // `vantaquill doctor` in a Plasma session reports what KWin offers (asked through wayland-info):
-// the layer shell, the clipboard through data-control, and where Plasma binds the HUD keys. The
+// the layer shell, the clipboard through data-control, where Plasma binds the HUD keys, and that
+// the island cannot hide over full-screen windows there. The
 // clipboard it promises is real: another program's copy reaches the history.
 TEST_F(IslandOnKWin, TheDoctorReportsWhatKWinOffersAndTheClipboardHistoryHearsCopies) {
     auto commandEnvironment = environment;
@@ -236,6 +237,9 @@ TEST_F(IslandOnKWin, TheDoctorReportsWhatKWinOffersAndTheClipboardHistoryHearsCo
     EXPECT_NE(doctor.out.find("watched through data-control (zwlr_data_control_manager_v1)"), std::string::npos)
         << doctor.out;
     EXPECT_NE(doctor.out.find("# KDE Plasma: System Settings > Keyboard > Shortcuts"), std::string::npos)
+        << doctor.out;
+    EXPECT_NE(doctor.out.find("part  full screen     this compositor does not tell programs which window is full screen"),
+              std::string::npos)
         << doctor.out;
 
     QProcess copier;
