@@ -28,8 +28,8 @@ constexpr int band = 300;
 std::string describe(const std::optional<QRect>& rect) {
     if (!rect)
         return "no black";
-    return std::to_string(rect->x()) + "," + std::to_string(rect->y()) + " " + std::to_string(rect->width()) + "x" +
-           std::to_string(rect->height());
+    return std::to_string(rect->x()) + "," + std::to_string(rect->y()) + " " + std::to_string(rect->width()) +
+           "x" + std::to_string(rect->height());
 }
 
 /// The real application in a fresh home, started the way a Plasma session starts it (no `--surface`:
@@ -78,7 +78,8 @@ class IslandOnKWin : public ::testing::Test {
     }
 
     static IslandLayout::Input input() {
-        return {.metrics = brind::NotchMetrics::compute(KWinSession::outputWidth, 0, std::nullopt, std::nullopt, 0),
+        return {.metrics =
+                    brind::NotchMetrics::compute(KWinSession::outputWidth, 0, std::nullopt, std::nullopt, 0),
                 .floating = true};
     }
 
@@ -115,7 +116,8 @@ class IslandOnKWin : public ::testing::Test {
                 return near();
             }))
             return ::testing::AssertionSuccess();
-        return ::testing::AssertionFailure() << "expected " << describe(expected) << ", saw " << describe(seen);
+        return ::testing::AssertionFailure()
+               << "expected " << describe(expected) << ", saw " << describe(seen);
     }
 
     /// The open island once the screen shows it, or nothing.
@@ -148,7 +150,8 @@ class IslandOnKWin : public ::testing::Test {
         std::string token;
         std::ifstream(home.path() / ".config/vantaquill/cli-token") >> token;
         return e2e::statusOf(e2e::rawExchange(
-            island->port(), "POST " + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(island->port()) +
+            island->port(), "POST " + target +
+                                " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(island->port()) +
                                 "\r\nContent-Type: application/json\r\nAuthorization: Bearer " + token +
                                 "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body));
     }
@@ -159,10 +162,9 @@ class IslandOnKWin : public ::testing::Test {
     std::unique_ptr<e2e::IslandProcess> island;
 };
 
-
 // Started as a Plasma session starts it, the island chooses the layer shell by itself and hangs at
 // the top centre of the output with its closed outline, grows for an activity posted through the
-// SDK, and says once on stderr that KWin does not tell it which window is full screen. KWin found no
+// SDK, and says on stderr that KWin does not tell it which window is full screen. KWin found no
 // fault with what it sent.
 TEST_F(IslandOnKWin, ChoosesTheLayerShellShowsAtTheTopCentreAndGrowsForAnActivity) {
     const auto layout = input();
@@ -193,13 +195,15 @@ TEST_F(IslandOnKWin, AClickOpensThePanelWithTheKeyboardAndClicksBesideItReachThe
     const QRect closed = onScreen(IslandLayout::closed(input()));
     ASSERT_TRUE(shows(closed));
     const OtherProgramWindow window(kwin->waylandDisplay(), {"0", "0", "--field"});
-    ASSERT_TRUE(waitUntil([&] { return window.count("focus in") > 0; })) << "the window never took the keyboard";
+    ASSERT_TRUE(waitUntil([&] { return window.count("focus in") > 0; }))
+        << "the window never took the keyboard";
     ASSERT_TRUE(waitUntil([&] { return screenshot().pixelColor(away) != QColor(KWinSession::wallpaperHex); }))
         << "the window was never shown";
     std::this_thread::sleep_for(300ms);
 
     click(away);
-    ASSERT_TRUE(waitUntil([&] { return window.count("pressed") == 1; })) << "the window below never heard a click";
+    ASSERT_TRUE(waitUntil([&] { return window.count("pressed") == 1; }))
+        << "the window below never heard a click";
     // Beside the outline, in the band of the island's surface.
     click({closed.left() - 30, closed.center().y()});
     EXPECT_TRUE(waitUntil([&] { return window.count("pressed") == 2; }))
@@ -209,8 +213,10 @@ TEST_F(IslandOnKWin, AClickOpensThePanelWithTheKeyboardAndClicksBesideItReachThe
     const auto open = openIsland();
     ASSERT_TRUE(open) << "the click did not open the panel";
     EXPECT_LE(std::abs(open->center().x() - KWinSession::outputWidth / 2), edgeTolerance) << describe(open);
-    EXPECT_LE(std::abs(open->top() - closed.top()), edgeTolerance) << describe(open) << " " << describe(closed);
-    EXPECT_TRUE(waitUntil([&] { return window.count("focus out") == 1; })) << "the island did not take the keyboard";
+    EXPECT_LE(std::abs(open->top() - closed.top()), edgeTolerance)
+        << describe(open) << " " << describe(closed);
+    EXPECT_TRUE(waitUntil([&] { return window.count("focus out") == 1; }))
+        << "the island did not take the keyboard";
     ASSERT_TRUE(kwin->key(KEY_ESC));
     EXPECT_TRUE(shows(closed)) << "Escape did not close the panel";
 
@@ -220,25 +226,28 @@ TEST_F(IslandOnKWin, AClickOpensThePanelWithTheKeyboardAndClicksBesideItReachThe
     ASSERT_TRUE(openIsland()) << "the second click did not open the panel";
     click(away);
     EXPECT_TRUE(shows(closed)) << "a click into the window did not close the panel";
-    EXPECT_TRUE(waitUntil([&] { return window.count("focus in") == 2; })) << "the window did not get the keyboard back";
+    EXPECT_TRUE(waitUntil([&] { return window.count("focus in") == 2; }))
+        << "the window did not get the keyboard back";
     EXPECT_EQ(window.count("pressed"), 3) << "a click on the island reached the window below";
 }
 
 // `vantaquill doctor` in a Plasma session reports what KWin offers (asked through wayland-info):
 // the layer shell, the clipboard through data-control, where Plasma binds the HUD keys, and that
-// the island cannot hide over full-screen windows there. The
-// clipboard it promises is real: another program's copy reaches the history.
+// the island cannot hide over full-screen windows there. The clipboard it promises is real: another
+// program's copy reaches the history.
 TEST_F(IslandOnKWin, TheDoctorReportsWhatKWinOffersAndTheClipboardHistoryHearsCopies) {
     auto commandEnvironment = environment;
     commandEnvironment["VANTAQUILL_PORT"] = std::to_string(island->port());
     const auto doctor = e2e::run(e2e::builtProgram("vantaquill"), {"doctor"}, commandEnvironment, {});
     EXPECT_NE(doctor.out.find("ok    placement       layer shell (zwlr_layer_shell_v1)"), std::string::npos)
         << doctor.out;
-    EXPECT_NE(doctor.out.find("watched through data-control (zwlr_data_control_manager_v1)"), std::string::npos)
+    EXPECT_NE(doctor.out.find("watched through data-control (zwlr_data_control_manager_v1)"),
+              std::string::npos)
         << doctor.out;
     EXPECT_NE(doctor.out.find("# KDE Plasma: System Settings > Keyboard > Shortcuts"), std::string::npos)
         << doctor.out;
-    EXPECT_NE(doctor.out.find("part  full screen     this compositor does not tell programs which window is full screen"),
+    EXPECT_NE(doctor.out.find(
+                  "part  full screen     this compositor does not tell programs which window is full screen"),
               std::string::npos)
         << doctor.out;
 

@@ -137,12 +137,13 @@ std::expected<std::unique_ptr<KWinSession>, std::string> KWinSession::start() {
     std::expected<QImage, std::string> shot = std::unexpected("no screenshot yet");
     while (std::chrono::steady_clock::now() < deadline) {
         shot = session->screenshot();
-        if (shot && shot->pixel(0, 0) == wallpaperARGB && shot->pixel(outputWidth - 1, outputHeight - 1) == wallpaperARGB)
+        if (shot && shot->pixel(0, 0) == wallpaperARGB &&
+            shot->pixel(outputWidth - 1, outputHeight - 1) == wallpaperARGB)
             return session;
         QThread::msleep(100);
     }
-    return std::unexpected("KWin showed no wallpaper in time: " + (shot ? std::string("wrong colour") : shot.error()) +
-                           "\n" + session->log());
+    return std::unexpected("KWin showed no wallpaper in time: " +
+                           (shot ? std::string("wrong colour") : shot.error()) + "\n" + session->log());
 }
 
 KWinSession::~KWinSession() {
@@ -169,7 +170,8 @@ std::expected<void, std::string> KWinSession::plugFakeInput() {
         return std::unexpected("cannot connect to KWin at " + waylandDisplay());
     static const wl_registry_listener listener = {
         .global =
-            [](void* data, wl_registry* registry, std::uint32_t name, const char* interface, std::uint32_t version) {
+            [](void* data, wl_registry* registry, std::uint32_t name, const char* interface,
+               std::uint32_t version) {
                 auto& globals = *static_cast<Globals*>(data);
                 if (std::strcmp(interface, org_kde_kwin_fake_input_interface.name) == 0 && version >= 4)
                     globals.input = static_cast<org_kde_kwin_fake_input*>(
@@ -178,10 +180,11 @@ std::expected<void, std::string> KWinSession::plugFakeInput() {
                     globals.layerShell = static_cast<zwlr_layer_shell_v1*>(
                         wl_registry_bind(registry, name, &zwlr_layer_shell_v1_interface, 1));
                 else if (std::strcmp(interface, wl_compositor_interface.name) == 0)
-                    globals.compositor =
-                        static_cast<wl_compositor*>(wl_registry_bind(registry, name, &wl_compositor_interface, 4));
+                    globals.compositor = static_cast<wl_compositor*>(
+                        wl_registry_bind(registry, name, &wl_compositor_interface, 4));
                 else if (std::strcmp(interface, wl_shm_interface.name) == 0)
-                    globals.shm = static_cast<wl_shm*>(wl_registry_bind(registry, name, &wl_shm_interface, 1));
+                    globals.shm =
+                        static_cast<wl_shm*>(wl_registry_bind(registry, name, &wl_shm_interface, 1));
             },
         .global_remove = [](void*, wl_registry*, std::uint32_t) {},
     };
@@ -201,12 +204,14 @@ std::expected<void, std::string> KWinSession::plugFakeInput() {
     wl_surface* surface = wl_compositor_create_surface(globals.compositor);
     auto* layer = zwlr_layer_shell_v1_get_layer_surface(globals.layerShell, surface, nullptr,
                                                         ZWLR_LAYER_SHELL_V1_LAYER_BACKGROUND, "wallpaper");
-    zwlr_layer_surface_v1_set_anchor(layer, ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
-                                                ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);
+    zwlr_layer_surface_v1_set_anchor(
+        layer, ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
+                   ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT);
     zwlr_layer_surface_v1_set_exclusive_zone(layer, -1);
     static const zwlr_layer_surface_v1_listener layerListener = {
         .configure =
-            [](void* data, zwlr_layer_surface_v1*, std::uint32_t serial, std::uint32_t width, std::uint32_t height) {
+            [](void* data, zwlr_layer_surface_v1*, std::uint32_t serial, std::uint32_t width,
+               std::uint32_t height) {
                 *static_cast<WallpaperSize*>(data) = {serial, width, height};
             },
         .closed = [](void*, zwlr_layer_surface_v1*) {},
@@ -234,7 +239,8 @@ std::expected<void, std::string> KWinSession::plugFakeInput() {
     wl_shm_pool_destroy(pool);
     close(memory);
     wl_surface_attach(surface, buffer, 0, 0);
-    wl_surface_damage(surface, 0, 0, static_cast<std::int32_t>(size.width), static_cast<std::int32_t>(size.height));
+    wl_surface_damage(surface, 0, 0, static_cast<std::int32_t>(size.width),
+                      static_cast<std::int32_t>(size.height));
     // No input on the wallpaper: clicks on the desktop are nobody's, as on a bare desktop.
     wl_region* none = wl_compositor_create_region(globals.compositor);
     wl_surface_set_input_region(surface, none);
@@ -250,7 +256,8 @@ std::expected<void, std::string> KWinSession::flush(const char* what) const {
 }
 
 std::expected<void, std::string> KWinSession::movePointer(QPoint to) const {
-    org_kde_kwin_fake_input_pointer_motion_absolute(input_, wl_fixed_from_int(to.x()), wl_fixed_from_int(to.y()));
+    org_kde_kwin_fake_input_pointer_motion_absolute(input_, wl_fixed_from_int(to.x()),
+                                                    wl_fixed_from_int(to.y()));
     return flush("the pointer's motion");
 }
 
@@ -301,23 +308,25 @@ std::expected<QImage, std::string> KWinSession::screenshot() const {
             if (pending.isFinished()) {
                 const QDBusMessage answer = pending.reply();
                 if (answer.type() == QDBusMessage::ErrorMessage) {
-                    result = std::unexpected("KWin refused the screenshot: " + answer.errorMessage().toStdString());
+                    result = std::unexpected("KWin refused the screenshot: " +
+                                             answer.errorMessage().toStdString());
                     break;
                 }
                 const QVariantMap info = qdbus_cast<QVariantMap>(answer.arguments().value(0));
                 const int width = info.value("width").toInt(), height = info.value("height").toInt();
                 const qsizetype stride = info.value("stride").toInt();
                 if (info.value("type").toString() == "raw" && pixels.size() >= stride * height && width > 0) {
-                    const QImage raw(reinterpret_cast<const uchar*>(pixels.constData()), width, height, stride,
-                                     QImage::Format(info.value("format").toInt()));
+                    const QImage raw(reinterpret_cast<const uchar*>(pixels.constData()), width, height,
+                                     stride, QImage::Format(info.value("format").toInt()));
                     result = raw.convertToFormat(QImage::Format_RGB32);
                     break;
                 }
                 if (info.value("type").toString() != "raw" && ended) {
                     QImage image = QImage::fromData(pixels);
-                    result = image.isNull() ? std::unexpected(std::string("KWin's screenshot is no image"))
-                                            : std::expected<QImage, std::string>(
-                                                  image.convertToFormat(QImage::Format_RGB32));
+                    result =
+                        image.isNull()
+                            ? std::unexpected(std::string("KWin's screenshot is no image"))
+                            : std::expected<QImage, std::string>(image.convertToFormat(QImage::Format_RGB32));
                     break;
                 }
             }
