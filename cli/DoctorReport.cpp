@@ -15,6 +15,7 @@ using Check = DoctorReport::Check;
 constexpr std::string_view layerShell = "zwlr_layer_shell_v1";
 constexpr std::array<std::string_view, 2> dataControl = {"ext_data_control_manager_v1", "zwlr_data_control_manager_v1"};
 constexpr std::string_view xfixes = "XFIXES";
+constexpr std::string_view foreignToplevel = "zwlr_foreign_toplevel_manager_v1";
 
 enum class Compositor { sway, hyprland, gnome, kde };
 constexpr std::array<Compositor, 4> compositors = {Compositor::sway, Compositor::hyprland, Compositor::gnome,
@@ -158,6 +159,29 @@ Check placement(const DoctorFacts& facts) {
         return check;
     }
     check.summary = "no display to place the island on";
+    return check;
+}
+
+// The island hides over a full-screen window only where it can learn which window that is: the X
+// window manager's properties, or the compositor's window list next to the layer shell.
+Check fullScreen(const DoctorFacts& facts) {
+    Check check = named("full screen", Need::optional);
+    if (onWayland(facts) && contains(facts.waylandGlobals, layerShell)) {
+        const bool told = contains(facts.waylandGlobals, foreignToplevel);
+        check.status = told ? Status::works : Status::partly;
+        check.summary = told ? "hidden over a full-screen window (" + std::string(foreignToplevel) + ")"
+                             : "this compositor does not tell programs which window is full screen (no " +
+                                   std::string(foreignToplevel) + "): the island stays over full-screen windows";
+        return check;
+    }
+    if (facts.x11Reachable) {
+        check.status = onWayland(facts) ? Status::partly : Status::works;
+        check.summary = onWayland(facts) ? "hidden over a full-screen X11 window; Wayland windows are not seen through "
+                                           "XWayland"
+                                         : "hidden over a full-screen window (the window manager's _NET_WM_STATE)";
+        return check;
+    }
+    check.summary = "no display to watch";
     return check;
 }
 
@@ -308,6 +332,7 @@ DoctorReport DoctorReport::from(const DoctorFacts& facts) {
     DoctorReport report;
     report.checks = {session(facts),
                      placement(facts),
+                     fullScreen(facts),
                      clipboard(facts),
                      hudKeys(facts),
                      sessionBus(facts),

@@ -10,8 +10,8 @@
 namespace vq::test {
 
 /// The desktop tests' other program (tests/desktop/tools/OtherProgram.cpp) on the test's X server
-/// (`display` ":N") or sway (`display` the path of its Wayland socket), where sway tiles it over
-/// the output below the island: a window that drags, takes drops or has a text field, and reports
+/// (`display` ":N") or Wayland compositor (`display` the path of its Wayland socket), where sway
+/// tiles it and KWin's window rule stretches it over the output below the island: a window that drags, takes drops or has a text field, and reports
 /// each thing that happens to it on a line.
 class OtherProgramWindow {
   public:

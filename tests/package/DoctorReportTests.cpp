@@ -40,7 +40,7 @@ DoctorFacts swayWithEverything() {
 TEST(DoctorReport, BareMachineReportsEveryMissingPiece) {
     const auto report = DoctorReport::from(DoctorFacts{});
     EXPECT_FALSE(report.essentialsWork());
-    for (const char* feature : {"session", "placement", "clipboard", "HUD keys", "session bus", "MPRIS", "logind",
+    for (const char* feature : {"session", "placement", "full screen", "clipboard", "HUD keys", "session bus", "MPRIS", "logind",
                                 "GeoClue"})
         EXPECT_EQ(checkNamed(report, feature).status, Status::missing) << feature;
     // The peeks read the kernel without their services.
@@ -67,6 +67,39 @@ TEST(DoctorReport, SwayWithLayerShellAndDataControl) {
     EXPECT_EQ(keys.status, Status::partly);
     EXPECT_TRUE(mentions(keys.lines, "bindsym XF86AudioRaiseVolume exec vantaquill hud volume up"));
     EXPECT_FALSE(mentions(keys.lines, "hyprland.conf")) << "only the running compositor's lines";
+}
+
+// Only a compositor that lists its windows (or an X window manager) lets the island hide over a
+// full-screen one; KWin has a layer shell but no such list for ordinary programs.
+TEST(DoctorReport, FullScreenHidingIsPromisedOnlyWhereTheSessionTellsWhichWindowIsFullScreen) {
+    const struct {
+        const char* session;
+        std::set<std::string> globals;
+        bool x11;
+        Status status;
+        const char* said;
+    } cases[] = {
+        {"sway", {"zwlr_layer_shell_v1", "zwlr_foreign_toplevel_manager_v1"}, false, Status::works, "hidden over"},
+        {"KDE", {"zwlr_layer_shell_v1", "org_kde_plasma_window_management"}, false, Status::partly, "stays over"},
+        {"GNOME", {"wl_compositor"}, true, Status::partly, "Wayland windows are not seen"},
+    };
+    for (const auto& row : cases) {
+        auto facts = swayWithEverything();
+        facts.desktop = row.session;
+        facts.waylandGlobals = row.globals;
+        if (row.x11) {
+            facts.x11Display = ":0";
+            facts.x11Reachable = true;
+        }
+        const auto report = DoctorReport::from(facts);
+        const auto& check = checkNamed(report, "full screen");
+        EXPECT_EQ(check.status, row.status) << row.session;
+        EXPECT_NE(check.summary.find(row.said), std::string::npos) << row.session << ": " << check.summary;
+    }
+    DoctorFacts x11;
+    x11.x11Display = ":1";
+    x11.x11Reachable = true;
+    EXPECT_EQ(checkNamed(DoctorReport::from(x11), "full screen").status, Status::works);
 }
 
 TEST(DoctorReport, WaylandWithoutLayerShellFallsBackToXWayland) {
