@@ -73,7 +73,6 @@ X11IslandSurface::X11IslandSurface()
     setAttribute(Qt::WA_NoSystemBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_X11DoNotAcceptFocus);
-    setAttribute(Qt::WA_X11NetWmWindowTypeDock);
     // Files, texts and links dragged from other programs land on the shelf.
     setAcceptDrops(true);
     setMouseTracking(true);
@@ -82,6 +81,10 @@ X11IslandSurface::X11IslandSurface()
     frameTimer_.setSingleShot(true);
     connect(&frameTimer_, &QTimer::timeout, this, [this] { update(); });
     winId();
+    // Qt's xcb platform writes the window's type again whenever the window's flags change (as
+    // when the island takes the keyboard and gives it back), from this property: a dock (its
+    // QXcbWindow::Dock), or it would turn the window back into a normal one.
+    windowHandle()->setProperty("_q_xcb_wm_window_type", 0x4);
     announceToWindowManager();
 }
 
@@ -99,6 +102,18 @@ void X11IslandSurface::announceToWindowManager() {
                         XCB_ATOM_ATOM, 32, states.size(), states.data());
     xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, atom(connection_, "_NET_WM_DESKTOP"),
                         XCB_ATOM_CARDINAL, 32, 1, &allDesktops);
+    markAsDock();
+}
+
+void X11IslandSurface::markAsDock() {
+    // A dock, written here rather than through Qt's WA_X11NetWmWindowTypeDock, which this Qt's widgets
+    // leave out (the window went out as a normal one), and which Qt turns back into a normal window
+    // whenever the window's flags change. The type matters: window managers keep a normal window
+    // inside the work area, so GNOME's mutter moved the island down by the height of the top bar,
+    // under which it already floats; a dock stays where it is put, above other windows.
+    const xcb_atom_t dock = atom(connection_, "_NET_WM_WINDOW_TYPE_DOCK");
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(winId()),
+                        atom(connection_, "_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, 32, 1, &dock);
     xcb_flush(connection_);
 }
 

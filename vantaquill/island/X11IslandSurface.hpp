@@ -50,6 +50,7 @@ protected:
 
 private:
     void announceToWindowManager();
+    void markAsDock();
     void applyShape(int kind, const QRegion& region);
     void sendPointer(PointerEvent::Type type, QPointF position, Qt::MouseButton button);
     bool sendDrop(DropEvent::Type type, QPointF position, const QMimeData* data);
