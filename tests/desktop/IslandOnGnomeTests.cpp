@@ -3,6 +3,7 @@
 #include "BrindKit/island/NotchMetrics.hpp"
 #include "tests/desktop/GnomeShellSession.hpp"
 #include "tests/desktop/OtherProgramWindow.hpp"
+#include "tests/desktop/ScreenChecks.hpp"
 #include "tests/desktop/VirtualDisplay.hpp"
 #include "tests/e2e/E2EProcess.hpp"
 
@@ -19,11 +20,6 @@ using brind::IslandState;
 using test::GnomeShellSession;
 using test::OtherProgramWindow;
 
-// Antialiasing leaves the outline's edge within this many pixels of the layout's.
-constexpr int edgeTolerance = 2;
-// The island hangs in this band at the top of the screen, open or not.
-constexpr int band = 300;
-
 /// The black below the Shell's top bar, which is black itself, and right of `left` (where another
 /// window's dark title may lie): the island's, in screen coordinates.
 std::optional<QRect> islandBelowBar(const QImage& image, int barHeight, int left = 0) {
@@ -31,23 +27,6 @@ std::optional<QRect> islandBelowBar(const QImage& image, int barHeight, int left
     if (bounds)
         bounds->translate(left, barHeight);
     return bounds;
-}
-
-std::string describe(const std::optional<QRect>& rect) {
-    if (!rect)
-        return "no black";
-    return std::to_string(rect->x()) + "," + std::to_string(rect->y()) + " " + std::to_string(rect->width()) +
-           "x" + std::to_string(rect->height());
-}
-
-bool waitUntil(const std::function<bool()>& condition) {
-    const auto deadline = std::chrono::steady_clock::now() + 20s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline)
-            return false;
-        std::this_thread::sleep_for(100ms);
-    }
-    return true;
 }
 
 /// The real application, started as a GNOME session starts it (no `--surface`: it finds no layer

@@ -2,6 +2,7 @@
 #include "BrindKit/island/NotchMetrics.hpp"
 #include "tests/desktop/KWinSession.hpp"
 #include "tests/desktop/OtherProgramWindow.hpp"
+#include "tests/desktop/ScreenChecks.hpp"
 #include "tests/desktop/VirtualDisplay.hpp"
 #include "tests/e2e/E2EProcess.hpp"
 
@@ -19,18 +20,6 @@ using namespace std::chrono_literals;
 using brind::IslandLayout;
 using test::KWinSession;
 using test::OtherProgramWindow;
-
-// Antialiasing leaves the outline's edge within this many pixels.
-constexpr int edgeTolerance = 2;
-// The island hangs in this band at the top of the screen, open or not.
-constexpr int band = 300;
-
-std::string describe(const std::optional<QRect>& rect) {
-    if (!rect)
-        return "no black";
-    return std::to_string(rect->x()) + "," + std::to_string(rect->y()) + " " + std::to_string(rect->width()) +
-           "x" + std::to_string(rect->height());
-}
 
 /// The real application in a fresh home, started the way a Plasma session starts it (no `--surface`:
 /// it chooses its surface itself), on a KWin of its own; and a user's pointer and keyboard there.
@@ -89,16 +78,6 @@ class IslandOnKWin : public ::testing::Test {
         auto shot = kwin->screenshot();
         EXPECT_TRUE(shot) << shot.error();
         return shot.value_or(QImage());
-    }
-
-    static bool waitUntil(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline)
-                return false;
-            std::this_thread::sleep_for(50ms);
-        }
-        return true;
     }
 
     /// Waits until the island's black on the screen is `expected` (within the edge's tolerance);

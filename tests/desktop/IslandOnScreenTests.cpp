@@ -4,6 +4,7 @@
 #include "BrindKit/island/IslandPath.hpp"
 #include "BrindKit/island/NotchMetrics.hpp"
 #include "tests/desktop/OtherProgramWindow.hpp"
+#include "tests/desktop/ScreenChecks.hpp"
 #include "tests/desktop/VirtualDisplay.hpp"
 #include "tests/e2e/E2EFixture.hpp"
 #include "tests/e2e/E2EProcess.hpp"
@@ -31,11 +32,6 @@ using brind::IslandState;
 using test::OtherProgramWindow;
 using test::SwaySession;
 
-// Antialiasing and the rounding of a shaped window leave the outline's edge within this many pixels.
-constexpr int edgeTolerance = 2;
-// The island hangs in this band at the top of the screen, open or not; other windows' text lies below.
-constexpr int band = 300;
-
 enum class Server { x11, sway };
 
 struct ScreenSetup {
@@ -54,13 +50,6 @@ std::string setupName(const ::testing::TestParamInfo<ScreenSetup>& info) {
 
 /// The island's black, in the band where it hangs.
 const auto islandBounds = [](const QImage& image) { return blackBounds(image, band); };
-
-std::string describe(const std::optional<QRect>& rect) {
-    if (!rect)
-        return "no black";
-    return std::to_string(rect->x()) + "," + std::to_string(rect->y()) + " " + std::to_string(rect->width()) +
-           "x" + std::to_string(rect->height());
-}
 
 /// An island as it should look: its rectangle and the flare at its top corners.
 struct Outline {
@@ -254,16 +243,6 @@ class IslandOnScreen : public ::testing::TestWithParam<ScreenSetup> {
             return ::testing::AssertionSuccess();
         return ::testing::AssertionFailure() << "expected " << describe(expected.rect) << ", saw black at "
                                              << describe(islandBounds(image));
-    }
-
-    static bool waitUntil(const std::function<bool()>& condition) {
-        const auto deadline = std::chrono::steady_clock::now() + 20s;
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > deadline)
-                return false;
-            std::this_thread::sleep_for(50ms);
-        }
-        return true;
     }
 
     /// How many lines of the island's output hold `text`.
