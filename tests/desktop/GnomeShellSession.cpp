@@ -1,7 +1,8 @@
 #include "tests/desktop/GnomeShellSession.hpp"
 
+#include "tests/support/CompositorUser.hpp"
+
 #include <QDBusMessage>
-#include <QStandardPaths>
 #include <QThread>
 #include <chrono>
 #include <cstring>
@@ -16,23 +17,11 @@ namespace vq::test {
 
 namespace {
 
-constexpr const char* testUser = "vqtest";
 // The Shell starts in two or three seconds here, its JavaScript and XWayland included; the machine
 // running the tests may be loaded.
 constexpr auto startTimeout = std::chrono::seconds(60);
 constexpr int commandTimeoutMs = 30'000;
 const QString shellService = "org.gnome.Shell";
-
-std::expected<passwd, std::string> ensureTestUser() {
-    if (passwd* entry = getpwnam(testUser))
-        return *entry;
-    QProcess useradd;
-    useradd.start("useradd", {"--system", "--no-create-home", "--shell", "/usr/sbin/nologin", testUser});
-    useradd.waitForFinished(commandTimeoutMs);
-    if (passwd* entry = getpwnam(testUser))
-        return *entry;
-    return std::unexpected(std::string("no user ") + testUser + " after useradd");
-}
 
 bool handTo(const std::filesystem::path& path, const passwd& user) {
     return chown(path.c_str(), user.pw_uid, user.pw_gid) == 0;
@@ -66,17 +55,16 @@ std::string busConfiguration(const std::filesystem::path& socket) {
 } // namespace
 
 std::string GnomeShellSession::unavailableReason() {
-    for (const char* program : {"gnome-shell", "Xwayland", "dbus-daemon", "runuser", "useradd"})
-        if (QStandardPaths::findExecutable(program).isEmpty() &&
-            QStandardPaths::findExecutable(program, {"/usr/sbin", "/sbin"}).isEmpty())
-            return std::string(program) + " is not installed (scripts/setup installs it)";
+    if (const auto missing = firstMissing({"gnome-shell", "Xwayland", "dbus-daemon", "runuser", "useradd"});
+        !missing.empty())
+        return missing + " is not installed (scripts/setup installs it)";
     if (geteuid() != 0)
         return "the GNOME tests run the Shell as a separate unprivileged user, which needs root";
     return {};
 }
 
 std::expected<std::unique_ptr<GnomeShellSession>, std::string> GnomeShellSession::start() {
-    auto user = ensureTestUser();
+    auto user = ensureCompositorUser();
     if (!user)
         return std::unexpected(user.error());
 
@@ -89,10 +77,10 @@ std::expected<std::unique_ptr<GnomeShellSession>, std::string> GnomeShellSession
     const auto configuration = folder / "bus.conf";
     std::ofstream(configuration) << busConfiguration(folder / "bus");
     if (!handTo(folder, *user) || !handTo(configuration, *user) || chmod(folder.c_str(), 0700) != 0)
-        return std::unexpected(std::string("cannot hand the runtime folder to ") + testUser);
+        return std::unexpected(std::string("cannot hand the runtime folder to ") + compositorUser);
 
     session->bus_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    session->bus_.start("runuser", {"-u", testUser, "--", "dbus-daemon", "--nofork", "--print-address",
+    session->bus_.start("runuser", {"-u", compositorUser, "--", "dbus-daemon", "--nofork", "--print-address",
                                     "--config-file=" + QString::fromStdString(configuration.string())});
     if (!session->bus_.waitForReadyRead(commandTimeoutMs))
         return std::unexpected("the private session bus did not start");
@@ -104,12 +92,12 @@ std::expected<std::unique_ptr<GnomeShellSession>, std::string> GnomeShellSession
     session->shell_.setStandardErrorFile(QString::fromStdString(log.string()));
     // The system bus is the private one too: the Shell asks it for logind and finds nobody, as it
     // would on a machine without systemd, instead of failing to reach any bus at all.
-    session->shell_.start("runuser", {"-u", testUser, "--", "env", "-i", "PATH=/usr/bin:/bin",
-                                      "XDG_RUNTIME_DIR=" + runtime, "HOME=" + runtime,
-                                      "DBUS_SESSION_BUS_ADDRESS=" + bus, "DBUS_SYSTEM_BUS_ADDRESS=" + bus,
-                                      "GSETTINGS_BACKEND=memory", "LANG=C.UTF-8", "gnome-shell", "--wayland",
-                                      "--headless", "--unsafe-mode", "--virtual-monitor",
-                                      QString("%1x%2").arg(screenWidth).arg(screenHeight)});
+    session->shell_.start("runuser",
+                          {"-u", compositorUser, "--", "env", "-i", "PATH=/usr/bin:/bin",
+                           "XDG_RUNTIME_DIR=" + runtime, "HOME=" + runtime, "DBUS_SESSION_BUS_ADDRESS=" + bus,
+                           "DBUS_SYSTEM_BUS_ADDRESS=" + bus, "GSETTINGS_BACKEND=memory", "LANG=C.UTF-8",
+                           "gnome-shell", "--wayland", "--headless", "--unsafe-mode", "--virtual-monitor",
+                           QString("%1x%2").arg(screenWidth).arg(screenHeight)});
     if (!session->shell_.waitForStarted(commandTimeoutMs))
         return std::unexpected("runuser did not start gnome-shell");
 
@@ -170,7 +158,8 @@ GnomeShellSession::~GnomeShellSession() {
     // if mutter left it behind (its lock file holds its process id), then the bus.
     const auto shellPid = evaluate("new imports.gi.Gio.Credentials().get_unix_pid()");
     connection_.reset();
-    QDBusConnection::disconnectFromBus(QString::fromStdString("vq-gnome-" + runtimeFolder_.filename().string()));
+    QDBusConnection::disconnectFromBus(
+        QString::fromStdString("vq-gnome-" + runtimeFolder_.filename().string()));
     if (shellPid && std::atoi(shellPid->c_str()) > 0)
         kill(std::atoi(shellPid->c_str()), SIGTERM);
     if (!shell_.waitForFinished(commandTimeoutMs))
@@ -213,7 +202,8 @@ std::expected<std::string, std::string> GnomeShellSession::evaluate(const std::s
     call << QString::fromStdString(script);
     const QDBusMessage reply = connection_->call(call, QDBus::Block, commandTimeoutMs);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().size() != 2)
-        return std::unexpected("the Shell did not evaluate " + script + ": " + reply.errorMessage().toStdString());
+        return std::unexpected("the Shell did not evaluate " + script + ": " +
+                               reply.errorMessage().toStdString());
     if (!reply.arguments()[0].toBool())
         return std::unexpected("the Shell's evaluation of " + script +
                                " failed: " + reply.arguments()[1].toString().toStdString());
@@ -232,7 +222,8 @@ std::expected<QImage, std::string> GnomeShellSession::screenshot() const {
                                                "org.gnome.Shell.Screenshot", "Screenshot");
     call << false << false << QString::fromStdString(file.string());
     const QDBusMessage reply = connection_->call(call, QDBus::Block, commandTimeoutMs);
-    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().empty() || !reply.arguments()[0].toBool())
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().empty() ||
+        !reply.arguments()[0].toBool())
         return std::unexpected("the Shell took no screenshot: " + reply.errorMessage().toStdString());
     QImage image(QString::fromStdString(file.string()));
     if (image.isNull())
@@ -249,12 +240,12 @@ std::expected<void, std::string> GnomeShellSession::movePointer(QPoint at) const
 }
 
 std::expected<void, std::string> GnomeShellSession::click() const {
-    auto clicked = evaluate(
-        "const Clutter = imports.gi.Clutter; const GLib = imports.gi.GLib;"
-        "global.vqPointer.notify_button(GLib.get_monotonic_time(), Clutter.BUTTON_PRIMARY,"
-        "    Clutter.ButtonState.PRESSED);"
-        "global.vqPointer.notify_button(GLib.get_monotonic_time(), Clutter.BUTTON_PRIMARY,"
-        "    Clutter.ButtonState.RELEASED); 'clicked'");
+    auto clicked =
+        evaluate("const Clutter = imports.gi.Clutter; const GLib = imports.gi.GLib;"
+                 "global.vqPointer.notify_button(GLib.get_monotonic_time(), Clutter.BUTTON_PRIMARY,"
+                 "    Clutter.ButtonState.PRESSED);"
+                 "global.vqPointer.notify_button(GLib.get_monotonic_time(), Clutter.BUTTON_PRIMARY,"
+                 "    Clutter.ButtonState.RELEASED); 'clicked'");
     if (!clicked)
         return std::unexpected(clicked.error());
     return {};

@@ -119,21 +119,8 @@ TEST_F(IslandOnGnome, ShowsBelowTheTopBarAtTheCentreAndGrowsForAnActivity) {
     const auto layout = input();
     ASSERT_TRUE(shows(expected(IslandLayout::closed(layout)))) << "closed";
 
-    std::ifstream tokenFile(home.path() / ".config/vantaquill/cli-token");
-    std::string token;
-    tokenFile >> token;
-    const std::string body = R"({"id":"timer","title":"Tea","leading":{"symbol":"timer"},"trailing":{"ring":0.4}})";
-    const std::string reply = e2e::rawExchange(
-        island->port(), "POST /v1/activities HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(island->port()) +
-                            "\r\nContent-Type: application/json\r\nAuthorization: Bearer " + token +
-                            "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
-    ASSERT_EQ(e2e::statusOf(reply), 200) << reply;
-    brind::LiveActivity shown;
-    shown.leading = brind::ActivityGlyph::symbol("timer");
-    shown.trailing = brind::ActivityGlyph::ring(0.4);
-    const auto [leading, trailing] =
-        IslandLayout::compactWings(&shown, layout, [](std::string_view, double) { return 0.0; });
-    EXPECT_TRUE(shows(expected(IslandLayout::compact(layout, leading, trailing)))) << "compact";
+    ASSERT_EQ(postAsCommand(home, island->port(), "/v1/activities", teaTimerBody), 200);
+    EXPECT_TRUE(shows(expected(teaTimerCompact(layout)))) << "compact";
 
     EXPECT_EQ(island->stop(), 0);
     const std::string errors = island->errors();

@@ -125,16 +125,6 @@ class IslandOnKWin : public ::testing::Test {
         return count;
     }
 
-    int post(const std::string& target, const std::string& body) const {
-        std::string token;
-        std::ifstream(home.path() / ".config/vantaquill/cli-token") >> token;
-        return e2e::statusOf(e2e::rawExchange(
-            island->port(), "POST " + target +
-                                " HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(island->port()) +
-                                "\r\nContent-Type: application/json\r\nAuthorization: Bearer " + token +
-                                "\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body));
-    }
-
     e2e::TemporaryHome home;
     std::unique_ptr<KWinSession> kwin;
     std::map<std::string, std::string> environment;
@@ -149,15 +139,8 @@ TEST_F(IslandOnKWin, ChoosesTheLayerShellShowsAtTheTopCentreAndGrowsForAnActivit
     const auto layout = input();
     EXPECT_TRUE(shows(onScreen(IslandLayout::closed(layout)))) << "closed";
 
-    ASSERT_EQ(post("/v1/activities",
-                   R"({"id":"timer","title":"Tea","leading":{"symbol":"timer"},"trailing":{"ring":0.4}})"),
-              200);
-    brind::LiveActivity shown;
-    shown.leading = brind::ActivityGlyph::symbol("timer");
-    shown.trailing = brind::ActivityGlyph::ring(0.4);
-    const auto [leading, trailing] =
-        IslandLayout::compactWings(&shown, layout, [](std::string_view, double) { return 0.0; });
-    EXPECT_TRUE(shows(onScreen(IslandLayout::compact(layout, leading, trailing)))) << "compact";
+    ASSERT_EQ(postAsCommand(home, island->port(), "/v1/activities", teaTimerBody), 200);
+    EXPECT_TRUE(shows(onScreen(teaTimerCompact(layout)))) << "compact";
 
     EXPECT_EQ(island->stop(), 0);
     const std::string errors = island->errors();

@@ -407,17 +407,8 @@ TEST_P(IslandOnScreen, OutlineFollowsTheLayoutThroughItsStatesAndTheAlertsButton
     move(away);
     EXPECT_TRUE(showsOutline(closed)) << "after leaving";
 
-    ASSERT_EQ(post("/v1/activities",
-                   R"({"id":"timer","title":"Tea","leading":{"symbol":"timer"},"trailing":{"ring":0.4}})"),
-              200);
-    brind::LiveActivity shown;
-    shown.leading = brind::ActivityGlyph::symbol("timer");
-    shown.trailing = brind::ActivityGlyph::ring(0.4);
-    const auto [leading, trailing] =
-        IslandLayout::compactWings(&shown, layout, [](std::string_view, double) { return 0.0; });
-    EXPECT_TRUE(
-        showsOutline(onScreen(IslandState::compact, IslandLayout::compact(layout, leading, trailing))))
-        << "compact";
+    ASSERT_EQ(post("/v1/activities", teaTimerBody), 200);
+    EXPECT_TRUE(showsOutline(onScreen(IslandState::compact, teaTimerCompact(layout)))) << "compact";
 
     ASSERT_EQ(post("/v1/activities", R"({"id":"deploy","title":"Deploy?","priority":"critical","alert":true,)"
                                      R"("actions":[{"id":"go","label":"Go"},)"

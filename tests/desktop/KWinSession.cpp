@@ -1,5 +1,6 @@
 #include "tests/desktop/KWinSession.hpp"
 
+#include "tests/support/CompositorUser.hpp"
 #include "tests/wayland/kde-fake-input-client-protocol.h"
 // The protocol names an argument "namespace", a C++ keyword, in the generated inline functions.
 #define namespace layerNamespace
@@ -60,9 +61,8 @@ struct WallpaperSize {
 } // namespace
 
 std::string KWinSession::unavailableReason() {
-    for (const char* program : {"kwin_wayland", "dbus-daemon"})
-        if (findProgram(program).empty())
-            return std::string(program) + " is not installed (scripts/setup installs it)";
+    if (const auto missing = firstMissing({"kwin_wayland", "dbus-daemon"}); !missing.empty())
+        return missing + " is not installed (scripts/setup installs it)";
     return {};
 }
 

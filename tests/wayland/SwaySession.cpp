@@ -1,8 +1,8 @@
 #include "tests/wayland/SwaySession.hpp"
 
+#include "tests/support/CompositorUser.hpp"
 #include "tests/wayland/wlr-virtual-pointer-unstable-v1-client-protocol.h"
 
-#include <QStandardPaths>
 #include <QThread>
 #include <chrono>
 #include <cstring>
@@ -17,7 +17,6 @@ namespace vq::test {
 
 namespace {
 
-constexpr const char* testUser = "vqtest";
 // Generous: sway starts in well under a second, but the machine running the tests may be loaded.
 constexpr auto startTimeout = std::chrono::seconds(30);
 constexpr int commandTimeoutMs = 30'000;
@@ -34,17 +33,6 @@ std::expected<QByteArray, std::string> run(const QString& program, const QString
     return process.readAllStandardOutput();
 }
 
-std::expected<passwd, std::string> ensureTestUser() {
-    if (passwd* entry = getpwnam(testUser))
-        return *entry;
-    auto added = run("useradd", {"--system", "--no-create-home", "--shell", "/usr/sbin/nologin", testUser});
-    if (!added)
-        return std::unexpected(added.error());
-    if (passwd* entry = getpwnam(testUser))
-        return *entry;
-    return std::unexpected(std::string("no user ") + testUser + " after useradd");
-}
-
 std::filesystem::path findIPCSocket(const std::filesystem::path& folder) {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(folder, error))
@@ -56,17 +44,16 @@ std::filesystem::path findIPCSocket(const std::filesystem::path& folder) {
 } // namespace
 
 std::string SwaySession::unavailableReason() {
-    for (const char* program : {"sway", "swaymsg", "grim", "runuser", "useradd"})
-        if (QStandardPaths::findExecutable(program).isEmpty() &&
-            QStandardPaths::findExecutable(program, {"/usr/sbin", "/sbin"}).isEmpty())
-            return std::string(program) + " is not installed (scripts/setup installs it)";
+    if (const auto missing = firstMissing({"sway", "swaymsg", "grim", "runuser", "useradd"});
+        !missing.empty())
+        return missing + " is not installed (scripts/setup installs it)";
     if (geteuid() != 0)
         return "the sway tests run sway as a separate unprivileged user, which needs root";
     return {};
 }
 
 std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Options options) {
-    auto user = ensureTestUser();
+    auto user = ensureCompositorUser();
     if (!user)
         return std::unexpected(user.error());
 
@@ -89,7 +76,7 @@ std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Opti
     if (chown(session->runtimeFolder_.c_str(), user->pw_uid, user->pw_gid) != 0 ||
         chown(config.c_str(), user->pw_uid, user->pw_gid) != 0 ||
         chmod(session->runtimeFolder_.c_str(), 0700) != 0)
-        return std::unexpected(std::string("cannot hand the runtime folder to ") + testUser);
+        return std::unexpected(std::string("cannot hand the runtime folder to ") + compositorUser);
 
     const QString folder = QString::fromStdString(session->runtimeFolder_.string());
     session->sway_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -98,7 +85,7 @@ std::expected<std::unique_ptr<SwaySession>, std::string> SwaySession::start(Opti
     if (!options.nestedIn.empty())
         backend = {"WLR_BACKENDS=wayland", "WLR_WL_OUTPUTS=" + QString::number(options.outputs),
                    "WAYLAND_DISPLAY=" + QString::fromStdString(options.nestedIn)};
-    session->sway_.start("runuser", QStringList{"-u", testUser, "--", "env"} + backend +
+    session->sway_.start("runuser", QStringList{"-u", compositorUser, "--", "env"} + backend +
                                         QStringList{"WLR_RENDERER=pixman", "WLR_LIBINPUT_NO_DEVICES=1",
                                                     "XDG_RUNTIME_DIR=" + folder, "HOME=" + folder, "sway",
                                                     "-c", folder + "/config"});
@@ -157,8 +144,8 @@ std::expected<void, std::string> SwaySession::command(const std::string& command
 std::expected<QImage, std::string> SwaySession::screenshot(const std::string& output) const {
     const QString folder = QString::fromStdString(runtimeFolder_.string());
     QStringList arguments{
-        "-u",   testUser, "--", "env", "XDG_RUNTIME_DIR=" + folder, "WAYLAND_DISPLAY=wayland-1",
-        "grim", "-t",     "ppm"};
+        "-u",   compositorUser, "--", "env", "XDG_RUNTIME_DIR=" + folder, "WAYLAND_DISPLAY=wayland-1",
+        "grim", "-t",           "ppm"};
     if (!output.empty())
         arguments << "-o" << QString::fromStdString(output);
     auto ppm = run("runuser", arguments << "-");
