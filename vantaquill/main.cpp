@@ -290,10 +290,6 @@ int main(int argc, char** argv) {
         printError("vantaquill: " + made.error());
         return exitStartFailure;
     }
-    // The folder holds the hook token and the clients' digests: it is the user's alone, even when
-    // something else made it first with a wider mode. A folder of another user stays as it is.
-    std::error_code notOurs;
-    std::filesystem::permissions(dataFolder, std::filesystem::perms::owner_all, notOurs);
     vq::SignalWatcher signalWatcher([] { QCoreApplication::quit(); });
     const auto preferencesFile = brind::Paths::configFolder() / "vantaquill.conf";
     vq::Preferences preferences(preferencesFile);
