@@ -1,4 +1,5 @@
 #include "cli/CommandContext.hpp"
+#include "cli/PortNumber.hpp"
 #include "cli/ReadToEnd.hpp"
 #include "cli/TerminalEnvironment.hpp"
 
@@ -11,7 +12,6 @@
 #include "BrindKit/foundation/URL.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <span>
 #include <spawn.h>
@@ -121,11 +121,10 @@ std::optional<int> runPlainHook(int argc, char** argv, CommandContext& context) 
         const auto value = optionValue(arguments, at, "--port");
         if (!value)
             return std::nullopt;
-        unsigned long number = 0;
-        const auto [end, error] = std::from_chars(value->data(), value->data() + value->size(), number);
-        if (error != std::errc() || end != value->data() + value->size() || number < 1 || number > 65535)
+        const auto number = portNumber(*value);
+        if (!number)
             return std::nullopt;
-        port = static_cast<std::uint16_t>(number);
+        port = *number;
     }
     if (at == arguments.size())
         return std::nullopt;

@@ -1,31 +1,15 @@
 #include "cli/CommandContext.hpp"
+#include "cli/PortNumber.hpp"
 
-#include <charconv>
-#include <cstdint>
 #include <cstdlib>
 #include <iostream>
-#include <optional>
 #include <string>
-#include <string_view>
-
-namespace {
-
-// A port as the command line takes it: decimal digits only, 1 to 65535.
-std::optional<std::uint16_t> portNamed(std::string_view text) {
-    unsigned long number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size() || number < 1 || number > 65535)
-        return std::nullopt;
-    return static_cast<std::uint16_t>(number);
-}
-
-} // namespace
 
 int main(int argc, char** argv) {
     vq::CommandContext context;
     const char* portVariable = std::getenv("VANTAQUILL_PORT");
     const bool portVariableSet = portVariable && *portVariable;
-    const auto variablePort = portVariableSet ? portNamed(portVariable) : std::nullopt;
+    const auto variablePort = portVariableSet ? vq::portNumber(portVariable) : std::nullopt;
     if (variablePort)
         context.port = *variablePort;
     // A hook answers its agent whatever happens, so a wrong variable only leaves it the default port.
